@@ -1,0 +1,33 @@
+// SPDX-FileCopyrightText: The capi authors
+// SPDX-License-Identifier: MIT
+// A callable handed down for the duration of a call: no allocation, no ownership.
+#pragma once
+
+#include <type_traits>
+#include <utility>
+
+namespace capi {
+
+template <typename Signature>
+class FunctionRef;
+
+template <typename Result, typename... Args>
+class FunctionRef<Result(Args...)> {
+ public:
+  template <typename Callable>
+  requires(!std::is_same_v<std::remove_cvref_t<Callable>, FunctionRef>)
+      FunctionRef(Callable&& target)  // implicit: callers pass a lambda
+      : object_(const_cast<void*>(static_cast<const void*>(&target))),
+        call_([](void* object, Args... args) -> Result {
+          auto& callable = *static_cast<std::remove_reference_t<Callable>*>(object);
+          return static_cast<Result>(callable(std::forward<Args>(args)...));
+        }) {}
+
+  Result operator()(Args... args) const { return call_(object_, std::forward<Args>(args)...); }
+
+ private:
+  void* object_;
+  Result (*call_)(void*, Args...);
+};
+
+}  // namespace capi

@@ -1,0 +1,41 @@
+// SPDX-FileCopyrightText: The capi authors
+// SPDX-License-Identifier: MIT
+// The key=value files in which the device keeps its settings and its status.
+#pragma once
+
+#include <cstddef>
+
+#include "foundation/function_ref.h"
+
+namespace capi {
+
+// A longer line is taken in pieces, each of which counts as a line.
+inline constexpr size_t kKeyValueLineSize = 2048;
+
+// Turns lines into items; knows the section that it is in. Free of I/O.
+class KeyValueParser {
+ public:
+  // Takes a line of less than kKeyValueLineSize characters, which it edits and keeps pointers into.
+  // True when the line holds an item, which is then in section(), key() and value().
+  bool parse(char* line);
+
+  const char* section() const { return section_; }
+  const char* key() const { return key_; }
+  const char* value() const { return value_; }
+
+ private:
+  bool parse_item(char* line, char* equals);
+  void enter_section(char* line);
+
+  char section_[kKeyValueLineSize] = {};
+  const char* key_ = nullptr;
+  const char* value_ = nullptr;
+};
+
+using ItemHandler = FunctionRef<void(const char* section, const char* key, const char* value)>;
+
+// Hands every item of a file to "handle". False when the file cannot be opened for reading and
+// writing: a file without write permission is not one of ours.
+bool for_each_item(const char* path, ItemHandler handle);
+
+}  // namespace capi

@@ -1,0 +1,48 @@
+// SPDX-FileCopyrightText: The capi authors
+// SPDX-License-Identifier: MIT
+#include "foundation/text.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+namespace capi {
+
+void copy_text(char* dst, size_t size, std::string_view text) {
+  if (size < 2) return;
+  memset(dst, 0, size);
+  memcpy(dst, text.data(), std::min(text.size(), size - 1));
+}
+
+int32_t parse_int32(const char* text) {
+  const long value = strtol(text, nullptr, 10);
+  return static_cast<int32_t>(std::clamp<long>(value, INT32_MIN, INT32_MAX));
+}
+
+}  // namespace capi
+
+void strcpy_safe(char* dst, const char* src, int size) {
+  if (dst == nullptr || size < 2) return;
+  const auto capacity = static_cast<size_t>(size);
+  capi::copy_text(dst, capacity,
+                  src == nullptr ? std::string_view{} : capi::bounded(src, capacity - 1));
+}
+
+void utils_str_trim(char* s, char ch) {
+  if (s == nullptr || ch == '\0') return;
+  char* end = std::remove(s, s + strlen(s), ch);
+  *end = '\0';
+}
+
+void utils_str_trim_left(char* s, char ch) {
+  if (s == nullptr || ch == '\0') return;
+  const char* start = s;
+  while (*start == ch) ++start;
+  memmove(s, start, strlen(start) + 1);
+}
+
+char* utils_str_trim_right(char* s, char ch) {
+  if (s == nullptr || ch == '\0') return s;
+  size_t length = strlen(s);
+  while (length > 0 && s[length - 1] == ch) s[--length] = '\0';
+  return s;
+}

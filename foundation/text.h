@@ -1,0 +1,57 @@
+// SPDX-FileCopyrightText: The capi authors
+// SPDX-License-Identifier: MIT
+// Bounded texts: the fields of our records may lack a terminator, so every look at one is bounded.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <string_view>
+
+#include "capi/util.h"
+
+namespace capi {
+
+// The text in a field, which ends at its terminator or at the field's width.
+inline std::string_view bounded(const char* field, size_t width) {
+  return {field, strnlen(field, width)};
+}
+
+template <size_t N>
+std::string_view bounded(const char (&field)[N]) {
+  return bounded(field, N);
+}
+
+// strcpy_safe() for a text that need not be terminated.
+void copy_text(char* dst, size_t size, std::string_view text);
+
+template <size_t N>
+void copy_text(char (&dst)[N], std::string_view text) {
+  copy_text(dst, N, text);
+}
+
+inline bool contains(std::string_view text, std::string_view piece) {
+  return text.find(piece) != std::string_view::npos;
+}
+
+// std::string_view's own needs the C++ runtime library where nothing is inlined.
+inline bool starts_with(std::string_view text, std::string_view prefix) {
+  return text.size() >= prefix.size() && memcmp(text.data(), prefix.data(), prefix.size()) == 0;
+}
+
+// The part of a text behind its first "count" characters; empty when there is none.
+inline std::string_view tail(std::string_view text, size_t count) {
+  text.remove_prefix(count < text.size() ? count : text.size());
+  return text;
+}
+
+// What strtol makes of a decimal number where long has 32 bits: saturated, and 0 for no number.
+int32_t parse_int32(const char* text);
+
+// Blanks and control characters, whatever the locale; bytes of 128 and above are text.
+inline bool is_blank_or_control(char c) { return static_cast<unsigned char>(c) <= ' '; }
+
+}  // namespace capi
+
+// The arguments of "%.*s" for a string_view.
+#define CAPI_TEXT_ARG(view) static_cast<int>((view).size()), (view).data()
