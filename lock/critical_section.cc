@@ -1,0 +1,220 @@
+// SPDX-FileCopyrightText: The capi authors
+// SPDX-License-Identifier: MIT
+#include "lock/critical_section.h"
+
+#include <sys/ipc.h>
+#include <sys/sem.h>
+#include <unistd.h>
+
+#include <cstdint>
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+
+#include "foundation/log.h"
+#include "foundation/shell.h"
+
+namespace capi {
+namespace {
+
+constexpr char kKeyPath[] = "/tmp/m_data";
+constexpr int kKeyProject = 'l';
+constexpr int kMode = 0666;
+constexpr char kStatsPath[] = "/tmp/capi_lock_stats";
+
+constexpr char CAPI_LOCK_NAME_MAP[CAPI_LOCK_COUNT][64] = {
+    "CAPI_LOCK_CONF_SHM",
+    "XXXXX",
+    "CAPI_LOCK_CALL_LOG",
+    "XXXXX",
+    "XXXXX",
+    "XXXXX",
+    "XXXXX",
+    "XXXXX",
+    "XXXXX",
+    "XXXXX",
+    "CAPI_LOCK_VOP_RUN_INFO",
+    "XXXXX",
+    "CAPI_LOCK_VOICE_REG_STAT",
+    "XXXXX",
+    "XXXXX",
+    "XXXXX",
+    "XXXXX",
+    "XXXXX",
+    "CAPI_LOCK_VOICE_SMS",
+};
+
+// Callers may pass any id; the kernel refuses those that the set does not have.
+const char* lock_name(unsigned id) {
+  return id < CAPI_LOCK_COUNT ? CAPI_LOCK_NAME_MAP[id] : "XXXXX";
+}
+
+// Finds the set. Returns it, or -1 with errno set and logged under the operation's words.
+int find_set(const char* func, const char* operation) {
+  const key_t key = ftok(kKeyPath, kKeyProject);
+  const int set = key == -1 ? -1 : semget(key, CAPI_LOCK_COUNT, kMode);
+  if (set == -1) {
+    CAPI_LOG_AS(func, kLogWarning, "CAPI critical section lock%s failed [%s], reason = [%s]\n",
+                operation, key == -1 ? "ftok" : "semget", strerror(errno));
+  }
+  return set;
+}
+
+// Adds "change" to a semaphore, waiting as long as needed. Returns 0 or errno. The kernel takes the
+// change back when the process dies.
+int change_semaphore(int set, unsigned id, short change, const char* func, const char* operation) {
+  // An id too large for the kernel's field must not wrap round to a lock that exists.
+  const auto number = static_cast<unsigned short>(id < UINT16_MAX ? id : UINT16_MAX);
+  sembuf op{.sem_num = number, .sem_op = change, .sem_flg = SEM_UNDO};
+  while (semop(set, &op, 1) == -1) {
+    const int error = errno;
+    CAPI_LOG_AS(func, kLogWarning,
+                "CAPI critical section lock %s Failed, lock_type = [%s], reason = [%s]\n",
+                operation, lock_name(id), strerror(error));
+    if (error != EINTR && error != EAGAIN) return error;
+  }
+  return 0;
+}
+
+void log_bad_value(unsigned id, int value, const char* func, const char* operation) {
+  CAPI_LOG_AS(func, kLogWarning,
+              "CAPI critical section lock %s Failed, lock_type = [%s], bad/current sem value = "
+              "[%d]\n",
+              operation, lock_name(id), value);
+}
+
+// How an attempt to take a lock ended: "refused" when there is a set that would not give it.
+struct LockResult {
+  int error;
+  bool refused;
+};
+
+LockResult take(unsigned id) {
+  constexpr char kFunc[] = "capi_critical_section_lock";
+  const int set = find_set(kFunc, "");
+  if (set == -1) return {errno, false};
+  if (const int error = change_semaphore(set, id, -1, kFunc, "LOCK")) return {error, true};
+  const int value = semctl(set, static_cast<int>(id), GETVAL);
+  if (value != 0) log_bad_value(id, value, kFunc, "LOCK");  // a diagnostic: the lock is ours
+  return {0, false};
+}
+
+struct TimeText {
+  char text[64] = {};
+};
+
+TimeText time_text(time_t time) {
+  TimeText result;
+  tm parts{};
+  localtime_r(&time, &parts);
+  asctime_r(&parts, result.text);
+  return result;
+}
+
+// The dump is made by shell commands, whose output form people and scripts on the device know.
+constexpr size_t kCommandSize = 512;
+
+void dump_head(int set) {
+  tzset();
+  const TimeText now = time_text(time(nullptr));
+  unlink(kStatsPath);
+  semid_ds status{};
+  if (semctl(set, 0, IPC_STAT, &status) == -1) {
+    CAPI_LOG_AS("capi_critical_section_lock_stats", kLogWarning,
+                "CAPI critical section lock stats failed [IPC_STAT], reason = [%s]\n",
+                strerror(errno));
+    return;
+  }
+  const TimeText last_op = time_text(status.sem_otime);
+  const TimeText last_change = time_text(status.sem_ctime);
+  char command[kCommandSize] = {};
+  snprintf(command, sizeof command,
+           "/bin/echo \"Now = [%s], Last semop time = [%s], Last change time = [%s], Total sems = "
+           "[%lu]\n\" > %s",
+           now.text, last_op.text, last_change.text, static_cast<unsigned long>(status.sem_nsems),
+           kStatsPath);
+  run_shell(command);
+}
+
+int query(int set, unsigned id, int what, const char* name) {
+  const int value = semctl(set, static_cast<int>(id), what);
+  if (value == -1) {
+    CAPI_LOG_AS("capi_critical_section_lock_stats", kLogWarning,
+                "CAPI critical section lock stats failed [%s] lock_type = [%s], reason = [%s]\n",
+                name, lock_name(id), strerror(errno));
+  }
+  return value;
+}
+
+void dump_lock(int set, unsigned id) {
+  const int value = query(set, id, GETVAL, "GETVAL");
+  const int pid = query(set, id, GETPID, "GETPID");
+  const int waiting = query(set, id, GETNCNT, "GETNCNT");
+  const int waiting_for_zero = query(set, id, GETZCNT, "GETZCNT");
+  char command[kCommandSize] = {};
+  snprintf(command, sizeof command,
+           "/bin/echo \"Type = [%s], Value = [%d], PID = [%d], NCNT = [%d], ZCNT = [%d]\n\" >> %s",
+           lock_name(id), value, pid, waiting, waiting_for_zero, kStatsPath);
+  run_shell(command);
+}
+
+}  // namespace
+
+CriticalSection::CriticalSection(const Lock& lock) : id_(lock.id), refused_(take(id_).refused) {}
+
+CriticalSection::~CriticalSection() {
+  // What the kernel refused us may be held by somebody else: that is not ours to free.
+  if (!refused_) capi_critical_section_unlock(id_);
+}
+
+}  // namespace capi
+
+int capi_critical_section_lock_create() {
+  using namespace capi;
+  const key_t key = ftok(kKeyPath, kKeyProject);
+  if (key == -1) {
+    const int error = errno;
+    CAPI_LOG(kLogErr, "CAPI critical section lock failed [ftok], reason = [%s]\n", strerror(error));
+    return error;
+  }
+  const int set = semget(key, CAPI_LOCK_COUNT, IPC_CREAT | IPC_EXCL | kMode);
+  if (set == -1) return errno;
+  for (unsigned id = 0; id < CAPI_LOCK_COUNT; ++id) {
+    if (semctl(set, static_cast<int>(id), SETVAL, 1) != -1) continue;
+    const int error = errno;
+    CAPI_LOG(kLogErr,
+             "CAPI critical section lock failed [semctl] lock_type = [%s], reason = [%s]\n",
+             lock_name(id), strerror(error));
+    return error;
+  }
+  CAPI_LOG(kLogInfo, "CAPI critical section lock CREATED\n");
+  return 0;
+}
+
+int capi_critical_section_lock(unsigned id) { return capi::take(id).error; }
+
+int capi_critical_section_unlock(unsigned id) {
+  using namespace capi;
+  const int set = find_set(__func__, "");
+  if (set == -1) return errno;
+  // A lock that nobody holds must not be raised above 1.
+  const int value = semctl(set, static_cast<int>(id), GETVAL);
+  if (value != 0) {
+    log_bad_value(id, value, __func__, "UNLOCK");
+    return -1;
+  }
+  return change_semaphore(set, id, 1, __func__, "UNLOCK");
+}
+
+int capi_critical_section_lock_stats() {
+  using namespace capi;
+  const int set = find_set(__func__, " stats");
+  if (set == -1) return errno;
+  dump_head(set);
+  for (unsigned id = 0; id < CAPI_LOCK_COUNT; ++id) dump_lock(set, id);
+  run_shell("sync");
+  return 0;
+}
+
+int capi_lock() { return 0; }
+int capi_unlock() { return 0; }
