@@ -1,0 +1,45 @@
+// SPDX-FileCopyrightText: The capi authors
+// SPDX-License-Identifier: MIT
+#include "backend/field.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+
+#include "foundation/text.h"
+
+namespace capi {
+namespace {
+
+size_t position(const Field& field, int index) {
+  return field.offset + static_cast<size_t>(field.stride) * static_cast<size_t>(index);
+}
+
+}  // namespace
+
+void set_field(cfg_shared_record& record, const Field& field, int index, const char* value) {
+  char* place = reinterpret_cast<char*>(&record) + position(field, index);
+  if (field.kind == FieldKind::Text) {
+    strcpy_safe(place, value, field.set_size);
+    return;
+  }
+  int32_t number = parse_int32(value);
+  if (field.clamp_max != 0) number = std::clamp<int32_t>(number, 0, field.clamp_max);
+  memcpy(place, &number, sizeof number);
+}
+
+size_t get_field(const cfg_shared_record& record, const Field& field, int index, char* buf,
+                 size_t size) {
+  const char* place = reinterpret_cast<const char*>(&record) + position(field, index);
+  if (field.kind == FieldKind::Text) {
+    if (field.get_size != 0) size = field.get_size;
+    copy_text(buf, size, bounded(place, field.capacity));
+  } else {
+    int32_t number = 0;
+    memcpy(&number, place, sizeof number);
+    snprintf(buf, size, "%d", number);
+  }
+  return size;
+}
+
+}  // namespace capi

@@ -1,0 +1,179 @@
+// SPDX-FileCopyrightText: The capi authors
+// SPDX-License-Identifier: MIT
+#include "backend/field_table.h"
+
+#include <array>
+#include <cstdlib>
+#include <cstring>
+
+#include "backend/field_rows.h"
+#include "foundation/text.h"
+
+namespace capi {
+
+// Defined nowhere: what calls them at compile time does not compile.
+void row_reaches_into_live_state();
+void key_stands_twice_in_a_section();
+
+namespace {
+
+using namespace field_rows;
+
+constexpr size_t kRowCount = std::size(kRows);
+constexpr size_t kSlots = 512;
+constexpr uint8_t kNoRow = 255;
+static_assert(kRowCount < kNoRow && kRowCount * 2 < kSlots);
+
+constexpr uint32_t hash(SectionId section, std::string_view key) {
+  uint32_t value = 2166136261U ^ static_cast<uint32_t>(section);  // FNV-1a
+  for (const char c : key) value = (value ^ static_cast<unsigned char>(c)) * 16777619U;
+  return value ^ (value >> 15);
+}
+
+consteval std::string_view key_of(const Row& row) {
+  size_t length = 0;
+  while (row.field.key[length] != '\0') ++length;
+  return {row.field.key, length};
+}
+
+// Open addressing.
+consteval std::array<uint8_t, kSlots> make_index() {
+  std::array<uint8_t, kSlots> index{};
+  for (uint8_t& slot : index) slot = kNoRow;
+  for (size_t row = 0; row < kRowCount; ++row) {
+    const Row& candidate = kRows[row];
+    const size_t end = candidate.field.offset + candidate.field.capacity;
+    if (end > offsetof(cfg_shared_record, cs_reg_stat)) row_reaches_into_live_state();
+    size_t slot = hash(candidate.section, key_of(candidate)) % kSlots;
+    for (; index[slot] != kNoRow; slot = (slot + 1) % kSlots) {
+      const Row& other = kRows[index[slot]];
+      if (other.section == candidate.section && key_of(other) == key_of(candidate)) {
+        key_stands_twice_in_a_section();
+      }
+    }
+    index[slot] = static_cast<uint8_t>(row);
+  }
+  return index;
+}
+
+constexpr std::array<uint8_t, kSlots> kIndex = make_index();
+
+const Field* find_row(SectionId section, std::string_view key) {
+  for (size_t slot = hash(section, key) % kSlots; kIndex[slot] != kNoRow;
+       slot = (slot + 1) % kSlots) {
+    const Row& row = kRows[kIndex[slot]];
+    if (row.section == section && key == bounded(row.field.key)) return &row.field;
+  }
+  return nullptr;
+}
+
+struct SectionPlace {
+  SectionId id = SectionId::Count;
+  long number = 0;  // as it stands in the name, counted from 1
+};
+
+SectionPlace find_section(std::string_view name) {
+  for (size_t i = 0; i < kSections.size(); ++i) {
+    const Section& section = kSections[i];
+    const std::string_view base = bounded(section.name);
+    if (!starts_with(name, base)) continue;
+    const std::string_view rest = tail(name, base.size());
+    if (section.count == 0 && rest.empty()) return {static_cast<SectionId>(i), 1};
+    if (section.count != 0 && starts_with(rest, "_")) {
+      return {static_cast<SectionId>(i), strtol(rest.data() + 1, nullptr, 10)};
+    }
+  }
+  return {};
+}
+
+// What follows "option_" + section + "_"; empty for a key that does not begin so.
+std::string_view field_key(const Section& section, std::string_view key) {
+  constexpr std::string_view kOption = "option_";
+  const std::string_view base = bounded(section.name);
+  if (!starts_with(key, kOption)) return {};
+  key = tail(key, kOption.size());
+  if (!starts_with(key, base)) return {};
+  key = tail(key, base.size());
+  return starts_with(key, "_") ? tail(key, 1) : std::string_view{};
+}
+
+// The number of a key as "%d" writes it, which is what a suffix has to be; 0 for anything else.
+long exact_number(std::string_view text) {
+  if (text.empty() || text.size() > 3 || text[0] == '0') return 0;
+  long number = 0;
+  for (const char c : text) {
+    if (c < '0' || c > '9') return 0;
+    number = number * 10 + (c - '0');
+  }
+  return number;
+}
+
+FieldPlace numbered_place(const NumberedRow& row, long number) {
+  if (number < 1 || number > row.count) return {.lookup = FieldLookup::OutOfRange};
+  return {FieldLookup::Found, &row.field, static_cast<int>(number - 1)};
+}
+
+FieldPlace find_suffixed(SectionId section, std::string_view key) {
+  for (const NumberedRow& row : kNumberedRows) {
+    const std::string_view prefix = bounded(row.field.key);
+    if (row.section != section || !starts_with(key, prefix)) continue;
+    const FieldPlace place = numbered_place(row, exact_number(tail(key, prefix.size())));
+    if (place.lookup == FieldLookup::Found) return place;
+  }
+  return {.lookup = FieldLookup::UnknownKey};
+}
+
+FieldPlace find_codec_slot(SectionId section, const char* key, ColumnChoice choice) {
+  const char* underscore = strrchr(key, '_');
+  const long number = underscore != nullptr ? strtol(underscore + 1, nullptr, 10) : 0;
+  FieldPlace place{.lookup = FieldLookup::UnknownKey};
+  for (const NumberedRow& row : kNumberedRows) {
+    if (row.section != section) continue;
+    if (number < 1 || number > row.count) return {.lookup = FieldLookup::OutOfRange};
+    if (!contains(key, bounded(row.field.key))) continue;
+    place = numbered_place(row, number);
+    if (choice == ColumnChoice::First) break;
+  }
+  return place;
+}
+
+FieldPlace find_entry(SectionId section, std::string_view key) {
+  constexpr size_t kPrefix = 24;
+  const long number = key.size() > kPrefix ? strtol(key.data() + kPrefix, nullptr, 10) : 0;
+  for (const NumberedRow& row : kNumberedRows) {
+    if (row.section == section) return numbered_place(row, number);
+  }
+  return {};
+}
+
+FieldPlace find_in_section(SectionId id, int index, const char* key, ColumnChoice choice) {
+  const Section& section = kSections[static_cast<size_t>(id)];
+  const std::string_view rest = field_key(section, key);
+  if (const Field* field = find_row(id, rest)) return {FieldLookup::Found, field, index};
+  switch (section.key_number) {
+    case KeyNumber::Suffix:
+      return find_suffixed(id, rest);
+    case KeyNumber::CodecSlot:
+      return find_codec_slot(id, key, choice);
+    case KeyNumber::Entry:
+      return find_entry(id, key);
+    case KeyNumber::None:
+      break;
+  }
+  return {.lookup = FieldLookup::UnknownKey,
+          .unknown_key_is_success = section.unknown_key_is_success};
+}
+
+}  // namespace
+
+FieldPlace find_field(const char* section, const char* key, ColumnChoice choice) {
+  const SectionPlace place = find_section(section);
+  if (place.id == SectionId::Count) return {};
+  const Section& row = kSections[static_cast<size_t>(place.id)];
+  if (row.count != 0 && (place.number < 1 || place.number > row.count)) {
+    return {.lookup = FieldLookup::OutOfRange};
+  }
+  return find_in_section(place.id, static_cast<int>(place.number - 1), key, choice);
+}
+
+}  // namespace capi

@@ -1,0 +1,125 @@
+// SPDX-FileCopyrightText: The capi authors
+// SPDX-License-Identifier: MIT
+#include "backend/info_files.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <span>
+
+#include "backend/field.h"
+#include "backend/sim_fields.h"
+#include "foundation/file.h"
+#include "foundation/key_value.h"
+#include "foundation/log.h"
+#include "foundation/text.h"
+
+namespace capi {
+namespace {
+
+constexpr Field kSys[] = {
+    CAPI_FIELD_AS("fw_verison", fw_version),  // spelled so by the device
+    CAPI_FIELD_AS("sys_uuid", sys_uuid),
+    CAPI_FIELD_AS("device_imei", device_imei),
+};
+
+constexpr Field kWan[] = {
+    CAPI_FIELD_AS("wan_mac", wan_mac),
+    CAPI_FIELD_AS("wan_ip", wan_ip),
+    CAPI_FIELD_AS("wan_public_ip", public_ip),
+};
+
+constexpr Field kManufacturing[] = {
+    CAPI_FIELD_AS("m_mac6_wan_addr", hw_info.wan_mac),
+    CAPI_FIELD_AS("m_mac6_lan_addr", hw_info.lan_mac),
+    CAPI_FIELD_AS("m_hw_ver", hw_info.version),
+    CAPI_FIELD_AS("m_serial", hw_info.serial),
+    CAPI_FIELD_AS("m_model_name", hw_info.model),
+    CAPI_FIELD_AS("m_country_code", hw_info.contrycode),
+    CAPI_FIELD_AS("m_imei0", hw_info.imei0),
+    CAPI_FIELD_AS("m_cellular_module", hw_info.cellmodule),
+    CAPI_FIELD_AS("m_ui_language", hw_info.language),
+};
+
+constexpr Field kDefaultBasicSip[] = {
+    CAPI_FIELD(voice_basic, local_port), CAPI_FIELD(voice_basic, rtp_port),
+    CAPI_FIELD(voice_basic, sip_dscp),   CAPI_FIELD(voice_basic, rtp_dscp),
+    CAPI_FIELD(voice_basic, dial_plan),  CAPI_FIELD(voice_basic, bind_interface),
+    CAPI_FIELD(voice_basic, country),    CAPI_FIELD(voice_basic, carrier),
+};
+
+constexpr Field kDefaultVoiceSwitch[] = {CAPI_FIELD_AS("voice_mode", voice_switch.mode)};
+
+constexpr size_t kStackStride = sizeof(capi_voice_stack);
+constexpr Field kDefaultVoiceStack[] = {
+    field_rows::with_stride(CAPI_FIELD(voice_stack[0], enable), kStackStride),
+    field_rows::with_stride(CAPI_FIELD(voice_stack[0], priority), kStackStride),
+    field_rows::with_stride(CAPI_FIELD_AS("T1", voice_stack[0].t1), kStackStride),
+    field_rows::with_stride(CAPI_FIELD(voice_stack[0], type), kStackStride),
+    field_rows::with_stride(CAPI_FIELD(voice_stack[0], codec), kStackStride),
+    field_rows::with_stride(CAPI_FIELD(voice_stack[0], access), kStackStride),
+};
+
+constexpr Field kLteNetInfo[] = {
+    CAPI_FIELD(lte_net_info, act),   CAPI_FIELD(lte_net_info, mcc),
+    CAPI_FIELD(lte_net_info, mnc),   CAPI_FIELD(lte_net_info, tac),
+    CAPI_FIELD(lte_net_info, enbid), CAPI_FIELD(lte_net_info, cellid),
+    CAPI_FIELD(lte_net_info, band),
+};
+
+// Stores a value under its key, if the table has it.
+void apply(cfg_shared_record& record, std::span<const Field> fields, int index, const char* key,
+           const char* value) {
+  for (const Field& field : fields) {
+    if (key == bounded(field.key)) return set_field(record, field, index, value);
+  }
+}
+
+// A file whose sections mean nothing.
+void read_flat_file(cfg_shared_record& record, const char* path, std::span<const Field> fields) {
+  for_each_item(path, [&](const char*, const char* key, const char* value) {
+    apply(record, fields, 0, key, value);
+  });
+}
+
+// The factory defaults count stacks from 0, unlike the setting files.
+void apply_voice_default(cfg_shared_record& record, std::string_view section, const char* key,
+                         const char* value) {
+  constexpr std::string_view kStack = "voice_stack";
+  if (section == "basic_sip") {
+    apply(record, kDefaultBasicSip, 0, key, value);
+  } else if (section == "voice_switch") {
+    apply(record, kDefaultVoiceSwitch, 0, key, value);
+  } else if (starts_with(section, kStack)) {
+    const long stack = strtol(section.data() + kStack.size(), nullptr, 10);
+    if (stack < 0 || stack >= CAPI_VOICE_STACKS) return;
+    apply(record, kDefaultVoiceStack, static_cast<int>(stack), key, value);
+  }
+}
+
+}  // namespace
+
+void read_info_files(cfg_shared_record& record) {
+  read_flat_file(record, "/tmp/info.simcard", kSimFields);
+  read_flat_file(record, "/tmp/info.sys", kSys);
+  read_flat_file(record, "/tmp/info.wan", kWan);
+  read_flat_file(record, "/tmp/m_data", kManufacturing);
+  for_each_item("/tmp/voice.cfg.default",
+                [&](const char* section, const char* key, const char* value) {
+                  apply_voice_default(record, section, key, value);
+                });
+}
+
+bool read_lte_net_info(cfg_shared_record& record, const char* directory) {
+  char path[sizeof record.directory[0] + sizeof "/lte_net_info.data"];
+  snprintf(path, sizeof path, "%s/lte_net_info.data", directory);
+  if (!open_file(path, "r+t")) return false;
+  memset(&record.lte_net_info, 0, sizeof record.lte_net_info);
+  return for_each_item(path, [&](const char* section, const char* key, const char* value) {
+    CAPI_LOG_AS("__lte_net_info_cb", kLogDebug, "section=%s name=%s value=%s\n", section, key,
+                value);
+    apply(record, kLteNetInfo, 0, key, value);
+  });
+}
+
+}  // namespace capi

@@ -1,0 +1,80 @@
+// SPDX-FileCopyrightText: The capi authors
+// SPDX-License-Identifier: MIT
+// Publishing: the staging copy becomes the configuration that every process sees.
+
+#include <cstdio>
+#include <cstdlib>
+
+#include "backend/context.h"
+#include "backend/info_files.h"
+#include "capi/backend.h"
+#include "foundation/text.h"
+
+namespace capi {
+namespace {
+
+constexpr int kDefaultSipPort = 5060;
+
+template <size_t N>
+void put_number(char (&field)[N], uint32_t number) {
+  char text[16];
+  snprintf(text, sizeof text, "%lu", static_cast<unsigned long>(number));
+  copy_text(field, text);
+}
+
+// A cell's global id is the eNB id in front of the 8-bit cell id. Saturates at 32 bits, as it does
+// where long has no more.
+void split_global_cell_id(capi_lte_net_info& info, const char* global_id) {
+  const unsigned long long number = strtoull(global_id, nullptr, 16);
+  const auto id = static_cast<uint32_t>(number < UINT32_MAX ? number : UINT32_MAX);
+  put_number(info.cellid, id & 255);
+  put_number(info.enbid, (id >> 8) & 0xFFFFF);
+}
+
+void build_lte_net_info(cfg_shared_record& record) {
+  const capi_serving_cell& cell = record.serving_cell;
+  capi_lte_net_info& info = record.lte_net_info;
+  if (cell.globalcellid[0] != '\0') {
+    split_global_cell_id(info, cell.globalcellid);
+  } else {
+    copy_text(info.cellid, bounded(cell.cellid));
+    copy_text(info.enbid, bounded(cell.enbid));
+  }
+  copy_text(info.act, "7");
+  copy_text(info.mcc, bounded(cell.mcc));
+  copy_text(info.mnc, bounded(cell.mnc));
+  copy_text(info.tac, bounded(cell.tac));
+  copy_text(info.band, bounded(cell.band));
+}
+
+void fill_lte_net_info(cfg_shared_record& record) {
+  char data_dir[sizeof record.directory[1]];
+  copy_text(data_dir, bounded(record.directory[1]));
+  if (read_lte_net_info(record, data_dir)) return;
+  if (read_lte_net_info(record, "/tmp")) return;
+  build_lte_net_info(record);
+}
+
+void fill_sip_ports(capi_voice_sip_server& server) {
+  for (int32_t* ports : {server.registrar_port, server.proxy_port, server.outbound_proxy_port}) {
+    for (int i = 0; i < CAPI_SIP_SERVERS; ++i) {
+      if (ports[i] == 0) ports[i] = kDefaultSipPort;
+    }
+  }
+}
+
+}  // namespace
+}  // namespace capi
+
+int capi_cfg_backend_config_finish() {
+  using namespace capi;
+  const CriticalSection section(kConfShmLock);
+  const cfg_backend_context* ctx = context();
+  if (ctx == nullptr) return -1;
+  if (cfg_shared_record* record = shared_record()) {
+    copy_configuration(*record, ctx->staging);
+    fill_lte_net_info(*record);
+    fill_sip_ports(record->sip_server);
+  }
+  return 0;
+}
