@@ -1,0 +1,67 @@
+// SPDX-FileCopyrightText: The capi authors
+// SPDX-License-Identifier: MIT
+// Single values by section and key.
+
+#include "backend/context.h"
+#include "backend/field_table.h"
+#include "backend/settings.h"
+#include "capi/backend.h"
+#include "capi/config.h"
+#include "foundation/log.h"
+#include "foundation/text.h"
+
+namespace capi {
+namespace {
+
+constexpr int kUnknownKey = 1;
+
+// "size" becomes the part of the buffer that was written.
+int get_value(const cfg_shared_record& record, const char* section, const char* name, char* buf,
+              size_t& size) {
+  const FieldPlace place = find_field(section, name, ColumnChoice::Last);
+  switch (place.lookup) {
+    case FieldLookup::Found:
+      size = get_field(record, *place.field, place.index, buf, size);
+      return 0;
+    case FieldLookup::UnknownKey:
+      return place.unknown_key_is_success ? 0 : kUnknownKey;
+    case FieldLookup::UnknownSection:
+    case FieldLookup::OutOfRange:
+      break;
+  }
+  return -1;
+}
+
+}  // namespace
+}  // namespace capi
+
+int capi_cfg_backend_get_config(const char* section, const char* name, char* buf, int size) {
+  using namespace capi;
+  if (section == nullptr || name == nullptr || buf == nullptr) return -1;
+  size_t filled = size > 0 ? static_cast<size_t>(size) : 0;
+  const CriticalSection guard(kConfShmLock);
+  const cfg_shared_record* record = shared_record();
+  const int result = record != nullptr ? get_value(*record, section, name, buf, filled) : -1;
+  // A buffer that was not filled need not hold a text.
+  const std::string_view value = bounded(buf, filled);
+  CAPI_LOG(kLogDebug, "section=%s name=%s value=%.*s\n", section, name, CAPI_TEXT_ARG(value));
+  return result;
+}
+
+int capi_cfg_backend_set_config(const char* section, const char* name, int, const char* value) {
+  using namespace capi;
+  if (name == nullptr || value == nullptr) return -1;
+  const CriticalSection guard(kConfShmLock);
+  // The staging copy too, or the next publishing would undo the change.
+  const int result = setting_item_cb(section, name, value);
+  if (cfg_shared_record* record = shared_record()) apply_setting(*record, section, name, value);
+  return result;
+}
+
+int capi_config_get(const char* section, const char* name, char* buf, int size) {
+  return capi_cfg_backend_get_config(section, name, buf, size);
+}
+
+int capi_config_set(const char* section, const char* name, int size, const char* value) {
+  return capi_cfg_backend_set_config(section, name, size, value);
+}

@@ -1,0 +1,46 @@
+// SPDX-FileCopyrightText: The capi authors
+// SPDX-License-Identifier: MIT
+#include "config/sim_file.h"
+
+#include <unistd.h>
+
+#include <cstdio>
+#include <iterator>
+
+#include "backend/directory.h"
+#include "backend/sim_fields.h"
+#include "capi/util.h"
+#include "foundation/text.h"
+
+namespace capi {
+namespace {
+
+// The pieces of the file for config_file_writer().
+int put_line(int index, char* buf, void* ctx) {
+  constexpr size_t kBufferSize = 2048;
+  const auto& record = *static_cast<const cfg_shared_record*>(ctx);
+  if (index == 1) return snprintf(buf, kBufferSize, "[SIM]\n");
+  const auto number = static_cast<size_t>(index) - 2;
+  if (number >= std::size(kSimFields)) return 0;
+  const Field& field = kSimFields[number];
+  char value[sizeof record.sim_info.IMPI];
+  get_field(record, field, 0, value, sizeof value);
+  return snprintf(buf, kBufferSize, "%s=%s\n", field.key, value);
+}
+
+}  // namespace
+
+void refresh_sim_file(const cfg_shared_record& record) {
+  const CriticalSection section(kVopRunInfoLock);
+  const std::string_view data_dir =
+      bounded(record.directory[static_cast<size_t>(RuntimeDir::Data)]);
+  char path[kPathSize];
+  snprintf(path, sizeof path, "%.*s/info.simcard", CAPI_TEXT_ARG(data_dir));
+  if (record.sim_info.ICCID[0] == '\0' || record.sim_info.IMSI[0] == '\0') {
+    unlink(path);
+    return;
+  }
+  config_file_writer(path, put_line, const_cast<cfg_shared_record*>(&record));
+}
+
+}  // namespace capi

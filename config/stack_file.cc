@@ -1,0 +1,212 @@
+// SPDX-FileCopyrightText: The capi authors
+// SPDX-License-Identifier: MIT
+// The configuration files of the voice stack, written from the record.
+
+#include <algorithm>
+#include <cstdio>
+#include <iterator>
+
+#include "backend/context.h"
+#include "capi/backend.h"
+#include "config/sim_file.h"
+#include "config/stack_rows.h"
+#include "foundation/file.h"
+#include "foundation/text.h"
+
+namespace capi {
+namespace {
+
+using namespace stack_rows;
+
+constexpr int kTransportTls = 2;
+
+// What differs between the stacks. Members that are null: no interface or P-CSCF of its own, the
+// loopback address.
+struct StackType {
+  char suffix[8];
+  int stack;  // entry of the voice stacks, from 0
+  bool is_voip;
+  bool refreshes_sim_file;
+  int interface;  // entry of the per-stack interfaces, or -1
+  int channel_type;
+  char (cfg_shared_record::*address)[64];
+  char (cfg_shared_record::*pcscf)[256];
+};
+
+using R = cfg_shared_record;
+constexpr StackType kTypes[] = {
+    {".volte", 0, false, true, 0, 1, &R::ims_ip, &R::pcscf_addr},
+    {".voip", 1, true, false, 1, 0, &R::voip_ip, &R::pcscf_addr},
+    {".vowifi", 2, false, true, 2, 0, &R::wan_ip, &R::pcscf_addr},
+    {".cs", 3, false, false, -1, 0, nullptr, nullptr},
+    {".qvc", 4, false, false, -1, 0, nullptr, nullptr},
+    {".sos", 0, false, true, 5, 2, &R::sos_ip, &R::sos_pcscf},  // an emergency call is a VoLTE call
+    {"", 0, false, false, -1, 0, nullptr, nullptr},
+};
+
+class StackFileWriter {
+ public:
+  StackFileWriter(FILE* file, const cfg_shared_record& record, const StackType& type)
+      : file_(file), record_(record), type_(type) {}
+
+  void write() {
+    for (const Line* line = std::begin(kLines); line != std::end(kLines);) {
+      const Line* end = std::find_if(line + 1, std::end(kLines), [](const Line& next) {
+        return next.source == Source::Section;
+      });
+      write_section(*line, line + 1, end);
+      line = end;
+    }
+  }
+
+ private:
+  void write_section(const Line& header, const Line* lines, const Line* end) {
+    const int first_number = header.repeat == Repeat::Lines ? 1 : 0;
+    for (int i = 0; i < instances(header.repeat); ++i) {
+      instance_ = header.repeat == Repeat::ChosenStack ? type_.stack : i;
+      fputc('[', file_);
+      fprintf(file_, header.field.key, i + first_number);
+      fputs("]\n", file_);
+      for (const Line* line = lines; line != end; ++line) {
+        if (applies(line->when)) write_line(*line);
+      }
+      fputc('\n', file_);
+    }
+  }
+
+  int instances(Repeat repeat) const {
+    switch (repeat) {
+      case Repeat::Lines:
+        return CAPI_SIP_LINES;
+      case Repeat::Servers:
+        return CAPI_SIP_SERVERS;
+      case Repeat::Codecs:
+        return codec_count();
+      case Repeat::Once:
+      case Repeat::ChosenStack:
+        break;
+    }
+    return 1;
+  }
+
+  // A client may have stored any count with the whole record.
+  int codec_count() const {
+    return std::clamp<int>(record_.voice_parameter.count, 0, CAPI_CODEC_SLOTS);
+  }
+
+  bool applies(When when) const {
+    const auto code_list = [&] { return bounded(record_.voice_parameter.code_list[instance_]); };
+    switch (when) {
+      case When::Voip:
+        return type_.is_voip;
+      case When::Tls:
+        return record_.voice_basic.transport_protocol == kTransportTls;
+      case When::AmrCodec:
+        return contains(code_list(), "AMR");
+      case When::EvsCodec:
+        return contains(code_list(), "EVS");
+      case When::Always:
+        break;
+    }
+    return true;
+  }
+
+  void write_line(const Line& line) {
+    const char* key = line.field.key;
+    switch (line.source) {
+      case Source::Section:
+        break;
+      case Source::Constant:
+        return put(key, line.constant);
+      case Source::Field:
+        return put_field(key, line.field, instance_);
+      case Source::VoipField:
+        if (type_.is_voip) return put_field(key, line.field, instance_);
+        return put(key, line.field.kind == FieldKind::Integer ? "0" : "");
+      case Source::EvsField:
+        return put_evs(key, line.field);
+      case Source::BlockList:
+        return put_block_list(line.field);
+      case Source::InterfaceName:
+        return put(key, interface_name());
+      case Source::NetworkType:
+        return put(key, contains(address(), ":") ? "1" : "0");  // IPv6
+      case Source::ForcedAddress:
+        return put(key, address());
+      case Source::ChannelType:
+        return put_number(key, type_.channel_type);
+      case Source::CallerPreferences:
+        return put(key, type_.is_voip ? "0" : "1");
+      case Source::PcscfAddress:
+        if (type_.pcscf != nullptr) put(key, bounded(record_.*type_.pcscf));
+        break;
+      case Source::DialPlan: {
+        const std::string_view plan = bounded(record_.voice_basic.dial_plan);
+        fprintf(file_, "%s=(%.*s)\n", key, CAPI_TEXT_ARG(plan));
+        break;
+      }
+      case Source::CodecCount:
+        return put_number(key, codec_count());
+    }
+  }
+
+  void put(const char* key, std::string_view value) {
+    fprintf(file_, "%s=%.*s\n", key, CAPI_TEXT_ARG(value));
+  }
+
+  void put_number(const char* key, int value) { fprintf(file_, "%s=%d\n", key, value); }
+
+  void put_field(const char* key, const Field& field, int index) {
+    char value[sizeof record_.slic_parameter.settings];
+    get_field(record_, field, index, value, sizeof value);
+    put(key, value);
+  }
+
+  void put_evs(const char* key, const Field& field) {
+    char value[16];
+    get_field(record_, field, 0, value, sizeof value);
+    put(key, parse_int32(value) == CAPI_EVS_UNSET ? "" : value);
+  }
+
+  void put_block_list(const Field& field) {
+    for (int i = 0; i < CAPI_CALL_BLOCKS; ++i) {
+      char key[sizeof field.key + 4];
+      snprintf(key, sizeof key, "%s%d", field.key, i);
+      put_field(key, field, i);
+    }
+  }
+
+  std::string_view interface_name() const {
+    if (type_.interface >= 0 && record_.stack_if_name[type_.interface][0] != '\0') {
+      return bounded(record_.stack_if_name[type_.interface]);
+    }
+    return bounded(record_.bb_if_name);
+  }
+
+  std::string_view address() const {
+    return type_.address != nullptr ? bounded(record_.*type_.address) : "127.0.0.1";
+  }
+
+  FILE* file_;
+  const cfg_shared_record& record_;
+  const StackType& type_;
+  int instance_ = 0;
+};
+
+}  // namespace
+}  // namespace capi
+
+int capi_cfg_backend_make_config_file(unsigned type) {
+  using namespace capi;
+  return with_shared_record([&](const cfg_shared_record& record) CAPI_REQUIRES(kConfShmLock) {
+    const StackType& row = kTypes[std::min<size_t>(type, std::size(kTypes) - 1)];
+    char path[32];
+    snprintf(path, sizeof path, "/tmp/vosip.conf%s", row.suffix);
+    const File file = open_file(path, "wb+");
+    if (!file) return -1;
+    StackFileWriter(file.get(), record, row).write();
+    if (row.refreshes_sim_file) refresh_sim_file(record);
+    fflush(file.get());
+    return 0;
+  });
+}
