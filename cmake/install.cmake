@@ -1,0 +1,16 @@
+# SPDX-FileCopyrightText: The capi authors
+# SPDX-License-Identifier: MIT
+# What `cmake --install` puts where, for pkg-config and for find_package(capi).
+
+include(CMakePackageConfigHelpers)
+
+install(TARGETS capi EXPORT capiTargets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(DIRECTORY include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+
+set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/capi)
+install(EXPORT capiTargets NAMESPACE capi:: FILE capiConfig.cmake DESTINATION ${package_dir})
+write_basic_package_version_file(capiConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/capiConfigVersion.cmake DESTINATION ${package_dir})
+
+configure_file(cmake/capi.pc.in capi.pc @ONLY)
+install(FILES ${CMAKE_CURRENT_BINARY_DIR}/capi.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

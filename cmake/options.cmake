@@ -1,0 +1,34 @@
+# SPDX-FileCopyrightText: The capi authors
+# SPDX-License-Identifier: MIT
+# How our code is compiled: warnings, build modes, and what the library proper may use of C++.
+
+add_library(capi_warnings INTERFACE)
+target_compile_options(capi_warnings INTERFACE
+  -Wall -Wextra -Wshadow -Wconversion -Wformat=2
+  $<$<COMPILE_LANG_AND_ID:CXX,Clang>:-Wthread-safety -Wno-format-nonliteral>
+  $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wno-format-nonliteral -Wno-format-truncation>
+  $<$<BOOL:${CAPI_WERROR}>:-Werror>)
+
+# Instrumentation has to reach everything that is linked together.
+add_library(capi_build_mode INTERFACE)
+if(CAPI_SANITIZE)
+  target_compile_options(capi_build_mode INTERFACE
+    -fsanitize=${CAPI_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_link_options(capi_build_mode INTERFACE -fsanitize=${CAPI_SANITIZE})
+endif()
+if(CAPI_COVERAGE)
+  target_compile_options(capi_build_mode INTERFACE --coverage)
+  target_link_options(capi_build_mode INTERFACE --coverage)
+endif()
+
+# What would need the C++ runtime library stays out.
+set(CAPI_LIBRARY_FLAGS
+  $<$<COMPILE_LANGUAGE:CXX>:-fno-exceptions -fno-rtti -fno-threadsafe-statics>
+  -fvisibility=hidden -ffunction-sections -fdata-sections -fstack-protector-strong
+  $<$<CONFIG:Release>:-Os>
+  $<$<NOT:$<CONFIG:Debug>>:-D_FORTIFY_SOURCE=2>)
+
+# A sanitized or covered library leaves its runtime's symbols to the program.
+if(NOT CAPI_SANITIZE AND NOT CAPI_COVERAGE)
+  set(CAPI_NO_UNDEFINED -Wl,-z,defs)
+endif()
