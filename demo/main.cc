@@ -1,0 +1,47 @@
+// SPDX-FileCopyrightText: The capi authors
+// SPDX-License-Identifier: MIT
+// A walk through the library on a simulated adapter. Runs in a private view of the machine, see
+// script/demo; with --shell a shell follows while the adapter is still running.
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "scenes.h"
+
+namespace {
+
+constexpr void (*kScenes[])(demo::Stage&) = {
+    demo::play_typical_request,
+};
+
+void run_shell() {
+  demo::title("The adapter is yours");
+  demo::say("Its files are under /tmp and /quorbleconf, its record in \"ipcs -m\", its locks in");
+  demo::say("\"ipcs -s\". Nothing here reaches your machine. \"exit\" ends the adapter.");
+  fflush(stdout);
+  const pid_t shell = fork();
+  if (shell == 0) {
+    setenv("PS1", "adapter:\\w# ", 1);
+    execlp("bash", "bash", "--norc", static_cast<char*>(nullptr));
+    _exit(127);
+  }
+  waitpid(shell, nullptr, 0);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (getenv("CAPI_PRIVATE_VIEW") == nullptr) {
+    fputs("The demo runs in a private view of the machine: script/demo\n", stderr);
+    return 1;
+  }
+  demo::Stage stage;
+  for (const auto scene : kScenes) scene(stage);
+  if (argc > 1 && strcmp(argv[1], "--shell") == 0) run_shell();
+  printf("\n%s\n", stage.all_was_well() ? "All was as it should be." : "Something was WRONG.");
+  return stage.all_was_well() ? 0 : 1;
+}

@@ -1,0 +1,79 @@
+// SPDX-FileCopyrightText: The capi authors
+// SPDX-License-Identifier: MIT
+// The typical request: a web front end changes a SIP line, and the voice application sees it.
+
+#include <capi.h>
+#include <unistd.h>
+
+#include <cstdio>
+
+#include "scenes.h"
+
+namespace demo {
+namespace {
+
+constexpr char kStackFile[] = "/tmp/vosip.conf.voip";
+constexpr char kChangeSignal[] = "vop_sig_cfg_changed";
+constexpr unsigned kVoip = 1;
+
+void start_adapter() {
+  say("The segment is made, cleared and filled from the info files.");
+  show("hardware", config_value("hw_info", "option_hw_info_model"));
+  show("firmware", config_value("runtime_info", "option_runtime_info_fw_version"));
+  show("IMSI", config_value("sim_info", "option_sim_info_IMSI"));
+  for (const char* settings :
+       {"/quorbleconf/config/network.settings", "/quorbleconf/config/voice.settings"}) {
+    expect(capi_init_settings_from_file(settings) == 0, "loaded %s", settings);
+  }
+  expect(config_value("sip_line_1", "option_sip_line_display_name").empty(),
+         "nobody sees the settings before they are published");
+  expect(capi_config_finish() == 0, "published them");
+  expect(config_value("sip_line_1", "option_sip_line_display_name") == "Frontdesk",
+         "now everybody does");
+  expect(capi_post_init(1) == 0 && access("/tmp/work", X_OK) == 0, "made the directories");
+}
+
+void change_line() {
+  capi_voice_sip_line line{};
+  expect(capi_get_voice_sip_line(&line, 1) == 0, "read SIP line 1 whole: %zu bytes", sizeof line);
+  show("display name", line.display_name);
+  show("user name", line.user_name);
+
+  snprintf(line.display_name, sizeof line.display_name, "Reception, ground floor");
+  line.clir_enable = 1;
+  expect(capi_set_voice_sip_line(&line, 1) == 0, "changed its name and hid its number");
+  expect(capi_config_set("basic_sip", "option_basic_sip_session_timer_expires", 0, "900") == 0,
+         "changed one value by name: session timer 900 s");
+  expect(capi_make_config_file(kVoip) == 0, "wrote %s", kStackFile);
+  expect(capi_fire_internal_event(kChangeSignal) == 0, "told the others");
+}
+
+void see_change() {
+  capi_voice_sip_line line{};
+  expect(capi_get_voice_sip_line(&line, 1) == 0, "read SIP line 1");
+  show("display name", line.display_name);
+  show("CLIR", line.clir_enable != 0 ? "on" : "off");
+  expect(std::string(line.display_name) == "Reception, ground floor" && line.clir_enable == 1,
+         "it is what the front end wrote");
+  expect(config_value("basic_sip", "option_basic_sip_session_timer_expires") == "900",
+         "so is the session timer");
+
+  const std::string file = file_content(kStackFile);
+  show_file(kStackFile, {"NETWORK", "LINE1_SUBSCRIBER", "CODEC0", "REGISTRAR_0", "STACK"});
+  expect(file.find("displayname=Reception, ground floor\n") != std::string::npos &&
+             file.find("session_timer=900\n") != std::string::npos,
+         "the voice stack's file says the same");
+  expect(show_posted_signals() == std::string("signal simple ") + kChangeSignal + "\n",
+         "one signal was posted");
+}
+
+}  // namespace
+
+void play_typical_request(Stage& stage) {
+  title("An adapter starts, and a SIP line is changed");
+  stage.start_master(start_adapter);
+  stage.run_process("web front end", change_line);
+  stage.run_process("voice application", see_change);
+}
+
+}  // namespace demo

@@ -1,0 +1,12 @@
+// SPDX-FileCopyrightText: The capi authors
+// SPDX-License-Identifier: MIT
+// The scenes of the demo, in the order in which they are played.
+#pragma once
+
+#include "stage.h"
+
+namespace demo {
+
+void play_typical_request(Stage& stage);
+
+}  // namespace demo
