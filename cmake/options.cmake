@@ -2,11 +2,12 @@
 # SPDX-License-Identifier: MIT
 # How our code is compiled: warnings, build modes, and what the library proper may use of C++.
 
+# GCC 12 warns of overlaps inside its own std::string that cannot happen: -Wno-restrict.
 add_library(capi_warnings INTERFACE)
 target_compile_options(capi_warnings INTERFACE
   -Wall -Wextra -Wshadow -Wconversion -Wformat=2
   $<$<COMPILE_LANG_AND_ID:CXX,Clang>:-Wthread-safety -Wno-format-nonliteral>
-  $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wno-format-nonliteral -Wno-format-truncation>
+  $<$<COMPILE_LANG_AND_ID:CXX,GNU>:-Wno-format-nonliteral -Wno-format-truncation -Wno-restrict>
   $<$<BOOL:${CAPI_WERROR}>:-Werror>)
 
 # Instrumentation has to reach everything that is linked together.
