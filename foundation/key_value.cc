@@ -57,14 +57,18 @@ void KeyValueParser::enter_section(char* line) {
   memcpy(section_, name, length + 1);
 }
 
+void for_each_item(FILE* file, ItemHandler handle) {
+  KeyValueParser parser;
+  char line[kKeyValueLineSize];
+  while (fgets(line, sizeof line, file) != nullptr) {
+    if (parser.parse(line)) handle(parser.section(), parser.key(), parser.value());
+  }
+}
+
 bool for_each_item(const char* path, ItemHandler handle) {
   const File file = open_file(path, "r+t");
   if (!file) return false;
-  KeyValueParser parser;
-  char line[kKeyValueLineSize];
-  while (fgets(line, sizeof line, file.get()) != nullptr) {
-    if (parser.parse(line)) handle(parser.section(), parser.key(), parser.value());
-  }
+  for_each_item(file.get(), handle);
   return true;
 }
 

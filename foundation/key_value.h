@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdio>
 
 #include "foundation/function_ref.h"
 
@@ -33,6 +34,9 @@ class KeyValueParser {
 };
 
 using ItemHandler = FunctionRef<void(const char* section, const char* key, const char* value)>;
+
+// Hands every item that is left in an open file to "handle".
+void for_each_item(FILE* file, ItemHandler handle);
 
 // Hands every item of a file to "handle". False when the file cannot be opened for reading and
 // writing: a file without write permission is not one of ours.
