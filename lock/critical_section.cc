@@ -13,6 +13,7 @@
 
 #include "foundation/log.h"
 #include "foundation/shell.h"
+#include "lock/lock_order.h"
 
 namespace capi {
 namespace {
@@ -91,9 +92,11 @@ struct LockResult {
 
 LockResult take(unsigned id) {
   constexpr char kFunc[] = "capi_critical_section_lock";
+  lock_order::check(id);
   const int set = find_set(kFunc, "");
   if (set == -1) return {errno, false};
   if (const int error = change_semaphore(set, id, -1, kFunc, "LOCK")) return {error, true};
+  lock_order::taken(id);
   const int value = semctl(set, static_cast<int>(id), GETVAL);
   if (value != 0) log_bad_value(id, value, kFunc, "LOCK");  // a diagnostic: the lock is ours
   return {0, false};
@@ -195,6 +198,7 @@ int capi_critical_section_lock(unsigned id) { return capi::take(id).error; }
 
 int capi_critical_section_unlock(unsigned id) {
   using namespace capi;
+  lock_order::freed(id);
   const int set = find_set(__func__, "");
   if (set == -1) return errno;
   // A lock that nobody holds must not be raised above 1.

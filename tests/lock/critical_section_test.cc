@@ -76,6 +76,7 @@ TEST_F(CriticalSectionTest, LockGoesOnWithABadValueAfterIt) {
             lines({{4, "capi_critical_section_lock",
                     "CAPI critical section lock LOCK Failed, lock_type = [XXXXX], bad/current sem "
                     "value = [1]"}}));
+  capi_critical_section_unlock(3);
 }
 
 TEST_F(CriticalSectionTest, WithoutTheKeyFileEverythingFailsAtFtok) {
@@ -213,6 +214,18 @@ TEST_F(CriticalSectionTest, TheOldEntryPointsDoNothing) {
   EXPECT_EQ(capi_unlock(), 0);
   EXPECT_EQ(captured_log().size(), 0u);
 }
+
+#ifndef NDEBUG
+TEST_F(CriticalSectionTest, ADebugBuildRefusesALockThatIsTakenOutOfOrderOrTwice) {
+  create();
+  const auto take_after_run_info = [](unsigned id) {
+    capi_critical_section_lock(CAPI_LOCK_VOP_RUN_INFO);
+    capi_critical_section_lock(id);
+  };
+  EXPECT_DEATH(take_after_run_info(CAPI_LOCK_CALL_LOG), "lock taken out of order");
+  EXPECT_DEATH(take_after_run_info(CAPI_LOCK_VOP_RUN_INFO), "lock taken out of order");
+}
+#endif
 
 TEST_F(CriticalSectionTest, AGuardDoesNotFreeWhatItWasRefused) {
   create();
