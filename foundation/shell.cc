@@ -16,15 +16,6 @@ struct Freer {
   void operator()(void* memory) const { free(memory); }
 };
 
-// At most two characters go: "\r\n" in either order.
-std::string_view without_line_end(std::string_view line) {
-  for (int i = 0; i < 2 && !line.empty(); ++i) {
-    if (line.back() != '\n' && line.back() != '\r') break;
-    line.remove_suffix(1);
-  }
-  return line;
-}
-
 }  // namespace
 
 void capi::run_shell(const char* command) {
@@ -42,7 +33,7 @@ int get_linedata_from_pipe(const char* command, int line_no, char* buf, int len)
 
   for (int number = 1; fgets(line.get(), kLineSize, pipe.get()) != nullptr; ++number) {
     if (number != line_no) continue;
-    capi::copy_text(buf, size, without_line_end(line.get()));
+    capi::copy_text(buf, size, capi::without_line_end(line.get()));
     return 0;
   }
   return -1;

@@ -13,6 +13,14 @@ void copy_text(char* dst, size_t size, std::string_view text) {
   memcpy(dst, text.data(), std::min(text.size(), size - 1));
 }
 
+std::string_view without_line_end(std::string_view line) {
+  for (int i = 0; i < 2 && !line.empty(); ++i) {
+    if (line.back() != '\n' && line.back() != '\r') break;
+    line.remove_suffix(1);
+  }
+  return line;
+}
+
 int32_t parse_int32(const char* text) {
   const long value = strtol(text, nullptr, 10);
   return static_cast<int32_t>(std::clamp<long>(value, INT32_MIN, INT32_MAX));

@@ -45,6 +45,9 @@ inline std::string_view tail(std::string_view text, size_t count) {
   return text;
 }
 
+// A line without its end: at most two characters go, "\r\n" in either order.
+std::string_view without_line_end(std::string_view line);
+
 // What strtol makes of a decimal number where long has 32 bits: saturated, and 0 for no number.
 int32_t parse_int32(const char* text);
 
