@@ -7,7 +7,6 @@
 #include <cstdio>
 #include <iterator>
 
-#include "backend/directory.h"
 #include "backend/sim_fields.h"
 #include "capi/util.h"
 #include "foundation/text.h"
@@ -28,19 +27,27 @@ int put_line(int index, char* buf, void* ctx) {
   return snprintf(buf, kBufferSize, "%s=%s\n", field.key, value);
 }
 
+void format_path(char (&path)[kPathSize], std::string_view data_dir) {
+  snprintf(path, sizeof path, "%.*s/info.simcard", CAPI_TEXT_ARG(data_dir));
+}
+
 }  // namespace
 
 void refresh_sim_file(const cfg_shared_record& record) {
   const CriticalSection section(kVopRunInfoLock);
-  const std::string_view data_dir =
-      bounded(record.directory[static_cast<size_t>(RuntimeDir::Data)]);
   char path[kPathSize];
-  snprintf(path, sizeof path, "%.*s/info.simcard", CAPI_TEXT_ARG(data_dir));
+  format_path(path, bounded(record.directory[static_cast<size_t>(RuntimeDir::Data)]));
   if (record.sim_info.ICCID[0] == '\0' || record.sim_info.IMSI[0] == '\0') {
     unlink(path);
     return;
   }
   config_file_writer(path, put_line, const_cast<cfg_shared_record*>(&record));
+}
+
+void get_sim_file_path(char (&path)[kPathSize]) {
+  char dir[kDirSize];
+  const bool known = get_runtime_dir(RuntimeDir::Data, dir);
+  format_path(path, known ? dir : "/tmp");
 }
 
 }  // namespace capi

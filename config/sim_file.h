@@ -3,6 +3,7 @@
 // The SIM information file "info.simcard", from which other programs learn about the SIM.
 #pragma once
 
+#include "backend/directory.h"
 #include "capi/records.h"
 #include "lock/critical_section.h"
 
@@ -12,5 +13,8 @@ namespace capi {
 // lock 10.
 void refresh_sim_file(const cfg_shared_record& record) CAPI_REQUIRES(kConfShmLock)
     CAPI_EXCLUDES(kVopRunInfoLock);
+
+// The path of the file. Takes lock 0.
+void get_sim_file_path(char (&path)[kPathSize]) CAPI_EXCLUDES(kConfShmLock);
 
 }  // namespace capi

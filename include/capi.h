@@ -34,6 +34,7 @@
 #include "capi/api.h"
 #include "capi/backend.h"
 #include "capi/config.h"
+#include "capi/device.h"
 #include "capi/event.h"
 #include "capi/lifecycle.h"
 #include "capi/lock.h"

@@ -1,0 +1,22 @@
+// SPDX-FileCopyrightText: The capi authors
+// SPDX-License-Identifier: MIT
+#include "config/segment_text.h"
+
+#include <cstring>
+
+#include "backend/context.h"
+
+namespace capi {
+
+int get_segment_text(const Field& field, char* buf, int len, IfEmpty if_empty) {
+  if (buf == nullptr) return -1;
+  memset(buf, 0, buffer_size(len));
+  return with_shared_record([&](const cfg_shared_record& record) {
+    const bool is_empty = reinterpret_cast<const char*>(&record)[field.offset] == '\0';
+    if (is_empty && if_empty == IfEmpty::Fail) return -1;
+    get_field(record, field, 0, buf, buffer_size(len));
+    return 0;
+  });
+}
+
+}  // namespace capi

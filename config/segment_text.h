@@ -1,0 +1,21 @@
+// SPDX-FileCopyrightText: The capi authors
+// SPDX-License-Identifier: MIT
+// Single texts of the shared record for a caller's buffer.
+#pragma once
+
+#include <cstddef>
+
+#include "backend/field.h"
+
+namespace capi {
+
+// A caller's length as a size: nothing may be written where it is not positive.
+inline size_t buffer_size(int len) { return len > 0 ? static_cast<size_t>(len) : 0; }
+
+enum class IfEmpty { Fail, Succeed };
+
+// Zeroes the buffer and copies a text of the record into it. Returns 0; -1 without a buffer or a
+// record, and for a text that must not be empty but is. Takes lock 0.
+int get_segment_text(const Field& field, char* buf, int len, IfEmpty if_empty = IfEmpty::Fail);
+
+}  // namespace capi
