@@ -8,6 +8,7 @@
 #include <span>
 
 #include "backend/field.h"
+#include "backend/hw_fields.h"
 #include "backend/sim_fields.h"
 #include "foundation/file.h"
 #include "foundation/key_value.h"
@@ -29,17 +30,8 @@ constexpr Field kWan[] = {
     CAPI_FIELD_AS("wan_public_ip", public_ip),
 };
 
-constexpr Field kManufacturing[] = {
-    CAPI_FIELD_AS("m_mac6_wan_addr", hw_info.wan_mac),
-    CAPI_FIELD_AS("m_mac6_lan_addr", hw_info.lan_mac),
-    CAPI_FIELD_AS("m_hw_ver", hw_info.version),
-    CAPI_FIELD_AS("m_serial", hw_info.serial),
-    CAPI_FIELD_AS("m_model_name", hw_info.model),
-    CAPI_FIELD_AS("m_country_code", hw_info.contrycode),
-    CAPI_FIELD_AS("m_imei0", hw_info.imei0),
-    CAPI_FIELD_AS("m_cellular_module", hw_info.cellmodule),
-    CAPI_FIELD_AS("m_ui_language", hw_info.language),
-};
+constexpr Field kManufacturing[] = {kHwWanMac,  kHwLanMac, kHwVersion,    kHwSerial,  kHwModel,
+                                    kHwCountry, kHwImei,   kHwCellModule, kHwLanguage};
 
 constexpr Field kDefaultBasicSip[] = {
     CAPI_FIELD(voice_basic, local_port), CAPI_FIELD(voice_basic, rtp_port),
@@ -103,7 +95,7 @@ void read_info_files(cfg_shared_record& record) {
   read_flat_file(record, "/tmp/info.simcard", kSimFields);
   read_flat_file(record, "/tmp/info.sys", kSys);
   read_flat_file(record, "/tmp/info.wan", kWan);
-  read_flat_file(record, "/tmp/m_data", kManufacturing);
+  read_flat_file(record, kManufacturingFile, kManufacturing);
   for_each_item("/tmp/voice.cfg.default",
                 [&](const char* section, const char* key, const char* value) {
                   apply_voice_default(record, section, key, value);
