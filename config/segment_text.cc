@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "backend/context.h"
+#include "foundation/log.h"
 
 namespace capi {
 
@@ -17,6 +18,13 @@ int get_segment_text(const Field& field, char* buf, int len, IfEmpty if_empty) {
     get_field(record, field, 0, buf, buffer_size(len));
     return 0;
   });
+}
+
+int get_segment_text(const char* func, const char* message, const Field& field, char* buf,
+                     int len) {
+  const int result = get_segment_text(field, buf, len);
+  if (result == -1) CAPI_LOG_AS(func, kLogNotice, "%s", message);
+  return result;
 }
 
 }  // namespace capi

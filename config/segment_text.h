@@ -18,4 +18,7 @@ enum class IfEmpty { Fail, Succeed };
 // record, and for a text that must not be empty but is. Takes lock 0.
 int get_segment_text(const Field& field, char* buf, int len, IfEmpty if_empty = IfEmpty::Fail);
 
+// The same for a public getter, which logs "message" when it fails.
+int get_segment_text(const char* func, const char* message, const Field& field, char* buf, int len);
+
 }  // namespace capi

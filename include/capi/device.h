@@ -13,6 +13,74 @@
 
 CAPI_BEGIN_DECLS
 
+/* What capi_get_hardware_info() tells. */
+enum capi_hardware_info_index {
+  CAPI_HW_MODEL_NAME = 0,
+  CAPI_HW_VERSION = 1,
+  CAPI_HW_SERIAL = 2,
+  CAPI_HW_MANUFACTURER = 3,
+  CAPI_HW_MAC_PREFIX = 4, /* the first three octets in capitals without colons */
+  CAPI_HW_COUNTRY_CODE = 5,
+  CAPI_HW_PRODUCT_CLASS = 6,
+  CAPI_HW_BOOT_VERSION = 7,
+  CAPI_HW_PRODUCT_DESCRIPTION = 8,
+  CAPI_HW_IMEI = 9,
+  CAPI_HW_WAN_MAC = 10,
+  CAPI_HW_LAN_MAC = 11
+};
+
+/*
+ * Copies a fact about the hardware: from the shared record, else from "/tmp/m_data", else a
+ * default. A MAC prefix needs 7 bytes, or it is the default.
+ * Returns 0, or -1 for another index, and for the serial number when it is the default.
+ */
+int capi_get_hardware_info(int index, char *buf, int len);
+
+/*
+ * Copies the firmware version of the shared record, else the first line of "/etc/firmware_version"
+ * with its line end, else "Unknown". Fails for a null buffer only.
+ */
+int capi_get_firmware_version(char *buf, int len);
+
+/* Copies the firmware build number. Returns -1 when it is empty. */
+int capi_get_fw_build_number(char *buf, int len);
+
+/* Copies the IMEI of the device, else that of capi_get_hardware_info(). */
+int capi_get_device_imei(char *buf, int len);
+
+/* Copies the name of the device. Returns -1 when it is empty. */
+int capi_get_device_name(char *buf, int len);
+
+/*
+ * Copy the address or the MAC of a network interface, asking ifconfig through the shell: the name
+ * goes there as it is. The MAC is that of the WAN, whatever the name, when the shared record has
+ * one. Return -1 when ifconfig does not tell; that is not logged.
+ */
+int capi_get_interface_ip(const char *ifname, char *buf, int len);
+int capi_get_interface_mac(const char *ifname, char *buf, int len);
+
+/* Copies the WAN address of the shared record, else asks ifconfig for that of the WAN interface. */
+int capi_get_runtime_wan_ip(char *buf, int len);
+
+/* Copies the address under which the Internet sees the device. Returns -1 when it is empty. */
+int capi_get_runtime_public_ipaddr(char *buf, int len);
+
+/*
+ * Copy the name of an interface: of the WAN, of the baseband (which is the WAN's), of the XCAP and
+ * of the 4G connection. Return -1 when it is empty. The first also logs a line at level 3 always.
+ */
+int capi_get_runtime_wan_interface(char *buf, int len);
+int capi_get_runtime_bb_interface(char *buf, int len);
+int capi_get_runtime_xcap_interface(char *buf, int len);
+int capi_get_runtime_3g_interface(char *buf, int len);
+
+/*
+ * Counts the lines that ps shows for "name", which goes to the shell as it is, less two for the
+ * counting itself: for a process that does not run that may be -1 or 0. Returns -1 when nothing can
+ * be counted. Takes no lock.
+ */
+int capi_get_runtime_process_num(const char *name);
+
 /* Which value of the SIM. */
 enum capi_simcard_info_index {
   CAPI_SIM_ICCID = 0,
