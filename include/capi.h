@@ -33,6 +33,7 @@
 
 #include "capi/api.h"
 #include "capi/backend.h"
+#include "capi/carrier.h"
 #include "capi/config.h"
 #include "capi/device.h"
 #include "capi/event.h"
@@ -40,6 +41,7 @@
 #include "capi/lock.h"
 #include "capi/log.h"
 #include "capi/records.h"
+#include "capi/runtime.h"
 #include "capi/util.h"
 
 #endif

@@ -8,6 +8,7 @@
 #define CAPI_BACKEND_H
 
 #include "capi/api.h"
+#include "capi/carrier.h"
 #include "capi/lifecycle.h"
 #include "capi/records.h"
 
@@ -72,6 +73,28 @@ int capi_cfg_backend_set_voice_speed_dial30(const struct capi_voice_speed_dial30
 int capi_cfg_backend_get_voice_call_white_list(struct capi_voice_call_white_list *record);
 int capi_cfg_backend_get_voice_call_redirection(struct capi_voice_call_redirection *record);
 int capi_cfg_backend_get_voice_sms_cfg(struct capi_voice_sms_cfg *record);
+
+/* Returns 0 when the segment says that the SIM may be used, else 1. */
+int capi_cfg_backend_check_simcard(void);
+
+/*
+ * Kept for old callers: know no carrier, and log a line that says so. The first returns -1; the
+ * second clears "out" and returns 0, or -1 when it is null or the segment not attached.
+ */
+int capi_cfg_backend_get_carrier_info(const char *imsi, const char *iccid,
+                                      struct capi_carrier_info *out);
+int capi_cfg_backend_get_carrier_info_ext(const char *name, struct capi_carrier_info *out);
+
+int capi_cfg_backend_get_runtime_line_reg_stat(int line, struct capi_line_reg_stat *record,
+                                               int stack);
+int capi_cfg_backend_set_runtime_line_reg_stat(int line, struct capi_line_reg_stat *record,
+                                               int stack);
+int capi_cfg_backend_get_runtime_line_cs_reg_stat(int line, struct capi_line_cs_reg_stat *record);
+int capi_cfg_backend_set_runtime_line_cs_reg_stat(int line,
+                                                  const struct capi_line_cs_reg_stat *record);
+int capi_cfg_backend_get_runtime_line_phone_phy_status(int line, char *buf, int len);
+int capi_cfg_backend_set_runtime_line_phone_phy_status(int line, const char *text);
+int capi_cfg_backend_set_shared_data(int type, const void *block);
 
 CAPI_END_DECLS
 
