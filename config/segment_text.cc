@@ -12,6 +12,7 @@ namespace capi {
 int get_segment_text(const Field& field, char* buf, int len, IfEmpty if_empty) {
   if (buf == nullptr) return -1;
   memset(buf, 0, buffer_size(len));
+  if (context() == nullptr) return -1;
   return with_shared_record([&](const cfg_shared_record& record) {
     const bool is_empty = reinterpret_cast<const char*>(&record)[field.offset] == '\0';
     if (is_empty && if_empty == IfEmpty::Fail) return -1;

@@ -29,7 +29,7 @@ int look_up_sim_file(const Field* field, char* buf, int len) {
   const CriticalSection section(kVopRunInfoLock);
   const File file = open_file(path, "r");
   if (!file) {
-    CAPI_LOG(kLogWarning, "open %s failed!", path);
+    CAPI_LOG_AS("capi_get_simcard_info", kLogWarning, "open %s failed!", path);
     return -1;
   }
   if (field == nullptr) return -1;
@@ -40,10 +40,7 @@ int get_sim_value(int index, char* buf, int len) {
   if (buf == nullptr) return -1;
   memset(buf, 0, buffer_size(len));
   const Field* field = sim_field(index);
-  if (field != nullptr && context() != nullptr &&
-      get_segment_text(*field, buf, len, IfEmpty::Succeed) == 0) {
-    return 0;
-  }
+  if (field != nullptr && get_segment_text(*field, buf, len, IfEmpty::Succeed) == 0) return 0;
   return look_up_sim_file(field, buf, len);
 }
 
