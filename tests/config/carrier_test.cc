@@ -1,0 +1,230 @@
+// SPDX-FileCopyrightText: The capi authors
+// SPDX-License-Identifier: MIT
+#include "capi/carrier.h"
+
+#include <set>
+
+#include "config/ask.h"
+#include "config/expected_carriers.h"
+#include "support/adapter.h"
+
+namespace capi::test {
+
+namespace {
+
+constexpr char kIccid[] = "8901000000000000001";
+constexpr char kTestSimFile[] = "/quorbleconf/config/test_sim_info";
+
+struct Found {
+  int result;
+  ExpectedCarrier carrier;
+
+  bool operator==(const Found&) const = default;
+};
+
+std::ostream& operator<<(std::ostream& out, const Found& found) {
+  const ExpectedCarrier& carrier = found.carrier;
+  return out << found.result << " {" << carrier.id << ", " << carrier.attribute1 << ", "
+             << carrier.attribute2 << ", " << carrier.mnc_length << ", " << carrier.file << ", "
+             << carrier.iccid_prefix << ", " << carrier.mcc << ", " << carrier.mnc_list << "}";
+}
+
+class CarrierTest : public Adapter {
+ protected:
+  static ExpectedCarrier whole(const capi_carrier_info& carrier) {
+    const std::string dir = "/tmp/carrier_config/";
+    const std::string path = carrier.file;
+    EXPECT_EQ(path.substr(0, dir.size()), dir);
+    return {carrier.id,         carrier.attribute1,      carrier.attribute2,
+            carrier.mnc_length, path.substr(dir.size()), carrier.iccid_prefix,
+            carrier.mcc,        carrier.mnc_list};
+  }
+
+  static Found find(const std::string& imsi, const std::string& iccid = kIccid) {
+    capi_carrier_info carrier{};
+    const int result = capi_get_carrier_info(imsi.c_str(), iccid.c_str(), &carrier);
+    return {result, whole(carrier)};
+  }
+
+  static Found row(size_t index) { return {0, kExpectedCarriers[index]}; }
+  static Found unknown() { return {-1, kExpectedCarriers[0]}; }
+
+  static void expect_cleared(const capi_carrier_info& carrier) {
+    const capi_carrier_info cleared{};
+    EXPECT_EQ(memcmp(&carrier, &cleared, sizeof cleared), 0);
+  }
+};
+
+TEST_F(CarrierTest, EveryRowIsReached) {
+  ASSERT_EQ(kExpectedCarriers.size(), 50u);
+  for (size_t i = 0; i < kExpectedCarriers.size(); ++i) {
+    const ExpectedCarrier& carrier = kExpectedCarriers[i];
+    const std::string imsi = carrier.mcc + mncs(carrier)[0] + "123456789";
+    const std::string iccid = carrier.iccid_prefix.empty() ? kIccid : carrier.iccid_prefix + "01";
+    EXPECT_EQ(find(imsi, iccid), row(i)) << "row " << i;
+  }
+}
+
+TEST_F(CarrierTest, EveryMncReachesItsCarrier) {
+  std::set<std::string> seen;
+  for (size_t i = 0; i < kExpectedCarriers.size(); ++i) {
+    const ExpectedCarrier& carrier = kExpectedCarriers[i];
+    for (const std::string& mnc : mncs(carrier)) {
+      if (seen.insert(carrier.mcc + mnc).second) {
+        EXPECT_EQ(find(carrier.mcc + mnc + "123456789"), row(i));
+      }
+    }
+  }
+  EXPECT_EQ(seen.size(), 252u);  // 454 00 stands there twice
+}
+
+TEST_F(CarrierTest, AnIccidThatFitsOutweighsAnEarlierRow) {
+  EXPECT_EQ(find("454001234567890", "8985235000000000001"), row(43));
+  EXPECT_EQ(find("454001234567890", "8985200000000000001"), row(37));
+  EXPECT_EQ(find("454001234567890", "8"), row(37));
+}
+
+TEST_F(CarrierTest, ARowWithAnIccidPrefixIsReachedByImsiAlone) {
+  EXPECT_EQ(find("208011234567890", kIccid), row(40));
+}
+
+TEST_F(CarrierTest, AnMncThatAnEarlierRowLacksIsLookedForFurther) {
+  EXPECT_EQ(find("460011234567890"), row(5));
+  EXPECT_EQ(find("310260123456789"), row(1));
+  EXPECT_EQ(find("001011234567890"), row(0));
+}
+
+TEST_F(CarrierTest, AnUnknownSimGetsTheTestCarrierAndFails) {
+  EXPECT_EQ(find("999991234567890"), unknown());
+  EXPECT_EQ(find("310999123456789"), unknown());
+  EXPECT_EQ(captured_log().size(), 0u);
+}
+
+TEST_F(CarrierTest, AShortImsiMatchesAsFarAsItGoes) {
+  EXPECT_EQ(find("3"), unknown());
+  EXPECT_EQ(find("31"), unknown());
+  EXPECT_EQ(find("310"), unknown());  // no MNC fits no row
+  EXPECT_EQ(find("31026"), row(1));   // a piece of "260"
+  EXPECT_EQ(find("310,20"), row(1));  // the list is searched as it stands
+  EXPECT_EQ(find("311490"), row(2));
+}
+
+TEST_F(CarrierTest, OnlyThirtyOneCharactersCount) {
+  EXPECT_EQ(find("310260" + std::string(5000, '1'), std::string(5000, '8')), row(1));
+}
+
+TEST_F(CarrierTest, WithoutTextsTheInsertedSimIsAsked) {
+  write_file("/tmp/info.simcard", "ICCID=8985235000000000001\nIMSI=454001234567890\n");
+  start_master();
+  capi_carrier_info carrier{};
+  EXPECT_EQ(capi_get_carrier_info(nullptr, nullptr, &carrier), 0);
+  EXPECT_EQ((Found{0, whole(carrier)}), row(43));
+  EXPECT_EQ(capi_get_carrier_info(nullptr, kIccid, &carrier), 0);
+  EXPECT_EQ((Found{0, whole(carrier)}), row(37));
+  EXPECT_EQ(capi_get_carrier_info("310260123456789", nullptr, &carrier), 0);
+  EXPECT_EQ((Found{0, whole(carrier)}), row(1));
+}
+
+TEST_F(CarrierTest, WithoutSimDataTheRecordIsCleared) {
+  start_master();
+  capi_carrier_info carrier;
+  for (const auto& [imsi, iccid] : std::vector<std::pair<const char*, const char*>>{
+           {nullptr, nullptr}, {"310260123456789", nullptr}, {nullptr, kIccid}, {"", kIccid}}) {
+    memset(&carrier, '~', sizeof carrier);
+    EXPECT_EQ(capi_get_carrier_info(imsi, iccid, &carrier), -1);
+    expect_cleared(carrier);
+  }
+  const LogLine failure{4, "capi_get_carrier_info", "no imsi or iccid data"};
+  EXPECT_EQ(captured_log(), lines({failure, failure, failure, failure}));
+}
+
+TEST_F(CarrierTest, ATestSimStandsForItsCarrier) {
+  write_file(kTestSimFile, "999 99 1\n");
+  Found expected = row(1);
+  expected.carrier.mnc_length = 2;
+  EXPECT_EQ(find("999991234567890"), expected);
+  EXPECT_EQ(find("99999"), expected);
+  EXPECT_EQ(find("310260123456789"), row(1));  // a known SIM is not overridden
+  write_file(kTestSimFile, "999 991 26\n");
+  expected = row(34);
+  expected.carrier.mnc_length = 3;
+  EXPECT_EQ(find("999991234567890"), expected);
+}
+
+TEST_F(CarrierTest, ATestSimOfAnotherNetworkDoesNotCount) {
+  write_file(kTestSimFile, "999 98 1\n");
+  EXPECT_EQ(find("999991234567890"), unknown());
+  EXPECT_EQ(find("9999"), unknown());
+  write_file(kTestSimFile, "998 99 1\n");
+  EXPECT_EQ(find("999991234567890"), unknown());
+}
+
+TEST_F(CarrierTest, EveryTestCarrierIdHasARow) {
+  for (uint32_t id = 1; id <= 38; ++id) {
+    write_file(kTestSimFile, "999 99 " + std::to_string(id));
+    const Found found = find("999991234567890");
+    EXPECT_EQ(found.result, 0);
+    EXPECT_EQ(found.carrier.id, id);
+  }
+}
+
+TEST_F(CarrierTest, ADamagedTestSimFileDoesNotCount) {
+  write_file(kTestSimFile, "nonsense\n");
+  EXPECT_EQ(find("999991234567890"), unknown());
+  EXPECT_EQ(captured_log(),
+            lines({{3, "capi_get_test_sim_info", "invalid sim info format: nonsense\n"}}));
+}
+
+TEST_F(CarrierTest, NullFails) {
+  EXPECT_EQ(capi_get_carrier_info("310260123456789", kIccid, nullptr), -1);
+  EXPECT_EQ(capi_get_carrier_info_ext("Verizon", nullptr), -1);
+}
+
+TEST_F(CarrierTest, APieceOfTheFileNameFindsTheFirstRow) {
+  const auto find_by_name = [](const char* name) {
+    capi_carrier_info carrier{};
+    const int result = capi_get_carrier_info_ext(name, &carrier);
+    return Found{result, whole(carrier)};
+  };
+  EXPECT_EQ(find_by_name("Verizon"), row(26));
+  EXPECT_EQ(find_by_name("ATT_FirstNet"), row(34));
+  EXPECT_EQ(find_by_name("voip_Bell_CA.conf"), row(45));
+  EXPECT_EQ(find_by_name("/tmp/carrier_config/"), row(0));
+  EXPECT_EQ(captured_log().size(), 0u);
+}
+
+TEST_F(CarrierTest, WithoutAFileNameNothingIsLookedFor) {
+  capi_carrier_info carrier{};
+  EXPECT_EQ(capi_get_carrier_info_ext(nullptr, &carrier), -1);
+  EXPECT_EQ(capi_get_carrier_info_ext("", &carrier), -1);
+  const LogLine failure{4, "capi_get_carrier_info_ext", "Invalid carrier file"};
+  EXPECT_EQ(captured_log(), lines({failure, failure}));
+}
+
+TEST_F(CarrierTest, AnUnknownFileNameIsHandedToThePlaceholder) {
+  start_master();
+  capi_carrier_info carrier;
+  memset(&carrier, '~', sizeof carrier);
+  EXPECT_EQ(capi_get_carrier_info_ext("Nobody", &carrier), 0);
+  expect_cleared(carrier);
+  capi_uninit();
+  clear_log();
+  EXPECT_EQ(capi_get_carrier_info_ext("Nobody", &carrier), -1);
+  EXPECT_EQ(captured_log(),
+            lines({{3, "capi_cfg_backend_get_carrier_info_ext", "OMG,please fix me"}}));
+}
+
+TEST_F(CarrierTest, ThePlaceholdersComplain) {
+  start_master();
+  capi_carrier_info carrier{};
+  EXPECT_EQ(capi_cfg_backend_get_carrier_info("310260123456789", kIccid, &carrier), -1);
+  EXPECT_EQ(capi_cfg_backend_get_carrier_info_ext("Verizon", &carrier), 0);
+  EXPECT_EQ(capi_cfg_backend_get_carrier_info_ext("Verizon", nullptr), -1);
+  expect_cleared(carrier);
+  const LogLine ext{3, "capi_cfg_backend_get_carrier_info_ext", "OMG,please fix me"};
+  EXPECT_EQ(captured_log(),
+            lines({{3, "capi_cfg_backend_get_carrier_info", "OMG,please fix me"}, ext, ext}));
+}
+
+}  // namespace
+}  // namespace capi::test
