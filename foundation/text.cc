@@ -10,7 +10,7 @@ namespace capi {
 void copy_text(char* dst, size_t size, std::string_view text) {
   if (size < 2) return;
   memset(dst, 0, size);
-  memcpy(dst, text.data(), std::min(text.size(), size - 1));
+  if (!text.empty()) memcpy(dst, text.data(), std::min(text.size(), size - 1));
 }
 
 std::string_view without_line_end(std::string_view line) {
