@@ -24,18 +24,6 @@ using carrier_rows::begins_with_plmn;
 using carrier_rows::kRows;
 using carrier_rows::Row;
 
-consteval int count_plmns() {
-  int count = 0;
-  for (const Row& row : kRows) {
-    any_mnc(row, [&](std::string_view) {
-      ++count;
-      return false;
-    });
-  }
-  return count;
-}
-static_assert(count_plmns() == 253);
-
 bool is_supported(std::string_view text) {
   for (const Row& row : kRows) {
     const auto fits = [&](std::string_view mnc) {

@@ -40,12 +40,12 @@ inline bool starts_with(std::string_view text, std::string_view prefix) {
 }
 
 // The first "count" characters of a text, or all of them.
-constexpr std::string_view head(std::string_view text, size_t count) {
+inline std::string_view head(std::string_view text, size_t count) {
   return {text.data(), count < text.size() ? count : text.size()};
 }
 
 // The part of a text behind its first "count" characters; empty when there is none.
-constexpr std::string_view tail(std::string_view text, size_t count) {
+inline std::string_view tail(std::string_view text, size_t count) {
   text.remove_prefix(count < text.size() ? count : text.size());
   return text;
 }

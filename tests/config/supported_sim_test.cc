@@ -9,6 +9,7 @@
 
 #include "capi/carrier.h"
 #include "config/ask.h"
+#include "config/carrier_rows.h"
 #include "config/expected_carriers.h"
 #include "support/adapter.h"
 
@@ -55,6 +56,22 @@ std::string neighbour(std::string plmn, const std::set<std::string>& plmns) {
     plmn = mcc + text;
   }
   return plmn;
+}
+
+TEST(CarrierRowsTest, NameEverySupportedNetwork) {
+  std::vector<std::string> named;
+  std::vector<std::string> expected;
+  for (const carrier_rows::Row& row : carrier_rows::kRows) {
+    carrier_rows::any_mnc(row, [&](std::string_view mnc) {
+      named.push_back(std::string(row.mcc) + std::string(mnc));
+      return false;
+    });
+  }
+  for (const ExpectedCarrier& carrier : kExpectedCarriers) {
+    for (const std::string& mnc : mncs(carrier)) expected.push_back(carrier.mcc + mnc);
+  }
+  EXPECT_EQ(named, expected);
+  EXPECT_EQ(named.size(), 253u);
 }
 
 TEST_F(SupportedSimTest, EverySupportedNetworkIsAcceptedAndItsNeighbourRefused) {
