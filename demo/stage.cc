@@ -2,7 +2,6 @@
 // SPDX-License-Identifier: MIT
 #include "stage.h"
 
-#include <capi.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -76,18 +75,19 @@ Stage::~Stage() {
 }
 
 void Stage::start_master(const std::function<void()>& body) {
-  master_ = start("master", true, body, [] { pause(); });
+  master_ = start("master", true, {}, body, [] { pause(); });
 }
 
-void Stage::run_process(std::string_view name, const std::function<void()>& body) {
-  const pid_t process = start(name, false, body, [] { capi_uninit(); });
+void Stage::run_process(std::string_view name, const std::function<void()>& body,
+                        const capi_callbacks& callbacks) {
+  const pid_t process = start(name, false, callbacks, body, [] { capi_uninit(); });
   int status = -1;
   waitpid(process, &status, 0);
   if (status != 0) failed_ = true;
 }
 
-pid_t Stage::start(std::string_view name, bool is_master, const std::function<void()>& body,
-                   const std::function<void()>& stay) {
+pid_t Stage::start(std::string_view name, bool is_master, const capi_callbacks& callbacks,
+                   const std::function<void()>& body, const std::function<void()>& stay) {
   int report[2];
   if (pipe(report) != 0) abort();
   fflush(stdout);
@@ -97,7 +97,6 @@ pid_t Stage::start(std::string_view name, bool is_master, const std::function<vo
     close(report[0]);
     printf("\n  %s %s\n", bold("[" + std::string(name) + "]").c_str(),
            dim("process " + std::to_string(getpid())).c_str());
-    const capi_callbacks callbacks{};
     capi_init(&callbacks, is_master ? 1 : 0, show_log);
     body();
     fflush(stdout);

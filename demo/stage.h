@@ -3,6 +3,7 @@
 // The stage of the demo: runs the adapter's processes, and tells what they do.
 #pragma once
 
+#include <capi.h>
 #include <sys/types.h>
 
 #include <functional>
@@ -23,14 +24,15 @@ class Stage {
   void start_master(const std::function<void()>& body);
 
   // Runs a client process to its end: it attaches, runs "body" and detaches.
-  void run_process(std::string_view name, const std::function<void()>& body);
+  void run_process(std::string_view name, const std::function<void()>& body,
+                   const capi_callbacks& callbacks = {});
 
   bool all_was_well() const { return !failed_; }
 
  private:
   // Forks a process that runs "body" and then "stay"; waits until "body" has run or it has died.
-  pid_t start(std::string_view name, bool is_master, const std::function<void()>& body,
-              const std::function<void()>& stay);
+  pid_t start(std::string_view name, bool is_master, const capi_callbacks& callbacks,
+              const std::function<void()>& body, const std::function<void()>& stay);
 
   pid_t master_ = -1;
   bool failed_ = false;
