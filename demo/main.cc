@@ -16,6 +16,8 @@ namespace {
 
 constexpr void (*kScenes[])(demo::Stage&) = {
     demo::play_typical_request,
+    demo::play_device,
+    demo::play_line_status,
 };
 
 void run_shell() {

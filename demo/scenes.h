@@ -8,5 +8,7 @@
 namespace demo {
 
 void play_typical_request(Stage& stage);
+void play_device(Stage& stage);
+void play_line_status(Stage& stage);
 
 }  // namespace demo
