@@ -176,6 +176,7 @@ TEST_F(SharedDataTest, AFileThatCannotBeWrittenDoesNotMatter) {
 
 TEST_F(SharedDataTest, ADirectoryOfFullLengthIsNoHarm) {
   memset(segment().directory[1], 'd', sizeof segment().directory[1]);
+  memcpy(segment().directory[1], "/tmp/", 5);
   const capi_shared_phone_status phone{1, 1, 1};
   EXPECT_EQ(capi_set_shared_data(4, &phone), 0);
   EXPECT_EQ(segment().shared_phone_status[0].hook, 1);

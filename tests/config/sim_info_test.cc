@@ -142,6 +142,22 @@ TEST_F(SimInfoTest, UpdatingWithoutAContextLeavesTheFile) {
   EXPECT_EQ(read_file("/tmp/info.simcard"), kFile);
 }
 
+TEST_F(SimInfoTest, TheFileIsReadUnderLock10) {
+  write_file("/tmp/info.simcard", "IMSI=old\n");
+  start_master();
+  const int set = semget(ftok("/tmp/m_data", 'l'), 19, 0666);
+  ASSERT_EQ(capi_critical_section_lock(10), 0);
+  Process other([] {
+    capi_uninit();
+    EXPECT_EQ(info(1), (Answer{0, "new"}));
+  });
+  while (semctl(set, 10, GETNCNT) == 0) std::this_thread::yield();
+  EXPECT_EQ(lock_value(0), 1);
+  write_file("/tmp/info.simcard", "IMSI=new\n");
+  capi_critical_section_unlock(10);
+  EXPECT_TRUE(other.succeeded());
+}
+
 TEST_F(SimInfoTest, UpdatingWaitsForLock10) {
   write_file("/tmp/info.simcard", kFile);
   start_master();

@@ -100,6 +100,7 @@ TEST_F(VendorStorageTest, AnotherLengthSetsNothing) {
 }
 
 TEST_F(VendorStorageTest, AShortFileCannotBeRead) {
+  EXPECT_EQ(set(0, kBlock), 0);
   write_file(kFile, "short");
   EXPECT_EQ(get(0, 484), (Answer{-1, "short" + zeros(479)}));
   EXPECT_EQ(
