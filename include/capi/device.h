@@ -116,7 +116,7 @@ enum capi_quorble_info_type {
 
 /* The cell that serves the device. */
 struct capi_serving_cell_info {
-  int32_t access_technology; /* 8 LTE, 9 as the modem counts, 5 another, 0 unknown */
+  int32_t access_technology; /* 8 where the modem tells 7, 9 for 9, 5 for others, 0 for none */
   uint8_t duplex;            /* 1 FDD, 2 TDD, 0 unknown */
   uint8_t spare;
   char mcc[32];
