@@ -34,6 +34,7 @@
 #include "capi/api.h"
 #include "capi/backend.h"
 #include "capi/carrier.h"
+#include "capi/call_log.h"
 #include "capi/config.h"
 #include "capi/device.h"
 #include "capi/event.h"
