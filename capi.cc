@@ -11,8 +11,9 @@ int capi_init(const capi_callbacks* callbacks, int is_master, capi_log_sink log_
   return 0;
 }
 
-int capi_post_init(int) {
+int capi_post_init(int flag) {
   capiv2_cfg_backend_post_init();
+  if (flag != 0) capi_voip_init_call_log_file();
   return 0;
 }
 
