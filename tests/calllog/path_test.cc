@@ -1,0 +1,98 @@
+// SPDX-FileCopyrightText: The capi authors
+// SPDX-License-Identifier: MIT
+#include "calllog/path.h"
+
+#include <filesystem>
+#include <thread>
+
+#include "call_log_test.h"
+
+namespace capi::test {
+namespace {
+
+using CallLogPathTest = CallLog;
+
+void set_directory(const char* key, const std::string& dir) {
+  const std::string full_key = std::string("option_runtime_info_") + key + "_directory";
+  EXPECT_EQ(capi_config_set("runtime_info", full_key.c_str(), 0, dir.c_str()), 0);
+}
+
+std::string path() { return call_log_path().text; }
+
+// A path that is kept is kept for the life of the process, so each test needs one of its own.
+
+TEST_F(CallLogPathTest, TheFileIsInTheNvDirectory) {
+  in_other_process([] {
+    set_directory("nv", "/tmp/nv");
+    EXPECT_EQ(path(), "/tmp/nv/voip_call_log");
+  });
+}
+
+TEST_F(CallLogPathTest, WithoutANvDirectoryTheFileIsInTheDataDirectory) {
+  in_other_process([] {
+    set_directory("data", "/tmp/data");
+    EXPECT_EQ(path(), "/tmp/data/voip_call_log");
+  });
+}
+
+TEST_F(CallLogPathTest, BeforeTheStartTheFileIsInTmp) {
+  in_other_process([] {
+    set_directory("nv", "/tmp/nv");
+    capi_uninit();
+    EXPECT_EQ(path(), "/tmp/voip_call_log");
+    const capi_callbacks callbacks{};
+    capi_init(&callbacks, 0, capture_log);
+    EXPECT_EQ(path(), "/tmp/nv/voip_call_log");
+  });
+}
+
+TEST_F(CallLogPathTest, ADirectoryThatAppearsLaterIsPickedUpAndKept) {
+  in_other_process([] {
+    EXPECT_EQ(path(), "/tmp/voip_call_log");
+    EXPECT_EQ(capi_voip_init_call_log_file(), 0);
+    set_directory("nv", "/tmp/nv");
+    std::filesystem::create_directory("/tmp/nv");
+    EXPECT_EQ(capi_voip_init_call_log_file(), 0);
+    EXPECT_TRUE(exists("/tmp/nv/voip_call_log"));
+    EXPECT_EQ(path(), "/tmp/nv/voip_call_log");
+    set_directory("nv", "/tmp/elsewhere");
+    EXPECT_EQ(path(), "/tmp/nv/voip_call_log");
+  });
+}
+
+TEST_F(CallLogPathTest, TheLongestDirectoryFits) {
+  in_other_process([] {
+    const std::string dir = "/tmp/" + std::string(250, 'd');
+    set_directory("nv", dir);
+    EXPECT_EQ(path(), dir + "/voip_call_log");
+    std::filesystem::create_directory(dir);
+    EXPECT_EQ(capi_voip_init_call_log_file(), 0);
+    EXPECT_TRUE(exists(dir + "/voip_call_log"));
+  });
+}
+
+TEST_F(CallLogPathTest, ThreadsThatSettleThePathAtOnceAgree) {
+  in_other_process([] {
+    set_directory("nv", "/tmp/nv");
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) {
+      threads.emplace_back([] {
+        for (int n = 0; n < 50; ++n) EXPECT_EQ(path(), "/tmp/nv/voip_call_log");
+      });
+    }
+    for (auto& thread : threads) thread.join();
+  });
+}
+
+TEST_F(CallLogPathTest, AskingTakesLockZeroOnlyUntilThePathIsKept) {
+  in_other_process([] {
+    set_directory("nv", "/tmp/nv");
+    EXPECT_EQ(path(), "/tmp/nv/voip_call_log");
+    ASSERT_EQ(capi_critical_section_lock(CAPI_LOCK_CONF_SHM), 0);
+    EXPECT_EQ(path(), "/tmp/nv/voip_call_log");
+    capi_critical_section_unlock(CAPI_LOCK_CONF_SHM);
+  });
+}
+
+}  // namespace
+}  // namespace capi::test
