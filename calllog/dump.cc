@@ -1,7 +1,6 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
-// Handing the entries of the call log to a callback, in either direction. The lock is held while
-// the file is read only.
+#include "calllog/dump.h"
 
 #include "calllog/file.h"
 #include "calllog/store.h"
@@ -41,7 +40,28 @@ int walk(const capi_call_log_image& image, const Walk& way, capi_call_log_cb cal
 }
 
 }  // namespace
+
+int dump_image(const capi_call_log_image& image, unsigned selector, capi_call_log_cb callback,
+               void* user) {
+  uint16_t index = 0;
+  if (walk(image, newest_first(image.header, selector), callback, user, index) != 0) {
+    CAPI_LOG_AS("capi_voip_call_log_dump", kLogErr,
+                "ERROR: capi_voip_read_call_log_node, node_idx: %d, result: %d\n", index, -1);
+  }
+  return 0;
+}
+
+int dump_whole_image(const capi_call_log_image& image, capi_call_log_cb callback, void* user) {
+  uint16_t index = 0;
+  if (walk(image, {image.header.used, kAllEntries}, callback, user, index) == 0) return 0;
+  CAPI_LOG_AS("capi_voip_call_log_dump_all", kLogWarning,
+              "capi_voip_read_call_log_node, node_idx: %d\n", index);
+  return -1;
+}
+
 }  // namespace capi
+
+// The lock is held while the file is read only: callbacks may call the library.
 
 int capi_voip_call_log_dump(unsigned selector, capi_call_log_cb callback, void* user) {
   using namespace capi;
@@ -53,11 +73,7 @@ int capi_voip_call_log_dump(unsigned selector, capi_call_log_cb callback, void* 
     CAPI_LOG(kLogErr, "ERROR: capi_voip_read_call_log, result: %d\n", result);
     return result;
   }
-  uint16_t index = 0;
-  if (walk(*image, newest_first(image->header, selector), callback, user, index) != 0) {
-    CAPI_LOG(kLogErr, "ERROR: capi_voip_read_call_log_node, node_idx: %d, result: %d\n", index, -1);
-  }
-  return 0;
+  return dump_image(*image, selector, callback, user);
 }
 
 int capi_voip_call_log_dump_all(capi_call_log_cb callback, void* user) {
@@ -69,8 +85,5 @@ int capi_voip_call_log_dump_all(capi_call_log_cb callback, void* user) {
     CAPI_LOG(kLogWarning, "Read call log failed\n");
     return result;
   }
-  uint16_t index = 0;
-  if (walk(*image, {image->header.used, kAllEntries}, callback, user, index) == 0) return 0;
-  CAPI_LOG(kLogWarning, "capi_voip_read_call_log_node, node_idx: %d\n", index);
-  return -1;
+  return dump_whole_image(*image, callback, user);
 }

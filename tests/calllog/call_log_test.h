@@ -3,9 +3,13 @@
 // What the tests of the call log share: an adapter with a call log, and calls to put into it.
 #pragma once
 
+#include <sys/ipc.h>
+#include <sys/sem.h>
+
 #include <cstring>
 #include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "calllog/image.h"
@@ -76,6 +80,12 @@ inline Image full_image() {
   std::vector<unsigned> types;
   for (unsigned n = 0; n < CAPI_CALL_LOG_NODES; ++n) types.push_back(n % CAPI_CALL_LOG_TYPES);
   return image_of(types);
+}
+
+// Waits until another process waits for a lock.
+inline void await_waiter(unsigned id) {
+  const int set = semget(ftok("/tmp/m_data", 'l'), CAPI_LOCK_COUNT, 0666);
+  while (semctl(set, static_cast<int>(id), GETNCNT) == 0) std::this_thread::yield();
 }
 
 class CallLog : public Adapter {
