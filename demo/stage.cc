@@ -149,8 +149,14 @@ std::string show_posted_signals() {
   const std::string posted = file_content(kSignalRecord);
   unlink(kSignalRecord);
   std::istringstream in(posted);
-  for (std::string line; std::getline(in, line);) {
-    printf("    %s vsdk_cmd %s\n", dim("posted").c_str(), line.c_str());
+  std::string line;
+  bool more = static_cast<bool>(std::getline(in, line));
+  while (more) {
+    const std::string signal = line;
+    int times = 1;
+    while ((more = static_cast<bool>(std::getline(in, line))) && line == signal) ++times;
+    const std::string repeated = times > 1 ? " (" + std::to_string(times) + " times)" : "";
+    printf("    %s vsdk_cmd %s%s\n", dim("posted").c_str(), signal.c_str(), dim(repeated).c_str());
   }
   return posted;
 }

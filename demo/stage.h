@@ -51,7 +51,8 @@ void show(std::string_view name, std::string_view value);
 // Shows a text file in a frame: all of it, or only these sections of a file that has some.
 void show_file(const std::string& path, std::initializer_list<std::string_view> sections = {});
 
-// Shows the signals that were posted since the last time, and returns them, one a line.
+// Shows the signals that were posted since the last time, repeated ones once, and returns them, one
+// a line.
 std::string show_posted_signals();
 
 // A value of the configuration by name, "" when there is none.
