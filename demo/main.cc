@@ -18,6 +18,7 @@ constexpr void (*kScenes[])(demo::Stage&) = {
     demo::play_typical_request,
     demo::play_device,
     demo::play_line_status,
+    demo::play_call_log,
 };
 
 void run_shell() {

@@ -10,5 +10,6 @@ namespace demo {
 void play_typical_request(Stage& stage);
 void play_device(Stage& stage);
 void play_line_status(Stage& stage);
+void play_call_log(Stage& stage);
 
 }  // namespace demo
