@@ -94,6 +94,16 @@ TEST(CallLogImage, AddedCallsAreInTheListOfTheirTypeAndInThatOfAll) {
   EXPECT_EQ(fault_of(*image), ImageFault::None);
 }
 
+TEST(CallLogImage, EndsThatAnEmptyListHasLeftDoNotCount) {
+  Image image = empty_image();
+  image->header.entry[1].list = {0, 7, 8};
+  add_record(*image, 1, call(0));
+  EXPECT_EQ(image->header.entry[1].list.head, 0);
+  EXPECT_EQ(image->header.entry[1].list.tail, 0);
+  EXPECT_EQ(image->node[0].prev, 8) << "as the tail stands: the next check finds it";
+  EXPECT_EQ(fault_of(*image), ImageFault::FreeList);
+}
+
 TEST(CallLogImage, TextsAreCutTo63CharactersAndKeepNothingBehindTheTerminator) {
   capi_call_log_record record = call(0);
   memset(record.displayname, 'x', sizeof record.displayname);
@@ -147,6 +157,20 @@ TEST(CallLogImage, ANodeIsReleasedFromEitherEndAndFromTheMiddle) {
     EXPECT_EQ(numbers(*image, list, kOwnList), rest);
     EXPECT_EQ(numbers(*image, image->header.used, kAllEntries), rest);
     EXPECT_EQ(list.count, 2);
+    EXPECT_EQ(fault_of(*image), ImageFault::None);
+  }
+}
+
+TEST(CallLogImage, TheOtherOfTwoEntriesIsBothEnds) {
+  for (const unsigned gone : {0u, 1u}) {
+    const uint16_t rest = gone == 0 ? 1 : 0;
+    Image image = image_of({2, 2});
+    release_node(*image, 2, gone, LoneFreeNode::LinksItself);
+    for (const capi_call_log_list& list : {image->header.entry[2].list, image->header.used}) {
+      EXPECT_EQ(list.count, 1);
+      EXPECT_EQ(list.head, rest);
+      EXPECT_EQ(list.tail, rest);
+    }
     EXPECT_EQ(fault_of(*image), ImageFault::None);
   }
 }

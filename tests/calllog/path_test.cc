@@ -35,6 +35,13 @@ TEST_F(CallLogPathTest, WithoutANvDirectoryTheFileIsInTheDataDirectory) {
   });
 }
 
+TEST_F(CallLogPathTest, WithoutAnyDirectoryTheFileIsInTmp) {
+  in_other_process([] {
+    set_directory("data", "");
+    EXPECT_EQ(path(), "/tmp/voip_call_log");
+  });
+}
+
 TEST_F(CallLogPathTest, BeforeTheStartTheFileIsInTmp) {
   in_other_process([] {
     set_directory("nv", "/tmp/nv");
