@@ -1,0 +1,14 @@
+// SPDX-FileCopyrightText: The capi authors
+// SPDX-License-Identifier: MIT
+#include "foundation/json.h"
+
+namespace capi {
+
+bool add_json(cJSON* parent, const char* key, Json item) {
+  const bool added = key != nullptr ? cJSON_AddItemToObject(parent, key, item.get())
+                                    : cJSON_AddItemToArray(parent, item.get());
+  if (added) item.release();
+  return added;
+}
+
+}  // namespace capi

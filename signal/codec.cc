@@ -1,0 +1,213 @@
+// SPDX-FileCopyrightText: The capi authors
+// SPDX-License-Identifier: MIT
+// Signals as JSON: both directions walk the same rows.
+#include <charconv>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <limits>
+#include <span>
+
+#include "capi/signal.h"
+#include "foundation/json.h"
+#include "foundation/memory.h"
+#include "signal/signal_rows.h"
+
+namespace capi {
+namespace {
+
+using signal_rows::Kind;
+using signal_rows::Row;
+using Rows = std::span<const Row>;
+
+// The attributes of a signal; those of the general one for a name that is in no row.
+Rows rows_of(const char* name) {
+  using signal_rows::kFirstRow;
+  size_t signal = signal_rows::kSignals - 1;
+  while (signal > 0 && strcmp(signal_rows::kRows[kFirstRow[signal]].key, name) != 0) --signal;
+  return {signal_rows::kRows + kFirstRow[signal] + 1, signal_rows::kRows + kFirstRow[signal + 1]};
+}
+
+// The rows of the objects that a row describes.
+Rows members(const Row& row) { return {&row + 1, row.members}; }
+
+template <typename T>
+T load(const char* field) {
+  T value;
+  memcpy(&value, field, sizeof value);
+  return value;
+}
+
+template <typename T>
+void store(char* field, T value) {
+  memcpy(field, &value, sizeof value);
+}
+
+// To JSON.
+
+Json make_object(Rows rows, const char* record, int position);
+
+template <typename T>
+Json make_number(const char* field) {
+  return Json(cJSON_CreateNumber(static_cast<double>(load<T>(field))));
+}
+
+Json make_text(const char* field, size_t capacity) {
+  if (strnlen(field, capacity) < capacity) return Json(cJSON_CreateString(field));
+  const Allocated<char> cut(strndup(field, capacity - 1));
+  return Json(cut ? cJSON_CreateString(cut.get()) : nullptr);
+}
+
+Json make_decimal_text(const char* field) {
+  char text[24];
+  snprintf(text, sizeof text, "%llu", static_cast<unsigned long long>(load<uint64_t>(field)));
+  return Json(cJSON_CreateString(text));
+}
+
+Json make_array(const Row& row, const char* field) {
+  Json array(cJSON_CreateArray());
+  for (int i = 0; array && i < row.count; ++i) {
+    Json element = make_object(members(row), field + i * row.size, i);
+    if (!add_json(array.get(), nullptr, std::move(element))) return nullptr;
+  }
+  return array;
+}
+
+Json make_value(const Row& row, const char* record, int position) {
+  const char* field = record + row.offset;
+  switch (row.kind) {
+    case Kind::Int32:
+      return make_number<int32_t>(field);
+    case Kind::Uint32:
+      return make_number<uint32_t>(field);
+    case Kind::Uint8:
+      return make_number<uint8_t>(field);
+    case Kind::Uint64:
+      return make_number<uint64_t>(field);
+    case Kind::Text:
+      return make_text(field, row.size);
+    case Kind::DecimalText:
+      return make_decimal_text(field);
+    case Kind::Position:
+      return Json(cJSON_CreateNumber(position));
+    case Kind::Object:
+      return make_object(members(row), record, 0);
+    case Kind::Array:
+      return make_array(row, field);
+    case Kind::Signal:
+      break;
+  }
+  return nullptr;
+}
+
+// Makes an object of attributes; null when there is no memory for all of it.
+Json make_object(Rows rows, const char* record, int position) {
+  Json object(cJSON_CreateObject());
+  for (size_t i = 0; object && i < rows.size(); i += 1u + rows[i].members) {
+    Json value = make_value(rows[i], record, position);
+    if (!add_json(object.get(), rows[i].key, std::move(value))) return nullptr;
+  }
+  return object;
+}
+
+// From JSON. The record was cleared before.
+
+void read_object(const cJSON* object, Rows rows, char* record);
+
+// The integer part of a number, or the nearest value that the type has.
+template <typename T>
+T read_number(const cJSON* item) {
+  using Limits = std::numeric_limits<T>;
+  if (!cJSON_IsNumber(item) || std::isnan(item->valuedouble)) return 0;
+  if (item->valuedouble <= static_cast<double>(Limits::min())) return Limits::min();
+  if (item->valuedouble >= static_cast<double>(Limits::max())) return Limits::max();
+  return static_cast<T>(item->valuedouble);
+}
+
+void read_text(const cJSON* item, const Row& row, char* field) {
+  const char* text = json_text(item);
+  if (text == nullptr) text = signal_rows::kDefaults[static_cast<size_t>(row.missing)];
+  memcpy(field, text, strnlen(text, row.size - 1u));
+}
+
+uint64_t read_decimal_text(const cJSON* item) {
+  const char* text = json_text(item);
+  uint64_t value = 0;
+  if (text == nullptr) return value;
+  const auto result = std::from_chars(text, text + strlen(text), value);
+  return result.ec == std::errc::result_out_of_range ? UINT64_MAX : value;
+}
+
+void read_array(const cJSON* item, const Row& row, char* field) {
+  const cJSON* element = cJSON_IsArray(item) ? item->child : nullptr;
+  for (int i = 0; element != nullptr && i < row.count; ++i, element = element->next) {
+    read_object(element, members(row), field + i * row.size);
+  }
+}
+
+void read_value(const cJSON* item, const Row& row, char* record) {
+  char* field = record + row.offset;
+  switch (row.kind) {
+    case Kind::Int32:
+      return store(field, read_number<int32_t>(item));
+    case Kind::Uint32:
+      return store(field, read_number<uint32_t>(item));
+    case Kind::Uint8:
+      return store(field, read_number<uint8_t>(item));
+    case Kind::Uint64:
+      return store(field, read_number<uint64_t>(item));
+    case Kind::Text:
+      return read_text(item, row, field);
+    case Kind::DecimalText:
+      return store(field, read_decimal_text(item));
+    case Kind::Object:
+      return read_object(item, members(row), record);
+    case Kind::Array:
+      return read_array(item, row, field);
+    case Kind::Position:
+    case Kind::Signal:
+      return;
+  }
+}
+
+// Reads the attributes of an object; what is no object has none, so that all get their defaults.
+void read_object(const cJSON* object, Rows rows, char* record) {
+  for (size_t i = 0; i < rows.size(); i += 1u + rows[i].members) {
+    read_value(json_member(object, rows[i].key), rows[i], record);
+  }
+}
+
+// The caller's buffer has room for the names that there are, not for what somebody made up.
+void copy_name(char* to, const char* name) {
+  const size_t length = strnlen(name, CAPI_SIGNAL_NAME_SIZE - 1);
+  memcpy(to, name, length);
+  to[length] = '\0';
+}
+
+}  // namespace
+}  // namespace capi
+
+cJSON* ctrlv2_siginfo_to_json(const char* name, const capi_signal_info* info) {
+  using namespace capi;
+  if (name == nullptr || info == nullptr) return nullptr;
+  Json root(cJSON_CreateObject());
+  Json attrs = make_object(rows_of(name), reinterpret_cast<const char*>(info), 0);
+  const bool complete = add_json(root.get(), "msg", Json(cJSON_CreateString("signal"))) &&
+                        add_json(root.get(), "name", Json(cJSON_CreateString(name))) &&
+                        add_json(root.get(), "attrs", std::move(attrs));
+  return complete ? root.release() : nullptr;
+}
+
+int ctrlv2_json_to_siginfo(const cJSON* json, char* name, capi_signal_info* info) {
+  using namespace capi;
+  if (name != nullptr) name[0] = '\0';
+  const char* signal = json_text(json_member(json, "name"));
+  if (signal == nullptr || info == nullptr) return -1;
+  if (name != nullptr) copy_name(name, signal);
+  memset(info, 0, sizeof *info);
+  const cJSON* attrs = json_member(json, "attrs");
+  if (cJSON_IsObject(attrs)) {
+    read_object(attrs, rows_of(signal), reinterpret_cast<char*>(info));
+  }
+  return 0;
+}
