@@ -43,6 +43,7 @@
 #include "capi/log.h"
 #include "capi/records.h"
 #include "capi/runtime.h"
+#include "capi/schema.h"
 #include "capi/signal.h"
 #include "capi/util.h"
 
