@@ -2,7 +2,8 @@
 /* SPDX-License-Identifier: MIT */
 /*
  * Critical sections between the processes of the device: one set of System V semaphores, made by
- * the master and found by everybody else through the file "/tmp/m_data".
+ * the master and found by everybody else through the file "/tmp/m_data". And locks on files of the
+ * caller's choice, which need neither.
  */
 #ifndef CAPI_LOCK_H
 #define CAPI_LOCK_H
@@ -49,6 +50,18 @@ int capi_critical_section_lock_stats(void);
 /* Kept for old callers: do nothing and return 0. Every call of the library locks by itself. */
 int capi_lock(void);
 int capi_unlock(void);
+
+/*
+ * Waits, without limit, for an exclusive lock (flock) on a file, which is created when there is
+ * none and stays. A process holds up to 32 such locks; "path" has less than 256 characters. Not
+ * recursive: whoever locks a path twice waits for ever. The lock goes when the process ends;
+ * programs that it runs do not inherit it, and a forked child cannot unlock it. One thread of a
+ * process at a time.
+ */
+int capi_lock_file(const char *path);
+
+/* Frees the lock on a path, given as for locking. Returns -1 when the process does not hold it. */
+int capi_unlock_file(const char *path);
 
 CAPI_END_DECLS
 
