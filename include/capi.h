@@ -38,6 +38,7 @@
 #include "capi/config.h"
 #include "capi/device.h"
 #include "capi/event.h"
+#include "capi/ipc.h"
 #include "capi/lifecycle.h"
 #include "capi/lock.h"
 #include "capi/log.h"
@@ -46,5 +47,7 @@
 #include "capi/schema.h"
 #include "capi/signal.h"
 #include "capi/util.h"
+
+/* Apart stands capi/thread.h, the portable layer, for it cannot meet <threads.h>. */
 
 #endif
