@@ -7,7 +7,7 @@ namespace capi {
 bool add_json(cJSON* parent, const char* key, Json item) {
   const bool added = key != nullptr ? cJSON_AddItemToObject(parent, key, item.get())
                                     : cJSON_AddItemToArray(parent, item.get());
-  if (added) item.release();
+  if (added) static_cast<void>(item.release());
   return added;
 }
 

@@ -146,7 +146,7 @@ int thrd_create(thrd_t* thread, int stack_kib, thrd_start_t function, void* arg)
     *thread = 0;
     return thrd_error;
   }
-  start.release();
+  static_cast<void>(start.release());
   return *thread != 0 ? thrd_success : thrd_error;
 }
 

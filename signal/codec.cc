@@ -66,8 +66,8 @@ Json make_decimal_text(const char* field) {
 
 Json make_array(const Row& row, const char* field) {
   Json array(cJSON_CreateArray());
-  for (int i = 0; array && i < row.count; ++i) {
-    Json element = make_object(members(row), field + i * row.size, i);
+  for (int i = 0; array && i < row.count; ++i, field += row.size) {
+    Json element = make_object(members(row), field, i);
     if (!add_json(array.get(), nullptr, std::move(element))) return nullptr;
   }
   return array;
@@ -103,7 +103,7 @@ Json make_value(const Row& row, const char* record, int position) {
 // Makes an object of attributes; null when there is no memory for all of it.
 Json make_object(Rows rows, const char* record, int position) {
   Json object(cJSON_CreateObject());
-  for (size_t i = 0; object && i < rows.size(); i += 1u + rows[i].members) {
+  for (size_t i = 0; object && i < rows.size(); i += rows[i].members + 1) {
     Json value = make_value(rows[i], record, position);
     if (!add_json(object.get(), rows[i].key, std::move(value))) return nullptr;
   }
@@ -127,7 +127,7 @@ T read_number(const cJSON* item) {
 void read_text(const cJSON* item, const Row& row, char* field) {
   const char* text = json_text(item);
   if (text == nullptr) text = signal_rows::kDefaults[static_cast<size_t>(row.missing)];
-  memcpy(field, text, strnlen(text, row.size - 1u));
+  memcpy(field, text, strnlen(text, row.size - 1));
 }
 
 uint64_t read_decimal_text(const cJSON* item) {
@@ -140,8 +140,9 @@ uint64_t read_decimal_text(const cJSON* item) {
 
 void read_array(const cJSON* item, const Row& row, char* field) {
   const cJSON* element = cJSON_IsArray(item) ? item->child : nullptr;
-  for (int i = 0; element != nullptr && i < row.count; ++i, element = element->next) {
-    read_object(element, members(row), field + i * row.size);
+  for (int i = 0; element != nullptr && i < row.count; ++i, field += row.size) {
+    read_object(element, members(row), field);
+    element = element->next;
   }
 }
 
@@ -172,7 +173,7 @@ void read_value(const cJSON* item, const Row& row, char* record) {
 
 // Reads the attributes of an object; what is no object has none, so that all get their defaults.
 void read_object(const cJSON* object, Rows rows, char* record) {
-  for (size_t i = 0; i < rows.size(); i += 1u + rows[i].members) {
+  for (size_t i = 0; i < rows.size(); i += rows[i].members + 1) {
     read_value(json_member(object, rows[i].key), rows[i], record);
   }
 }

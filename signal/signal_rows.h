@@ -42,7 +42,7 @@ struct Row {
   uint16_t size;    // capacity of a text
 };
 
-consteval Row named(Kind kind, std::string_view key) {
+constexpr Row named(Kind kind, std::string_view key) {
   Row row{};
   for (size_t i = 0; i < key.size(); ++i) row.key[i] = key[i];  // too long: does not compile
   row.kind = kind;
@@ -50,7 +50,7 @@ consteval Row named(Kind kind, std::string_view key) {
 }
 
 template <typename Field>
-consteval Kind kind_of() {
+constexpr Kind kind_of() {
   if (std::is_same_v<Field, int32_t>) return Kind::Int32;
   if (std::is_same_v<Field, uint32_t>) return Kind::Uint32;
   if (std::is_same_v<Field, uint8_t>) return Kind::Uint8;
@@ -59,7 +59,7 @@ consteval Kind kind_of() {
 }
 
 template <typename Field>
-consteval Row attribute(std::string_view key, size_t offset) {
+constexpr Row attribute(std::string_view key, size_t offset) {
   static_assert(std::is_integral_v<Field> || std::is_same_v<std::remove_extent_t<Field>, char>);
   Row row = named(kind_of<Field>(), key);
   row.offset = static_cast<uint16_t>(offset);
@@ -67,25 +67,25 @@ consteval Row attribute(std::string_view key, size_t offset) {
   return row;
 }
 
-consteval Row signal(std::string_view name) { return named(Kind::Signal, name); }
+constexpr Row signal(std::string_view name) { return named(Kind::Signal, name); }
 
-consteval Row or_else(Default missing, Row row) {
+constexpr Row or_else(Default missing, Row row) {
   row.missing = missing;
   return row;
 }
 
-consteval Row as_decimal_text(Row row) {
+constexpr Row as_decimal_text(Row row) {
   row.kind = Kind::DecimalText;
   return row;
 }
 
-consteval Row object(std::string_view key, uint8_t members) {
+constexpr Row object(std::string_view key, uint8_t members) {
   Row row = named(Kind::Object, key);
   row.members = members;
   return row;
 }
 
-consteval Row array(std::string_view key, uint8_t members, uint8_t count, size_t offset,
+constexpr Row array(std::string_view key, uint8_t members, uint8_t count, size_t offset,
                     size_t size) {
   Row row = named(Kind::Array, key);
   row.members = members;
