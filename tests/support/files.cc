@@ -6,6 +6,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <sstream>
 
 namespace capi::test {
@@ -35,5 +36,10 @@ std::vector<std::string> read_lines(const std::string& path) {
 }
 
 bool exists(const std::string& path) { return std::filesystem::exists(path); }
+
+size_t open_descriptors() {
+  const std::filesystem::directory_iterator open("/proc/self/fd");
+  return static_cast<size_t>(std::distance(begin(open), end(open)));
+}
 
 }  // namespace capi::test

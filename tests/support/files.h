@@ -3,6 +3,7 @@
 // Files as tests see them: whole texts.
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -18,5 +19,8 @@ std::string read_file(const std::string& path);
 std::vector<std::string> read_lines(const std::string& path);
 
 bool exists(const std::string& path);
+
+// How many descriptors this process has open.
+size_t open_descriptors();
 
 }  // namespace capi::test
