@@ -83,6 +83,15 @@ void Adapter::start_client() {
   clear_log();
 }
 
+void Adapter::in_client(const std::function<void()>& body) {
+  in_other_process([&] {
+    capi_uninit();  // what fork() handed down
+    start_client();
+    body();
+    capi_uninit();
+  });
+}
+
 void Adapter::publish(const std::string& settings) {
   write_file("/tmp/test.settings", settings);
   EXPECT_EQ(capi_init_settings_from_file("/tmp/test.settings"), 0);

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -40,6 +41,9 @@ class Adapter : public testing::Test {
   // Starts this process, as the master or as one of the others, and forgets what that logged.
   void start_master();
   void start_client();
+
+  // Runs "body" in another process of the device, which attaches first and detaches after it.
+  void in_client(const std::function<void()>& body);
 
   // Loads a setting file of this content and publishes it.
   void publish(const std::string& settings);

@@ -1,0 +1,55 @@
+// SPDX-FileCopyrightText: The capi authors
+// SPDX-License-Identifier: MIT
+#include "support/all_keys.h"
+
+#include <gtest/gtest.h>
+
+#include <cctype>
+
+#include "support/files.h"
+
+namespace capi::test {
+namespace {
+
+// "voice_stack" of "voice_stack_1".
+std::string base_of(const std::string& section) {
+  const size_t last = section.size() - 1;
+  const bool numbered = section[last - 1] == '_' && isdigit(section[last]) != 0;
+  return numbered ? section.substr(0, last - 1) : section;
+}
+
+}  // namespace
+
+const std::vector<Setting>& all_settings() {
+  static const std::vector<Setting> settings = [] {
+    std::vector<Setting> result;
+    std::string section;
+    for (const std::string& line : read_lines(kAllKeysPath)) {
+      const size_t equals = line.find('=');
+      if (line.empty() || line[0] == '#') continue;
+      if (equals == std::string::npos) {
+        section = line.substr(1, line.size() - 2);
+      } else {
+        result.push_back({section, line.substr(0, equals), line.substr(equals + 1)});
+      }
+    }
+    return result;
+  }();
+  return settings;
+}
+
+std::string setting(const std::string& section, const std::string& field) {
+  for (const Setting& setting : all_settings()) {
+    if (setting.section == section && setting.key == "option_" + base_of(section) + "_" + field) {
+      return setting.value;
+    }
+  }
+  ADD_FAILURE() << "the file lacks " << field << " of " << section;
+  return {};
+}
+
+int setting_number(const std::string& section, const std::string& field) {
+  return std::stoi(setting(section, field));
+}
+
+}  // namespace capi::test

@@ -1,0 +1,25 @@
+// SPDX-FileCopyrightText: The capi authors
+// SPDX-License-Identifier: MIT
+// The setting file that holds every key, as plain lines: read without the library's help.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace capi::test {
+
+inline constexpr char kAllKeysPath[] = CAPI_SOURCE_DIR "/tests/data/all_keys.settings";
+
+struct Setting {
+  std::string section;
+  std::string key;
+  std::string value;
+};
+
+const std::vector<Setting>& all_settings();
+
+// The value of a key, given without "option_" and the section's name.
+std::string setting(const std::string& section, const std::string& field);
+int setting_number(const std::string& section, const std::string& field);
+
+}  // namespace capi::test
