@@ -22,7 +22,7 @@ int put_line(int index, char* buf, void* ctx) {
   const auto number = static_cast<size_t>(index) - 2;
   if (number >= std::size(kSimFields)) return 0;
   const Field& field = kSimFields[number];
-  char value[sizeof record.sim_info.IMPI];
+  char value[sizeof record.sim_info.IMPI + 1];  // a field may lack its terminator
   get_field(record, field, 0, value, sizeof value);
   return snprintf(buf, kBufferSize, "%s=%s\n", field.key, value);
 }
