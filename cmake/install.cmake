@@ -12,5 +12,8 @@ install(EXPORT capiTargets NAMESPACE capi:: FILE capiConfig.cmake DESTINATION ${
 write_basic_package_version_file(capiConfigVersion.cmake COMPATIBILITY SameMajorVersion)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/capiConfigVersion.cmake DESTINATION ${package_dir})
 
+# The installed tree may be moved: all paths start from where capi.pc lies.
+file(RELATIVE_PATH CAPI_PC_PREFIX
+  ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
 configure_file(cmake/capi.pc.in capi.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/capi.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
