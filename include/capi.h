@@ -10,21 +10,21 @@
  *  2. Null. A null pointer that is not said to be allowed gives -1 (or null, or nothing happens
  *     where there is no result), never a crash.
  *  3. Texts and buffers. Texts are NUL-terminated bytes, UTF-8 where they are not ASCII. A length
- * is that of the caller's buffer in bytes; getters zero it first and copy at most length - 1
+ *     is that of the caller's buffer in bytes; getters zero it first and copy at most length - 1
  *     characters.
  *  4. Ownership. The caller owns what it passes in and what is filled in for it. Constant texts
- * that are returned live as long as the library.
+ *     that are returned live as long as the library.
  *  5. Numbering. Lines are 1 and 2 and stacks 1 to 5 in the configuration, and counted from 0 in
- * the runtime status.
+ *     the runtime status.
  *  6. Threads. Calls may come from any thread; the critical sections exclude threads as they
- * exclude processes. capi_init() and capi_uninit() are called while no other thread uses the
- * library.
+ *     exclude processes. capi_init() and capi_uninit() are called while no other thread uses the
+ *     library.
  *  7. Fork. A child of fork() without exec may use the library if its parent held no critical
  *     section at the time. It does not own the parent's locks.
  *  8. Callbacks. Those of capi_init() run with lock 0 held and must not call anything that takes
- * it.
+ *     it.
  *  9. Death. A process that dies gives its critical sections back through the kernel. A file that
- * it was writing may be cut: the stores notice that at the next access.
+ *     it was writing may be cut: the stores notice that at the next access.
  * 10. Start. The master's capi_init() comes first on the device; every process calls capi_init()
  *     before anything else.
  */
