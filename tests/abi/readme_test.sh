@@ -1,0 +1,48 @@
+#!/bin/bash
+# SPDX-FileCopyrightText: The capi authors
+# SPDX-License-Identifier: MIT
+#
+# readme_test.sh SOURCE-DIR LIBRARY-DIR C-COMPILER C++-COMPILER FLAGS [EMULATOR...]
+#
+# Compiles the examples of README.md and runs them, in their order, on one adapter in a private
+# view. FLAGS is one argument: what the compilers need besides.
+set -euo pipefail
+
+source=$1 library=$2 cc=$3 cxx=$4
+read -ra flags <<<"$5"
+shift 5
+emulator=("$@")
+scratch=$(mktemp -d "$library/readme_test.XXXXXX")
+trap 'rm -rf "$scratch"' EXIT
+
+# An example is a block of C or C++ behind a line "<!-- example -->"; each gets a file of its own.
+awk -v dir="$scratch" '
+  marked && /^```(c|cpp)$/ { file = dir "/example" ++n "." substr($0, 4); marked = 0; next }
+  /^```$/ { file = "" }
+  file { print >file }
+  /./ { marked = 0 }
+  /^<!-- example -->$/ { marked = 1 }' "$source/README.md"
+
+common=("${flags[@]}" -Wall -Wextra -Werror -I "$source/include" -L "$library"
+  "-Wl,-rpath,$library")
+programs=()
+for file in "$scratch"/example*; do
+  [ -e "$file" ] || { echo 'README.md has no example.'; exit 1; }
+  program=${file%.*}
+  case $file in
+    *.c) "$cc" -std=c99 "${common[@]}" "$file" -o "$program" -lcapi ;;
+    *.cpp) "$cxx" -std=c++17 "${common[@]}" "$file" -o "$program" -lcapi ;;
+  esac
+  programs+=("$program")
+done
+
+# The emulator, if any, goes in front of each program.
+runner=$scratch/run
+cat >"$runner" <<'END'
+touch /tmp/m_data
+echo '#!/bin/sh' >/usr/sbin/vsdk_cmd && chmod +x /usr/sbin/vsdk_cmd
+END
+for program in "${programs[@]}"; do
+  echo "echo '${program##*/}:' && ${emulator[*]} '$program' || exit 1" >>"$runner"
+done
+"$source/tests/support/private-view" --keep "$library" sh "$runner"
