@@ -31,8 +31,7 @@ int32_t parse_int32(const char* text) {
 void strcpy_safe(char* dst, const char* src, int size) {
   if (dst == nullptr || size < 2) return;
   const auto capacity = static_cast<size_t>(size);
-  capi::copy_text(dst, capacity,
-                  src == nullptr ? std::string_view{} : capi::bounded(src, capacity - 1));
+  capi::copy_text(dst, capacity, capi::bounded(src != nullptr ? src : "", capacity - 1));
 }
 
 void utils_str_trim(char* s, char ch) {
