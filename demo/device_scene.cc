@@ -13,6 +13,7 @@
 namespace demo {
 namespace {
 
+constexpr char kSimFile[] = "/tmp/data/info.simcard";
 constexpr char kTestSimFile[] = "/quorbleconf/config/test_sim_info";
 
 // The text that a getter gives for an index.
@@ -72,9 +73,13 @@ void look_up_other_sims() {
   expect_carrier("454001234567890", "8988200000000000001", 0, 29, "IMSI 45400...");
   expect_carrier("454001234567890", "8985235000000000001", 0, 31, "with an ICCID 8985235...");
   expect_carrier("999701234567890", "8900000000000000001", -1, 38, "IMSI 99970... is unknown");
+  std::ofstream(kSimFile) << "IMSI=999701234567890\n";
+  expect(capi_check_simcard() == 1, "such a SIM may not be used");
   std::ofstream(kTestSimFile) << "999 70 1\n";
   expect_carrier("999701234567890", "8900000000000000001", 0, 1, "until it is a test SIM");
+  expect(capi_check_simcard() == 0, "then it may");
   unlink(kTestSimFile);
+  capi_cfg_update_simcard_file();
 }
 
 }  // namespace
