@@ -17,7 +17,9 @@ for path in "$include"/capi.h "$include"/capi/*.h; do
   printf '#include <%s>\n#include <%s>\n' "$header" "$header" |
     "$@" -x "$language" -std="$standard" -Wall -Wextra -pedantic -Werror -fsyntax-only \
       -I "$include" - || { echo "FAILED: $header"; failures=$((failures + 1)); }
-  if [ "$header" != capi.h ] && ! grep -qx "#include \"$header\"" "$include/capi.h"; then
+  # The portable layer stands apart, for it cannot meet <threads.h>.
+  case $header in capi.h | capi/thread.h) continue ;; esac
+  if ! grep -qx "#include \"$header\"" "$include/capi.h"; then
     echo "FAILED: capi.h does not include $header"
     failures=$((failures + 1))
   fi
