@@ -1,6 +1,6 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
-// Single values by section and key.
+#include "config/by_name.h"
 
 #include "backend/context.h"
 #include "backend/field_table.h"
@@ -11,41 +11,36 @@
 #include "foundation/text.h"
 
 namespace capi {
-namespace {
 
-constexpr int kUnknownKey = 1;
-
-// "size" becomes the part of the buffer that was written.
-int get_value(const cfg_shared_record& record, const char* section, const char* name, char* buf,
-              size_t& size) {
+GetResult get_by_name(const cfg_shared_record& record, const char* section, const char* name,
+                      char* buf, size_t size) {
+  constexpr int kUnknownKey = 1;
   const FieldPlace place = find_field(section, name, ColumnChoice::Last);
   switch (place.lookup) {
     case FieldLookup::Found:
-      size = get_field(record, *place.field, place.index, buf, size);
-      return 0;
+      return {0, get_field(record, *place.field, place.index, buf, size)};
     case FieldLookup::UnknownKey:
-      return place.unknown_key_is_success ? 0 : kUnknownKey;
+      return {place.unknown_key_is_success ? 0 : kUnknownKey, size};
     case FieldLookup::UnknownSection:
     case FieldLookup::OutOfRange:
       break;
   }
-  return -1;
+  return {-1, size};
 }
 
-}  // namespace
 }  // namespace capi
 
 int capi_cfg_backend_get_config(const char* section, const char* name, char* buf, int size) {
   using namespace capi;
   if (section == nullptr || name == nullptr || buf == nullptr) return -1;
-  size_t filled = size > 0 ? static_cast<size_t>(size) : 0;
   const CriticalSection guard(kConfShmLock);
   const cfg_shared_record* record = shared_record();
-  const int result = record != nullptr ? get_value(*record, section, name, buf, filled) : -1;
+  GetResult got{-1, buffer_size(size)};
+  if (record != nullptr) got = get_by_name(*record, section, name, buf, got.filled);
   // A buffer that was not filled need not hold a text.
-  const std::string_view value = bounded(buf, filled);
+  const std::string_view value = bounded(buf, got.filled);
   CAPI_LOG(kLogDebug, "section=%s name=%s value=%.*s\n", section, name, CAPI_TEXT_ARG(value));
-  return result;
+  return got.result;
 }
 
 int capi_cfg_backend_set_config(const char* section, const char* name, int, const char* value) {

@@ -6,6 +6,7 @@
 
 #include "backend/context.h"
 #include "foundation/log.h"
+#include "foundation/text.h"
 
 namespace capi {
 

@@ -9,9 +9,6 @@
 
 namespace capi {
 
-// A caller's length as a size: nothing may be written where it is not positive.
-inline size_t buffer_size(int len) { return len > 0 ? static_cast<size_t>(len) : 0; }
-
 enum class IfEmpty { Fail, Succeed };
 
 // Zeroes the buffer and copies a text of the record into it. Returns 0; -1 without a buffer or a

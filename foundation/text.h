@@ -22,6 +22,9 @@ std::string_view bounded(const char (&field)[N]) {
   return bounded(field, N);
 }
 
+// A caller's length as a size: nothing may be written where it is not positive.
+inline size_t buffer_size(int len) { return len > 0 ? static_cast<size_t>(len) : 0; }
+
 // strcpy_safe() for a text that need not be terminated.
 void copy_text(char* dst, size_t size, std::string_view text);
 

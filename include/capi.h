@@ -33,8 +33,8 @@
 
 #include "capi/api.h"
 #include "capi/backend.h"
-#include "capi/carrier.h"
 #include "capi/call_log.h"
+#include "capi/carrier.h"
 #include "capi/config.h"
 #include "capi/device.h"
 #include "capi/event.h"
@@ -46,6 +46,7 @@
 #include "capi/runtime.h"
 #include "capi/schema.h"
 #include "capi/signal.h"
+#include "capi/snapshot.h"
 #include "capi/util.h"
 
 /* Apart stands capi/thread.h, the portable layer, for it cannot meet <threads.h>. */

@@ -1,0 +1,32 @@
+/* SPDX-FileCopyrightText: The capi authors */
+/* SPDX-License-Identifier: MIT */
+/*
+ * Many values at once: a copy of the whole record, taken under one lock, and values by name from
+ * it. All values of a snapshot belong together: no other process's change falls between them.
+ */
+#ifndef CAPI_SNAPSHOT_H
+#define CAPI_SNAPSHOT_H
+
+#include "capi/api.h"
+#include "capi/records.h"
+
+CAPI_BEGIN_DECLS
+
+/*
+ * Copies the record out of the segment into the caller's "snapshot" (25028 bytes), live state
+ * included. Returns 0, or -1 with the buffer untouched when it is null or the segment not attached.
+ * Takes lock 0 once: not to be called from a callback of capi_init().
+ */
+int capi_snapshot_take(struct cfg_shared_record *snapshot);
+
+/*
+ * capi_config_get() on a snapshot: the same arguments, texts and results. Nothing is logged; takes
+ * no lock, makes no system call, allocates nothing, and may be called from any thread and any
+ * callback, also on the record that a callback is given.
+ */
+int capi_snapshot_get(const struct cfg_shared_record *snapshot, const char *section,
+                      const char *name, char *buf, int size);
+
+CAPI_END_DECLS
+
+#endif
