@@ -56,6 +56,14 @@ class FileLock : public testing::Test {
     return -1;
   }
 
+  // Returns once no signal is pending for a process.
+  static void await_signal_taken(pid_t pid) {
+    const std::string path = "/proc/" + std::to_string(pid) + "/status";
+    while (read_file(path).find("ShdPnd:\t0000000000000000\n") == std::string::npos) {
+      std::this_thread::yield();
+    }
+  }
+
   // Returns once a process waits for a file lock.
   static void await_waiter(pid_t pid) {
     const std::string mark = "-> FLOCK  ADVISORY  WRITE " + std::to_string(pid) + " ";
@@ -161,19 +169,16 @@ TEST_F(FileLock, AnotherProcessWaitsForIt) {
 
 TEST_F(FileLock, AnInterruptedWaitGoesOn) {
   ASSERT_EQ(capi_lock_file(kPath), 0);
-  Baton interrupted;
-  Process other([&] {
-    static Baton* baton = nullptr;
-    baton = &interrupted;
+  Process other([] {
     struct sigaction action {};
-    action.sa_handler = [](int) { baton->pass(); };
+    action.sa_handler = [](int) {};
     sigaction(SIGUSR1, &action, nullptr);
     EXPECT_EQ(capi_lock_file(kPath), 0);
     EXPECT_EQ(captured_log().size(), 0u);
   });
   await_waiter(other.pid());
   kill(other.pid(), SIGUSR1);
-  interrupted.await();
+  await_signal_taken(other.pid());
   EXPECT_EQ(capi_unlock_file(kPath), 0);
   EXPECT_TRUE(other.succeeded());
 }
