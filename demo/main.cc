@@ -15,10 +15,8 @@
 namespace {
 
 constexpr void (*kScenes[])(demo::Stage&) = {
-    demo::play_typical_request,
-    demo::play_device,
-    demo::play_line_status,
-    demo::play_call_log,
+    demo::play_typical_request, demo::play_device,  demo::play_line_status,
+    demo::play_call_log,        demo::play_signals,
 };
 
 void run_shell() {
@@ -42,6 +40,8 @@ int main(int argc, char** argv) {
     fputs("The demo runs in a private view of the machine: script/demo\n", stderr);
     return 1;
   }
+  // What processes print at the same time must not mix: it appears when they flush it.
+  setvbuf(stdout, nullptr, _IOFBF, 1 << 16);
   demo::Stage stage;
   for (const auto scene : kScenes) scene(stage);
   if (argc > 1 && strcmp(argv[1], "--shell") == 0) run_shell();

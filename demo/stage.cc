@@ -75,19 +75,27 @@ Stage::~Stage() {
 }
 
 void Stage::start_master(const std::function<void()>& body) {
-  master_ = start("master", true, {}, body, [] { pause(); });
+  const Process process = start("master", true, {}, body, [] { pause(); });
+  master_ = process.pid;
+  await_body(process);
 }
 
 void Stage::run_process(std::string_view name, const std::function<void()>& body,
                         const capi_callbacks& callbacks) {
-  const pid_t process = start(name, false, callbacks, body, [] { capi_uninit(); });
-  int status = -1;
-  waitpid(process, &status, 0);
-  if (status != 0) failed_ = true;
+  const Process process = start(name, false, callbacks, body, [] { capi_uninit(); });
+  await_end(process);
 }
 
-pid_t Stage::start(std::string_view name, bool is_master, const capi_callbacks& callbacks,
-                   const std::function<void()>& body, const std::function<void()>& stay) {
+void Stage::run_together(std::string_view first_name, const std::function<void()>& first,
+                         std::string_view second_name, const std::function<void()>& second) {
+  const auto stay = [] { capi_uninit(); };
+  const Process processes[] = {start(first_name, false, {}, first, stay),
+                               start(second_name, false, {}, second, stay)};
+  for (const Process& process : processes) await_end(process);
+}
+
+Stage::Process Stage::start(std::string_view name, bool is_master, const capi_callbacks& callbacks,
+                            const std::function<void()>& body, const std::function<void()>& stay) {
   int report[2];
   if (pipe(report) != 0) abort();
   fflush(stdout);
@@ -105,10 +113,20 @@ pid_t Stage::start(std::string_view name, bool is_master, const capi_callbacks& 
     _exit(0);
   }
   close(report[1]);
+  return {process, report[0]};
+}
+
+void Stage::await_body(const Process& process) {
   char outcome = kBad;
-  if (read(report[0], &outcome, 1) != 1 || outcome != kOk) failed_ = true;
-  close(report[0]);
-  return process;
+  if (read(process.report, &outcome, 1) != 1 || outcome != kOk) failed_ = true;
+  close(process.report);
+}
+
+void Stage::await_end(const Process& process) {
+  await_body(process);
+  int status = -1;
+  waitpid(process.pid, &status, 0);
+  if (status != 0) failed_ = true;
 }
 
 void title(std::string_view text) {

@@ -27,12 +27,25 @@ class Stage {
   void run_process(std::string_view name, const std::function<void()>& body,
                    const capi_callbacks& callbacks = {});
 
+  // Runs two client processes side by side, to their ends.
+  void run_together(std::string_view first_name, const std::function<void()>& first,
+                    std::string_view second_name, const std::function<void()>& second);
+
   bool all_was_well() const { return !failed_; }
 
  private:
-  // Forks a process that runs "body" and then "stay"; waits until "body" has run or it has died.
-  pid_t start(std::string_view name, bool is_master, const capi_callbacks& callbacks,
-              const std::function<void()>& body, const std::function<void()>& stay);
+  struct Process {
+    pid_t pid;
+    int report;  // where it tells how "body" went
+  };
+
+  // Forks a process that runs "body" and then "stay".
+  static Process start(std::string_view name, bool is_master, const capi_callbacks& callbacks,
+                       const std::function<void()>& body, const std::function<void()>& stay);
+
+  // Waits until "body" has run or the process has died; then, until it has ended.
+  void await_body(const Process& process);
+  void await_end(const Process& process);
 
   pid_t master_ = -1;
   bool failed_ = false;
