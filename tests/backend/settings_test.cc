@@ -177,7 +177,7 @@ class EveryKeyTest : public SettingsTest {
  protected:
   void SetUp() override {
     SettingsTest::SetUp();
-    EXPECT_EQ(capi_init_settings_from_file(kAllKeysPath), 0);
+    EXPECT_EQ(capi_init_settings_from_file(copy_all_keys()), 0);
     EXPECT_EQ(capi_config_finish(), 0);
   }
 };

@@ -43,7 +43,7 @@ class StackFileTest : public Adapter {
   }
 
   static void load_all_keys() {
-    EXPECT_EQ(capi_init_settings_from_file(kAllKeysPath), 0);
+    EXPECT_EQ(capi_init_settings_from_file(copy_all_keys()), 0);
     EXPECT_EQ(capi_config_finish(), 0);
     EXPECT_EQ(capiv2_cfg_backend_post_init(), 0);
     clear_log();

@@ -11,6 +11,9 @@
 namespace capi::test {
 namespace {
 
+constexpr char kSource[] = CAPI_SOURCE_DIR "/tests/data/all_keys.settings";
+constexpr char kCopy[] = "/tmp/all_keys.settings";
+
 // "voice_stack" of "voice_stack_1".
 std::string base_of(const std::string& section) {
   const size_t last = section.size() - 1;
@@ -20,11 +23,16 @@ std::string base_of(const std::string& section) {
 
 }  // namespace
 
+const char* copy_all_keys() {
+  write_file(kCopy, read_file(kSource));
+  return kCopy;
+}
+
 const std::vector<Setting>& all_settings() {
   static const std::vector<Setting> settings = [] {
     std::vector<Setting> result;
     std::string section;
-    for (const std::string& line : read_lines(kAllKeysPath)) {
+    for (const std::string& line : read_lines(kSource)) {
       const size_t equals = line.find('=');
       if (line.empty() || line[0] == '#') continue;
       if (equals == std::string::npos) {

@@ -8,7 +8,9 @@
 
 namespace capi::test {
 
-inline constexpr char kAllKeysPath[] = CAPI_SOURCE_DIR "/tests/data/all_keys.settings";
+// Puts a copy in place, since the library wants to be able to write what it reads. Returns its
+// path.
+const char* copy_all_keys();
 
 struct Setting {
   std::string section;
