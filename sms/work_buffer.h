@@ -1,0 +1,44 @@
+// SPDX-FileCopyrightText: The capi authors
+// SPDX-License-Identifier: MIT
+// The memory in which short-message files are worked on. A process gets it once and keeps it: an
+// operation must not fail for want of memory after days of running.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "lock/critical_section.h"
+
+namespace capi {
+
+// The largest file, and room around it: a file found larger is still read and cut down.
+inline constexpr uint64_t kSmsWorkBufferSize = 160332;
+
+// A size as the log shows it.
+inline int printed_sms_size(uint64_t size) {
+  return static_cast<int>(size < INT32_MAX ? size : INT32_MAX);
+}
+
+// The pool. Only slot 0 is handed out; its memory keeps what the last user left in it. Null when
+// the size is too large, there is no memory or the slot is in use.
+uint8_t* request_sms_memory(uint64_t size) CAPI_REQUIRES(kVoiceSmsLock);
+void release_sms_memory(unsigned slot, const void* memory) CAPI_REQUIRES(kVoiceSmsLock);
+
+// Slot 0, for a scope.
+class SmsWorkBuffer {
+ public:
+  SmsWorkBuffer() = default;
+  ~SmsWorkBuffer() CAPI_REQUIRES(kVoiceSmsLock) {
+    if (memory_ != nullptr) release_sms_memory(0, memory_);
+  }
+  SmsWorkBuffer(const SmsWorkBuffer&) = delete;
+  SmsWorkBuffer& operator=(const SmsWorkBuffer&) = delete;
+
+  // Null, with the size logged for the operation "func", when it cannot be had.
+  uint8_t* request(uint64_t size, const char* func) CAPI_REQUIRES(kVoiceSmsLock);
+
+ private:
+  uint8_t* memory_ = nullptr;
+};
+
+}  // namespace capi
