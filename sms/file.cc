@@ -1,0 +1,153 @@
+// SPDX-FileCopyrightText: The capi authors
+// SPDX-License-Identifier: MIT
+#include "sms/file.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <climits>
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+
+#include "foundation/file.h"
+#include "foundation/log.h"
+#include "foundation/shell.h"
+#include "sms/image.h"
+
+namespace capi {
+namespace {
+
+constexpr char kReadFunc[] = "_vkr_voip_sms_read_file";
+constexpr char kWriteFunc[] = "_vkr_voip_sms_write_file";
+constexpr char kCreateFunc[] = "_vkr_voip_sms_create_file";
+constexpr char kVerifyFunc[] = "_vkr_voip_verify_sms_file";
+
+// Of a command with one of our paths and one of a caller's in it.
+constexpr size_t kCommandSize = PATH_MAX + 512;
+
+void log_failed(const char* func, const char* call) {
+  CAPI_LOG_AS(func, kLogWarning, "%s failed, reason %d: %s\n", call, errno, strerror(errno));
+}
+
+void log_failed_on(const char* func, const char* call, const char* path) {
+  CAPI_LOG_AS(func, kLogWarning, "%s %s failed, reason %d: %s\n", call, path, errno,
+              strerror(errno));
+}
+
+timespec read_clock(clockid_t clock) {
+  timespec time{};
+  clock_gettime(clock, &time);
+  return time;
+}
+
+enum class Written : uint8_t { Whole, Unclosed, Failed };
+
+Written write_whole(const char* path, std::span<const uint8_t> bytes, const char* func) {
+  File file = open_file(path, "wb");
+  if (!file) {
+    log_failed_on(func, "fopen", path);
+    return Written::Failed;
+  }
+  // Flushed here, so that a full disk is a failed write and not a failed close.
+  const bool whole =
+      fwrite(bytes.data(), 1, bytes.size(), file.get()) == bytes.size() && fflush(file.get()) == 0;
+  if (!whole) log_failed(func, "fwrite");
+  const bool closed = fclose(file.release()) == 0;
+  if (!closed) log_failed(func, "fclose");
+  if (!whole) return Written::Failed;
+  return closed ? Written::Whole : Written::Unclosed;
+}
+
+// A command that does not fit names a path that cannot exist.
+void run_copy(const char* from, const char* to, const char* suffix) {
+  char command[kCommandSize];
+  const int length = snprintf(command, sizeof command, "cp -f %s %s%s", from, to, suffix);
+  if (length >= 0 && static_cast<size_t>(length) < sizeof command) run_shell(command);
+}
+
+}  // namespace
+
+uint64_t make_sms_file_identity() {
+  const timespec now = read_clock(CLOCK_REALTIME);
+  const timespec uptime = read_clock(CLOCK_MONOTONIC);
+  const uint64_t milliseconds =
+      static_cast<uint64_t>(now.tv_sec) * 1000 + static_cast<uint64_t>(now.tv_nsec) / 1000000;
+  return (milliseconds << 8) + static_cast<uint64_t>(uptime.tv_nsec) % 255;
+}
+
+bool create_sms_file(const char* path) {
+  uint8_t bytes[sizeof(SmsFileHeader)];
+  SmsImage image(bytes, sizeof bytes);
+  image.reset(make_sms_file_identity());
+  if (write_whole(path, image.bytes(), kCreateFunc) == Written::Failed) return false;
+  sync();
+  CAPI_LOG_AS(kCreateFunc, kLogInfo, " create file %s successfully!\n", path);
+  return true;
+}
+
+bool create_missing_sms_file(const char* path, const char* func) {
+  if (create_sms_file(path)) return true;
+  CAPI_LOG_AS(func, kLogWarning, "_vkr_voip_sms_create_file %s failed\n", path);
+  return false;
+}
+
+void set_sms_file_aside(const char* path) { run_copy(path, path, ".err"); }
+
+void copy_sms_file(const char* path, const char* destination) { run_copy(path, destination, ""); }
+
+bool get_sms_file_size(const char* path, uint64_t& size) {
+  struct stat status {};
+  if (stat(path, &status) != 0) {
+    log_failed_on(kReadFunc, "stat", path);
+    return false;
+  }
+  size = static_cast<uint64_t>(status.st_size);
+  return true;
+}
+
+SmsTrouble read_sms_file(const char* path, std::span<uint8_t> bytes) {
+  File file = open_file(path, "rb");
+  if (!file) {
+    log_failed(kReadFunc, "fopen");
+    return SmsTrouble::Unopenable;
+  }
+  errno = 0;  // a file that became shorter is no error of the system
+  const bool whole = fread(bytes.data(), 1, bytes.size(), file.get()) == bytes.size();
+  if (!whole) log_failed(kReadFunc, "fread");
+  if (fclose(file.release()) != 0) log_failed_on(kReadFunc, "fclose", path);
+  return whole ? SmsTrouble::None : SmsTrouble::Unreadable;
+}
+
+SmsTrouble check_sms_file(std::span<const uint8_t> bytes) {
+  const SmsVerdict verdict = check_sms_image(bytes);
+  switch (verdict.fault) {
+    case SmsFault::None:
+      return SmsTrouble::None;
+    case SmsFault::Header:
+      CAPI_LOG_AS(kVerifyFunc, kLogWarning, "invalid sms file\n");
+      break;
+    case SmsFault::Type:
+      CAPI_LOG_AS(kVerifyFunc, kLogWarning, "wrong sm type %u\n", verdict.wrong_number);
+      break;
+    case SmsFault::Length:
+      CAPI_LOG_AS(kVerifyFunc, kLogWarning, "wrong tlv length %u\n", verdict.wrong_number);
+      break;
+    case SmsFault::Count:
+      CAPI_LOG_AS(kVerifyFunc, kLogWarning, "file is corrupted\n");
+      break;
+  }
+  return SmsTrouble::Unsound;
+}
+
+bool write_sms_file(const char* path, std::span<const uint8_t> bytes) {
+  if (write_whole(path, bytes, kWriteFunc) == Written::Whole) {
+    sync();
+    return true;
+  }
+  create_sms_file(path);
+  return false;
+}
+
+}  // namespace capi
