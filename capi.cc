@@ -13,7 +13,10 @@ int capi_init(const capi_callbacks* callbacks, int is_master, capi_log_sink log_
 
 int capi_post_init(int flag) {
   capiv2_cfg_backend_post_init();
-  if (flag != 0) capi_voip_init_call_log_file();
+  if (flag != 0) {
+    capi_voip_init_call_log_file();
+    capi_voip_sms_init();
+  }
   return 0;
 }
 

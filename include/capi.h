@@ -46,6 +46,7 @@
 #include "capi/runtime.h"
 #include "capi/schema.h"
 #include "capi/signal.h"
+#include "capi/sms.h"
 #include "capi/snapshot.h"
 #include "capi/util.h"
 
