@@ -1,0 +1,83 @@
+// SPDX-FileCopyrightText: The capi authors
+// SPDX-License-Identifier: MIT
+#include "sms/path.h"
+
+#include <filesystem>
+
+#include "sms_files.h"
+
+namespace capi::test {
+namespace {
+
+constexpr char kReceivedFallback[] = "/quorbleconf/ims_data/sm_recv";
+constexpr char kSentFallback[] = "/quorbleconf/ims_data/sm_send";
+
+class SmsPathTest : public Adapter {
+ protected:
+  void expect(const std::string& received, const std::string& sent) const {
+    EXPECT_EQ(paths_.received, received);
+    EXPECT_EQ(paths_.sent, sent);
+  }
+
+  SmsPaths paths_{};
+};
+
+TEST_F(SmsPathTest, BothFilesAreInTheNvDirectory) {
+  settle_sms_paths(paths_, "/nv");
+  expect("/nv/sm_recv", "/nv/sm_send");
+}
+
+TEST_F(SmsPathTest, APathInAnNvDirectoryStays) {
+  settle_sms_paths(paths_, "/nv");
+  settle_sms_paths(paths_, "/other");
+  settle_sms_paths(paths_, nullptr);
+  expect("/nv/sm_recv", "/nv/sm_send");
+}
+
+TEST_F(SmsPathTest, WithoutAnNvDirectoryThereAreFallbacks) {
+  settle_sms_paths(paths_, nullptr);
+  expect(kReceivedFallback, kSentFallback);
+}
+
+TEST_F(SmsPathTest, OnlyTheReceivedMessagesLeaveTheirFallback) {
+  settle_sms_paths(paths_, nullptr);
+  settle_sms_paths(paths_, "/nv");
+  expect("/nv/sm_recv", kSentFallback);
+}
+
+TEST_F(SmsPathTest, APathIsCutAtItsBuffer) {
+  settle_sms_paths(paths_, std::string(255, 'd').c_str());
+  expect(std::string(255, 'd'), std::string(255, 'd'));
+}
+
+TEST_F(SmsPathTest, TheDataDirectoryServesWhereNoNvDirectoryIsSet) {
+  start_master();
+  const SmsAccess access;
+  EXPECT_STREQ(access.path(CAPI_SMS_RECEIVED), "/tmp/sm_recv");
+  EXPECT_STREQ(access.path(CAPI_SMS_SENT), "/tmp/sm_send");
+}
+
+TEST_F(SmsPathTest, AccessHoldsTheLockAndNoOther) {
+  start_master();
+  {
+    const SmsAccess access;
+    EXPECT_EQ(lock_value(CAPI_LOCK_VOICE_SMS), 0);
+    EXPECT_EQ(lock_value(CAPI_LOCK_CONF_SHM), 1);
+  }
+  EXPECT_EQ(lock_value(CAPI_LOCK_VOICE_SMS), 1);
+}
+
+TEST_F(SmsPathTest, EveryAccessSettlesBothPathsWhicheverFileItIsFor) {
+  std::filesystem::create_directories("/quorbleconf/ims_data");
+  EXPECT_EQ(capi_voip_sms_clean(CAPI_SMS_RECEIVED), 0);  // before there is a record
+  EXPECT_TRUE(exists(kReceivedFallback));
+  start_master();
+  EXPECT_EQ(capi_voip_sms_clean(CAPI_SMS_RECEIVED), 0);
+  EXPECT_EQ(capi_voip_sms_clean(CAPI_SMS_SENT), 0);
+  EXPECT_TRUE(exists(kReceived));
+  EXPECT_TRUE(exists(kSentFallback));
+  EXPECT_FALSE(exists(kSent));
+}
+
+}  // namespace
+}  // namespace capi::test
