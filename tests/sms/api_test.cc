@@ -1,0 +1,185 @@
+// SPDX-FileCopyrightText: The capi authors
+// SPDX-License-Identifier: MIT
+// What the public calls add to the operations: arguments, the lock, signals and copies.
+
+#include <cstring>
+#include <filesystem>
+
+#include "faults.h"
+#include "sms_files.h"
+
+namespace capi::test {
+namespace {
+
+using Signals = std::vector<std::string>;
+
+constexpr int kNoSelectors[] = {-1, 2, 0x7FFFFFFF};
+
+class SmsApiTest : public SmsTest {
+ protected:
+  void put_both() {
+    write_file(kReceived, "received");
+    write_file(kSent, "sent");
+    clear_log();
+  }
+};
+
+TEST_F(SmsApiTest, EveryChangeIsTold) {
+  capi_sms_record record = to_record({});
+  EXPECT_EQ(capi_voip_sms_add(1, &record), 0);
+  EXPECT_EQ(capi_voip_sms_add(1, &record), 0);
+  EXPECT_EQ(capi_voip_sms_update(1, &record), 0);
+  EXPECT_EQ(capi_voip_sms_del_by_id(1, 1), 0);
+  EXPECT_EQ(capi_voip_sms_clean(1), 0);
+  EXPECT_EQ(new_signals(),
+            (Signals{update_signal("1", "1"), update_signal("1", "2"), update_signal("3", "2"),
+                     update_signal("2", "1"), update_signal("4", "0")}));
+}
+
+TEST_F(SmsApiTest, FailuresAreToldToo) {
+  std::filesystem::create_directory(kReceived);
+  capi_sms_record record = to_record({.id = 12});
+  EXPECT_EQ(capi_voip_sms_add(0, &record), -1);
+  EXPECT_EQ(capi_voip_sms_update(0, &record), -1);
+  EXPECT_EQ(capi_voip_sms_del_by_id(0, 0xFFFFFFFFFFFFFFFF), -1);
+  EXPECT_EQ(capi_voip_sms_clean(0), -1);
+  EXPECT_EQ(new_signals(),
+            (Signals{update_signal("1", "0"), update_signal("3", "12"),
+                     update_signal("2", "18446744073709551615"), update_signal("4", "0")}));
+}
+
+TEST_F(SmsApiTest, ReadingTellsNothing) {
+  add(0, {{}});
+  capi_sms_record record{};
+  capi_sms_counter state{};
+  void* image = nullptr;
+  EXPECT_EQ(capi_voip_sms_init(), 0);
+  EXPECT_EQ(capi_voip_sms_get(0, 1, &record), 0);
+  EXPECT_EQ(capi_voip_sms_get_unread_sm_num(0, &state, &state), 0);
+  EXPECT_EQ(capi_voip_sms_load(0, &image), 0);
+  EXPECT_EQ(capi_voip_sms_unload(&image), 0);
+  EXPECT_EQ(new_signals(), Signals{});
+}
+
+// Set while a signal is logged, which is just before it is posted.
+int lock_at_signal = -1;
+
+TEST_F(SmsApiTest, SignalsArePostedWithTheLockFree) {
+  capiv2_log_init([](int, const char* text) {
+    if (std::string(text).starts_with("capi_fire_internal_event2")) {
+      lock_at_signal = lock_value(CAPI_LOCK_VOICE_SMS);
+    }
+  });
+  capi_sms_record record = to_record({});
+  for (const auto& change : std::initializer_list<std::function<void()>>{
+           [&] { capi_voip_sms_add(0, &record); }, [&] { capi_voip_sms_update(0, &record); },
+           [&] { capi_voip_sms_del_by_id(0, 1); }, [&] { capi_voip_sms_clean(0); }}) {
+    lock_at_signal = -1;
+    change();
+    EXPECT_EQ(lock_at_signal, 1);
+  }
+}
+
+TEST_F(SmsApiTest, AnotherSelectorTouchesNoFile) {
+  put_both();
+  for (const int selector : kNoSelectors) {
+    capi_sms_record record = to_record({});
+    capi_sms_counter state{};
+    void* image = &state;
+    EXPECT_EQ(capi_voip_sms_add(selector, &record), -1);
+    EXPECT_EQ(capi_voip_sms_update(selector, &record), -1);
+    EXPECT_EQ(capi_voip_sms_get(selector, 1, &record), -1);
+    EXPECT_EQ(capi_voip_sms_del_by_id(selector, 1), -1);
+    EXPECT_EQ(capi_voip_sms_get_unread_sm_num(selector, &state, &state), -1);
+    EXPECT_EQ(capi_voip_sms_clean(selector), -1);
+    EXPECT_EQ(capi_voip_sms_load(selector, &image), -1);
+    EXPECT_EQ(image, nullptr);
+    EXPECT_EQ(capi_voip_sms_get_file(selector, "/tmp/copy"), -1);
+  }
+  EXPECT_EQ(captured_log(6), lines({}));
+  EXPECT_EQ(read_file(kReceived), "received");
+  EXPECT_EQ(read_file(kSent), "sent");
+  EXPECT_FALSE(exists("/tmp/copy"));
+}
+
+TEST_F(SmsApiTest, MissingArgumentsTouchNoFile) {
+  put_both();
+  capi_sms_counter state{};
+  EXPECT_EQ(capi_voip_sms_add(0, nullptr), -1);
+  EXPECT_EQ(capi_voip_sms_update(0, nullptr), -1);
+  EXPECT_EQ(capi_voip_sms_get(0, 1, nullptr), -1);
+  EXPECT_EQ(capi_voip_sms_get_unread_sm_num(0, nullptr, &state), -1);
+  EXPECT_EQ(capi_voip_sms_get_unread_sm_num(0, &state, nullptr), -1);
+  EXPECT_EQ(capi_voip_sms_load(0, nullptr), -1);
+  EXPECT_EQ(capi_voip_sms_get_file(0, nullptr), -1);
+  EXPECT_EQ(capi_voip_sms_backup(nullptr), -1);
+  EXPECT_EQ(captured_log(6), lines({}));
+  EXPECT_EQ(read_file(kReceived), "received");
+  EXPECT_EQ(read_file(kSent), "sent");
+}
+
+TEST_F(SmsApiTest, AFileIsCopiedAsItIs) {
+  put_both();
+  EXPECT_EQ(capi_voip_sms_get_file(0, "/tmp/copy"), 0);
+  EXPECT_EQ(read_file("/tmp/copy"), "received");
+  EXPECT_EQ(capi_voip_sms_get_file(1, "/tmp/copy"), 0);
+  EXPECT_EQ(read_file("/tmp/copy"), "sent");
+  EXPECT_EQ(captured_log(), lines({}));
+}
+
+TEST_F(SmsApiTest, NobodyLooksAtHowTheCopyingEnds) {
+  EXPECT_EQ(capi_voip_sms_get_file(0, "/tmp/copy"), 0);  // there is no file
+  put_both();
+  EXPECT_EQ(capi_voip_sms_get_file(0, "/tmp/missing/copy"), 0);
+  EXPECT_EQ(capi_voip_sms_get_file(0, ("/tmp/" + std::string(5000, 'x')).c_str()), 0);
+  EXPECT_FALSE(exists("/tmp/copy"));
+}
+
+TEST_F(SmsApiTest, AFileIsNotCopiedOntoItself) {
+  put_both();
+  EXPECT_EQ(capi_voip_sms_get_file(0, kReceived), -1);
+  EXPECT_EQ(captured_log(), lines({{4, "capi_voip_sms_get_file", "should not be the same file"}}));
+  EXPECT_EQ(read_file(kReceived), "received");
+  EXPECT_EQ(capi_voip_sms_get_file(1, kReceived), 0);
+  EXPECT_EQ(read_file(kReceived), "sent");
+}
+
+TEST_F(SmsApiTest, ABackupIsACopyOfBothFiles) {
+  put_both();
+  EXPECT_EQ(capi_voip_sms_backup("/tmp/backup"), 0);
+  EXPECT_EQ(read_file("/tmp/backup.recv"), "received");
+  EXPECT_EQ(read_file("/tmp/backup.send"), "sent");
+  EXPECT_EQ(captured_log(), lines({}));
+}
+
+TEST_F(SmsApiTest, ABackupWithoutFilesSucceeds) {
+  EXPECT_EQ(capi_voip_sms_backup("/tmp/backup"), 0);
+  EXPECT_FALSE(exists("/tmp/backup.recv"));
+}
+
+TEST_F(SmsApiTest, ABackupSkipsWhatIsTheSameFile) {
+  // A directory as long as this leaves no room for the name behind it.
+  const std::string base = "/tmp/" + std::string(245, 'd');
+  strcpy(segment().directory[4], (base + ".recv").c_str());
+  EXPECT_EQ(capi_voip_sms_backup(base.c_str()), 0);
+  EXPECT_EQ(captured_log(), lines({{4, "capi_voip_sms_backup", "should not be the same file"}}));
+}
+
+TEST_F(SmsApiTest, ABackupUnderATooLongNameIsSkipped) {
+  put_both();
+  std::string base = "/tmp";
+  while (base.size() < 240) base += "/" + std::string(11, 'd');
+  std::filesystem::create_directories(base);
+  base += "/" + std::string(250 - base.size(), 'b');
+  ASSERT_EQ(base.size(), 251u);
+  EXPECT_EQ(capi_voip_sms_backup(base.c_str()), 0);
+  EXPECT_FALSE(exists(base + ".recv"));
+  EXPECT_FALSE(exists((base + ".recv").substr(0, 255)));
+  base.pop_back();
+  EXPECT_EQ(capi_voip_sms_backup(base.c_str()), 0);
+  EXPECT_EQ(read_file(base + ".recv"), "received");
+  EXPECT_EQ(read_file(base + ".send"), "sent");
+}
+
+}  // namespace
+}  // namespace capi::test
