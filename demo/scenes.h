@@ -12,5 +12,6 @@ void play_device(Stage& stage);
 void play_line_status(Stage& stage);
 void play_call_log(Stage& stage);
 void play_signals(Stage& stage);
+void play_short_messages(Stage& stage);
 
 }  // namespace demo
