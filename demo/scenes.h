@@ -11,7 +11,7 @@ void play_typical_request(Stage& stage);
 void play_device(Stage& stage);
 void play_line_status(Stage& stage);
 void play_call_log(Stage& stage);
-void play_signals(Stage& stage);
 void play_short_messages(Stage& stage);
+void play_signals(Stage& stage);
 
 }  // namespace demo

@@ -34,7 +34,7 @@ TEST_F(Snapshot, HoldsTheWholeRecordLiveStateIncluded) {
 }
 
 TEST_F(Snapshot, AnswersEveryKeyAsAGetByNameDoes) {
-  ASSERT_EQ(capi_init_settings_from_file(kAllKeysPath), 0);
+  ASSERT_EQ(capi_init_settings_from_file(copy_all_keys()), 0);
   ASSERT_EQ(capi_config_finish(), 0);
   ASSERT_EQ(capi_snapshot_take(&snapshot_), 0);
   int count = 0;
