@@ -1,0 +1,152 @@
+// SPDX-FileCopyrightText: The capi authors
+// SPDX-License-Identifier: MIT
+#include "inspection.h"
+
+#include <fstream>
+#include <iterator>
+#include <string>
+
+#include "pattern.h"
+#include "records.h"
+
+namespace capi::soak {
+namespace {
+
+using Check = bool (*)(std::string_view file);
+
+// Files that are read by programs without the library; nobody else writes while we hold their lock.
+bool is_whole_file(const std::string& path, Check is_whole) {
+  std::ifstream file(path, std::ios::binary);
+  return is_whole(std::string(std::istreambuf_iterator<char>(file), {}));
+}
+
+bool is_whole_voice_block(std::string_view file) {
+  return file.size() == CAPI_IMS_VOICE_BYTES && file.find_first_not_of(file[0]) == file.npos;
+}
+
+bool are_whole_status_files() {
+  capi_critical_section_lock(CAPI_LOCK_CONF_SHM);
+  const bool whole = is_whole_file("/tmp/shared_line_reg_status", is_whole_line_status) &&
+                     is_whole_file("/tmp/shared_call_state_info", is_whole_call_state) &&
+                     is_whole_file("/tmp/shared_phone_status", is_whole_phone_status);
+  capi_critical_section_unlock(CAPI_LOCK_CONF_SHM);
+  return whole;
+}
+
+constexpr unsigned kStackTypes = 7;
+constexpr char kStackSuffixes[kStackTypes][8] = {".volte", ".voip", ".vowifi", ".cs",
+                                                 ".qvc",   ".sos",  ""};
+
+bool is_whole_stack(unsigned type) {
+  capi_critical_section_lock(CAPI_LOCK_CONF_SHM);
+  const bool whole =
+      is_whole_file(std::string("/tmp/vosip.conf") + kStackSuffixes[type], is_whole_stack_file);
+  capi_critical_section_unlock(CAPI_LOCK_CONF_SHM);
+  return whole;
+}
+
+bool is_whole_under_run_info_lock(const std::string& path, Check is_whole) {
+  capi_critical_section_lock(CAPI_LOCK_VOP_RUN_INFO);
+  const bool whole = is_whole_file(path, is_whole);
+  capi_critical_section_unlock(CAPI_LOCK_VOP_RUN_INFO);
+  return whole;
+}
+
+void set_all_blocks(Random& random) {
+  for (int type = 0; type < kBlockTypes; ++type) set_block(type, any_number(random));
+}
+
+}  // namespace
+
+Inspection::Inspection(Random& random) : random_(random) {
+  for (size_t record = 0; record < record_count(); ++record) {
+    set_record(record, any_number(random));
+  }
+  set_all_blocks(random);
+  set_voice_block(any_number(random));
+  for (unsigned type = 0; type < kStackTypes; ++type) capi_make_config_file(type);
+  after_kill(Store::Nothing);
+  tallies_ = {};
+}
+
+void Inspection::after_kill(Store victim) {
+  ++tallies_[static_cast<size_t>(victim)].kills;
+  look_at_records(victim);
+  look_at_call_log(victim);
+  look_at_messages(victim, CAPI_SMS_RECEIVED, Store::Received);
+  look_at_messages(victim, CAPI_SMS_SENT, Store::Sent);
+  look_at_status_files(victim);
+  look_at_other_files(victim);
+}
+
+// Only a process that was at a store can have damaged it.
+void Inspection::count(Store victim, Store damaged, unsigned lost) {
+  Tally& tally = tallies_[static_cast<size_t>(damaged)];
+  ++tally.cut;
+  tally.lost += lost;
+  if (victim == damaged) return;
+  fail("store %d was damaged, but the process that died was at %d", static_cast<int>(damaged),
+       static_cast<int>(victim));
+}
+
+void Inspection::look_at_records(Store victim) {
+  for (size_t record = 0; record < record_count(); ++record) {
+    if (is_whole_record(record)) continue;
+    count(victim, Store::Records, 1);
+    fprintf(stderr, "half of a %s was left\n", record_name(record));
+    set_record(record, any_number(random_));
+  }
+}
+
+void Inspection::look_at_call_log(Store victim) {
+  const int calls = check_call_log();
+  if (calls < 0) {
+    const Store how = victim == Store::CallLogNodes ? victim : Store::CallLog;
+    count(victim, how, static_cast<unsigned>(calls_));
+    if (capi_voip_init_call_log_file() != 0) fail("the call log cannot be made anew");
+  }
+  calls_ = calls < 0 ? 0 : calls;
+}
+
+// The first operation that meets a cut file makes it anew, so that has to be noted when it happens.
+void Inspection::look_at_messages(Store victim, int selector, Store store) {
+  int messages = check_messages(selector);
+  const uint32_t damage = board().damage_noticed[selector];
+  if (damage != damage_[selector]) {
+    count(victim, store, static_cast<unsigned>(messages_[selector]));
+    if (messages < 0) messages = check_messages(selector);
+  }
+  if (messages < 0) fail("a file of short messages cannot be read");
+  damage_[selector] = damage;
+  messages_[selector] = messages;
+}
+
+void Inspection::look_at_status_files(Store victim) {
+  if (are_whole_status_files()) return;
+  capi_set_shared_data(kBlockTypes, nullptr);  // no such type, but it writes the files
+  if (are_whole_status_files()) {
+    count(victim, Store::StatusFiles, 1);
+    return;
+  }
+  count(victim, Store::Records, 1);
+  set_all_blocks(random_);
+}
+
+void Inspection::look_at_other_files(Store victim) {
+  if (!is_whole_under_run_info_lock("/tmp/info.simcard", is_whole_sim_file)) {
+    count(victim, Store::SimFile, 1);
+    capi_cfg_update_simcard_file();
+  }
+  if (!is_whole_under_run_info_lock(std::string(kNvDir) + "/info.ims_voice",
+                                    is_whole_voice_block)) {
+    count(victim, Store::VoiceBlock, 1);
+    set_voice_block(any_number(random_));
+  }
+  for (unsigned type = 0; type < kStackTypes; ++type) {
+    if (is_whole_stack(type)) continue;
+    count(victim, Store::StackFiles, 1);
+    capi_make_config_file(type);
+  }
+}
+
+}  // namespace capi::soak

@@ -1,0 +1,22 @@
+// SPDX-FileCopyrightText: The capi authors
+// SPDX-License-Identifier: MIT
+// The two runs.
+#pragma once
+
+#include <cstdint>
+
+namespace capi::soak {
+
+struct KillPlan {
+  uint32_t seed;
+  unsigned kills;
+  unsigned minutes;  // ends earlier after this time; 0 is never
+};
+
+// Kills processes at random instants while others go on, and prints what that cost.
+void run_kills(const KillPlan& plan);
+
+// Eight processes at full speed, each for so many rounds over all families.
+void run_together(uint32_t seed, unsigned rounds);
+
+}  // namespace capi::soak
