@@ -25,31 +25,35 @@ bool is_whole_voice_block(std::string_view file) {
 }
 
 bool are_whole_status_files() {
-  capi_critical_section_lock(CAPI_LOCK_CONF_SHM);
-  const bool whole = is_whole_file("/tmp/shared_line_reg_status", is_whole_line_status) &&
-                     is_whole_file("/tmp/shared_call_state_info", is_whole_call_state) &&
-                     is_whole_file("/tmp/shared_phone_status", is_whole_phone_status);
-  capi_critical_section_unlock(CAPI_LOCK_CONF_SHM);
+  return is_whole_file("/tmp/shared_line_reg_status", is_whole_line_status) &&
+         is_whole_file("/tmp/shared_call_state_info", is_whole_call_state) &&
+         is_whole_file("/tmp/shared_phone_status", is_whole_phone_status);
+}
+
+bool are_whole_stack_files() {
+  for (const char* suffix : {".volte", ".voip", ".vowifi", ".cs", ".qvc", ".sos", ""}) {
+    if (!is_whole_file(std::string("/tmp/vosip.conf") + suffix, is_whole_stack_file)) return false;
+  }
+  return true;
+}
+
+bool is_whole_sim_file_there() { return is_whole_file("/tmp/info.simcard", is_whole_sim_file); }
+
+bool is_whole_voice_block_there() {
+  return is_whole_file(std::string(kNvDir) + "/info.ims_voice", is_whole_voice_block);
+}
+
+// Looks while nobody writes.
+bool locked(capi_lock_id id, bool (*look)()) {
+  capi_critical_section_lock(id);
+  const bool whole = look();
+  capi_critical_section_unlock(id);
   return whole;
 }
 
-constexpr unsigned kStackTypes = 7;
-constexpr char kStackSuffixes[kStackTypes][8] = {".volte", ".voip", ".vowifi", ".cs",
-                                                 ".qvc",   ".sos",  ""};
-
-bool is_whole_stack(unsigned type) {
-  capi_critical_section_lock(CAPI_LOCK_CONF_SHM);
-  const bool whole =
-      is_whole_file(std::string("/tmp/vosip.conf") + kStackSuffixes[type], is_whole_stack_file);
-  capi_critical_section_unlock(CAPI_LOCK_CONF_SHM);
-  return whole;
-}
-
-bool is_whole_under_run_info_lock(const std::string& path, Check is_whole) {
-  capi_critical_section_lock(CAPI_LOCK_VOP_RUN_INFO);
-  const bool whole = is_whole_file(path, is_whole);
-  capi_critical_section_unlock(CAPI_LOCK_VOP_RUN_INFO);
-  return whole;
+void write_stack_files() {
+  constexpr unsigned kStackTypes = 7;
+  for (unsigned type = 0; type < kStackTypes; ++type) capi_make_config_file(type);
 }
 
 void set_all_blocks(Random& random) {
@@ -64,14 +68,14 @@ Inspection::Inspection(Random& random) : random_(random) {
   }
   set_all_blocks(random);
   set_voice_block(any_number(random));
-  for (unsigned type = 0; type < kStackTypes; ++type) capi_make_config_file(type);
+  write_stack_files();
   after_kill(Store::Nothing);
   tallies_ = {};
 }
 
 void Inspection::after_kill(Store victim) {
   ++tallies_[static_cast<size_t>(victim)].kills;
-  look_at_records(victim);
+  if (victim == Store::Records) look_at_records(victim);  // the others read them all the time
   look_at_call_log(victim);
   look_at_messages(victim, CAPI_SMS_RECEIVED, Store::Received);
   look_at_messages(victim, CAPI_SMS_SENT, Store::Sent);
@@ -122,9 +126,9 @@ void Inspection::look_at_messages(Store victim, int selector, Store store) {
 }
 
 void Inspection::look_at_status_files(Store victim) {
-  if (are_whole_status_files()) return;
+  if (locked(CAPI_LOCK_CONF_SHM, are_whole_status_files)) return;
   capi_set_shared_data(kBlockTypes, nullptr);  // no such type, but it writes the files
-  if (are_whole_status_files()) {
+  if (locked(CAPI_LOCK_CONF_SHM, are_whole_status_files)) {
     count(victim, Store::StatusFiles, 1);
     return;
   }
@@ -133,19 +137,17 @@ void Inspection::look_at_status_files(Store victim) {
 }
 
 void Inspection::look_at_other_files(Store victim) {
-  if (!is_whole_under_run_info_lock("/tmp/info.simcard", is_whole_sim_file)) {
+  if (!locked(CAPI_LOCK_CONF_SHM, are_whole_stack_files)) {
+    count(victim, Store::StackFiles, 1);
+    write_stack_files();
+  }
+  if (!locked(CAPI_LOCK_VOP_RUN_INFO, is_whole_sim_file_there)) {
     count(victim, Store::SimFile, 1);
     capi_cfg_update_simcard_file();
   }
-  if (!is_whole_under_run_info_lock(std::string(kNvDir) + "/info.ims_voice",
-                                    is_whole_voice_block)) {
+  if (!locked(CAPI_LOCK_VOP_RUN_INFO, is_whole_voice_block_there)) {
     count(victim, Store::VoiceBlock, 1);
     set_voice_block(any_number(random_));
-  }
-  for (unsigned type = 0; type < kStackTypes; ++type) {
-    if (is_whole_stack(type)) continue;
-    count(victim, Store::StackFiles, 1);
-    capi_make_config_file(type);
   }
 }
 
