@@ -124,8 +124,10 @@ int delete_call_log_by_node(const char* path, unsigned type, unsigned node) {
     return -1;
   }
   const capi_call_log_record& entry = image->node[node];
-  const unsigned touched[] = {node,           entry.prev,     entry.next,
-                              entry.all_prev, entry.all_next, image->header.free.tail};
+  // The end of the free list comes first and the header last: should we die in between, that list
+  // is longer than its count, and no reader takes the file for sound.
+  const unsigned touched[] = {image->header.free.tail, node,          entry.prev, entry.next,
+                              entry.all_prev,          entry.all_next};
   release_node(*image, type, node, LoneFreeNode::LinksNowhere);
   for (const unsigned index : touched) {
     if (!is_node(index)) continue;
