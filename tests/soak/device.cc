@@ -21,8 +21,8 @@ constexpr capi_callbacks kNoCallbacks{};
 int messages_in_use = 0;
 
 Board* make_board() {
-  void* memory = mmap(nullptr, sizeof(Board), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS,
-                      -1, 0);
+  void* memory =
+      mmap(nullptr, sizeof(Board), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
   if (memory == MAP_FAILED) abort();
   return static_cast<Board*>(memory);  // zeroed, which is where all notes start
 }
@@ -62,8 +62,8 @@ void start_device() {
   board();
   test::write_file("/tmp/m_data", "m_serial=2604000123\n");
   test::write_file("/usr/sbin/vsdk_cmd", "");  // never run here, but the segment's key
-  test::write_file(kSettings,
-                   std::string("[runtime_info]\noption_runtime_info_nv_directory=") + kNvDir + "\n");
+  test::write_file(
+      kSettings, std::string("[runtime_info]\noption_runtime_info_nv_directory=") + kNvDir + "\n");
   capi_init(&kNoCallbacks, 1, watch_log);
   capi_init_settings_from_file(kSettings);
   capi_config_finish();

@@ -106,9 +106,9 @@ void send_message(Random& random) {
   static capi_sms_record message;
   fill_sms(message, any_number(random));
   use_messages(kSent);
-  expect_success(capi_voip_sms_send(message.RemoteNumber, message.TextType, message.Text,
-                                    message.TextLen),
-                 "send a message");
+  expect_success(
+      capi_voip_sms_send(message.RemoteNumber, message.TextType, message.Text, message.TextLen),
+      "send a message");
 }
 
 uint64_t last_message(int selector) {

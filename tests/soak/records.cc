@@ -27,17 +27,17 @@ struct Kind {
   int (*set)(void* record, int index);
 };
 
-#define SINGLE(name)                                                                  \
-  Kind {                                                                              \
-    #name, sizeof(capi_##name), 0, 1,                                                 \
+#define SINGLE(name)                                                                \
+  Kind {                                                                            \
+#name, sizeof(capi_##name), 0, 1,                                                 \
         [](void* record, int) { return capi_get_##name(static_cast<capi_##name*>(record)); }, \
-        [](void* record, int) { return capi_set_##name(static_cast<capi_##name*>(record)); }  \
+        [](void* record, int) { return capi_set_##name(static_cast<capi_##name*>(record)); } \
   }
-#define NUMBERED(name, count)                                                              \
-  Kind {                                                                                   \
-    #name, sizeof(capi_##name), 1, count,                                                  \
+#define NUMBERED(name, count)                                                            \
+  Kind {                                                                                 \
+#name, sizeof(capi_##name), 1, count,                                                  \
         [](void* record, int i) { return capi_get_##name(static_cast<capi_##name*>(record), i); }, \
-        [](void* record, int i) { return capi_set_##name(static_cast<capi_##name*>(record), i); }  \
+        [](void* record, int i) { return capi_set_##name(static_cast<capi_##name*>(record), i); } \
   }
 
 int get_cs(void* record, int line) {
@@ -50,8 +50,8 @@ int set_cs(void* record, int line) {
 // What the library fills in on reading is taken out again.
 int get_registration(void* record, int slot) {
   capi_line_reg_stat stat{};
-  const int result = capi_get_runtime_line_reg_stat(slot % CAPI_SIP_LINES, &stat,
-                                                    slot / CAPI_SIP_LINES);
+  const int result =
+      capi_get_runtime_line_reg_stat(slot % CAPI_SIP_LINES, &stat, slot / CAPI_SIP_LINES);
   const int filling = stat.registered & 0xFF;
   memset(&stat.reg_duration, filling, sizeof stat.reg_duration);
   memset(stat.status_text, filling, sizeof stat.status_text);
@@ -73,7 +73,8 @@ int set_vendor(void* record, int) {
   return capi_set_quorble_info(CAPI_QUORBLE_VENDOR, record, CAPI_VENDOR_BYTES);
 }
 
-// A text's last byte is its end; the check wants that to be like the rest, in an empty text as well.
+// A text's last byte is its end; the check wants that to be like the rest, in an empty text as
+// well.
 void fill_end(char* text, size_t size) {
   if (text[size - 1] == '\0') text[size - 1] = text[0];
 }
@@ -107,8 +108,7 @@ constexpr size_t kLongestText = 256;
 int get_text(void* record, int index) {
   const NamedText& text = kTexts[index];
   char value[kLongestText] = {};
-  const int result =
-      capi_config_get(text.section, text.key, value, static_cast<int>(text.size));
+  const int result = capi_config_get(text.section, text.key, value, static_cast<int>(text.size));
   fill_end(value, text.size);
   memset(value + text.size, value[0], sizeof value - text.size);
   memcpy(record, value, sizeof value);

@@ -98,9 +98,9 @@ void use_device(Random& random) {
   char text[256];
   uint8_t block[CAPI_IMS_VOICE_BYTES];
   set_voice_block(any_number(random));
-  expect(capi_get_quorble_info(CAPI_QUORBLE_IMS_VOICE, block, sizeof block) == 0 &&
-             is_uniform(block),
-         "half of an IMS voice block");
+  expect(
+      capi_get_quorble_info(CAPI_QUORBLE_IMS_VOICE, block, sizeof block) == 0 && is_uniform(block),
+      "half of an IMS voice block");
   expect(capi_get_simcard_info(CAPI_SIM_IMSI, text, sizeof text) == 0, "no IMSI");
   expect(capi_get_hardware_info(CAPI_HW_SERIAL, text, sizeof text) == 0, "no serial number");
   expect(capi_cfg_update_simcard_file() == 0, "no SIM file");
