@@ -267,15 +267,17 @@ inline constexpr Row kRows[] = {
 
 inline constexpr size_t kSignals = 24;
 
-// Where the rows of each signal begin; the last entry is the end.
-inline constexpr std::array<uint8_t, kSignals + 1> kFirstRow = [] {
+consteval std::array<uint8_t, kSignals + 1> find_signals() {
   std::array<uint8_t, kSignals + 1> first{};
   size_t found = 0;
   for (size_t i = 0; i < std::size(kRows); ++i) {
     if (kRows[i].kind == Kind::Signal) first[found++] = static_cast<uint8_t>(i);
   }
   return first;
-}();
+}
+
+// Where the rows of each signal begin; the last entry is the end.
+inline constexpr std::array<uint8_t, kSignals + 1> kFirstRow = find_signals();
 
 static_assert(kFirstRow[kSignals] == std::size(kRows) - 1, "kSignals is the number of signals");
 
