@@ -24,8 +24,8 @@ constexpr char kBad = '-';
 bool process_failed = false;
 
 bool in_colour() {
-  static const bool colour = isatty(STDOUT_FILENO) != 0 && getenv("NO_COLOR") == nullptr;
-  return colour;
+  static const bool kInColour = isatty(STDOUT_FILENO) != 0 && getenv("NO_COLOR") == nullptr;
+  return kInColour;
 }
 
 std::string paint(const char* code, std::string_view text) {
@@ -164,7 +164,7 @@ void show_file(const std::string& path, std::initializer_list<std::string_view> 
 }
 
 std::string show_posted_signals() {
-  const std::string posted = file_content(kSignalRecord);
+  std::string posted = file_content(kSignalRecord);
   unlink(kSignalRecord);
   std::istringstream in(posted);
   std::string line;

@@ -3,14 +3,12 @@
 // A setting file of any content, loaded into a record and read back by name.
 
 #include <cstdio>
-#include <cstdlib>
 #include <memory>
 
 #include "backend/field_table.h"
 #include "backend/settings.h"
-#include "capi/log.h"
-#include "foundation/file.h"
 #include "foundation/key_value.h"
+#include "fuzz/support.h"
 
 namespace {
 
@@ -19,7 +17,7 @@ void apply_and_read_back(cfg_shared_record& record, const char* section, const c
   using namespace capi;
   const int result = apply_setting(record, section, key, value);
   const FieldPlace place = find_field(section, key, ColumnChoice::Last);
-  if ((result == -1) != (place.lookup == FieldLookup::OutOfRange)) abort();
+  fuzz::require((result == -1) == (place.lookup == FieldLookup::OutOfRange));
   if (place.lookup != FieldLookup::Found) return;
   char text[1024];
   get_field(record, *place.field, place.index, text, sizeof text);
@@ -28,6 +26,7 @@ void apply_and_read_back(cfg_shared_record& record, const char* section, const c
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  capi::fuzz::ignore_log();
   const auto record = std::make_unique<cfg_shared_record>();
   const capi::File file(fmemopen(const_cast<uint8_t*>(data), size, "r"));
   if (!file) return 0;  // fmemopen() takes no empty file

@@ -2,11 +2,10 @@
 // SPDX-License-Identifier: MIT
 // A short-message file of any content: judged, and if it is sound changed and walked through.
 
-#include <cstdlib>
 #include <cstring>
 #include <memory>
 
-#include "capi/log.h"
+#include "fuzz/support.h"
 #include "sms/image.h"
 
 namespace {
@@ -15,10 +14,7 @@ using capi::SmsFault;
 using capi::SmsImage;
 using capi::SmsItem;
 using capi::SmsWalk;
-
-void require(bool holds) {
-  if (!holds) abort();
-}
+using capi::fuzz::require;
 
 bool is_sound(std::span<const uint8_t> image) {
   return capi::check_sms_image(image).fault == SmsFault::None;
@@ -67,7 +63,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   walk(image, *record);
   if (!is_sound(image)) return 0;
   const capi::SmsFileHeader header = capi::sms_header(image);
-  capiv2_log_init([](int, const char*) {});
+  capi::fuzz::ignore_log();
   walk_loaded(data, header.sm_count, *record);
   *record = {};
   record->TextSize = static_cast<uint32_t>(header.last_id % (CAPI_SMS_TEXT_CAPACITY + 1));

@@ -23,7 +23,8 @@ static int private_dirty_kib(void) {
   int kib = -1;
   FILE *file = fopen("/proc/self/smaps_rollup", "r");
   if (file == NULL) return -1;
-  while (fgets(line, sizeof line, file) != NULL && sscanf(line, "Private_Dirty: %d kB", &kib) != 1) {
+  while (fgets(line, sizeof line, file) != NULL &&
+         sscanf(line, "Private_Dirty: %d kB", &kib) != 1) {
   }
   fclose(file);
   return kib;
