@@ -40,6 +40,7 @@ struct Board {
   Worker worker[kMaxWorkers];
   std::atomic<uint64_t> operations[kStores];
   std::atomic<uint32_t> failures;
+  std::atomic<uint32_t> halves_seen;        // records that readers found to be half old, half new
   std::atomic<uint32_t> damage_noticed[2];  // in the files of short messages
 
   // What was added under each number, plus 1; 0 is nobody yet.

