@@ -24,7 +24,8 @@
  *  8. Callbacks. Those of capi_init() run with lock 0 held and must not call anything that takes
  *     it.
  *  9. Death. A process that dies gives its critical sections back through the kernel. A file that
- *     it was writing may be cut: the stores notice that at the next access.
+ *     it was writing may be cut: the stores notice that at the next access. A record that it was
+ *     setting may be half old and half new until it is set again.
  * 10. Start. The master's capi_init() comes first on the device; every process calls capi_init()
  *     before anything else.
  */
