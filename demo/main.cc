@@ -15,12 +15,8 @@
 namespace {
 
 constexpr void (*kScenes[])(demo::Stage&) = {
-    demo::play_typical_request,
-    demo::play_device,
-    demo::play_line_status,
-    demo::play_call_log,
-    demo::play_short_messages,
-    demo::play_signals,
+    demo::play_typical_request, demo::play_device,         demo::play_line_status,
+    demo::play_call_log,        demo::play_short_messages, demo::play_signals,
 };
 
 void run_shell() {
