@@ -13,8 +13,8 @@
 #include <vector>
 
 #include "calllog/image.h"
-#include "faults.h"
 #include "support/adapter.h"
+#include "support/faults.h"
 
 namespace capi::test {
 

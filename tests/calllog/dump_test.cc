@@ -120,9 +120,9 @@ TEST_F(CallLogDump, AFileThatCannotBeReadIsReported) {
 
 TEST_F(CallLogDump, ALackOfMemoryIsReported) {
   write_image(*image_of({0}));
-  fail_call(Call::Calloc);
+  fail_call(Call::Malloc);
   EXPECT_EQ(dump(0, -1), Numbers{});
-  fail_call(Call::Calloc);
+  fail_call(Call::Malloc);
   EXPECT_EQ(dump_all(-1), Numbers{});
   EXPECT_EQ(captured_log(), (Lines{{4, kDump, "Malloc failed"}, {4, kDumpAll, "Malloc failed"}}));
 }

@@ -33,7 +33,7 @@ TEST_F(CallLogFile, InitCreatesAMissingFile) {
   EXPECT_EQ(capi_voip_init_call_log_file(), 0);
   EXPECT_EQ(captured_log(), (Lines{kCreated}));
   expect_empty_log();
-  EXPECT_EQ(sync_count(), 1);
+  EXPECT_EQ(count_calls(Call::Sync), 1);
   EXPECT_EQ(posted().size(), 0u);
 }
 
@@ -43,7 +43,7 @@ TEST_F(CallLogFile, InitLeavesAValidFileAlone) {
   EXPECT_EQ(capi_voip_init_call_log_file(), 0);
   EXPECT_EQ(captured_log(), Lines{});
   EXPECT_EQ(bytes_of(*read_image()), bytes_of(*image));
-  EXPECT_EQ(sync_count(), 0);
+  EXPECT_EQ(count_calls(Call::Sync), 0);
 }
 
 TEST_F(CallLogFile, InitSaysThatNoFileCanBeCreated) {
@@ -73,7 +73,7 @@ TEST_F(CallLogFile, CreateSaysThatAWriteFailed) {
       (Lines{{4, kCreate,
               " failure write data into file /tmp/voip_call_log, error : Input/output error!"},
              {4, kInit, " fail to create new call log file /tmp/voip_call_log !"}}));
-  EXPECT_EQ(sync_count(), 0);
+  EXPECT_EQ(count_calls(Call::Sync), 0);
 }
 
 TEST_F(CallLogFile, CreateGoesOnAfterAFailedFlush) {
@@ -84,7 +84,7 @@ TEST_F(CallLogFile, CreateGoesOnAfterAFailedFlush) {
       (Lines{{4, kCreate,
               " failure flush data into file /tmp/voip_call_log, error : Input/output error!"},
              kCreated}));
-  EXPECT_EQ(sync_count(), 1);
+  EXPECT_EQ(count_calls(Call::Sync), 1);
 }
 
 TEST_F(CallLogFile, CreateGoesOnAfterAFailedClose) {
@@ -97,7 +97,7 @@ TEST_F(CallLogFile, CreateGoesOnAfterAFailedClose) {
 }
 
 TEST_F(CallLogFile, CreateNeedsMemory) {
-  fail_call(Call::Calloc);
+  fail_call(Call::Malloc);
   EXPECT_EQ(capi_voip_init_call_log_file(), -1);
   EXPECT_EQ(captured_log(),
             (Lines{{4, kCreate, "Malloc failed"},

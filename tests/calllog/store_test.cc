@@ -73,7 +73,7 @@ TEST_F(CallLogStore, AddWritesTheWholeFile) {
   EXPECT_EQ(add(0, 1), 0);
   EXPECT_EQ(bytes_of(*read_image()), bytes_of(*image_of({1, 0})));
   EXPECT_EQ(captured_log(6), Lines{});
-  EXPECT_EQ(sync_count(), 2);
+  EXPECT_EQ(count_calls(Call::Sync), 2);
 }
 
 TEST_F(CallLogStore, The101stEntryOfATypeEvictsItsOldest) {
@@ -122,7 +122,7 @@ TEST_F(CallLogStore, AddNeedsAFile) {
 
 TEST_F(CallLogStore, AddNeedsMemory) {
   write_image(*empty_image());
-  fail_call(Call::Calloc);
+  fail_call(Call::Malloc);
   EXPECT_EQ(add(0, 0), -1);
   EXPECT_EQ(captured_log(6),
             (Lines{{4, kAdd, "Malloc failed"},
@@ -242,7 +242,7 @@ TEST_F(CallLogStore, DeleteLeavesTheSameBytesAsTheImageOperation) {
     EXPECT_EQ(bytes_of(*read_image()), bytes_of(*image)) << node;
   }
   EXPECT_EQ(captured_log(6), Lines{});
-  EXPECT_EQ(sync_count(), 5);
+  EXPECT_EQ(count_calls(Call::Sync), 5);
 }
 
 TEST_F(CallLogStore, DeleteWithAllNodesInUseLeavesAValidFile) {
