@@ -21,6 +21,9 @@ namespace {
 constexpr char kKeyPath[] = "/tmp/m_data";
 constexpr int kKeyProject = 'l';
 constexpr int kMode = 0666;
+constexpr int kNoSet = -1;
+constexpr char kLock[] = "capi_critical_section_lock";
+constexpr char kUnlock[] = "capi_critical_section_unlock";
 constexpr char kStatsPath[] = "/tmp/capi_lock_stats";
 
 constexpr char CAPI_LOCK_NAME_MAP[CAPI_LOCK_COUNT][64] = {
@@ -84,22 +87,38 @@ void log_bad_value(unsigned id, int value, const char* func, const char* operati
               operation, lock_name(id), value);
 }
 
-// How an attempt to take a lock ended: "refused" when there is a set that would not give it.
+// How an attempt to take a lock ended: without a set, or with one that gave or refused it.
 struct LockResult {
   int error;
-  bool refused;
+  int set;
 };
 
 LockResult take(unsigned id) {
-  constexpr char kFunc[] = "capi_critical_section_lock";
   lock_order::check(id);
-  const int set = find_set(kFunc, "");
-  if (set == -1) return {errno, false};
-  if (const int error = change_semaphore(set, id, -1, kFunc, "LOCK")) return {error, true};
+  const int set = find_set(kLock, "");
+  if (set == kNoSet) return {errno, set};
+  if (const int error = change_semaphore(set, id, -1, kLock, "LOCK")) return {error, set};
   lock_order::taken(id);
   const int value = semctl(set, static_cast<int>(id), GETVAL);
-  if (value != 0) log_bad_value(id, value, kFunc, "LOCK");  // a diagnostic: the lock is ours
-  return {0, false};
+  if (value != 0) log_bad_value(id, value, kLock, "LOCK");  // a diagnostic: the lock is ours
+  return {0, set};
+}
+
+// Frees a lock in the set as it is found now, or else in the one that it was taken from, if that is
+// known: a set that cannot be looked up for a moment must not keep a lock for ever.
+int give_back(unsigned id, int taken_from) {
+  lock_order::freed(id);
+  int set = find_set(kUnlock, "");
+  const int error = errno;
+  if (set == kNoSet) set = taken_from;
+  if (set == kNoSet) return error;
+  // A lock that nobody holds must not be raised above 1.
+  const int value = semctl(set, static_cast<int>(id), GETVAL);
+  if (value != 0) {
+    log_bad_value(id, value, kUnlock, "UNLOCK");
+    return -1;
+  }
+  return change_semaphore(set, id, 1, kUnlock, "UNLOCK");
 }
 
 struct TimeText {
@@ -163,11 +182,21 @@ void dump_lock(int set, unsigned id) {
 
 }  // namespace
 
-CriticalSection::CriticalSection(const Lock& lock) : id_(lock.id), refused_(take(id_).refused) {}
+CriticalSection::CriticalSection(const Lock& lock) : id_(lock.id) {
+  const LockResult result = take(id_);
+  set_ = result.set;
+  refused_ = result.set != kNoSet && result.error != 0;
+}
 
 CriticalSection::~CriticalSection() {
-  // What the kernel refused us may be held by somebody else: that is not ours to free.
-  if (!refused_) capi_critical_section_unlock(id_);
+  // What was not given to us may be held by somebody else: that is not ours to free. Without a set,
+  // the log tells of both ends of the section all the same.
+  if (refused_) return;
+  if (set_ != kNoSet) {
+    give_back(id_, set_);
+  } else {
+    find_set(kUnlock, "");
+  }
 }
 
 }  // namespace capi
@@ -196,19 +225,7 @@ int capi_critical_section_lock_create() {
 
 int capi_critical_section_lock(unsigned id) { return capi::take(id).error; }
 
-int capi_critical_section_unlock(unsigned id) {
-  using namespace capi;
-  lock_order::freed(id);
-  const int set = find_set(__func__, "");
-  if (set == -1) return errno;
-  // A lock that nobody holds must not be raised above 1.
-  const int value = semctl(set, static_cast<int>(id), GETVAL);
-  if (value != 0) {
-    log_bad_value(id, value, __func__, "UNLOCK");
-    return -1;
-  }
-  return change_semaphore(set, id, 1, __func__, "UNLOCK");
-}
+int capi_critical_section_unlock(unsigned id) { return capi::give_back(id, capi::kNoSet); }
 
 int capi_critical_section_lock_stats() {
   using namespace capi;

@@ -29,6 +29,7 @@ class CAPI_SCOPED_CAPABILITY CriticalSection {
 
  private:
   capi_lock_id id_;
+  int set_;  // that it was taken from; -1 without one
   bool refused_;
 };
 

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <filesystem>
 #include <thread>
 
 #include "support/adapter.h"
@@ -229,6 +230,31 @@ TEST_F(CriticalSectionTest, ADebugBuildAloneRefusesALockThatIsTakenOutOfOrderOrT
   capi_critical_section_unlock(CAPI_LOCK_CALL_LOG);
   capi_critical_section_unlock(CAPI_LOCK_VOP_RUN_INFO);
 #endif
+}
+
+TEST_F(CriticalSectionTest, AGuardFreesItsLockThoughTheSetIsNotFoundThen) {
+  create();
+  {
+    const CriticalSection section(kConfShmLock);
+    std::filesystem::rename("/tmp/m_data", "/tmp/m_data.hidden");
+  }
+  std::filesystem::rename("/tmp/m_data.hidden", "/tmp/m_data");
+  EXPECT_EQ(lock_value(0), 1);
+  EXPECT_EQ(captured_log(), (std::vector<LogLine>{{4, "capi_critical_section_unlock",
+                                                   "CAPI critical section lock failed [ftok], "
+                                                   "reason = [No such file or directory]"}}));
+}
+
+TEST_F(CriticalSectionTest, AGuardThatFoundNoSetFreesNobodysLock) {
+  create();
+  std::filesystem::rename("/tmp/m_data", "/tmp/m_data.hidden");
+  {
+    const CriticalSection section(kConfShmLock);
+    std::filesystem::rename("/tmp/m_data.hidden", "/tmp/m_data");
+    semctl(find_set(), 0, SETVAL, 0);  // another process took it meanwhile
+  }
+  EXPECT_EQ(lock_value(0), 0);
+  semctl(find_set(), 0, SETVAL, 1);
 }
 
 TEST_F(CriticalSectionTest, AGuardDoesNotFreeWhatItWasRefused) {
