@@ -75,6 +75,9 @@ void clear_faults();
 // How many calls of a kind there were since then.
 int count_calls(Call call);
 
+// Commands with this in them succeed from now on without being run.
+void skip_commands(const char* part);
+
 // How many blocks of memory that the program allocated are not freed yet.
 int live_blocks();
 

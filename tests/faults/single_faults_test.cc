@@ -1,0 +1,155 @@
+// SPDX-FileCopyrightText: The capi authors
+// SPDX-License-Identifier: MIT
+// Every call that the library makes, failing once and failing from then on, one at a time. What has
+// to come of it stands in outcomes.txt: after each operation the kinds of calls that it makes, in
+// brackets those of them that fail, then the result, the state of the files and what is logged
+// (level, function, text) or printed (behind ">").
+#include <algorithm>
+#include <cerrno>
+
+#include "support/adapter.h"
+#include "trial.h"
+
+namespace capi::test {
+namespace {
+
+constexpr char kExpected[] = CAPI_SOURCE_DIR "/tests/faults/outcomes.txt";
+constexpr char kActual[] = CAPI_BINARY_DIR "/outcomes.txt";
+
+constexpr FaultKind kKinds[] = {
+    {"malloc", Call::Malloc, ENOMEM},
+    {"fopen", Call::Fopen, EMFILE},
+    {"open", Call::Open, EMFILE},
+    {"fread", Call::Fread, EIO},
+    {"fwrite", Call::Fwrite, ENOSPC},
+    {"short fwrite", Call::Fwrite, ENOSPC, true},
+    {"fflush", Call::Fflush, ENOSPC},
+    {"fclose", Call::Fclose, EIO},
+    {"fseek", Call::Fseek, EIO},
+    {"stat", Call::Stat, EIO},
+    {"mkdir", Call::Mkdir, ENOSPC},
+    {"interrupted flock", Call::Flock, EINTR},
+    {"flock", Call::Flock, ENOLCK},
+    {"localtime_r", Call::LocaltimeR, EOVERFLOW},
+    {"ftok", Call::Ftok, ENOENT},
+    {"semget", Call::Semget, ENOENT},
+    {"interrupted semop", Call::Semop, EINTR},
+    {"busy semop", Call::Semop, EAGAIN},
+    {"semop on a removed set", Call::Semop, EIDRM},
+    {"semctl", Call::Semctl, EIDRM},
+    {"shmget", Call::Shmget, ENOSPC},
+    {"shmat", Call::Shmat, ENOMEM},
+    {"shmdt", Call::Shmdt, EINVAL},
+    {"popen", Call::Popen, EMFILE},
+    {"system", Call::System, EAGAIN},
+    {"socket", Call::Socket, EMFILE},
+    {"interrupted sendto", Call::Sendto, EINTR},
+    {"busy sendto", Call::Sendto, EAGAIN},
+    {"sendto", Call::Sendto, ENOBUFS},
+    {"interrupted recvfrom", Call::Recvfrom, EINTR},
+    {"busy recvfrom", Call::Recvfrom, EAGAIN},
+    {"recvfrom", Call::Recvfrom, ECONNREFUSED},
+    {"pipe", Call::Pipe, EMFILE},
+    {"interrupted read", Call::Read, EINTR},
+    {"busy read", Call::Read, EAGAIN},
+    {"read", Call::Read, EIO},
+    {"interrupted write", Call::Write, EINTR},
+    {"busy write", Call::Write, EAGAIN},
+    {"write", Call::Write, EPIPE},
+    {"short write", Call::Write, EPIPE, true},
+    {"pthread_create", Call::ThreadCreate, EAGAIN},
+};
+
+// A lock and a file lock are waited for without limit: what lasts there must end some time.
+int lasting(const FaultKind& kind) {
+  constexpr int kMany = 20;
+  const bool is_waited_for = kind.call == Call::Semop || kind.call == Call::Flock;
+  return is_waited_for && (kind.error == EINTR || kind.error == EAGAIN) ? kMany : kForEver;
+}
+
+class SingleFaults : public Adapter {
+ protected:
+  // All outcomes of an operation. Those that a fault does not change are left out where the fault
+  // is one of a lock: what is not locked goes on.
+  void try_operation(const Operation& operation) {
+    const Outcome good = run_without_fault(operation, make_adapter_);
+    blame(operation.name, good);
+    outcomes_ += "\n" + operation.name + "\n  -> " + good.told + "\n";
+    for (const FaultKind& kind : kKinds) {
+      const auto calls = good.calls.find(kind.call);
+      const int count = calls != good.calls.end() ? calls->second : 0;
+      if (count > 0) try_kind(operation, kind, count, good);
+    }
+  }
+
+  void finish() {
+    printf("%d single faults tried\n", faults_);
+    EXPECT_EQ(mistakes_, "");
+    write_file(kActual, outcomes_);
+    expect_same(read_lines(kActual), read_lines(kExpected));
+  }
+
+ private:
+  void try_kind(const Operation& operation, const FaultKind& kind, int count, const Outcome& good) {
+    std::string last;
+    std::string range;
+    for (int nth = 1; nth <= count; ++nth) {
+      const std::string once = try_fault(operation, kind, nth, 1, good);
+      const std::string on = try_fault(operation, kind, nth, lasting(kind), good);
+      const std::string told = once == on ? once : once + "\n  and if it lasts\n  -> " + on;
+      if (told != last) flush(kind, range, last, good);
+      range = told != last ? std::to_string(nth)
+                           : range.substr(0, range.find('-')) + "-" + std::to_string(nth);
+      last = told;
+    }
+    flush(kind, range, last, good);
+  }
+
+  void flush(const FaultKind& kind, const std::string& range, const std::string& told,
+             const Outcome& good) {
+    if (range.empty() || (is_lock_call(kind.call) && told == good.told)) return;
+    outcomes_ += std::string("  ") + kind.name + " [" + range + "]\n  -> " + told + "\n";
+  }
+
+  // Shows where two tables part, and no more.
+  static void expect_same(const std::vector<std::string>& actual,
+                          const std::vector<std::string>& expected) {
+    const auto [a, e] =
+        std::mismatch(actual.begin(), actual.end(), expected.begin(), expected.end());
+    if (a == actual.end() && e == expected.end()) return;
+    ADD_FAILURE() << "line " << e - expected.begin() + 1 << " of " << kExpected << " is now in "
+                  << kActual << " " << (a != actual.end() ? *a : "missing");
+  }
+
+  // Told at the end: a failed check would be handed down to the trials that follow.
+  void blame(const std::string& trial, const Outcome& outcome) {
+    if (!outcome.mistakes.empty()) mistakes_ += trial + ": " + outcome.mistakes;
+  }
+
+  std::string try_fault(const Operation& operation, const FaultKind& kind, int nth, int times,
+                        const Outcome& good) {
+    ++faults_;
+    const Fault fault{kind.call, nth, times, kind.error, kind.half};
+    const Outcome outcome = run_with_fault(operation, make_adapter_, fault, good);
+    blame(operation.name + ", " + kind.name + " " + std::to_string(nth) +
+              (times > 1 ? " and on" : ""),
+          outcome);
+    return outcome.told;
+  }
+
+  const std::function<void()> make_adapter_ = [this] { SetUp(); };
+  std::string outcomes_;
+  std::string mistakes_;
+  int faults_ = 0;
+};
+
+TEST_F(SingleFaults, AreHandledAsDocumented) {
+  for (const auto& family : {start_operations, configuration_operations, device_operations,
+                             call_log_operations, signal_operations, foundation_operations}) {
+    for (const Operation& operation : family()) try_operation(operation);
+  }
+  finish();
+}
+
+}  // namespace
+}  // namespace capi::test
