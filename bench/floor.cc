@@ -1,0 +1,141 @@
+// SPDX-FileCopyrightText: The capi authors
+// SPDX-License-Identifier: MIT
+#include "floor.h"
+
+#include <fcntl.h>
+#include <sys/ipc.h>
+#include <sys/sem.h>
+#include <sys/shm.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <cstring>
+
+#include "bench.h"
+#include "capi/lock.h"
+#include "device.h"
+
+namespace bench::floor {
+namespace {
+
+int find_set() { return semget(ftok("/tmp/m_data", 'l'), CAPI_LOCK_COUNT, 0666); }
+
+void change(int set, unsigned id, short by) {
+  sembuf op{static_cast<unsigned short>(id), by, SEM_UNDO};
+  require(semop(set, &op, 1) == 0, "the floor's lock");
+}
+
+int find_segment() {
+  return shmget(ftok(kToolPath, 250), sizeof(cfg_shared_record), IPC_CREAT | 0666);
+}
+
+int open_file(const char* path, int flags) {
+  const int fd = open(path, flags | O_CLOEXEC, 0666);
+  require(fd != -1, "the floor's file");
+  return fd;
+}
+
+void read_exactly(int fd, void* to, size_t size) {
+  require(read(fd, to, size) == static_cast<ssize_t>(size), "the floor's read");
+}
+
+void write_exactly(int fd, const void* from, size_t size) {
+  require(write(fd, from, size) == static_cast<ssize_t>(size), "the floor's write");
+}
+
+}  // namespace
+
+cfg_shared_record& segment() {
+  static auto* const record = static_cast<cfg_shared_record*>(shmat(find_segment(), nullptr, 0));
+  return *record;
+}
+
+// Found anew for every operation, and looked at after it: others may have made the set anew.
+void lock(unsigned id) {
+  const int set = find_set();
+  change(set, id, -1);
+  require(semctl(set, static_cast<int>(id), GETVAL) == 0, "the floor's lock is held");
+}
+
+void unlock(unsigned id) {
+  const int set = find_set();
+  require(semctl(set, static_cast<int>(id), GETVAL) == 0, "the floor's lock is held");
+  change(set, id, 1);
+}
+
+void get(void* to, size_t offset, size_t size) {
+  const Lock guard(CAPI_LOCK_CONF_SHM);
+  memcpy(to, reinterpret_cast<const char*>(&segment()) + offset, size);
+}
+
+void set(size_t offset, const void* from, size_t size) {
+  const Lock guard(CAPI_LOCK_CONF_SHM);
+  memcpy(reinterpret_cast<char*>(&segment()) + offset, from, size);
+}
+
+void read_whole(const char* path) {
+  char block[4096];
+  const int fd = open_file(path, O_RDWR);
+  while (read(fd, block, sizeof block) > 0) benchmark::ClobberMemory();
+  close(fd);
+}
+
+void replace_file(const char* path, std::string_view bytes) {
+  const int fd = open_file(path, O_RDWR | O_CREAT | O_TRUNC);
+  write_exactly(fd, bytes.data(), bytes.size());
+  close(fd);
+}
+
+void read_call_log(const char* path, void* image, size_t size) {
+  const Lock guard(CAPI_LOCK_CALL_LOG);
+  const int fd = open_file(path, O_RDONLY);
+  read_exactly(fd, image, size);
+  close(fd);
+}
+
+void add_call_log(const char* path, void* image, size_t size) {
+  const Lock guard(CAPI_LOCK_CALL_LOG);
+  int fd = open_file(path, O_RDONLY);
+  read_exactly(fd, image, size);
+  close(fd);
+  fd = open_file(path, O_WRONLY | O_TRUNC);
+  write_exactly(fd, image, size);
+  sync();
+  close(fd);
+}
+
+void delete_call_log(const char* path, void* image, size_t size, const Piece* pieces,
+                     size_t count) {
+  const Lock guard(CAPI_LOCK_CALL_LOG);
+  int fd = open_file(path, O_RDONLY);
+  read_exactly(fd, image, size);
+  close(fd);
+  fd = open_file(path, O_RDWR);
+  for (size_t i = 0; i < count; ++i) {
+    lseek(fd, static_cast<off_t>(pieces[i].offset), SEEK_SET);
+    write_exactly(fd, static_cast<char*>(image) + pieces[i].offset, pieces[i].size);
+  }
+  sync();
+  close(fd);
+}
+
+void post_event(const char* tool, const char* command) {
+  {
+    const Lock guard(CAPI_LOCK_CONF_SHM);  // for the directory of the tool
+  }
+  require(access(tool, R_OK) == -1 && system(command) == 0, "the floor's event");
+}
+
+void attach_and_detach() {
+  void* place = nullptr;
+  {
+    const Lock guard(CAPI_LOCK_CONF_SHM);
+    // The tool is looked for under the working directory first.
+    require(ftok("./usr/sbin/vsdk_cmd", 250) == -1, "the floor's directory");
+    place = shmat(find_segment(), nullptr, 0);
+  }
+  const Lock guard(CAPI_LOCK_CONF_SHM);
+  shmdt(place);
+}
+
+}  // namespace bench::floor

@@ -1,0 +1,58 @@
+// SPDX-FileCopyrightText: The capi authors
+// SPDX-License-Identifier: MIT
+// The floors: the system calls that a contract requires and the bytes that it moves, and nothing
+// else. No implementation of the contract can do with less.
+#pragma once
+
+#include <cstddef>
+#include <string_view>
+
+#include "capi/records.h"
+
+namespace bench::floor {
+
+// The segment, attached by the floor's own means.
+cfg_shared_record& segment();
+
+void lock(unsigned id);
+void unlock(unsigned id);
+
+class Lock {
+ public:
+  explicit Lock(unsigned id) : id_(id) { lock(id_); }
+  ~Lock() { unlock(id_); }
+  Lock(const Lock&) = delete;
+  Lock& operator=(const Lock&) = delete;
+
+ private:
+  unsigned id_;
+};
+
+// Copies "size" bytes out of the segment, or into it, under lock 0.
+void get(void* to, size_t offset, size_t size);
+void set(size_t offset, const void* from, size_t size);
+
+// Reads a file whole in blocks, as a stream.
+void read_whole(const char* path);
+
+// Replaces a file by these bytes.
+void replace_file(const char* path, std::string_view bytes);
+
+// The call log's operations on a file of this size, under lock 2.
+void read_call_log(const char* path, void* image, size_t size);
+void add_call_log(const char* path, void* image, size_t size);
+
+// Deleting rewrites pieces in place.
+struct Piece {
+  size_t offset;
+  size_t size;
+};
+void delete_call_log(const char* path, void* image, size_t size, const Piece* pieces, size_t count);
+
+// Looks for the tool, which is not there, and runs that of the system by the shell.
+void post_event(const char* tool, const char* command);
+
+// What a client does at its start and its end.
+void attach_and_detach();
+
+}  // namespace bench::floor
