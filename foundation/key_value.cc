@@ -5,6 +5,8 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
+#include <cstdint>
 #include <cstring>
 
 #include "capi/util.h"
@@ -17,51 +19,133 @@ namespace {
 constexpr size_t kMaxKey = 255;
 constexpr size_t kMaxValue = 1023;
 
-void cut_at(char* text, const char* any_of) { text[strcspn(text, any_of)] = '\0'; }
+// What a character means. Values of these files never hold blanks.
+enum Class : uint8_t {
+  kText = 0,
+  kBlank = 1,  // control characters too; goes
+  kLineEnd = 2,
+  kCut = 4,  // a comment begins, or the text ends
+  kEquals = 8,
+};
 
-// Values of these files never hold blanks. Returns the length that is left.
-size_t squeeze(char* text, size_t max_length) {
-  char* end = std::remove_if(text, text + strlen(text), is_blank_or_control);
-  const size_t length = std::min(static_cast<size_t>(end - text), max_length);
-  text[length] = '\0';
-  return length;
+constexpr std::array<uint8_t, 256> kClasses = [] {
+  std::array<uint8_t, 256> classes{};
+  for (size_t c = 0; c < classes.size(); ++c) {
+    if (is_blank_or_control(static_cast<char>(c))) classes[c] = kBlank;
+  }
+  classes['\n'] = classes['\r'] = kBlank | kLineEnd;
+  classes['\0'] = classes[';'] = classes['#'] = kCut;
+  classes['='] = kEquals;
+  return classes;
+}();
+
+uint8_t class_of(char c) { return kClasses[static_cast<unsigned char>(c)]; }
+
+// A piece of a line without its blanks, and where it ended.
+struct Squeezed {
+  size_t length;
+  char* end;
+};
+
+// Takes the blanks out of a text, in place, up to a character of one of these classes.
+Squeezed squeeze(char* text, unsigned stops) {
+  char* to = text;
+  char* from = text;
+  for (unsigned c = class_of(*from); (c & stops) == 0; c = class_of(*++from)) {
+    *to = *from;
+    if ((c & kBlank) == 0) ++to;
+  }
+  return {static_cast<size_t>(to - text), from};
 }
+
+// Takes a file in the pieces that fgets() would give, in blocks: line by line the C library takes
+// longer than all that is done with a line.
+class PieceReader {
+ public:
+  explicit PieceReader(FILE* file) : file_(file) {}
+
+  // The next piece, to be edited at will until the one after it; null at the end of the file.
+  char* next() {
+    buffer_[begin_] = under_terminator_;
+    size_t length = piece_length();
+    if (length == 0) {
+      refill();
+      length = piece_length();
+      if (length == 0) length = rest_length();
+      if (length == 0) return nullptr;
+    }
+    char* piece = buffer_ + begin_;
+    begin_ += length;
+    under_terminator_ = buffer_[begin_];
+    buffer_[begin_] = '\0';
+    return piece;
+  }
+
+ private:
+  static constexpr size_t kMaxPiece = kKeyValueLineSize - 1;
+  static constexpr size_t kBlock = 2 * kKeyValueLineSize;
+
+  // Of a piece that is here to its end; else 0.
+  size_t piece_length() const {
+    const char* piece = buffer_ + begin_;
+    const size_t size = std::min(end_ - begin_, kMaxPiece);
+    const auto* newline = static_cast<const char*>(memchr(piece, '\n', size));
+    if (newline != nullptr) return static_cast<size_t>(newline + 1 - piece);
+    return size == kMaxPiece ? size : 0;
+  }
+
+  // Of what the file ends with. A line that a read error cut is none.
+  size_t rest_length() const { return ferror(file_) == 0 ? end_ - begin_ : 0; }
+
+  void refill() {
+    end_ -= begin_;
+    memmove(buffer_, buffer_ + begin_, end_);
+    begin_ = 0;
+    end_ += fread(buffer_ + end_, 1, kBlock - end_, file_);
+  }
+
+  FILE* file_;
+  size_t begin_ = 0;
+  size_t end_ = 0;
+  char under_terminator_ = '\0';
+  char buffer_[kBlock + 1] = {};  // one for a terminator
+};
 
 }  // namespace
 
 bool KeyValueParser::parse(char* line) {
   if (line[0] == '\n' || line[0] == '\r' || line[0] == '#') return false;
-  cut_at(line, ";#");
-  if (char* equals = strchr(line, '=')) return parse_item(line, equals);
-  enter_section(line);
-  return false;
-}
-
-bool KeyValueParser::parse_item(char* line, char* equals) {
-  *equals = '\0';
-  char* value = equals + 1;
-  cut_at(value, "\n\r");
-  if (squeeze(line, kMaxKey) == 0 || squeeze(value, kMaxValue) == 0) return false;
+  const bool is_section = line[0] == '[';
+  const Squeezed key = squeeze(line, kEquals | kCut);
+  if (*key.end != '=') {
+    line[key.length] = '\0';
+    if (is_section) enter_section(line);
+    return false;
+  }
+  char* text = key.end + 1;
+  const Squeezed value = squeeze(text, kLineEnd | kCut);
+  if (key.length == 0 || value.length == 0) return false;
+  line[std::min(key.length, kMaxKey)] = '\0';
+  text[std::min(value.length, kMaxValue)] = '\0';
   key_ = line;
-  value_ = value;
+  value_ = text;
   return true;
 }
 
 void KeyValueParser::enter_section(char* line) {
-  if (line[0] != '[') return;
-  char* end = strchr(line, ']');
+  const char* name = line + 1;
+  const char* end = strchr(name, ']');
   if (end == nullptr) return;
-  *end = '\0';
-  char* name = line + 1;
-  const size_t length = squeeze(name, kKeyValueLineSize - 1);
-  memcpy(section_, name, length + 1);
+  const auto length = static_cast<size_t>(end - name);
+  memcpy(section_, name, length);
+  section_[length] = '\0';
 }
 
 void for_each_item(FILE* file, ItemHandler handle) {
   KeyValueParser parser;
-  char line[kKeyValueLineSize];
-  while (fgets(line, sizeof line, file) != nullptr) {
-    if (parser.parse(line)) handle(parser.section(), parser.key(), parser.value());
+  PieceReader pieces(file);
+  while (char* piece = pieces.next()) {
+    if (parser.parse(piece)) handle(parser.section(), parser.key(), parser.value());
   }
 }
 

@@ -25,7 +25,6 @@ class KeyValueParser {
   const char* value() const { return value_; }
 
  private:
-  bool parse_item(char* line, char* equals);
   void enter_section(char* line);
 
   char section_[kKeyValueLineSize] = {};

@@ -60,7 +60,7 @@ std::string_view without_line_end(std::string_view line);
 int32_t parse_int32(const char* text);
 
 // Blanks and control characters, whatever the locale; bytes of 128 and above are text.
-inline bool is_blank_or_control(char c) { return static_cast<unsigned char>(c) <= ' '; }
+constexpr bool is_blank_or_control(char c) { return static_cast<unsigned char>(c) <= ' '; }
 
 }  // namespace capi
 
