@@ -5,9 +5,13 @@
 #include <syslog.h>
 
 #include <atomic>
+#include <charconv>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
+#include <iterator>
+
+#include "foundation/text.h"
 
 namespace capi {
 namespace {
@@ -24,19 +28,45 @@ const char* level_name(int level) {
   return kNames[level];
 }
 
-// Writes what stands in front of a message; the level's name only where no sink shows it itself.
-// Returns the length, at most size - 1.
-size_t put_prefix(char* out, size_t size, bool with_level, int level, const char* func, int line) {
-  int length = 0;
-  if (with_level && func != nullptr) {
-    length = snprintf(out, size, "[%s] %s():Line[%d] ", level_name(level), func, line);
-  } else if (with_level) {
-    length = snprintf(out, size, "[%s] ", level_name(level));
-  } else if (func != nullptr) {
-    length = snprintf(out, size, "%s():Line[%d] ", func, line);
+// A text that grows as far as its buffer allows.
+class Prefix {
+ public:
+  Prefix(char* out, size_t size) : out_(out), room_(size - 1) { *out_ = '\0'; }
+
+  void add(std::string_view text) {
+    const std::string_view fitting = head(text, room_);
+    memcpy(out_, fitting.data(), fitting.size());
+    out_ += fitting.size();
+    room_ -= fitting.size();
+    *out_ = '\0';
   }
-  if (length <= 0) return 0;
-  return static_cast<size_t>(length) < size ? static_cast<size_t>(length) : size - 1;
+
+  void add(int number) {
+    char digits[16];
+    const std::to_chars_result end = std::to_chars(digits, std::end(digits), number);
+    add({digits, static_cast<size_t>(end.ptr - digits)});
+  }
+
+  char* end() const { return out_; }
+  size_t room() const { return room_; }
+
+ private:
+  char* out_;
+  size_t room_;
+};
+
+// Puts what stands in front of a message; the level's name only where no sink shows it itself.
+void put_prefix(Prefix& prefix, bool with_level, int level, const char* func, int line) {
+  if (with_level) {
+    prefix.add("[");
+    prefix.add(level_name(level));
+    prefix.add("] ");
+  }
+  if (func == nullptr) return;
+  prefix.add(func);
+  prefix.add("():Line[");
+  prefix.add(line);
+  prefix.add("] ");
 }
 
 void cut_last_newline(char* text) {
@@ -55,15 +85,21 @@ void capiv2_log_print(int level, const char* func, int line, const char* fmt, ..
 
   // Prefix and format share one buffer's worth of characters; only the format is expanded, so that
   // a percent sign in a function's name means itself.
-  char message[kMessageSize] = {};
-  const size_t prefix = put_prefix(message, kFormatSize, sink == nullptr, level, func, line);
-  char format[kFormatSize] = {};
-  if (fmt != nullptr) strncpy(format, fmt, kFormatSize - 1 - prefix);
+  char message[kMessageSize];
+  Prefix prefix(message, kFormatSize);
+  put_prefix(prefix, sink == nullptr, level, func, line);
+  char cut[kFormatSize];
+  if (fmt != nullptr && strnlen(fmt, kFormatSize) > prefix.room()) {
+    *stpncpy(cut, fmt, prefix.room()) = '\0';
+    fmt = cut;
+  }
 
-  va_list args;
-  va_start(args, fmt);
-  vsnprintf(message + prefix, kMessageSize - prefix, format, args);
-  va_end(args);
+  if (fmt != nullptr) {
+    va_list args;
+    va_start(args, fmt);
+    vsnprintf(prefix.end(), kMessageSize - static_cast<size_t>(prefix.end() - message), fmt, args);
+    va_end(args);
+  }
 
   if (sink == nullptr) {
     syslog(level, "%s", message);
