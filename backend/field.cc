@@ -3,7 +3,6 @@
 #include "backend/field.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <cstring>
 
 #include "foundation/text.h"
@@ -28,16 +27,29 @@ void set_field(cfg_shared_record& record, const Field& field, int index, const c
   memcpy(place, &number, sizeof number);
 }
 
+int32_t field_number(const cfg_shared_record& record, const Field& field, int index) {
+  int32_t number = 0;
+  memcpy(&number, reinterpret_cast<const char*>(&record) + position(field, index), sizeof number);
+  return number;
+}
+
+std::string_view field_text(const cfg_shared_record& record, const Field& field, int index,
+                            NumberText& number) {
+  if (field.kind == FieldKind::Integer) return number.put(field_number(record, field, index));
+  return bounded(reinterpret_cast<const char*>(&record) + position(field, index), field.capacity);
+}
+
 size_t get_field(const cfg_shared_record& record, const Field& field, int index, char* buf,
                  size_t size) {
-  const char* place = reinterpret_cast<const char*>(&record) + position(field, index);
+  NumberText number;
+  const std::string_view text = field_text(record, field, index, number);
   if (field.kind == FieldKind::Text) {
     if (field.get_size != 0) size = field.get_size;
-    copy_text(buf, size, bounded(place, field.capacity));
-  } else {
-    int32_t number = 0;
-    memcpy(&number, place, sizeof number);
-    snprintf(buf, size, "%d", number);
+    copy_text(buf, size, text);
+  } else if (size > 0) {
+    const std::string_view fitting = head(text, size - 1);
+    memcpy(buf, fitting.data(), fitting.size());
+    buf[fitting.size()] = '\0';
   }
   return size;
 }

@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "capi/records.h"
+#include "foundation/text.h"
 
 namespace capi {
 
@@ -30,6 +31,12 @@ struct Field {
 
 // Stores a value from its text. "index" counts instances from 0.
 void set_field(cfg_shared_record& record, const Field& field, int index, const char* value);
+
+int32_t field_number(const cfg_shared_record& record, const Field& field, int index);
+
+// A value's text: that in the field, or a number's, which "number" keeps.
+std::string_view field_text(const cfg_shared_record& record, const Field& field, int index,
+                            NumberText& number);
 
 // Writes a value's text into a buffer of "size" bytes. Returns the size that the text was bounded
 // by.

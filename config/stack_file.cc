@@ -12,6 +12,7 @@
 #include "config/stack_rows.h"
 #include "foundation/file.h"
 #include "foundation/text.h"
+#include "foundation/text_file.h"
 
 namespace capi {
 namespace {
@@ -46,7 +47,7 @@ constexpr StackType kTypes[] = {
 
 class StackFileWriter {
  public:
-  StackFileWriter(FILE* file, const cfg_shared_record& record, const StackType& type)
+  StackFileWriter(TextFile& file, const cfg_shared_record& record, const StackType& type)
       : file_(file), record_(record), type_(type) {}
 
   void write() {
@@ -64,14 +65,25 @@ class StackFileWriter {
     const int first_number = header.repeat == Repeat::Lines ? 1 : 0;
     for (int i = 0; i < instances(header.repeat); ++i) {
       instance_ = header.repeat == Repeat::ChosenStack ? type_.stack : i;
-      fputc('[', file_);
-      fprintf(file_, header.field.key, i + first_number);
-      fputs("]\n", file_);
+      write_header(header.field.key, i + first_number);
       for (const Line* line = lines; line != end; ++line) {
         if (applies(line->when)) write_line(*line);
       }
-      fputc('\n', file_);
+      file_.add("\n");
     }
+  }
+
+  // A name may have a place for the number in it.
+  void write_header(std::string_view name, int number) {
+    constexpr std::string_view kPlace = "%d";
+    const size_t place = name.find(kPlace);
+    file_.add("[");
+    file_.add(head(name, place));
+    if (place != std::string_view::npos) {
+      file_.add(number);
+      file_.add(tail(name, place + kPlace.size()));
+    }
+    file_.add("]\n");
   }
 
   int instances(Repeat repeat) const {
@@ -140,39 +152,53 @@ class StackFileWriter {
       case Source::PcscfAddress:
         if (type_.pcscf != nullptr) put(key, bounded(record_.*type_.pcscf));
         break;
-      case Source::DialPlan: {
-        const std::string_view plan = bounded(record_.voice_basic.dial_plan);
-        fprintf(file_, "%s=(%.*s)\n", key, CAPI_TEXT_ARG(plan));
-        break;
-      }
+      case Source::DialPlan:
+        return put_dial_plan(key);
       case Source::CodecCount:
         return put_number(key, codec_count());
     }
   }
 
-  void put(const char* key, std::string_view value) {
-    fprintf(file_, "%s=%.*s\n", key, CAPI_TEXT_ARG(value));
+  void put(std::string_view key, std::string_view value) {
+    file_.add(key);
+    file_.add("=");
+    file_.add(value);
+    file_.add("\n");
   }
 
-  void put_number(const char* key, int value) { fprintf(file_, "%s=%d\n", key, value); }
-
-  void put_field(const char* key, const Field& field, int index) {
-    char value[sizeof record_.slic_parameter.settings];
-    get_field(record_, field, index, value, sizeof value);
-    put(key, value);
+  void put_number(std::string_view key, int value) {
+    NumberText number;
+    put(key, number.put(value));
   }
 
-  void put_evs(const char* key, const Field& field) {
-    char value[16];
-    get_field(record_, field, 0, value, sizeof value);
-    put(key, parse_int32(value) == CAPI_EVS_UNSET ? "" : value);
+  std::string_view text_of(const Field& field, int index, NumberText& number) const {
+    constexpr size_t kMaxValue = sizeof record_.slic_parameter.settings - 1;
+    return head(field_text(record_, field, index, number), kMaxValue);
+  }
+
+  void put_field(std::string_view key, const Field& field, int index) {
+    NumberText number;
+    put(key, text_of(field, index, number));
+  }
+
+  void put_evs(std::string_view key, const Field& field) {
+    if (field_number(record_, field, 0) == CAPI_EVS_UNSET) return put(key, "");
+    put_field(key, field, 0);
+  }
+
+  void put_dial_plan(std::string_view key) {
+    file_.add(key);
+    file_.add("=(");
+    file_.add(bounded(record_.voice_basic.dial_plan));
+    file_.add(")\n");
   }
 
   void put_block_list(const Field& field) {
     for (int i = 0; i < CAPI_CALL_BLOCKS; ++i) {
-      char key[sizeof field.key + 4];
-      snprintf(key, sizeof key, "%s%d", field.key, i);
-      put_field(key, field, i);
+      NumberText number;
+      file_.add(field.key);
+      file_.add(i);
+      put("", text_of(field, i, number));
     }
   }
 
@@ -187,7 +213,7 @@ class StackFileWriter {
     return type_.address != nullptr ? bounded(record_.*type_.address) : "127.0.0.1";
   }
 
-  FILE* file_;
+  TextFile& file_;
   const cfg_shared_record& record_;
   const StackType& type_;
   int instance_ = 0;
@@ -204,9 +230,9 @@ int capi_cfg_backend_make_config_file(unsigned type) {
     snprintf(path, sizeof path, "/tmp/vosip.conf%s", row.suffix);
     const File file = open_file(path, "wb+");
     if (!file) return -1;
-    StackFileWriter(file.get(), record, row).write();
+    TextFile text(file.get());
+    StackFileWriter(text, record, row).write();
     if (row.refreshes_sim_file) refresh_sim_file(record);
-    fflush(file.get());
     return 0;
   });
 }

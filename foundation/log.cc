@@ -5,11 +5,9 @@
 #include <syslog.h>
 
 #include <atomic>
-#include <charconv>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
-#include <iterator>
 
 #include "foundation/text.h"
 
@@ -42,9 +40,8 @@ class Prefix {
   }
 
   void add(int number) {
-    char digits[16];
-    const std::to_chars_result end = std::to_chars(digits, std::end(digits), number);
-    add({digits, static_cast<size_t>(end.ptr - digits)});
+    NumberText text;
+    add(text.put(number));
   }
 
   char* end() const { return out_; }

@@ -3,9 +3,11 @@
 // Bounded texts: the fields of our records may lack a terminator, so every look at one is bounded.
 #pragma once
 
+#include <charconv>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <iterator>
 #include <string_view>
 
 #include "capi/util.h"
@@ -58,6 +60,18 @@ std::string_view without_line_end(std::string_view line);
 
 // What strtol makes of a decimal number where long has 32 bits: saturated, and 0 for no number.
 int32_t parse_int32(const char* text);
+
+// A number's decimal text.
+class NumberText {
+ public:
+  std::string_view put(int32_t number) {
+    const std::to_chars_result end = std::to_chars(text_, std::end(text_), number);
+    return {text_, static_cast<size_t>(end.ptr - text_)};
+  }
+
+ private:
+  char text_[12];
+};
 
 // Blanks and control characters, whatever the locale; bytes of 128 and above are text.
 constexpr bool is_blank_or_control(char c) { return static_cast<unsigned char>(c) <= ' '; }
