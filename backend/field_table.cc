@@ -24,9 +24,26 @@ constexpr size_t kSlots = 512;
 constexpr uint8_t kNoRow = 255;
 static_assert(kRowCount < kNoRow && kRowCount * 2 < kSlots);
 
+constexpr uint32_t byte_at(std::string_view text, size_t i) {
+  return static_cast<unsigned char>(text[i]);
+}
+
+// Four characters a step; the ends of keys tell them apart best, so the last step takes the last
+// four once more.
 constexpr uint32_t hash(SectionId section, std::string_view key) {
-  uint32_t value = 2166136261U ^ static_cast<uint32_t>(section);  // FNV-1a
-  for (const char c : key) value = (value ^ static_cast<unsigned char>(c)) * 16777619U;
+  constexpr uint32_t kPrime = 0x9E3779B1;
+  auto value = static_cast<uint32_t>(section) + static_cast<uint32_t>(key.size()) * kPrime;
+  const auto mix = [&](size_t i) {
+    value ^= byte_at(key, i) | byte_at(key, i + 1) << 8 | byte_at(key, i + 2) << 16 |
+             byte_at(key, i + 3) << 24;
+    value *= kPrime;
+    value ^= value >> 15;
+  };
+  for (size_t i = 0; i + 4 < key.size(); i += 4) mix(i);
+  if (key.size() >= 4) mix(key.size() - 4);
+  for (size_t i = 0; key.size() < 4 && i < key.size(); ++i) {
+    value = (value ^ byte_at(key, i)) * kPrime;
+  }
   return value ^ (value >> 15);
 }
 
@@ -58,11 +75,16 @@ consteval std::array<uint8_t, kSlots> make_index() {
 
 constexpr std::array<uint8_t, kSlots> kIndex = make_index();
 
+bool is_key(const Field& field, std::string_view key) {
+  return key.size() < sizeof field.key && memcmp(field.key, key.data(), key.size()) == 0 &&
+         field.key[key.size()] == '\0';
+}
+
 const Field* find_row(SectionId section, std::string_view key) {
   for (size_t slot = hash(section, key) % kSlots; kIndex[slot] != kNoRow;
        slot = (slot + 1) % kSlots) {
     const Row& row = kRows[kIndex[slot]];
-    if (row.section == section && key == bounded(row.field.key)) return &row.field;
+    if (row.section == section && is_key(row.field, key)) return &row.field;
   }
   return nullptr;
 }
@@ -72,24 +94,37 @@ struct SectionPlace {
   long number = 0;  // as it stands in the name, counted from 1
 };
 
+constexpr auto kSectionLengths = [] {
+  std::array<uint8_t, kSections.size()> lengths{};
+  for (size_t i = 0; i < lengths.size(); ++i) {
+    while (kSections[i].name[lengths[i]] != '\0') ++lengths[i];
+  }
+  return lengths;
+}();
+
+std::string_view base_name(size_t section) {
+  return {kSections[section].name, kSectionLengths[section]};
+}
+
+// Lengths first: few names need a look at their characters.
 SectionPlace find_section(std::string_view name) {
   for (size_t i = 0; i < kSections.size(); ++i) {
-    const Section& section = kSections[i];
-    const std::string_view base = bounded(section.name);
-    if (!starts_with(name, base)) continue;
-    const std::string_view rest = tail(name, base.size());
-    if (section.count == 0 && rest.empty()) return {static_cast<SectionId>(i), 1};
-    if (section.count != 0 && starts_with(rest, "_")) {
-      return {static_cast<SectionId>(i), strtol(rest.data() + 1, nullptr, 10)};
+    const std::string_view base = base_name(i);
+    const bool is_numbered = kSections[i].count != 0;
+    if (is_numbered ? name.size() <= base.size() || name[base.size()] != '_'
+                    : name.size() != base.size()) {
+      continue;
     }
+    if (!starts_with(name, base)) continue;
+    if (!is_numbered) return {static_cast<SectionId>(i), 1};
+    return {static_cast<SectionId>(i), strtol(name.data() + base.size() + 1, nullptr, 10)};
   }
   return {};
 }
 
 // What follows "option_" + section + "_"; empty for a key that does not begin so.
-std::string_view field_key(const Section& section, std::string_view key) {
+std::string_view field_key(std::string_view base, std::string_view key) {
   constexpr std::string_view kOption = "option_";
-  const std::string_view base = bounded(section.name);
   if (!starts_with(key, kOption)) return {};
   key = tail(key, kOption.size());
   if (!starts_with(key, base)) return {};
@@ -148,7 +183,7 @@ FieldPlace find_entry(SectionId section, std::string_view key) {
 
 FieldPlace find_in_section(SectionId id, int index, const char* key, ColumnChoice choice) {
   const Section& section = kSections[static_cast<size_t>(id)];
-  const std::string_view rest = field_key(section, key);
+  const std::string_view rest = field_key(base_name(static_cast<size_t>(id)), key);
   if (const Field* field = find_row(id, rest)) return {FieldLookup::Found, field, index};
   switch (section.key_number) {
     case KeyNumber::Suffix:
