@@ -5,8 +5,8 @@
 #include <cstring>
 #include <filesystem>
 
-#include "faults.h"
 #include "sms_files.h"
+#include "support/faults.h"
 
 namespace capi::test {
 namespace {

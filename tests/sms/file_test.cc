@@ -6,8 +6,8 @@
 
 #include <filesystem>
 
-#include "faults.h"
 #include "sms_files.h"
+#include "support/faults.h"
 
 namespace capi::test {
 namespace {

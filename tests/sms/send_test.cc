@@ -4,8 +4,8 @@
 #include <ctime>
 #include <filesystem>
 
-#include "faults.h"
 #include "sms_files.h"
+#include "support/faults.h"
 
 namespace capi::test {
 namespace {
@@ -178,7 +178,7 @@ TEST_F(SmsSendTest, AMessageThatCannotBeStoredIsNotAnnounced) {
 }
 
 TEST_F(SmsSendTest, WithoutMemoryNothingIsStored) {
-  fail_call(Call::Calloc, 1, ENOMEM);
+  fail_call(Call::Malloc, 1, ENOMEM);
   EXPECT_EQ(send(), -1);
   EXPECT_EQ(captured_log(), lines({{4, kSend, "calloc 39206 failed!"}}));
   EXPECT_FALSE(exists(kSent));

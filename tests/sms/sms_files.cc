@@ -5,8 +5,8 @@
 #include <algorithm>
 #include <cstring>
 
-#include "faults.h"
 #include "sms/work_buffer.h"
+#include "support/faults.h"
 
 namespace capi::test {
 namespace {
@@ -128,12 +128,12 @@ std::vector<uint64_t> ids_in(const std::string& file) {
 
 void SmsTest::SetUp() {
   Adapter::SetUp();
-  reset_calls();
+  clear_faults();
   start_master();
 }
 
 void SmsTest::TearDown() {
-  reset_calls();
+  clear_faults();
   const uint8_t* memory = request_sms_memory(1);
   EXPECT_NE(memory, nullptr) << "the work buffer was left in use";
   release_sms_memory(0, memory);

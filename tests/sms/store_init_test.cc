@@ -122,7 +122,7 @@ TEST_F(SmsInitTest, InitialisingFailsWhereAFileCannotBeCreated) {
 TEST_F(SmsInitTest, InitialisingWithoutMemoryLeavesTheFileAlone) {
   put(sms_file({{}}));
   put(sms_file({{}}), kSent);
-  fail_call(Call::Calloc, 1, ENOMEM);
+  fail_call(Call::Malloc, 1, ENOMEM);
   EXPECT_EQ(capi_voip_sms_init(), -1);
   EXPECT_EQ(logged(), lines({{4, kRequest, "calloc failed!"},
                              {4, kVerify, "calloc 173 failed!"},

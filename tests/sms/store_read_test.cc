@@ -197,7 +197,7 @@ TEST_F(SmsReadTest, LoadingEmptiesAFileThatCannotBeRead) {
     Call call;
     LogLine line;
   } cases[] = {
-      {Call::Calloc, {4, kLoad, "calloc 173 failed!"}},
+      {Call::Malloc, {4, kLoad, "calloc 173 failed!"}},
       {Call::Fopen, {4, kRead, "fopen failed, reason 5: Input/output error"}},
       {Call::Fread, {4, kRead, "fread failed, reason 5: Input/output error"}},
   };

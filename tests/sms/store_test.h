@@ -5,8 +5,8 @@
 
 #include <filesystem>
 
-#include "faults.h"
 #include "sms_files.h"
+#include "support/faults.h"
 
 namespace capi::test {
 

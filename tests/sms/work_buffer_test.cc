@@ -4,8 +4,8 @@
 
 #include <algorithm>
 
-#include "faults.h"
 #include "sms_files.h"
+#include "support/faults.h"
 
 namespace capi::test {
 namespace {
@@ -17,7 +17,7 @@ constexpr char kRelease[] = "_vkr_voip_sms_release_mem";
 class SmsWorkBufferTest : public Adapter {
  protected:
   void TearDown() override {
-    reset_calls();
+    clear_faults();
     Adapter::TearDown();
   }
 };
@@ -48,7 +48,7 @@ TEST_F(SmsWorkBufferTest, TheSlotIsHandedOutOnce) {
 }
 
 TEST_F(SmsWorkBufferTest, WithoutMemoryTheNextRequestTriesAgain) {
-  fail_call(Call::Calloc, 1, ENOMEM);
+  fail_call(Call::Malloc, 1, ENOMEM);
   EXPECT_EQ(request_sms_memory(1), nullptr);
   EXPECT_EQ(captured_log(), lines({{4, kRequest, "calloc failed!"}}));
   EXPECT_NE(request_sms_memory(1), nullptr);
