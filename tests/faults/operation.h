@@ -24,6 +24,9 @@ struct Operation {
   // The files that it may change.
   std::vector<std::string> files = {};
 
+  // The content of one without what is different every time.
+  std::function<std::string(std::string)> comparable = [](std::string text) { return text; };
+
   // What a file of its kind holds that is made anew.
   std::string fresh = {};
 
@@ -44,6 +47,7 @@ Operations start_operations();
 Operations configuration_operations();
 Operations device_operations();
 Operations call_log_operations();
+Operations message_operations();
 Operations signal_operations();
 Operations foundation_operations();
 

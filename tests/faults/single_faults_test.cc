@@ -144,8 +144,9 @@ class SingleFaults : public Adapter {
 };
 
 TEST_F(SingleFaults, AreHandledAsDocumented) {
-  for (const auto& family : {start_operations, configuration_operations, device_operations,
-                             call_log_operations, signal_operations, foundation_operations}) {
+  for (const auto& family :
+       {start_operations, configuration_operations, device_operations, call_log_operations,
+        message_operations, signal_operations, foundation_operations}) {
     for (const Operation& operation : family()) try_operation(operation);
   }
   finish();

@@ -86,7 +86,12 @@ Operations start_operations() {
       {.name = "uninit", .run = capi_uninit, .recover = [] { return started() == 2; }},
       {.name = "post_init",
        .run = [] { return capi_post_init(1); },
-       .recover = [] { return capi_post_init(1) == 0 && capi_voip_verify_call_log_file() == 0; }},
+       .recover =
+           [] {
+             return capi_post_init(1) == 0 && capi_voip_verify_call_log_file() == 0 &&
+                    capi_voip_sms_init() == 0;
+           },
+       .keeps = 1},
       {.name = "load settings",
        .prepare = provide_settings,
        .run = load,

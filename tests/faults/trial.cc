@@ -28,7 +28,8 @@ constexpr char kReport[] = "/tmp/trial.report";
 Files read_files(const Operation& operation) {
   Files files;
   for (const std::string& path : operation.files) {
-    if (std::filesystem::is_regular_file(path)) files[path] = read_file(path);
+    if (!std::filesystem::is_regular_file(path)) continue;
+    files[path] = operation.comparable(read_file(path));
   }
   return files;
 }
@@ -42,9 +43,9 @@ std::optional<std::string> content(const Files& files, const std::string& path) 
 std::string state_of(const std::optional<std::string>& now,
                      const std::optional<std::string>& before,
                      const std::optional<std::string>& done, const std::string& fresh) {
-  if (now == done) return "done";
-  if (now == before) return "untouched";
   if (!now) return "absent";
+  if (now == before) return "untouched";
+  if (now == done) return "done";
   if (now->empty()) return "empty";
   if (now == fresh) return "fresh";
   if ((done && done->starts_with(*now)) || fresh.starts_with(*now)) return "cut";
