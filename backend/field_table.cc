@@ -94,13 +94,15 @@ struct SectionPlace {
   long number = 0;  // as it stands in the name, counted from 1
 };
 
-constexpr auto kSectionLengths = [] {
+consteval std::array<uint8_t, kSections.size()> measure_sections() {
   std::array<uint8_t, kSections.size()> lengths{};
   for (size_t i = 0; i < lengths.size(); ++i) {
     while (kSections[i].name[lengths[i]] != '\0') ++lengths[i];
   }
   return lengths;
-}();
+}
+
+constexpr auto kSectionLengths = measure_sections();
 
 std::string_view base_name(size_t section) {
   return {kSections[section].name, kSectionLengths[section]};

@@ -28,7 +28,7 @@ enum Class : uint8_t {
   kEquals = 8,
 };
 
-constexpr std::array<uint8_t, 256> kClasses = [] {
+consteval std::array<uint8_t, 256> classify() {
   std::array<uint8_t, 256> classes{};
   for (size_t c = 0; c < classes.size(); ++c) {
     if (is_blank_or_control(static_cast<char>(c))) classes[c] = kBlank;
@@ -37,7 +37,9 @@ constexpr std::array<uint8_t, 256> kClasses = [] {
   classes['\0'] = classes[';'] = classes['#'] = kCut;
   classes['='] = kEquals;
   return classes;
-}();
+}
+
+constexpr std::array<uint8_t, 256> kClasses = classify();
 
 uint8_t class_of(char c) { return kClasses[static_cast<unsigned char>(c)]; }
 
