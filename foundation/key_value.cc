@@ -139,7 +139,7 @@ bool KeyValueParser::parse(char* line) {
   return true;
 }
 
-void KeyValueParser::enter_section(char* line) {
+void KeyValueParser::enter_section(const char* line) {
   const char* name = line + 1;
   const char* end = strchr(name, ']');
   if (end == nullptr) return;

@@ -25,7 +25,7 @@ class KeyValueParser {
   const char* value() const { return value_; }
 
  private:
-  void enter_section(char* line);
+  void enter_section(const char* line);
 
   char section_[kKeyValueLineSize] = {};
   const char* key_ = nullptr;
