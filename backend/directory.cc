@@ -49,6 +49,10 @@ bool get_runtime_dir(RuntimeDir which, char (&dir)[kDirSize]) {
          }) == 0;
 }
 
+bool get_nv_dir(char (&dir)[kDirSize]) {
+  return get_runtime_dir(RuntimeDir::Nv, dir) && dir[0] != '\0';
+}
+
 }  // namespace capi
 
 using capi::RuntimeDir;

@@ -18,4 +18,8 @@ inline constexpr size_t kPathSize = kDirSize + 64;
 // with an empty text, where there is no record.
 bool get_runtime_dir(RuntimeDir which, char (&dir)[kDirSize]);
 
+// The directory for files that are to stay. False where none is named yet: the segment is all zero
+// until the master has started.
+bool get_nv_dir(char (&dir)[kDirSize]);
+
 }  // namespace capi

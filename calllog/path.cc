@@ -27,7 +27,7 @@ void keep(const CallLogPath& path) {
 CallLogPath ask_backend() {
   CallLogPath path{};
   char dir[kDirSize];
-  const bool told = get_runtime_dir(RuntimeDir::Nv, dir) && dir[0] != '\0';
+  const bool told = get_nv_dir(dir);
   snprintf(path.text, sizeof path.text, "%s/voip_call_log", told ? dir : "/tmp");
   return path;
 }

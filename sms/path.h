@@ -37,7 +37,7 @@ class CAPI_SCOPED_CAPABILITY SmsAccess {
 
  private:
   struct NvDir {
-    NvDir() : is_known(get_runtime_dir(RuntimeDir::Nv, text)) {}
+    NvDir() : is_known(get_nv_dir(text)) {}
     char text[kDirSize];
     bool is_known;
   };

@@ -19,12 +19,12 @@ TEST_F(CapiTest, ATypicalRequestGoesThroughThreeProcesses) {
   write_file("/tmp/voice.settings",
              "[sip_line_1]\noption_sip_line_enable=1\noption_sip_line_display_name=Frontdesk\n"
              "option_sip_line_auth_name=auth\noption_sip_line_user_name=100\n"
-             "[runtime_info]\noption_runtime_info_work_directory=/tmp/work/dir\n");
+             "[runtime_info]\noption_runtime_info_work_directory=/tmp/made/here\n");
   EXPECT_EQ(capi_init(&no_callbacks_, 1, capture_log), 0);
   EXPECT_EQ(capi_init_settings_from_file("/tmp/voice.settings"), 0);
   EXPECT_EQ(capi_config_finish(), 0);
   EXPECT_EQ(capi_post_init(1), 0);
-  EXPECT_TRUE(std::filesystem::is_directory("/tmp/work/dir"));
+  EXPECT_TRUE(std::filesystem::is_directory("/tmp/made/here"));
   in_client([] {  // the web front end
     EXPECT_EQ(capi_post_init(0), 0);
     capi_voice_sip_line line{};

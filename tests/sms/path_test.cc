@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 #include "sms/path.h"
 
+#include <cstring>
 #include <filesystem>
 
 #include "sms_files.h"
@@ -55,6 +56,14 @@ TEST_F(SmsPathTest, TheDataDirectoryServesWhereNoNvDirectoryIsSet) {
   const SmsAccess access;
   EXPECT_STREQ(access.path(CAPI_SMS_RECEIVED), "/tmp/sm_recv");
   EXPECT_STREQ(access.path(CAPI_SMS_SENT), "/tmp/sm_send");
+}
+
+TEST_F(SmsPathTest, AProcessThatStartsBeforeTheMasterFindsTheDirectoryLater) {
+  ASSERT_EQ(capi_critical_section_lock_create(), 0);
+  start_client();  // makes the segment, which is all zero
+  { EXPECT_STREQ(SmsAccess().path(CAPI_SMS_RECEIVED), kReceivedFallback); }
+  strcpy(segment().directory[static_cast<size_t>(RuntimeDir::Nv)], "/tmp/nv");
+  { EXPECT_STREQ(SmsAccess().path(CAPI_SMS_RECEIVED), "/tmp/nv/sm_recv"); }
 }
 
 TEST_F(SmsPathTest, AccessHoldsTheLockAndNoOther) {
