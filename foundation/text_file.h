@@ -5,45 +5,23 @@
 #pragma once
 
 #include <cstdio>
-#include <cstring>
 #include <string_view>
-
-#include "foundation/text.h"
 
 namespace capi {
 
 class TextFile {
  public:
-  explicit TextFile(FILE* file) : file_(file) { setvbuf(file, nullptr, _IONBF, 0); }
-  ~TextFile() { flush(); }
+  explicit TextFile(FILE* file);
+  ~TextFile();
   TextFile(const TextFile&) = delete;
   TextFile& operator=(const TextFile&) = delete;
 
-  void add(std::string_view text) {
-    while (text.size() > sizeof buffer_ - used_) {
-      const std::string_view fitting = head(text, sizeof buffer_ - used_);
-      copy(fitting);
-      text = tail(text, fitting.size());
-      flush();
-    }
-    copy(text);
-  }
-
-  void add(int number) {
-    NumberText text;
-    add(text.put(number));
-  }
-
-  void flush() {
-    fwrite(buffer_, 1, used_, file_);
-    used_ = 0;
-  }
+  void add(std::string_view text);
+  void add(int number);
+  void flush();
 
  private:
-  void copy(std::string_view text) {
-    memcpy(buffer_ + used_, text.data(), text.size());
-    used_ += text.size();
-  }
+  void copy(std::string_view text);
 
   FILE* file_;
   size_t used_ = 0;
