@@ -11,15 +11,14 @@
 
 #include "capi/records.h"
 #include "foundation/text.h"
+#include "foundation/text_table.h"
 
 namespace capi {
 
 enum class FieldKind : uint8_t { Integer, Text };
 
-// A row of a key table. "stride" leads from one instance to the next where a section or a key
-// carries a number.
+// "stride" leads from one instance to the next where a section or a key carries a number.
 struct Field {
-  char key[32];
   FieldKind kind;
   uint8_t clamp_max;  // a count is kept in 0..clamp_max; 0 keeps numbers as they are
   uint16_t offset;    // of the first instance in the record
@@ -28,6 +27,14 @@ struct Field {
   uint16_t set_size;  // bytes of the field that setting a text fills
   uint16_t get_size;  // bytes of the caller's buffer that getting a text fills; 0 for its size
 };
+
+// A row of a table of keys.
+struct KeyedField {
+  TextPlace key;
+  Field field;
+};
+
+using KeyedFields = TextRows<KeyedField>;
 
 // Stores a value from its text. "index" counts instances from 0.
 void set_field(cfg_shared_record& record, const Field& field, int index, const char* value);
@@ -45,8 +52,14 @@ size_t get_field(const cfg_shared_record& record, const Field& field, int index,
 
 namespace field_rows {
 
+// What a row of a table is made of.
+struct NamedField {
+  std::string_view key;
+  Field field;
+};
+
 template <typename Reference>
-consteval Field make(std::string_view key, size_t offset) {
+consteval Field make(size_t offset) {
   using Member = std::remove_reference_t<Reference>;
   using Element = std::remove_all_extents_t<Member>;
   static_assert(std::is_same_v<Element, int32_t> || std::is_same_v<Element, char>);
@@ -57,7 +70,6 @@ consteval Field make(std::string_view key, size_t offset) {
   constexpr auto kWidth = static_cast<uint16_t>(sizeof(Member) / kCount);
 
   Field field{};
-  for (size_t i = 0; i < key.size(); ++i) field.key[i] = key[i];  // too long: does not compile
   field.kind = kIsText ? FieldKind::Text : FieldKind::Integer;
   field.offset = static_cast<uint16_t>(offset);
   field.capacity = kWidth;
@@ -66,34 +78,45 @@ consteval Field make(std::string_view key, size_t offset) {
   return field;
 }
 
-consteval Field with_stride(Field field, size_t stride) {
-  field.stride = static_cast<uint16_t>(stride);
-  return field;
+consteval NamedField with_stride(NamedField named, size_t stride) {
+  named.field.stride = static_cast<uint16_t>(stride);
+  return named;
 }
 
-consteval Field with_set_size(Field field, uint16_t size) {
-  field.set_size = size;
-  return field;
+consteval NamedField with_set_size(NamedField named, uint16_t size) {
+  named.field.set_size = size;
+  return named;
 }
 
-consteval Field with_get_size(Field field, uint16_t size) {
-  field.get_size = size;
-  return field;
+consteval NamedField with_get_size(NamedField named, uint16_t size) {
+  named.field.get_size = size;
+  return named;
 }
 
-consteval Field with_clamp(Field field, uint8_t max) {
-  field.clamp_max = max;
-  return field;
+consteval NamedField with_clamp(NamedField named, uint8_t max) {
+  named.field.clamp_max = max;
+  return named;
 }
+
+// The table of an array of named fields.
+template <const auto& named_fields>
+inline constexpr auto kKeyedFields =
+    make_text_table<named_fields, [](const NamedField& named, TextPool& pool) {
+      return KeyedField{pool.add(named.key), named.field};
+    }>();
 
 }  // namespace field_rows
 
-// A row for a member of cfg_shared_record under a key of its own.
-#define CAPI_FIELD_AS(key, member)                                                 \
+// A member of cfg_shared_record.
+#define CAPI_FIELD_OF(member)                                                      \
   ::capi::field_rows::make<decltype((std::declval<cfg_shared_record&>().member))>( \
-      key, offsetof(cfg_shared_record, member))
+      offsetof(cfg_shared_record, member))
 
-// A row for a member that is named as its key.
+// The same under a key.
+#define CAPI_FIELD_AS(key, member) \
+  ::capi::field_rows::NamedField { key, CAPI_FIELD_OF(member) }
+
+// The same for a member that is named as its key.
 #define CAPI_FIELD(parent, member) CAPI_FIELD_AS(#member, parent.member)
 
 }  // namespace capi

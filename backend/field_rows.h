@@ -3,8 +3,6 @@
 // The sections and keys of the configuration, as rows. A new key is one more row.
 #pragma once
 
-#include <array>
-
 #include "backend/field.h"
 
 namespace capi::field_rows {
@@ -42,14 +40,14 @@ enum class KeyNumber : uint8_t {
   Entry       // from the 25th character on, whatever stands in front
 };
 
-struct Section {
-  char name[20];
+struct SectionDraft {
+  std::string_view name;
   uint8_t count;  // instances of a numbered section, whose name goes on with "_" and the number
   KeyNumber key_number = KeyNumber::None;
   bool unknown_key_is_success = false;
 };
 
-inline constexpr std::array<Section, static_cast<size_t>(SectionId::Count)> kSections{{
+inline constexpr SectionDraft kSectionDrafts[] = {
     {"voice_switch", 0},
     {"voice_access", 0},
     {"basic_sip", 0, KeyNumber::None, true},
@@ -71,26 +69,39 @@ inline constexpr std::array<Section, static_cast<size_t>(SectionId::Count)> kSec
     {"sip_registration", 0},
     {"sms", 0, KeyNumber::None, true},
     {"slic_parameter", 0},
-}};
+};
+static_assert(std::size(kSectionDrafts) == static_cast<size_t>(SectionId::Count));
+
+struct Section {
+  TextPlace name;
+  uint8_t count;
+  KeyNumber key_number;
+  bool unknown_key_is_success;
+};
+
+inline constexpr auto kSections = make_text_table<kSectionDrafts, [](const SectionDraft& draft,
+                                                                     TextPool& pool) {
+  return Section{pool.add(draft.name), draft.count, draft.key_number, draft.unknown_key_is_success};
+}>();
 
 // A key is "option_" + section + "_" + the field's key.
-struct Row {
+struct Draft {
   SectionId section;
-  Field field;
+  NamedField named;
 };
 
 #define ROW(section, parent, member) \
-  Row { SectionId::section, CAPI_FIELD(parent, member) }
+  Draft { SectionId::section, CAPI_FIELD(parent, member) }
 #define ROW_AS(section, key, member) \
-  Row { SectionId::section, CAPI_FIELD_AS(key, member) }
+  Draft { SectionId::section, CAPI_FIELD_AS(key, member) }
 // A member of the records of a numbered section.
 #define ROW_OF(section, array, member)                                                  \
-  Row {                                                                                 \
+  Draft {                                                                               \
     SectionId::section, with_stride(CAPI_FIELD(array[0], member),                       \
                                     sizeof std::declval<cfg_shared_record&>().array[0]) \
   }
 
-inline constexpr Row kRows[] = {
+inline constexpr Draft kDrafts[] = {
     ROW(VoiceSwitch, voice_switch, mode),
     ROW(VoiceAccess, system_access, mode),
 
@@ -268,22 +279,32 @@ inline constexpr Row kRows[] = {
     ROW(SlicParameter, slic_parameter, settings),
 };
 
-// The rows of keys that carry a number, which chooses one of "count" elements.
-struct NumberedRow {
+struct Row {
   SectionId section;
-  uint8_t count;
+  TextPlace key;
   Field field;
 };
 
+inline constexpr auto kRows = make_text_table<kDrafts, [](const Draft& draft, TextPool& pool) {
+  return Row{draft.section, pool.add(draft.named.key), draft.named.field};
+}>();
+
+// The keys that carry a number, which chooses one of "count" elements.
+struct NumberedDraft {
+  SectionId section;
+  uint8_t count;
+  NamedField named;
+};
+
 #define NUMBERED(section, key, member)                                                       \
-  NumberedRow {                                                                              \
+  NumberedDraft {                                                                            \
     SectionId::section,                                                                      \
         std::extent_v<                                                                       \
             std::remove_reference_t<decltype((std::declval<cfg_shared_record&>().member))>>, \
         CAPI_FIELD_AS(key, member)                                                           \
   }
 
-inline constexpr NumberedRow kNumberedRows[] = {
+inline constexpr NumberedDraft kNumberedDrafts[] = {
     // The order of the codec columns decides between several that a key names.
     NUMBERED(VoiceParameter, "_name_", voice_parameter.name),
     NUMBERED(VoiceParameter, "_packet_time_", voice_parameter.packet_time),
@@ -299,6 +320,18 @@ inline constexpr NumberedRow kNumberedRows[] = {
     NUMBERED(CallRedirection, "src_number_", call_redirection.src_number),
     NUMBERED(CallRedirection, "dst_number_", call_redirection.dst_number),
 };
+
+struct NumberedRow {
+  SectionId section;
+  uint8_t count;
+  TextPlace key;
+  Field field;
+};
+
+inline constexpr auto kNumberedRows =
+    make_text_table<kNumberedDrafts, [](const NumberedDraft& draft, TextPool& pool) {
+      return NumberedRow{draft.section, draft.count, pool.add(draft.named.key), draft.named.field};
+    }>();
 
 #undef ROW
 #undef ROW_AS

@@ -19,7 +19,7 @@ namespace {
 
 using namespace field_rows;
 
-constexpr size_t kRowCount = std::size(kRows);
+constexpr size_t kRowCount = kRows.size();
 constexpr size_t kSlots = 512;
 constexpr uint8_t kNoRow = 255;
 static_assert(kRowCount < kNoRow && kRowCount * 2 < kSlots);
@@ -47,24 +47,18 @@ constexpr uint32_t hash(SectionId section, std::string_view key) {
   return value ^ (value >> 15);
 }
 
-consteval std::string_view key_of(const Row& row) {
-  size_t length = 0;
-  while (row.field.key[length] != '\0') ++length;
-  return {row.field.key, length};
-}
-
 // Open addressing.
 consteval std::array<uint8_t, kSlots> make_index() {
   std::array<uint8_t, kSlots> index{};
   for (uint8_t& slot : index) slot = kNoRow;
   for (size_t row = 0; row < kRowCount; ++row) {
-    const Row& candidate = kRows[row];
+    const auto& [section, candidate] = kDrafts[row];
     const size_t end = candidate.field.offset + candidate.field.capacity;
     if (end > offsetof(cfg_shared_record, cs_reg_stat)) row_reaches_into_live_state();
-    size_t slot = hash(candidate.section, key_of(candidate)) % kSlots;
+    size_t slot = hash(section, candidate.key) % kSlots;
     for (; index[slot] != kNoRow; slot = (slot + 1) % kSlots) {
-      const Row& other = kRows[index[slot]];
-      if (other.section == candidate.section && key_of(other) == key_of(candidate)) {
+      const Draft& other = kDrafts[index[slot]];
+      if (other.section == section && other.named.key == candidate.key) {
         key_stands_twice_in_a_section();
       }
     }
@@ -75,16 +69,16 @@ consteval std::array<uint8_t, kSlots> make_index() {
 
 constexpr std::array<uint8_t, kSlots> kIndex = make_index();
 
-bool is_key(const Field& field, std::string_view key) {
-  return key.size() < sizeof field.key && memcmp(field.key, key.data(), key.size()) == 0 &&
-         field.key[key.size()] == '\0';
+bool is_key(const Row& row, std::string_view key) {
+  const std::string_view own = kRows.text(row.key);
+  return own.size() == key.size() && starts_with(own, key);
 }
 
 const Field* find_row(SectionId section, std::string_view key) {
   for (size_t slot = hash(section, key) % kSlots; kIndex[slot] != kNoRow;
        slot = (slot + 1) % kSlots) {
     const Row& row = kRows[kIndex[slot]];
-    if (row.section == section && is_key(row.field, key)) return &row.field;
+    if (row.section == section && is_key(row, key)) return &row.field;
   }
   return nullptr;
 }
@@ -94,19 +88,7 @@ struct SectionPlace {
   long number = 0;  // as it stands in the name, counted from 1
 };
 
-consteval std::array<uint8_t, kSections.size()> measure_sections() {
-  std::array<uint8_t, kSections.size()> lengths{};
-  for (size_t i = 0; i < lengths.size(); ++i) {
-    while (kSections[i].name[lengths[i]] != '\0') ++lengths[i];
-  }
-  return lengths;
-}
-
-constexpr auto kSectionLengths = measure_sections();
-
-std::string_view base_name(size_t section) {
-  return {kSections[section].name, kSectionLengths[section]};
-}
+std::string_view base_name(size_t section) { return kSections.text(kSections[section].name); }
 
 // Lengths first: few names need a look at their characters.
 SectionPlace find_section(std::string_view name) {
@@ -152,7 +134,7 @@ FieldPlace numbered_place(const NumberedRow& row, long number) {
 
 FieldPlace find_suffixed(SectionId section, std::string_view key) {
   for (const NumberedRow& row : kNumberedRows) {
-    const std::string_view prefix = bounded(row.field.key);
+    const std::string_view prefix = kNumberedRows.text(row.key);
     if (row.section != section || !starts_with(key, prefix)) continue;
     const FieldPlace place = numbered_place(row, exact_number(tail(key, prefix.size())));
     if (place.lookup == FieldLookup::Found) return place;
@@ -167,7 +149,7 @@ FieldPlace find_codec_slot(SectionId section, const char* key, ColumnChoice choi
   for (const NumberedRow& row : kNumberedRows) {
     if (row.section != section) continue;
     if (number < 1 || number > row.count) return {.lookup = FieldLookup::OutOfRange};
-    if (!contains(key, bounded(row.field.key))) continue;
+    if (!contains(key, kNumberedRows.text(row.key))) continue;
     place = numbered_place(row, number);
     if (choice == ColumnChoice::First) break;
   }

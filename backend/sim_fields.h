@@ -8,10 +8,12 @@
 
 namespace capi {
 
-inline constexpr Field kSimFields[] = {
+inline constexpr field_rows::NamedField kNamedSimFields[] = {
     CAPI_FIELD(sim_info, ICCID),      CAPI_FIELD(sim_info, IMSI), CAPI_FIELD(sim_info, IMPI),
     CAPI_FIELD(sim_info, IMS_DOMAIN), CAPI_FIELD(sim_info, IMPU), CAPI_FIELD(sim_info, MSISDN),
     CAPI_FIELD(sim_info, MBDN),
 };
+
+inline constexpr const auto& kSimFields = field_rows::kKeyedFields<kNamedSimFields>;
 
 }  // namespace capi

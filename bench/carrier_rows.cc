@@ -21,10 +21,11 @@ struct Sim {
 
 std::vector<Sim> sims() {
   std::vector<Sim> result;
-  for (const auto& row : capi::carrier_rows::kRows) {
-    const std::string mnc(row.mnc_list, row.mnc_length);
-    result.push_back(
-        {row.mcc + mnc + "0123456789", row.iccid_prefix + std::string("012345678901")});
+  using capi::carrier_rows::kRows;
+  for (const auto& row : kRows) {
+    const auto text = [](capi::TextPlace place) { return std::string(kRows.text(place)); };
+    const std::string mnc = text(row.mnc_list).substr(0, row.mnc_length);
+    result.push_back({text(row.mcc) + mnc + "0123456789", text(row.iccid_prefix) + "012345678901"});
   }
   return result;
 }
@@ -38,8 +39,8 @@ double rows_searched(const std::vector<Sim>& sims) {
     capi_get_carrier_info(sim.imsi.c_str(), sim.iccid.c_str(), &found);
     for (const auto& row : kRows) {
       ++count;
-      if (row.id == found.id && row.file == std::string_view(found.file) &&
-          row.iccid_prefix[0] != '\0') {
+      if (row.id == found.id && kRows.text(row.file) == found.file &&
+          !kRows.text(row.iccid_prefix).empty()) {
         break;
       }
     }

@@ -32,14 +32,15 @@ void get_sim_id(char (&id)[kSimIdSize], const char* given, int index) {
 }
 
 bool fits_imsi(const Row& row, std::string_view imsi) {
-  const std::string_view mcc = bounded(row.mcc);
+  const std::string_view mcc = kRows.text(row.mcc);
   if (!starts_with(imsi, mcc)) return false;
   const std::string_view mnc = head(tail(imsi, mcc.size()), row.mnc_length);
-  return !mnc.empty() && contains(bounded(row.mnc_list), mnc);
+  return !mnc.empty() && contains(kRows.text(row.mnc_list), mnc);
 }
 
 bool fits_iccid(const Row& row, std::string_view iccid) {
-  return row.iccid_prefix[0] != '\0' && starts_with(iccid, bounded(row.iccid_prefix));
+  const std::string_view prefix = kRows.text(row.iccid_prefix);
+  return !prefix.empty() && starts_with(iccid, prefix);
 }
 
 const Row* find_row(std::string_view imsi, std::string_view iccid) {
@@ -60,8 +61,14 @@ const Row* find_row(uint32_t id) {
 }
 
 capi_carrier_info to_record(const Row& row) {
-  return {row.id,   row.attribute1,   row.attribute2, row.mnc_length,
-          row.file, row.iccid_prefix, row.mcc,        row.mnc_list};
+  return {row.id,
+          row.attribute1,
+          row.attribute2,
+          row.mnc_length,
+          kRows.text(row.file).data(),
+          kRows.text(row.iccid_prefix).data(),
+          kRows.text(row.mcc).data(),
+          kRows.text(row.mnc_list).data()};
 }
 
 // A SIM that is tried out stands for a carrier that the device knows.
@@ -109,7 +116,7 @@ int capi_get_carrier_info_ext(const char* name, capi_carrier_info* out) {
   }
   if (out == nullptr) return -1;
   for (const Row& row : kRows) {
-    if (!contains(bounded(row.file), name)) continue;
+    if (!contains(kRows.text(row.file).data(), name)) continue;
     *out = to_record(row);
     return 0;
   }

@@ -9,100 +9,110 @@
 #include <string_view>
 
 #include "foundation/text.h"
+#include "foundation/text_table.h"
 
 namespace capi::carrier_rows {
 
-// The texts stand in the row, so that nothing is relocated; callers get pointers to them.
+struct Draft {
+  uint8_t id;
+  uint8_t attribute1;
+  uint8_t attribute2;
+  uint8_t mnc_length;
+  std::string_view file;
+  std::string_view iccid_prefix;
+  std::string_view mcc;
+  std::string_view mnc_list;
+};
+
+#define ROW(id, attribute1, attribute2, mnc_length, file, ...) \
+  Draft { id, attribute1, attribute2, mnc_length, "/tmp/carrier_config/" file, __VA_ARGS__ }
+
+inline constexpr Draft kDrafts[] = {
+    ROW(38, 0, 0, 2, "voip_TEST_XX.conf", "", "001", "01"),
+    ROW(1, 1, 0, 3, "voip_TMobile_US.conf", "", "310",
+        "160,200,210,220,230,240,250,260,270,310,490,660,800"),
+    ROW(1, 1, 0, 3, "voip_TMobile_US.conf", "", "311", "490,660,882"),
+    ROW(1, 1, 0, 3, "voip_TMobile_US.conf", "", "312", "250"),
+    ROW(2, 0, 0, 2, "voip_CMCC_CN.conf", "", "460", "00,02,04,07,08"),
+    ROW(3, 0, 0, 2, "voip_CUCC_CN.conf", "", "460", "01,06,09,10"),
+    ROW(4, 0, 0, 2, "voip_CTCC_CN.conf", "", "460", "03,11,12"),
+    ROW(5, 1, 1, 2, "voip_APT_Taiwan.conf", "", "466", "05"),
+    ROW(6, 0, 0, 2, "voip_FET_Taiwan.conf", "", "466", "01,03"),
+    ROW(7, 0, 0, 2, "voip_CHT_Taiwan.conf", "", "466", "92"),
+    ROW(8, 1, 1, 2, "voip_TM_Taiwan.conf", "", "466", "97"),
+    ROW(9, 0, 0, 2, "voip_TSTAR_Taiwan.conf", "", "466", "89"),
+    ROW(10, 0, 0, 2, "voip_VODAFONE_ES.conf", "", "214", "01,06"),
+    ROW(11, 0, 0, 2, "voip_ORANGE_ES.conf", "", "214", "03,09,11"),
+    ROW(12, 0, 0, 2, "voip_MOVISTAR_ES.conf", "", "214", "05,07"),
+    ROW(13, 0, 0, 2, "voip_OTHER_ES.conf", "", "214",
+        "02,04,08,10,15,16,17,18,19,20,21,22,23,24,25,26,27,28,29,30,31,32,33,34,35,36,51"),
+    ROW(14, 0, 0, 2, "voip_MOVISTAR_AR.conf", "", "722", "07"),
+    ROW(15, 0, 0, 3, "voip_TUENTI_AR.conf", "", "722", "010"),
+    ROW(16, 0, 0, 2, "voip_VIVO_BR.conf", "", "724", "11,06,10,23"),
+    ROW(17, 0, 0, 2, "voip_MOVISTAR_CL.conf", "", "730", "02,07"),
+    ROW(18, 0, 0, 3, "voip_MOVISTAR_CO.conf", "", "732", "123"),
+    ROW(19, 0, 0, 2, "voip_MOVISTAR_PE.conf", "", "716", "06"),
+    ROW(20, 0, 0, 2, "voip_VODAFONE_DE.conf", "", "262", "02,04,09"),
+    ROW(21, 0, 0, 2, "voip_TMobile_DE.conf", "", "262", "01,06"),
+    ROW(22, 0, 0, 2, "voip_O2_DE.conf", "", "262", "03,07,08,11,05,77"),
+    ROW(23, 0, 0, 2, "voip_KDDI_JP.conf", "", "440",
+        "07,08,50,51,52,53,54,55,56,70,71,72,73,74,75,76,77,79,80,81,82,83,84,85,86,88,89"),
+    ROW(27, 1, 2, 3, "voip_Verizon_US.conf", "", "310",
+        "004,005,006,012,013,590,591,592,593,594,595,596,597,598,599,820,890,891,892,893,894,895,"
+        "896,897,898,899,910"),
+    ROW(27, 1, 2, 3, "voip_Verizon_US.conf", "", "311",
+        "012,110,270,271,272,273,274,275,276,277,278,279,280,281,282,283,284,285,286,287,288,289,"
+        "390,480,590"),
+    ROW(27, 1, 2, 3, "voip_Verizon_US.conf", "", "312", "770"),
+    ROW(24, 1, 1, 3, "voip_ATT_US.conf", "", "310",
+        "170,410,560,280,030,950,016,070,080,090,380,680,980"),
+    ROW(24, 1, 1, 3, "voip_ATT_US.conf", "", "311", "180,070,090,190"),
+    ROW(24, 1, 1, 3, "voip_ATT_US.conf", "", "312", "090"),
+    ROW(24, 1, 1, 3, "voip_ATT_US.conf", "", "313", "210"),
+    ROW(25, 0, 1, 3, "voip_ATT_Cricket_US.conf", "", "310", "150"),
+    ROW(26, 0, 1, 3, "voip_ATT_FirstNet_US.conf", "", "313", "100"),
+    ROW(26, 0, 1, 3, "voip_ATT_FirstNet_US.conf", "", "312", "670"),
+    ROW(28, 0, 0, 2, "voip_Smartone_HK.conf", "", "454", "15,06,17"),
+    ROW(29, 0, 0, 2, "voip_CSL_HK.conf", "", "454", "00,02,10,18"),
+    ROW(30, 0, 0, 2, "voip_Telia_LT.conf", "", "246", "01"),
+    ROW(31, 0, 0, 2, "voip_Webbing.conf", "8985235", "454", "35"),
+    ROW(31, 0, 0, 2, "voip_Webbing.conf", "8985235", "208", "01"),
+    ROW(31, 0, 0, 2, "voip_Webbing.conf", "8985235", "240", "07"),
+    ROW(31, 0, 0, 2, "voip_Webbing.conf", "8985235", "425", "01"),
+    ROW(31, 0, 0, 2, "voip_Webbing.conf", "8985235", "454", "00"),
+    ROW(32, 0, 0, 2, "voip_VODAFONE_NZ.conf", "", "530", "01"),
+    ROW(33, 1, 2, 3, "voip_Bell_CA.conf", "", "302", "250,610,630,640,690"),
+    ROW(34, 0, 0, 3, "voip_Telus_CA.conf", "", "302", "220,221,222,360,420,760,860"),
+    ROW(35, 1, 2, 3, "voip_Cellcom_US.conf", "", "311", "840"),
+    ROW(36, 0, 0, 3, "voip_Jio_IN.conf", "", "405",
+        "874,840,854,855,856,857,858,859,860,861,862,863,864,865,866,867,868,869,870,871,872,873"),
+    ROW(37, 0, 0, 3, "voip_Rogers_CA.conf", "", "302",
+        "320,720,721,722,723,724,725,740,741,820,821"),
+};
+
+#undef ROW
+
 struct Row {
   uint8_t id;
   uint8_t attribute1;
   uint8_t attribute2;
   uint8_t mnc_length;
-  char file[48];
-  char iccid_prefix[8];
-  char mcc[4];
-  char mnc_list[108];
+  TextPlace file;
+  TextPlace iccid_prefix;
+  TextPlace mcc;
+  TextPlace mnc_list;
 };
 
-consteval void append(char* to, std::string_view text) {
-  while (*to != '\0') ++to;
-  for (const char c : text) *to++ = c;  // too long: does not compile
-}
-
-consteval Row row(uint8_t id, uint8_t attribute1, uint8_t attribute2, uint8_t mnc_length,
-                  std::string_view file, std::string_view iccid_prefix, std::string_view mcc,
-                  std::string_view mnc_list) {
-  Row row{id, attribute1, attribute2, mnc_length, {}, {}, {}, {}};
-  append(row.file, "/tmp/carrier_config/");
-  append(row.file, file);
-  append(row.iccid_prefix, iccid_prefix);
-  append(row.mcc, mcc);
-  append(row.mnc_list, mnc_list);
-  return row;
-}
-
-inline constexpr Row kRows[] = {
-    row(38, 0, 0, 2, "voip_TEST_XX.conf", "", "001", "01"),
-    row(1, 1, 0, 3, "voip_TMobile_US.conf", "", "310",
-        "160,200,210,220,230,240,250,260,270,310,490,660,800"),
-    row(1, 1, 0, 3, "voip_TMobile_US.conf", "", "311", "490,660,882"),
-    row(1, 1, 0, 3, "voip_TMobile_US.conf", "", "312", "250"),
-    row(2, 0, 0, 2, "voip_CMCC_CN.conf", "", "460", "00,02,04,07,08"),
-    row(3, 0, 0, 2, "voip_CUCC_CN.conf", "", "460", "01,06,09,10"),
-    row(4, 0, 0, 2, "voip_CTCC_CN.conf", "", "460", "03,11,12"),
-    row(5, 1, 1, 2, "voip_APT_Taiwan.conf", "", "466", "05"),
-    row(6, 0, 0, 2, "voip_FET_Taiwan.conf", "", "466", "01,03"),
-    row(7, 0, 0, 2, "voip_CHT_Taiwan.conf", "", "466", "92"),
-    row(8, 1, 1, 2, "voip_TM_Taiwan.conf", "", "466", "97"),
-    row(9, 0, 0, 2, "voip_TSTAR_Taiwan.conf", "", "466", "89"),
-    row(10, 0, 0, 2, "voip_VODAFONE_ES.conf", "", "214", "01,06"),
-    row(11, 0, 0, 2, "voip_ORANGE_ES.conf", "", "214", "03,09,11"),
-    row(12, 0, 0, 2, "voip_MOVISTAR_ES.conf", "", "214", "05,07"),
-    row(13, 0, 0, 2, "voip_OTHER_ES.conf", "", "214",
-        "02,04,08,10,15,16,17,18,19,20,21,22,23,24,25,26,27,28,29,30,31,32,33,34,35,36,51"),
-    row(14, 0, 0, 2, "voip_MOVISTAR_AR.conf", "", "722", "07"),
-    row(15, 0, 0, 3, "voip_TUENTI_AR.conf", "", "722", "010"),
-    row(16, 0, 0, 2, "voip_VIVO_BR.conf", "", "724", "11,06,10,23"),
-    row(17, 0, 0, 2, "voip_MOVISTAR_CL.conf", "", "730", "02,07"),
-    row(18, 0, 0, 3, "voip_MOVISTAR_CO.conf", "", "732", "123"),
-    row(19, 0, 0, 2, "voip_MOVISTAR_PE.conf", "", "716", "06"),
-    row(20, 0, 0, 2, "voip_VODAFONE_DE.conf", "", "262", "02,04,09"),
-    row(21, 0, 0, 2, "voip_TMobile_DE.conf", "", "262", "01,06"),
-    row(22, 0, 0, 2, "voip_O2_DE.conf", "", "262", "03,07,08,11,05,77"),
-    row(23, 0, 0, 2, "voip_KDDI_JP.conf", "", "440",
-        "07,08,50,51,52,53,54,55,56,70,71,72,73,74,75,76,77,79,80,81,82,83,84,85,86,88,89"),
-    row(27, 1, 2, 3, "voip_Verizon_US.conf", "", "310",
-        "004,005,006,012,013,590,591,592,593,594,595,596,597,598,599,820,890,891,892,893,894,895,"
-        "896,897,898,899,910"),
-    row(27, 1, 2, 3, "voip_Verizon_US.conf", "", "311",
-        "012,110,270,271,272,273,274,275,276,277,278,279,280,281,282,283,284,285,286,287,288,289,"
-        "390,480,590"),
-    row(27, 1, 2, 3, "voip_Verizon_US.conf", "", "312", "770"),
-    row(24, 1, 1, 3, "voip_ATT_US.conf", "", "310",
-        "170,410,560,280,030,950,016,070,080,090,380,680,980"),
-    row(24, 1, 1, 3, "voip_ATT_US.conf", "", "311", "180,070,090,190"),
-    row(24, 1, 1, 3, "voip_ATT_US.conf", "", "312", "090"),
-    row(24, 1, 1, 3, "voip_ATT_US.conf", "", "313", "210"),
-    row(25, 0, 1, 3, "voip_ATT_Cricket_US.conf", "", "310", "150"),
-    row(26, 0, 1, 3, "voip_ATT_FirstNet_US.conf", "", "313", "100"),
-    row(26, 0, 1, 3, "voip_ATT_FirstNet_US.conf", "", "312", "670"),
-    row(28, 0, 0, 2, "voip_Smartone_HK.conf", "", "454", "15,06,17"),
-    row(29, 0, 0, 2, "voip_CSL_HK.conf", "", "454", "00,02,10,18"),
-    row(30, 0, 0, 2, "voip_Telia_LT.conf", "", "246", "01"),
-    row(31, 0, 0, 2, "voip_Webbing.conf", "8985235", "454", "35"),
-    row(31, 0, 0, 2, "voip_Webbing.conf", "8985235", "208", "01"),
-    row(31, 0, 0, 2, "voip_Webbing.conf", "8985235", "240", "07"),
-    row(31, 0, 0, 2, "voip_Webbing.conf", "8985235", "425", "01"),
-    row(31, 0, 0, 2, "voip_Webbing.conf", "8985235", "454", "00"),
-    row(32, 0, 0, 2, "voip_VODAFONE_NZ.conf", "", "530", "01"),
-    row(33, 1, 2, 3, "voip_Bell_CA.conf", "", "302", "250,610,630,640,690"),
-    row(34, 0, 0, 3, "voip_Telus_CA.conf", "", "302", "220,221,222,360,420,760,860"),
-    row(35, 1, 2, 3, "voip_Cellcom_US.conf", "", "311", "840"),
-    row(36, 0, 0, 3, "voip_Jio_IN.conf", "", "405",
-        "874,840,854,855,856,857,858,859,860,861,862,863,864,865,866,867,868,869,870,871,872,873"),
-    row(37, 0, 0, 3, "voip_Rogers_CA.conf", "", "302",
-        "320,720,721,722,723,724,725,740,741,820,821"),
-};
+inline constexpr auto kRows = make_text_table<kDrafts, [](const Draft& draft, TextPool& pool) {
+  return Row{draft.id,
+             draft.attribute1,
+             draft.attribute2,
+             draft.mnc_length,
+             pool.add(draft.file),
+             pool.add(draft.iccid_prefix),
+             pool.add(draft.mcc),
+             pool.add(draft.mnc_list)};
+}>();
 
 // What an unknown SIM gets.
 inline constexpr const Row& kTestRow = kRows[0];
@@ -110,7 +120,7 @@ inline constexpr const Row& kTestRow = kRows[0];
 // Calls "visit" with every MNC of a row until that returns true. Returns whether it did.
 template <typename Visit>
 bool any_mnc(const Row& row, Visit&& visit) {
-  std::string_view rest = bounded(row.mnc_list);
+  std::string_view rest = kRows.text(row.mnc_list);
   while (!rest.empty()) {
     const std::string_view mnc = head(rest, rest.find(','));
     if (visit(mnc)) return true;

@@ -26,21 +26,15 @@ enum class Origin : uint8_t {
   FilePrefix  // of a MAC
 };
 
-struct HardwareFact {
-  Field field;  // its key is that of the file
+struct Draft {
+  field_rows::NamedField named;  // its key is that of the file
   Segment segment;
   Origin origin;
-  char fallback[24];
+  std::string_view fallback;
 };
 
-consteval Field file_key(std::string_view key) {
-  Field field{};
-  for (size_t i = 0; i < key.size(); ++i) field.key[i] = key[i];
-  return field;
-}
-
 // By the index that callers give.
-constexpr HardwareFact kFacts[] = {
+constexpr Draft kDrafts[] = {
     {kHwModel, Segment::UnlessEmpty, Origin::File, "QZX"},
     {kHwVersion, Segment::UnlessEmpty, Origin::File, "V1"},
     {kHwSerial, Segment::IsNotAsked, Origin::FileOrFailure, "0000000000000"},
@@ -48,13 +42,26 @@ constexpr HardwareFact kFacts[] = {
     {kHwWanMac, Segment::IsNotAsked, Origin::FilePrefix, "0A3F7C"},
     {kHwCountry, Segment::EvenIfEmpty, Origin::File, "US"},
     {{}, Segment::IsNotAsked, Origin::Constant, "ATA"},
-    {file_key("m_uboot_ver"), Segment::IsNotAsked, Origin::File, "0.0.0.0"},
+    {{"m_uboot_ver", {}}, Segment::IsNotAsked, Origin::File, "0.0.0.0"},
     {{}, Segment::IsNotAsked, Origin::Constant, "LTE Phone Adapter"},
     {kHwImei, Segment::UnlessEmpty, Origin::File, "000000000000000"},
     {kHwWanMac, Segment::IsNotAsked, Origin::FileMac, "00:00:00:00:00:00"},
     {kHwLanMac, Segment::IsNotAsked, Origin::File, "00:00:00:00:00:00"},
 };
-static_assert(std::size(kFacts) == CAPI_HW_LAN_MAC + 1);
+static_assert(std::size(kDrafts) == CAPI_HW_LAN_MAC + 1);
+
+struct HardwareFact {
+  Segment segment;
+  Origin origin;
+  TextPlace key;
+  TextPlace fallback;
+  Field field;
+};
+
+constexpr auto kFacts = make_text_table<kDrafts, [](const Draft& draft, TextPool& pool) {
+  return HardwareFact{draft.segment, draft.origin, pool.add(draft.named.key),
+                      pool.add(draft.fallback), draft.named.field};
+}>();
 
 constexpr size_t kMacSize = sizeof "00:00:00:00:00:00";
 
@@ -78,7 +85,7 @@ bool ask_file_for_prefix(std::string_view key, char* buf, size_t size) {
 }
 
 bool ask_file(const HardwareFact& fact, char* buf, size_t size) {
-  const std::string_view key = bounded(fact.field.key);
+  const std::string_view key = kFacts.text(fact.key);
   switch (fact.origin) {
     case Origin::Constant:
       return false;
@@ -97,10 +104,10 @@ int get_hardware_info(int index, char* buf, int len) {
   if (buf == nullptr) return -1;
   const size_t size = buffer_size(len);
   memset(buf, 0, size);
-  if (index < 0 || static_cast<size_t>(index) >= std::size(kFacts)) return -1;
-  const HardwareFact& fact = kFacts[index];
+  if (index < 0 || static_cast<size_t>(index) >= kFacts.size()) return -1;
+  const HardwareFact& fact = kFacts[static_cast<size_t>(index)];
   if (ask_segment(fact, buf, len) || ask_file(fact, buf, size)) return 0;
-  copy_text(buf, size, bounded(fact.fallback));
+  copy_text(buf, size, kFacts.text(fact.fallback));
   return fact.origin == Origin::FileOrFailure ? -1 : 0;
 }
 

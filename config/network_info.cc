@@ -14,12 +14,12 @@
 namespace capi {
 namespace {
 
-constexpr Field kWanMac = CAPI_FIELD_AS("wan_mac", wan_mac);
-constexpr Field kWanIp = CAPI_FIELD_AS("wan_ip", wan_ip);
-constexpr Field kPublicIp = CAPI_FIELD_AS("public_ip", public_ip);
-constexpr Field kWanInterface = CAPI_FIELD_AS("wan_if_name", wan_if_name);
-constexpr Field kXcapInterface = CAPI_FIELD_AS("xcap_if_name", xcap_if_name);
-constexpr Field kLteInterface = CAPI_FIELD_AS("lte_if_name", lte_if_name);
+constexpr Field kWanMac = CAPI_FIELD_OF(wan_mac);
+constexpr Field kWanIp = CAPI_FIELD_OF(wan_ip);
+constexpr Field kPublicIp = CAPI_FIELD_OF(public_ip);
+constexpr Field kWanInterface = CAPI_FIELD_OF(wan_if_name);
+constexpr Field kXcapInterface = CAPI_FIELD_OF(xcap_if_name);
+constexpr Field kLteInterface = CAPI_FIELD_OF(lte_if_name);
 
 // The first line that a shell command prints; "format" takes the parameter. A command that does not
 // fit is not run at all: what is left of it might do anything.

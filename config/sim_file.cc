@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include <cstdio>
-#include <iterator>
 
 #include "backend/sim_fields.h"
 #include "capi/util.h"
@@ -20,11 +19,11 @@ int put_line(int index, char* buf, void* ctx) {
   const auto& record = *static_cast<const cfg_shared_record*>(ctx);
   if (index == 1) return snprintf(buf, kBufferSize, "[SIM]\n");
   const auto number = static_cast<size_t>(index) - 2;
-  if (number >= std::size(kSimFields)) return 0;
-  const Field& field = kSimFields[number];
+  if (number >= kSimFields.size()) return 0;
+  const auto& [key, field] = kSimFields[number];
   char value[sizeof record.sim_info.IMPI + 1];  // a field may lack its terminator
   get_field(record, field, 0, value, sizeof value);
-  return snprintf(buf, kBufferSize, "%s=%s\n", field.key, value);
+  return snprintf(buf, kBufferSize, "%s=%s\n", kSimFields.text(key).data(), value);
 }
 
 void format_path(char (&path)[kPathSize], std::string_view data_dir) {

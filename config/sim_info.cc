@@ -2,8 +2,6 @@
 // SPDX-License-Identifier: MIT
 // The values of the SIM.
 
-#include <iterator>
-
 #include "backend/context.h"
 #include "backend/sim_fields.h"
 #include "capi/device.h"
@@ -17,13 +15,13 @@
 namespace capi {
 namespace {
 
-const Field* sim_field(int index) {
-  const bool known = index >= 0 && static_cast<size_t>(index) < std::size(kSimFields);
-  return known ? &kSimFields[index] : nullptr;
+const KeyedField* sim_field(int index) {
+  const bool known = index >= 0 && static_cast<size_t>(index) < kSimFields.size();
+  return known ? &kSimFields[static_cast<size_t>(index)] : nullptr;
 }
 
-// Null for "field" is a value that no SIM file has.
-int look_up_sim_file(const Field* field, char* buf, int len) {
+// Null for "row" is a value that no SIM file has.
+int look_up_sim_file(const KeyedField* row, char* buf, int len) {
   char path[kPathSize];
   get_sim_file_path(path);
   const CriticalSection section(kVopRunInfoLock);
@@ -32,16 +30,16 @@ int look_up_sim_file(const Field* field, char* buf, int len) {
     CAPI_LOG_AS("capi_get_simcard_info", kLogWarning, "open %s failed!", path);
     return -1;
   }
-  if (field == nullptr) return -1;
-  return look_up_line(file.get(), bounded(field->key), buf, buffer_size(len)) ? 0 : -1;
+  if (row == nullptr) return -1;
+  return look_up_line(file.get(), kSimFields.text(row->key), buf, buffer_size(len)) ? 0 : -1;
 }
 
 int get_sim_value(int index, char* buf, int len) {
   if (buf == nullptr) return -1;
   memset(buf, 0, buffer_size(len));
-  const Field* field = sim_field(index);
-  if (field != nullptr && get_segment_text(*field, buf, len, IfEmpty::Succeed) == 0) return 0;
-  return look_up_sim_file(field, buf, len);
+  const KeyedField* row = sim_field(index);
+  if (row != nullptr && get_segment_text(row->field, buf, len, IfEmpty::Succeed) == 0) return 0;
+  return look_up_sim_file(row, buf, len);
 }
 
 }  // namespace

@@ -65,7 +65,7 @@ class StackFileWriter {
     const int first_number = header.repeat == Repeat::Lines ? 1 : 0;
     for (int i = 0; i < instances(header.repeat); ++i) {
       instance_ = header.repeat == Repeat::ChosenStack ? type_.stack : i;
-      write_header(header.field.key, i + first_number);
+      write_header(kLines.text(header.key), i + first_number);
       for (const Line* line = lines; line != end; ++line) {
         if (applies(line->when)) write_line(*line);
       }
@@ -124,12 +124,12 @@ class StackFileWriter {
   }
 
   void write_line(const Line& line) {
-    const char* key = line.field.key;
+    const std::string_view key = kLines.text(line.key);
     switch (line.source) {
       case Source::Section:
         break;
       case Source::Constant:
-        return put(key, line.constant);
+        return put(key, kLines.text(line.constant));
       case Source::Field:
         return put_field(key, line.field, instance_);
       case Source::VoipField:
@@ -138,7 +138,7 @@ class StackFileWriter {
       case Source::EvsField:
         return put_evs(key, line.field);
       case Source::BlockList:
-        return put_block_list(line.field);
+        return put_block_list(key, line.field);
       case Source::InterfaceName:
         return put(key, interface_name());
       case Source::NetworkType:
@@ -193,10 +193,10 @@ class StackFileWriter {
     file_.add(")\n");
   }
 
-  void put_block_list(const Field& field) {
+  void put_block_list(std::string_view key, const Field& field) {
     for (int i = 0; i < CAPI_CALL_BLOCKS; ++i) {
       NumberText number;
-      file_.add(field.key);
+      file_.add(key);
       file_.add(i);
       put("", text_of(field, i, number));
     }

@@ -31,34 +31,26 @@ enum class When : uint8_t { Always, Voip, Tls, AmrCodec, EvsCodec };
 // How often a section is written, and which instance of its fields each time shows.
 enum class Repeat : uint8_t { Once, Lines, Codecs, Servers, ChosenStack };
 
-struct Line {
+struct Draft {
   Source source;
-  When when;
-  Repeat repeat;
-  char constant[8];
-  Field field;  // its key is the line's key or the section's name
+  field_rows::NamedField named;  // its key is the line's key or the section's name
+  When when = When::Always;
+  Repeat repeat = Repeat::Once;
+  std::string_view constant = {};
 };
 
-consteval Line make(Source source, Field field, When when = When::Always,
-                    Repeat repeat = Repeat::Once) {
-  return {source, when, repeat, {}, field};
+consteval Draft make(Source source, field_rows::NamedField named, When when = When::Always) {
+  return {source, named, when};
 }
 
-consteval Line named(Source source, std::string_view key, When when = When::Always,
-                     Repeat repeat = Repeat::Once) {
-  Line line = make(source, {}, when, repeat);
-  for (size_t i = 0; i < key.size(); ++i) line.field.key[i] = key[i];
-  return line;
+consteval Draft named(Source source, std::string_view key) { return {source, {key, {}}}; }
+
+consteval Draft section(std::string_view name, Repeat repeat = Repeat::Once) {
+  return {Source::Section, {name, {}}, When::Always, repeat};
 }
 
-consteval Line section(std::string_view name, Repeat repeat = Repeat::Once) {
-  return named(Source::Section, name, When::Always, repeat);
-}
-
-consteval Line constant(std::string_view key, std::string_view value) {
-  Line line = named(Source::Constant, key);
-  for (size_t i = 0; i < value.size(); ++i) line.constant[i] = value[i];
-  return line;
+consteval Draft constant(std::string_view key, std::string_view value) {
+  return {Source::Constant, {key, {}}, When::Always, Repeat::Once, value};
 }
 
 // A value of the record; of an array of records or values the instance that the section shows.
@@ -72,7 +64,7 @@ consteval Line constant(std::string_view key, std::string_view value) {
 #define EACH_FIELD(key, array, member) make(Source::Field, EACH(array, member, key))
 #define EACH_VOIP_FIELD(key, array, member) make(Source::VoipField, EACH(array, member, key))
 
-inline constexpr Line kLines[] = {
+inline constexpr Draft kDrafts[] = {
     section("NETWORK"),
     named(Source::InterfaceName, "if_name"),
     named(Source::NetworkType, "network_type"),
@@ -285,5 +277,23 @@ inline constexpr Line kLines[] = {
 #undef EACH
 #undef EACH_FIELD
 #undef EACH_VOIP_FIELD
+
+struct Line {
+  Source source;
+  When when;
+  Repeat repeat;
+  TextPlace key;
+  TextPlace constant;
+  Field field;
+};
+
+inline constexpr auto kLines = make_text_table<kDrafts, [](const Draft& draft, TextPool& pool) {
+  return Line{draft.source,
+              draft.when,
+              draft.repeat,
+              pool.add(draft.named.key),
+              pool.add(draft.constant),
+              draft.named.field};
+}>();
 
 }  // namespace capi::stack_rows

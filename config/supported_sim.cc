@@ -27,7 +27,7 @@ using carrier_rows::Row;
 bool is_supported(std::string_view text) {
   for (const Row& row : kRows) {
     const auto fits = [&](std::string_view mnc) {
-      return begins_with_plmn(text, bounded(row.mcc), mnc);
+      return begins_with_plmn(text, kRows.text(row.mcc), mnc);
     };
     if (any_mnc(row, fits)) return true;
   }

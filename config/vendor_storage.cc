@@ -130,7 +130,7 @@ int get_serving_cell(char* buf, size_t size) {
 }
 
 int get_msisdn(char* buf, int len) {
-  constexpr Field kMsisdn = CAPI_FIELD(serving_cell, msisdn);
+  constexpr Field kMsisdn = CAPI_FIELD_OF(serving_cell.msisdn);
   const int start = std::clamp(len, 0, 4);
   return get_segment_text(kMsisdn, buf + start, len - start, IfEmpty::Succeed);
 }
@@ -150,7 +150,7 @@ int set_vendor_block(const void* buf, int len) {
 }
 
 int get_item(int type, char* buf, int len) {
-  constexpr Field kUuid = CAPI_FIELD_AS("sys_uuid", sys_uuid);
+  constexpr Field kUuid = CAPI_FIELD_OF(sys_uuid);
   switch (type) {
     case CAPI_QUORBLE_IMS_VOICE:
       return get_ims_voice(buf, len);

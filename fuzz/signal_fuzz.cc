@@ -52,6 +52,8 @@ void send_record(const char* name, const uint8_t* data, size_t size) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   using namespace capi::signal_rows;
   read_signal(Json(cJSON_ParseWithLength(reinterpret_cast<const char*>(data), size)).get());
-  if (size > 0) send_record(kRows[kFirstRow[data[0] % kSignals]].key, data + 1, size - 1);
+  if (size == 0) return 0;
+  const Row& row = kRows[kFirstRow[data[0] % kSignals]];
+  send_record(kRows.text(row.key).data(), data + 1, size - 1);
   return 0;
 }

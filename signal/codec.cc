@@ -20,12 +20,15 @@ using signal_rows::Kind;
 using signal_rows::Row;
 using Rows = std::span<const Row>;
 
+const char* key(const Row& row) { return signal_rows::kRows.text(row.key).data(); }
+
 // The attributes of a signal; those of the general one for a name that is in no row.
 Rows rows_of(const char* name) {
   using signal_rows::kFirstRow;
+  using signal_rows::kRows;
   size_t signal = signal_rows::kSignals - 1;
-  while (signal > 0 && strcmp(signal_rows::kRows[kFirstRow[signal]].key, name) != 0) --signal;
-  return {signal_rows::kRows + kFirstRow[signal] + 1, signal_rows::kRows + kFirstRow[signal + 1]};
+  while (signal > 0 && strcmp(key(kRows[kFirstRow[signal]]), name) != 0) --signal;
+  return {kRows.begin() + kFirstRow[signal] + 1, kRows.begin() + kFirstRow[signal + 1]};
 }
 
 // The rows of the objects that a row describes.
@@ -105,7 +108,7 @@ Json make_object(Rows rows, const char* record, int position) {
   Json object(cJSON_CreateObject());
   for (size_t i = 0; object && i < rows.size(); i += rows[i].members + 1) {
     Json value = make_value(rows[i], record, position);
-    if (!add_json(object.get(), rows[i].key, std::move(value))) return nullptr;
+    if (!add_json(object.get(), key(rows[i]), std::move(value))) return nullptr;
   }
   return object;
 }
@@ -174,7 +177,7 @@ void read_value(const cJSON* item, const Row& row, char* record) {
 // Reads the attributes of an object; what is no object has none, so that all get their defaults.
 void read_object(const cJSON* object, Rows rows, char* record) {
   for (size_t i = 0; i < rows.size(); i += rows[i].members + 1) {
-    read_value(json_member(object, rows[i].key), rows[i], record);
+    read_value(json_member(object, key(rows[i])), rows[i], record);
   }
 }
 

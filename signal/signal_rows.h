@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "capi/signal.h"
+#include "foundation/text_table.h"
 
 namespace capi::signal_rows {
 
@@ -32,8 +33,8 @@ enum class Default : uint8_t { Empty, UnRegistered, Dashes, Unknown };
 
 inline constexpr char kDefaults[][16] = {"", "UnRegistered", "---", "unknown"};
 
-struct Row {
-  char key[40];
+struct Draft {
+  std::string_view key;
   Kind kind;
   Default missing;
   uint8_t members;
@@ -42,12 +43,7 @@ struct Row {
   uint16_t size;    // capacity of a text
 };
 
-constexpr Row named(Kind kind, std::string_view key) {
-  Row row{};
-  for (size_t i = 0; i < key.size(); ++i) row.key[i] = key[i];  // too long: does not compile
-  row.kind = kind;
-  return row;
-}
+constexpr Draft named(Kind kind, std::string_view key) { return {key, kind, {}, 0, 0, 0, 0}; }
 
 template <typename Field>
 constexpr Kind kind_of() {
@@ -59,40 +55,40 @@ constexpr Kind kind_of() {
 }
 
 template <typename Field>
-constexpr Row attribute(std::string_view key, size_t offset) {
+constexpr Draft attribute(std::string_view key, size_t offset) {
   static_assert(std::is_integral_v<Field> || std::is_same_v<std::remove_extent_t<Field>, char>);
-  Row row = named(kind_of<Field>(), key);
-  row.offset = static_cast<uint16_t>(offset);
-  row.size = static_cast<uint16_t>(sizeof(Field));
-  return row;
+  Draft draft = named(kind_of<Field>(), key);
+  draft.offset = static_cast<uint16_t>(offset);
+  draft.size = static_cast<uint16_t>(sizeof(Field));
+  return draft;
 }
 
-constexpr Row signal(std::string_view name) { return named(Kind::Signal, name); }
+constexpr Draft signal(std::string_view name) { return named(Kind::Signal, name); }
 
-constexpr Row or_else(Default missing, Row row) {
-  row.missing = missing;
-  return row;
+constexpr Draft or_else(Default missing, Draft draft) {
+  draft.missing = missing;
+  return draft;
 }
 
-constexpr Row as_decimal_text(Row row) {
-  row.kind = Kind::DecimalText;
-  return row;
+constexpr Draft as_decimal_text(Draft draft) {
+  draft.kind = Kind::DecimalText;
+  return draft;
 }
 
-constexpr Row object(std::string_view key, uint8_t members) {
-  Row row = named(Kind::Object, key);
-  row.members = members;
-  return row;
+constexpr Draft object(std::string_view key, uint8_t members) {
+  Draft draft = named(Kind::Object, key);
+  draft.members = members;
+  return draft;
 }
 
-constexpr Row array(std::string_view key, uint8_t members, uint8_t count, size_t offset,
-                    size_t size) {
-  Row row = named(Kind::Array, key);
-  row.members = members;
-  row.count = count;
-  row.offset = static_cast<uint16_t>(offset);
-  row.size = static_cast<uint16_t>(size);
-  return row;
+constexpr Draft array(std::string_view key, uint8_t members, uint8_t count, size_t offset,
+                      size_t size) {
+  Draft draft = named(Kind::Array, key);
+  draft.members = members;
+  draft.count = count;
+  draft.offset = static_cast<uint16_t>(offset);
+  draft.size = static_cast<uint16_t>(size);
+  return draft;
 }
 
 // A field of a record, under its own name.
@@ -100,7 +96,7 @@ constexpr Row array(std::string_view key, uint8_t members, uint8_t count, size_t
   attribute<decltype(std::declval<capi_signal_##record>().field)>( \
       #field, offsetof(capi_signal_##record, field))
 
-inline constexpr Row kRows[] = {
+inline constexpr Draft kDrafts[] = {
     signal("VOP_SIG_GENERAL_SIGNAL"),
     ATTRIBUTE(general, param1),
     ATTRIBUTE(general, param2),
@@ -265,12 +261,27 @@ inline constexpr Row kRows[] = {
 
 #undef ATTRIBUTE
 
+struct Row {
+  TextPlace key;
+  Kind kind;
+  Default missing;
+  uint8_t members;
+  uint8_t count;
+  uint16_t offset;
+  uint16_t size;
+};
+
+inline constexpr auto kRows = make_text_table<kDrafts, [](const Draft& draft, TextPool& pool) {
+  return Row{pool.add(draft.key), draft.kind,   draft.missing, draft.members,
+             draft.count,         draft.offset, draft.size};
+}>();
+
 inline constexpr size_t kSignals = 24;
 
 consteval std::array<uint8_t, kSignals + 1> find_signals() {
   std::array<uint8_t, kSignals + 1> first{};
   size_t found = 0;
-  for (size_t i = 0; i < std::size(kRows); ++i) {
+  for (size_t i = 0; i < kRows.size(); ++i) {
     if (kRows[i].kind == Kind::Signal) first[found++] = static_cast<uint8_t>(i);
   }
   return first;
@@ -279,6 +290,6 @@ consteval std::array<uint8_t, kSignals + 1> find_signals() {
 // Where the rows of each signal begin; the last entry is the end.
 inline constexpr std::array<uint8_t, kSignals + 1> kFirstRow = find_signals();
 
-static_assert(kFirstRow[kSignals] == std::size(kRows) - 1, "kSignals is the number of signals");
+static_assert(kFirstRow[kSignals] == kRows.size() - 1, "kSignals is the number of signals");
 
 }  // namespace capi::signal_rows

@@ -13,12 +13,13 @@ namespace {
 using testing::Each;
 using namespace field_rows;
 
-constexpr Field kInterval = CAPI_FIELD(sip_registration, reg_interval);
-constexpr Field kSca = CAPI_FIELD(sms_cfg, sca);
-constexpr Field kDial = CAPI_FIELD_AS("", speed_dial.entry);
-constexpr Field kPort = CAPI_FIELD(sip_server, proxy_port);
+constexpr Field kInterval = CAPI_FIELD_OF(sip_registration.reg_interval);
+constexpr Field kSca = CAPI_FIELD_OF(sms_cfg.sca);
+constexpr NamedField kNamed = CAPI_FIELD(sms_cfg, sca);
+constexpr Field kDial = CAPI_FIELD_OF(speed_dial.entry);
+constexpr Field kPort = CAPI_FIELD_OF(sip_server.proxy_port);
 constexpr Field kName =
-    with_stride(CAPI_FIELD(sip_line[0], user_name), sizeof(capi_voice_sip_line));
+    with_stride(CAPI_FIELD(sip_line[0], user_name), sizeof(capi_voice_sip_line)).field;
 
 class FieldTest : public testing::Test {
  protected:
@@ -38,7 +39,8 @@ TEST_F(FieldTest, ARowKnowsItsMember) {
   EXPECT_EQ(kSca.kind, FieldKind::Text);
   EXPECT_EQ(kSca.offset, 13272);
   EXPECT_EQ(kSca.capacity, 32);
-  EXPECT_STREQ(kSca.key, "sca");
+  EXPECT_EQ(kNamed.key, "sca");
+  EXPECT_EQ(kNamed.field.offset, kSca.offset);
   EXPECT_EQ(kDial.capacity, 32);
   EXPECT_EQ(kDial.stride, 32);
   EXPECT_EQ(kPort.capacity, 4);
@@ -80,7 +82,7 @@ TEST_F(FieldTest, TheIndexChoosesTheInstance) {
 }
 
 TEST_F(FieldTest, ACountIsKeptInItsRange) {
-  constexpr Field kCount = with_clamp(CAPI_FIELD(voice_parameter, count), 12);
+  constexpr Field kCount = with_clamp(CAPI_FIELD(voice_parameter, count), 12).field;
   for (const auto& [text, stored] :
        {std::pair{"13", 12}, {"12", 12}, {"0", 0}, {"-1", 0}, {"99999999999", 12}}) {
     set_field(record_, kCount, 0, text);
@@ -89,7 +91,7 @@ TEST_F(FieldTest, ACountIsKeptInItsRange) {
 }
 
 TEST_F(FieldTest, SettingMayFillLessThanTheField) {
-  constexpr Field kDomain = with_set_size(CAPI_FIELD(sip_server, sip_domain), 256);
+  constexpr Field kDomain = with_set_size(CAPI_FIELD(sip_server, sip_domain), 256).field;
   record_.sip_server.sip_domain[256] = 'x';
   set_field(record_, kDomain, 0, std::string(400, 'd').c_str());
   EXPECT_EQ(get(kDomain), std::string(255, 'd'));
@@ -119,7 +121,7 @@ TEST_F(FieldTest, GettingLeavesABufferThatHoldsNoText) {
 }
 
 TEST_F(FieldTest, GettingMayFillMoreThanTheBufferIsSaidToHold) {
-  constexpr Field kIccid = with_get_size(CAPI_FIELD(sim_info, ICCID), 32);
+  constexpr Field kIccid = with_get_size(CAPI_FIELD(sim_info, ICCID), 32).field;
   set_field(record_, kIccid, 0, "8900101234567890123");
   char buf[40];
   memset(buf, 'x', sizeof buf);

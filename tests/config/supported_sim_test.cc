@@ -63,7 +63,7 @@ TEST(CarrierRowsTest, NameEverySupportedNetwork) {
   std::vector<std::string> expected;
   for (const carrier_rows::Row& row : carrier_rows::kRows) {
     carrier_rows::any_mnc(row, [&](std::string_view mnc) {
-      named.push_back(std::string(row.mcc) + std::string(mnc));
+      named.push_back(std::string(carrier_rows::kRows.text(row.mcc)) + std::string(mnc));
       return false;
     });
   }

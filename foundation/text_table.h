@@ -1,0 +1,89 @@
+// SPDX-FileCopyrightText: The capi authors
+// SPDX-License-Identifier: MIT
+// Constant tables whose rows have texts. An array in each row would be as long as the longest text,
+// and a pointer would be relocated in every process: so all texts of a table stand behind its rows,
+// each once, and a row holds the place of its own. Texts are terminated.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <iterator>
+#include <span>
+#include <string_view>
+
+namespace capi {
+
+// Where a text of a table begins.
+using TextPlace = uint16_t;
+
+// The text at a place; the byte in front of it is its length.
+constexpr std::string_view text_at(const char* texts, TextPlace place) {
+  return {texts + place, static_cast<unsigned char>(texts[place - 1])};
+}
+
+// A table of any size.
+template <typename Row>
+struct TextRows {
+  std::span<const Row> rows;
+  const char* texts;
+
+  std::string_view text(TextPlace place) const { return text_at(texts, place); }
+};
+
+template <typename Row, size_t kRows, size_t kBytes>
+struct TextTable {
+  Row rows[kRows];
+  char texts[kBytes];
+
+  constexpr const Row* begin() const { return rows; }
+  constexpr const Row* end() const { return rows + kRows; }
+  constexpr size_t size() const { return kRows; }
+  constexpr const Row& operator[](size_t i) const { return rows[i]; }
+  constexpr std::string_view text(TextPlace place) const { return text_at(texts, place); }
+  constexpr operator TextRows<Row>() const { return {rows, texts}; }
+};
+
+// Defined nowhere: what calls it at compile time does not compile.
+void text_of_a_table_is_too_long();
+
+// The texts of a table while it is made.
+class TextPool {
+ public:
+  constexpr TextPlace add(std::string_view text) {
+    for (size_t i = 1; i < used_; i += text_at(bytes_, static_cast<TextPlace>(i)).size() + 2) {
+      const auto place = static_cast<TextPlace>(i);
+      if (text == text_at(bytes_, place)) return place;
+    }
+    if (text.size() > UINT8_MAX) text_of_a_table_is_too_long();
+    bytes_[used_++] = static_cast<char>(text.size());
+    const auto place = static_cast<TextPlace>(used_);
+    for (const char c : text) bytes_[used_++] = c;  // too many: does not compile
+    bytes_[used_++] = '\0';
+    return place;
+  }
+
+  constexpr size_t used() const { return used_; }
+  constexpr char operator[](size_t i) const { return bytes_[i]; }
+
+ private:
+  char bytes_[8192]{};
+  size_t used_ = 0;
+};
+
+// Makes a table of "drafts", whose texts are std::string_views. "pack" turns one into a row and
+// adds its texts to the pool.
+template <const auto& drafts, auto pack>
+consteval auto make_text_table() {
+  constexpr size_t kBytes = [] {
+    TextPool pool;
+    for (const auto& draft : drafts) pack(draft, pool);
+    return pool.used();
+  }();
+  TextPool pool;
+  TextTable<decltype(pack(drafts[0], pool)), std::size(drafts), kBytes> table{};
+  for (size_t i = 0; i < std::size(drafts); ++i) table.rows[i] = pack(drafts[i], pool);
+  for (size_t i = 0; i < kBytes; ++i) table.texts[i] = pool[i];
+  return table;
+}
+
+}  // namespace capi

@@ -1,0 +1,66 @@
+// SPDX-FileCopyrightText: The capi authors
+// SPDX-License-Identifier: MIT
+#include "foundation/text_table.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+namespace capi::test {
+namespace {
+
+struct Draft {
+  int number;
+  std::string_view name;
+  std::string_view value;
+};
+
+constexpr char kLong[] =
+    "0123456789012345678901234567890123456789012345678901234567890123456789012345678901234567890123"
+    "4567890123456789012345678901234567890123456789";
+static_assert(sizeof kLong > 128);
+
+constexpr Draft kDrafts[] = {
+    {1, "port", "5060"}, {2, "", kLong}, {3, "5060", "port"}, {4, "p", ""}};
+
+struct Row {
+  int number;
+  TextPlace name;
+  TextPlace value;
+};
+
+constexpr auto kTable = make_text_table<kDrafts, [](const Draft& draft, TextPool& pool) {
+  return Row{draft.number, pool.add(draft.name), pool.add(draft.value)};
+}>();
+
+TEST(TextTableTest, GivesEachRowItsTexts) {
+  ASSERT_EQ(kTable.size(), std::size(kDrafts));
+  for (size_t i = 0; i < kTable.size(); ++i) {
+    EXPECT_EQ(kTable[i].number, kDrafts[i].number);
+    EXPECT_EQ(kTable.text(kTable[i].name), kDrafts[i].name);
+    EXPECT_EQ(kTable.text(kTable[i].value), kDrafts[i].value);
+  }
+}
+
+TEST(TextTableTest, TerminatesTexts) {
+  for (const Row& row : kTable) {
+    EXPECT_EQ(strlen(kTable.text(row.name).data()), kTable.text(row.name).size());
+    EXPECT_EQ(strlen(kTable.text(row.value).data()), kTable.text(row.value).size());
+  }
+}
+
+TEST(TextTableTest, KeepsATextOnce) {
+  EXPECT_EQ(kTable[0].name, kTable[2].value);
+  EXPECT_EQ(kTable[0].value, kTable[2].name);
+  EXPECT_EQ(kTable[1].name, kTable[3].value);
+  EXPECT_NE(kTable[3].name, kTable[0].name);
+}
+
+TEST(TextTableTest, CanBeUsedWithoutItsSize) {
+  const TextRows<Row> rows = kTable;
+  ASSERT_EQ(rows.rows.size(), kTable.size());
+  EXPECT_EQ(rows.text(rows.rows[0].value), "5060");
+}
+
+}  // namespace
+}  // namespace capi::test
