@@ -77,7 +77,7 @@ void start_master(cfg_backend_context& ctx) {
   }
   apply_override(ctx);
   memset(&ctx.staging, 0, sizeof ctx.staging);
-  if (ctx.shm != nullptr) copy_configuration(ctx.staging, *ctx.shm);
+  if (ctx.shm != nullptr) memcpy(&ctx.staging, ctx.shm, offsetof(cfg_shared_record, cs_reg_stat));
 }
 
 }  // namespace
@@ -87,10 +87,6 @@ cfg_backend_context* context() { return process_context.load(std::memory_order_a
 cfg_shared_record* shared_record() {
   const cfg_backend_context* ctx = context();
   return ctx != nullptr ? ctx->shm : nullptr;
-}
-
-void copy_configuration(cfg_shared_record& to, const cfg_shared_record& from) {
-  memcpy(&to, &from, offsetof(cfg_shared_record, cs_reg_stat));
 }
 
 }  // namespace capi

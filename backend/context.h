@@ -35,7 +35,4 @@ int with_shared_record(Body&& body) {
   return record != nullptr ? body(*record) : -1;
 }
 
-// Copies the configuration of a record, but not its live state.
-void copy_configuration(cfg_shared_record& to, const cfg_shared_record& from);
-
 }  // namespace capi

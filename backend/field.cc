@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "backend/whole_write.h"
 #include "foundation/text.h"
 
 namespace capi {
@@ -25,6 +26,14 @@ void set_field(cfg_shared_record& record, const Field& field, int index, const c
   int32_t number = parse_int32(value);
   if (field.clamp_max != 0) number = std::clamp<int32_t>(number, 0, field.clamp_max);
   memcpy(place, &number, sizeof number);
+}
+
+void copy_field(cfg_shared_record& to, const cfg_shared_record& from, const Field& field,
+                int index) {
+  char* target = reinterpret_cast<char*>(&to) + position(field, index);
+  const char* source = reinterpret_cast<const char*>(&from) + position(field, index);
+  if (field.kind == FieldKind::Text) return write_whole(target, source, field.set_size);
+  memcpy(target, source, sizeof(int32_t));  // a single store
 }
 
 int32_t field_number(const cfg_shared_record& record, const Field& field, int index) {

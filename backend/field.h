@@ -39,6 +39,10 @@ using KeyedFields = TextRows<KeyedField>;
 // Stores a value from its text. "index" counts instances from 0.
 void set_field(cfg_shared_record& record, const Field& field, int index, const char* value);
 
+// Hands a value on from one record to another, which may be the segment's: it changes as a whole.
+void copy_field(cfg_shared_record& to, const cfg_shared_record& from, const Field& field,
+                int index);
+
 int32_t field_number(const cfg_shared_record& record, const Field& field, int index);
 
 // A value's text: that in the field, or a number's, which "number" keeps.

@@ -4,9 +4,11 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <iterator>
 
 #include "backend/context.h"
 #include "backend/info_files.h"
+#include "backend/whole_write.h"
 #include "capi/backend.h"
 #include "foundation/text.h"
 
@@ -63,18 +65,47 @@ void fill_sip_ports(capi_voice_sip_server& server) {
   }
 }
 
+// Where the configuration may be cut: between records, and nowhere else.
+constexpr size_t kCuts[] = {0,
+                            offsetof(cfg_shared_record, voice_stack),
+                            offsetof(cfg_shared_record, sip_line_feature),
+                            offsetof(cfg_shared_record, speed_dial30),
+                            offsetof(cfg_shared_record, sip_server),
+                            offsetof(cfg_shared_record, call_block),
+                            offsetof(cfg_shared_record, cs_reg_stat)};
+
+consteval bool are_pieces_small_enough() {
+  for (size_t i = 1; i < std::size(kCuts); ++i) {
+    if (kCuts[i] - kCuts[i - 1] > kMaxWholeWrite) return false;
+  }
+  return true;
+}
+static_assert(are_pieces_small_enough());
+
+void publish_configuration(cfg_shared_record& to, const cfg_shared_record& from) {
+  for (size_t i = 1; i < std::size(kCuts); ++i) {
+    write_whole(reinterpret_cast<char*>(&to) + kCuts[i - 1],
+                reinterpret_cast<const char*>(&from) + kCuts[i - 1], kCuts[i] - kCuts[i - 1]);
+  }
+}
+
+void publish(cfg_shared_record& record, cfg_shared_record& staging) {
+  publish_configuration(record, staging);
+  fill_lte_net_info(staging);
+  write_whole(record.lte_net_info, staging.lte_net_info);
+  capi_voice_sip_server server = staging.sip_server;
+  fill_sip_ports(server);
+  write_whole(record.sip_server, server);
+}
+
 }  // namespace
 }  // namespace capi
 
 int capi_cfg_backend_config_finish() {
   using namespace capi;
   const CriticalSection section(kConfShmLock);
-  const cfg_backend_context* ctx = context();
+  cfg_backend_context* ctx = context();
   if (ctx == nullptr) return -1;
-  if (cfg_shared_record* record = shared_record()) {
-    copy_configuration(*record, ctx->staging);
-    fill_lte_net_info(*record);
-    fill_sip_ports(record->sip_server);
-  }
+  if (cfg_shared_record* record = shared_record()) publish(*record, ctx->staging);
   return 0;
 }

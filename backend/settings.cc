@@ -24,6 +24,13 @@ int apply_setting(cfg_shared_record& record, const char* section, const char* ke
   return 0;
 }
 
+void publish_setting(cfg_shared_record& to, const cfg_shared_record& from, const char* section,
+                     const char* key) {
+  if (section == nullptr) return;
+  const FieldPlace place = find_field(section, key, ColumnChoice::First);
+  if (place.lookup == FieldLookup::Found) copy_field(to, from, *place.field, place.index);
+}
+
 }  // namespace capi
 
 int setting_item_cb(const char* section, const char* key, const char* value) {

@@ -15,4 +15,8 @@ void log_setting(const char* section, const char* key, const char* value);
 int apply_setting(cfg_shared_record& record, const char* section, const char* key,
                   const char* value);
 
+// Hands the value that an item set on to another record.
+void publish_setting(cfg_shared_record& to, const cfg_shared_record& from, const char* section,
+                     const char* key);
+
 }  // namespace capi

@@ -49,7 +49,9 @@ int capi_cfg_backend_set_config(const char* section, const char* name, int, cons
   const CriticalSection guard(kConfShmLock);
   // The staging copy too, or the next publishing would undo the change.
   const int result = setting_item_cb(section, name, value);
-  if (cfg_shared_record* record = shared_record()) apply_setting(*record, section, name, value);
+  if (cfg_shared_record* record = shared_record()) {
+    publish_setting(*record, context()->staging, section, name);
+  }
   return result;
 }
 

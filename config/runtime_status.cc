@@ -9,6 +9,7 @@
 #include <iterator>
 
 #include "backend/context.h"
+#include "backend/whole_write.h"
 #include "capi/backend.h"
 #include "capi/runtime.h"
 #include "config/segment_text.h"
@@ -78,7 +79,7 @@ int capi_cfg_backend_set_runtime_line_reg_stat(int line, capi_line_reg_stat* rec
     if (!is_line(line) || !is_stack(stack)) return -1;
     stamp(*record);
     capi_line_reg_stat& stored = shared.reg_stat[stack][line];
-    stored = *record;
+    write_whole(stored, *record);
     const capi_reg_stat_cb callback = context()->callbacks.reg_stat_cb;
     if (callback != nullptr) callback(line, stack, &stored);
     return 0;
@@ -103,7 +104,7 @@ int capi_cfg_backend_set_runtime_line_cs_reg_stat(int line, const capi_line_cs_r
   return with_shared_record([&](cfg_shared_record& shared) {
     if (!is_line(line)) return -1;
     capi_line_cs_reg_stat& stored = shared.cs_reg_stat[line];
-    stored = *record;
+    write_whole(stored, *record);
     const capi_cs_reg_stat_cb callback = context()->callbacks.cs_reg_stat_cb;
     const auto position = reinterpret_cast<char*>(&stored) - reinterpret_cast<char*>(&shared);
     if (callback != nullptr) callback(line, &stored, &shared, static_cast<int>(position));
@@ -126,7 +127,9 @@ int capi_cfg_backend_set_runtime_line_phone_phy_status(int line, const char* tex
   if (text == nullptr) return -1;
   return with_shared_record([&](cfg_shared_record& shared) {
     if (!is_line(line)) return -1;
-    copy_text(shared.phone_phy_status[line], text);
+    char status[sizeof shared.phone_phy_status[line]];
+    copy_text(status, text);
+    write_whole(shared.phone_phy_status[line], status);
     return 0;
   });
 }

@@ -8,6 +8,7 @@
 
 #include "backend/context.h"
 #include "backend/directory.h"
+#include "backend/whole_write.h"
 #include "capi/backend.h"
 #include "capi/runtime.h"
 #include "capi/util.h"
@@ -83,7 +84,7 @@ int store(cfg_shared_record& record, int type, const void* block) {
     return -1;
   }
   if (block == nullptr) return -1;
-  memcpy(reinterpret_cast<char*>(&record) + kSlots[type].offset, block, kSlots[type].size);
+  write_whole(reinterpret_cast<char*>(&record) + kSlots[type].offset, block, kSlots[type].size);
   return 0;
 }
 

@@ -9,6 +9,7 @@
 
 #include "backend/context.h"
 #include "backend/directory.h"
+#include "backend/whole_write.h"
 #include "capi/device.h"
 #include "config/segment_text.h"
 #include "foundation/file.h"
@@ -80,7 +81,7 @@ int get_ims_voice(void* buf, int len) {
 int set_ims_voice(const void* buf, int len) {
   if (len != CAPI_IMS_VOICE_BYTES) return -1;
   with_shared_record([&](cfg_shared_record& record) {
-    memcpy(record.ims_voice, buf, sizeof record.ims_voice);
+    write_whole(record.ims_voice, buf, sizeof record.ims_voice);
     return 0;
   });
   return write_voice_file(buf);
@@ -144,7 +145,7 @@ int get_vendor_block(void* buf, int len) {
 
 int set_vendor_block(const void* buf, int len) {
   return with_shared_record([&](cfg_shared_record& record) {
-    memcpy(record.vendor, buf, std::min(buffer_size(len), sizeof record.vendor));
+    write_whole(record.vendor, buf, std::min(buffer_size(len), sizeof record.vendor));
     return 0;
   });
 }

@@ -141,17 +141,6 @@ TEST_F(ContextTest, TheStagingCopyOfAClientStartsEmpty) {
   in_client([] { EXPECT_TRUE(is_all_zero(context()->staging)); });
 }
 
-TEST_F(ContextTest, CopyingTheConfigurationLeavesTheLiveState) {
-  static cfg_shared_record from;
-  static cfg_shared_record to;
-  memset(&from, 'f', sizeof from);
-  memset(&to, 't', sizeof to);
-  copy_configuration(to, from);
-  const auto* bytes = reinterpret_cast<const char*>(&to);
-  EXPECT_TRUE(std::all_of(bytes, bytes + 21440, [](char byte) { return byte == 'f'; }));
-  EXPECT_TRUE(std::all_of(bytes + 21440, bytes + 25028, [](char byte) { return byte == 't'; }));
-}
-
 // ---- The override ------------------------------------------------------------------------------
 
 int override_result = 0;

@@ -41,6 +41,14 @@ TEST_F(PublishTest, SettingsAreSeenOnlyThen) {
   in_client([] { EXPECT_EQ(get_config("voice_stack_1", "option_voice_stack_enable"), "1"); });
 }
 
+TEST_F(PublishTest, PublishesEveryByteOfTheConfiguration) {
+  constexpr size_t kLiveState = 21440;
+  cfg_shared_record& staging = context()->staging;
+  memset(&staging, 'f', sizeof staging);
+  EXPECT_EQ(capi_config_finish(), 0);
+  EXPECT_EQ(memcmp(&segment(), &staging, kLiveState), 0);
+}
+
 TEST_F(PublishTest, LeavesTheLiveStateAlone) {
   cfg_shared_record& record = segment();
   record.cs_reg_stat[0].value[0] = 1;

@@ -15,7 +15,8 @@ namespace {
 
 void set_any_record(Random& random) { set_record(random() % record_count(), any_number(random)); }
 
-// A process that is killed while it copies into the segment leaves half of a record there.
+// Where the kernel does not copy for it, a process that is killed meanwhile leaves half of a
+// record.
 void read_any_record(Random& random) {
   if (!is_whole_record(random() % record_count())) ++board().halves_seen;
 }
