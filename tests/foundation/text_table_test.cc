@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
+#include <iterator>
 
 namespace capi::test {
 namespace {
@@ -44,8 +44,8 @@ TEST(TextTableTest, GivesEachRowItsTexts) {
 
 TEST(TextTableTest, TerminatesTexts) {
   for (const Row& row : kTable) {
-    EXPECT_EQ(strlen(kTable.text(row.name).data()), kTable.text(row.name).size());
-    EXPECT_EQ(strlen(kTable.text(row.value).data()), kTable.text(row.value).size());
+    EXPECT_EQ(*kTable.text(row.name).end(), '\0');
+    EXPECT_EQ(*kTable.text(row.value).end(), '\0');
   }
 }
 
