@@ -75,9 +75,10 @@ void* run(void* memory) {
 
 void sleep_for(int64_t microseconds) {
   if (microseconds <= 0) return;
+  const auto duration = static_cast<uint64_t>(microseconds);  // dividing needs less code so
   timeval time{};
-  time.tv_sec = static_cast<time_t>(microseconds / 1000000);
-  time.tv_usec = static_cast<suseconds_t>(microseconds % 1000000);
+  time.tv_sec = static_cast<time_t>(duration / 1000000);
+  time.tv_usec = static_cast<suseconds_t>(duration % 1000000);
   select(0, nullptr, nullptr, nullptr, &time);
 }
 
