@@ -9,6 +9,8 @@
 #include <syslog.h>
 #include <unistd.h>
 
+#include <climits>
+#include <cstdio>
 #include <cstring>
 #include <string>
 
@@ -101,6 +103,49 @@ TEST_F(LogToSinkTest, ANullFormatIsAnEmptyText) {
   const char* no_format = nullptr;
   capiv2_log_print(6, "f", 1, no_format, 0);
   EXPECT_EQ(received.text, "f():Line[1] ");
+}
+
+// What the C library makes of a format, after the prefix "f():Line[1] ".
+template <typename... Args>
+std::string printed(const std::string& format, Args... args) {
+  char message[2048];
+  const std::string whole = "f():Line[1] " + format;
+  snprintf(message, sizeof message, whole.c_str(), args...);
+  return message;
+}
+
+template <typename... Args>
+void expect_as_printed(const std::string& format, Args... args) {
+  capiv2_log_print(6, "f", 1, format.c_str(), args...);
+  EXPECT_EQ(received.text, printed(format, args...)) << format;
+}
+
+TEST_F(LogToSinkTest, ExpandsFormatsAsTheCLibraryDoes) {
+  expect_as_printed("[%s][%s][%s]", "a", "", "\xff%s%%");
+  expect_as_printed("%d %d %d", 0, INT_MIN, INT_MAX);
+  expect_as_printed("%s=%d%s", "a", -1, "b");
+  expect_as_printed("%s %u %llx %5d|%-5s|%05.1f %c %p", "a", 4000000000u, 1ull << 60, 7, "b", 1.5,
+                    'c', static_cast<const void*>(""));
+  expect_as_printed("100 %% of %s, %i", "a", 3);
+  expect_as_printed("%.*s|%.*s|%.*s|%.*s", 2, "abc", 9, "abc", 0, "abc", -1, "abc");
+  expect_as_printed("%.2s %.*d", "abc", 5, 42);
+  expect_as_printed("a null text: %s, and %.*s", static_cast<const char*>(nullptr), 9,
+                    static_cast<const char*>(nullptr));
+}
+
+TEST_F(LogToSinkTest, ReadsNoFurtherThanAPrecision) {
+  const char unterminated[] = {'a', 'b', 'c'};
+  capiv2_log_print(6, nullptr, 0, "%.*s", 3, unterminated);
+  EXPECT_EQ(received.text, "abc");
+}
+
+TEST_F(LogToSinkTest, CutsAsTheCLibraryDoes) {
+  for (size_t length = 2020; length < 2050; ++length) {
+    const std::string value(length, 'v');
+    expect_as_printed("%s%d", value.c_str(), 12345);
+    expect_as_printed("%s and %.*s", value.c_str(), 4, "text");
+    expect_as_printed("%s and %u", value.c_str(), 12345u);
+  }
 }
 
 TEST_F(LogToSinkTest, KeepsErrnoOverTheSink) {
