@@ -83,27 +83,22 @@ const Field* find_row(SectionId section, std::string_view key) {
   return nullptr;
 }
 
-struct SectionPlace {
-  SectionId id = SectionId::Count;
-  long number = 0;  // as it stands in the name, counted from 1
-};
-
 std::string_view base_name(size_t section) { return kSections.text(kSections[section].name); }
 
-// Lengths first: few names need a look at their characters.
-SectionPlace find_section(std::string_view name) {
-  for (size_t i = 0; i < kSections.size(); ++i) {
-    const std::string_view base = base_name(i);
-    const bool is_numbered = kSections[i].count != 0;
-    if (is_numbered ? name.size() <= base.size() || name[base.size()] != '_'
-                    : name.size() != base.size()) {
-      continue;
-    }
-    if (!starts_with(name, base)) continue;
-    if (!is_numbered) return {static_cast<SectionId>(i), 1};
-    return {static_cast<SectionId>(i), strtol(name.data() + base.size() + 1, nullptr, 10)};
+// Whether a name is that of a section, or begins as one that carries a number. Lengths first: few
+// names need a look at their characters.
+bool is_name(std::string_view base, bool is_numbered, std::string_view name) {
+  if (is_numbered ? name.size() <= base.size() || name[base.size()] != '_'
+                  : name.size() != base.size()) {
+    return false;
   }
-  return {};
+  return starts_with(name, base);
+}
+
+SectionPlace numbered_section(size_t section, std::string_view number_text) {
+  const long number = strtol(number_text.data(), nullptr, 10);
+  if (number < 1 || number > kSections[section].count) return {FieldLookup::OutOfRange};
+  return {FieldLookup::Found, static_cast<uint8_t>(section), static_cast<int>(number - 1)};
 }
 
 // What follows "option_" + section + "_"; empty for a key that does not begin so.
@@ -185,14 +180,21 @@ FieldPlace find_in_section(SectionId id, int index, const char* key, ColumnChoic
 
 }  // namespace
 
-FieldPlace find_field(const char* section, const char* key, ColumnChoice choice) {
-  const SectionPlace place = find_section(section);
-  if (place.id == SectionId::Count) return {};
-  const Section& row = kSections[static_cast<size_t>(place.id)];
-  if (row.count != 0 && (place.number < 1 || place.number > row.count)) {
-    return {.lookup = FieldLookup::OutOfRange};
+SectionPlace find_section(const char* section) {
+  const std::string_view name = section;
+  for (size_t i = 0; i < kSections.size(); ++i) {
+    const std::string_view base = base_name(i);
+    const bool is_numbered = kSections[i].count != 0;
+    if (!is_name(base, is_numbered, name)) continue;
+    if (is_numbered) return numbered_section(i, tail(name, base.size() + 1));
+    return {FieldLookup::Found, static_cast<uint8_t>(i), 0};
   }
-  return find_in_section(place.id, static_cast<int>(place.number - 1), key, choice);
+  return {};
+}
+
+FieldPlace find_field(const SectionPlace& section, const char* key, ColumnChoice choice) {
+  if (section.lookup != FieldLookup::Found) return {.lookup = section.lookup};
+  return find_in_section(static_cast<SectionId>(section.section), section.index, key, choice);
 }
 
 }  // namespace capi

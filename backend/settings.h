@@ -15,8 +15,9 @@ void log_setting(const char* section, const char* key, const char* value);
 int apply_setting(cfg_shared_record& record, const char* section, const char* key,
                   const char* value);
 
-// Hands the value that an item set on to another record.
-void publish_setting(cfg_shared_record& to, const cfg_shared_record& from, const char* section,
-                     const char* key);
+// Logs an item and applies it to the staging copy and, where there is one, to the segment. Returns
+// the same, and -1 without a staging copy.
+int apply_setting_everywhere(const char* section, const char* key, const char* value)
+    CAPI_REQUIRES(kConfShmLock);
 
 }  // namespace capi

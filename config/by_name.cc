@@ -48,11 +48,7 @@ int capi_cfg_backend_set_config(const char* section, const char* name, int, cons
   if (name == nullptr || value == nullptr) return -1;
   const CriticalSection guard(kConfShmLock);
   // The staging copy too, or the next publishing would undo the change.
-  const int result = setting_item_cb(section, name, value);
-  if (cfg_shared_record* record = shared_record()) {
-    publish_setting(*record, context()->staging, section, name);
-  }
-  return result;
+  return apply_setting_everywhere(section, name, value);
 }
 
 int capi_config_get(const char* section, const char* name, char* buf, int size) {

@@ -91,10 +91,12 @@ bool expand(Text& text, const char* fmt, va_list args) {
   }
 }
 
-// Cuts a message at its last newline.
-void cut_last_newline(char* message, const char* end) {
-  if (void* newline = memrchr(message, '\n', static_cast<size_t>(end - message))) {
-    *static_cast<char*>(newline) = '\0';
+// Cuts a message at its last newline, which most end with.
+void cut_last_newline(const char* message, char* end) {
+  while (end != message) {
+    if (*--end != '\n') continue;
+    *end = '\0';
+    return;
   }
 }
 

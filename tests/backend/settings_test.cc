@@ -95,6 +95,32 @@ TEST_F(SettingsTest, WhatIsUnknownOrOutOfRangeChangesNothing) {
   expect_ignored("option_sms_enable=1\n[sms]\nsms_enable=1\noption_sms_Enable=1\n");
 }
 
+TEST_F(SettingsTest, SectionsMayTakeTurns) {
+  const std::string zeros(70, '0');  // names that begin alike for a long way
+  EXPECT_EQ(load("option_sms_enable=9\n"
+                 "[voice_stack_1]\noption_voice_stack_priority=1\n"
+                 "[voice_stack_2]\noption_voice_stack_priority=2\n"
+                 "[sms]\noption_sms_enable=3\noption_voice_stack_priority=4\n"
+                 "[no_such_section]\noption_voice_stack_priority=5\n"
+                 "[voice_stack_1]\noption_voice_stack_enable=6\n"
+                 "[]\noption_voice_stack_enable=7\n"
+                 "[voice_stack_" +
+                 zeros +
+                 "3]\noption_voice_stack_priority=8\n"
+                 "[voice_stack_" +
+                 zeros +
+                 "4]\noption_voice_stack_priority=9\n"
+                 "[voice_stack_9]\noption_voice_stack_priority=10\n"),
+            0);
+  EXPECT_EQ(staging().voice_stack[0].priority, 1);
+  EXPECT_EQ(staging().voice_stack[0].enable, 6);
+  EXPECT_EQ(staging().voice_stack[1].priority, 2);
+  EXPECT_EQ(staging().voice_stack[2].priority, 8);
+  EXPECT_EQ(staging().voice_stack[3].priority, 9);
+  EXPECT_EQ(staging().voice_stack[4].priority, 0);
+  EXPECT_EQ(staging().sms_cfg.enable, 3);
+}
+
 TEST_F(SettingsTest, OverlongTextsAreCut) {
   EXPECT_EQ(load("[sip_line_1]\noption_sip_line_display_name=" + std::string(300, 'n') + "\n"), 0);
   EXPECT_EQ(staging().sip_line[0].display_name, std::string(255, 'n'));
