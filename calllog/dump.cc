@@ -29,10 +29,10 @@ int walk(const capi_call_log_image& image, const Walk& way, capi_call_log_cb cal
          uint16_t& index) {
   index = way.list.*way.direction.first;
   for (unsigned visited = 0; visited < way.list.count && index != kNoNode; ++visited) {
-    capi_call_log_record entry;
-    if (read_call_log_node(image, index, &entry) != 0) return -1;
-    const uint16_t next = entry.*way.direction.next;
-    if (callback != nullptr) callback(&entry, user);
+    const capi_call_log_record* entry = find_call_log_node(image, index);
+    if (entry == nullptr) return -1;
+    const uint16_t next = entry->*way.direction.next;
+    if (callback != nullptr) callback(entry, user);
     if (index == way.list.*way.direction.last) break;
     index = next;
   }

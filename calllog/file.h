@@ -50,7 +50,7 @@ bool refuse_null(const void* pointer, const char* func);
 // Writes out what the C library and the kernel hold of a file.
 void flush_call_log(FILE* file, const char* path, const char* func);
 
-// A fresh image; a lack of memory is logged for the operation "func".
+// new_image(); a lack of memory is logged for the operation "func".
 ImageOwner make_image(const char* func);
 
 }  // namespace capi

@@ -20,7 +20,7 @@ struct ImageFreer {
 };
 using ImageOwner = std::unique_ptr<capi_call_log_image, ImageFreer>;
 
-// An image of zeroes; null without memory.
+// Memory for an image, which is yet to be read or made; null without memory.
 ImageOwner new_image();
 
 inline constexpr uint16_t kNoNode = CAPI_CALL_LOG_NO_NODE;

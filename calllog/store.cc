@@ -58,18 +58,19 @@ int evict_oldest(capi_call_log_image& image, unsigned type, const char* func) {
 int delete_all(capi_call_log_image& image, unsigned type, const char* func) {
   unsigned node = image.header.entry[type].list.head;
   for (int count = 0; count < CAPI_CALL_LOG_NODES && node != kNoNode; ++count) {
-    capi_call_log_record entry;
-    if (read_call_log_node(image, node, &entry) != 0) {
+    const capi_call_log_record* entry = find_call_log_node(image, node);
+    if (entry == nullptr) {
       CAPI_LOG_AS(func, kLogWarning, " failure to read call log index %d !",
                   static_cast<int>(node));
       return -1;
     }
+    const unsigned next = entry->next;  // deleting clears it
     if (delete_in_image(image, type, node) != 0) {
       CAPI_LOG_AS(func, kLogWarning, " failure to delete call log index %d type %d !",
                   static_cast<int>(node), static_cast<int>(type));
       return -1;
     }
-    node = entry.next;
+    node = next;
   }
   return 0;
 }
@@ -162,6 +163,10 @@ int clean_call_log_by_type(const char* path, unsigned type) {
   }
   if (delete_all(*image, type, kFunc) != 0) return -1;
   return replace_call_log(path, *image, {kFunc, " can not create  file %s, error = %s !", ""});
+}
+
+const capi_call_log_record* find_call_log_node(const capi_call_log_image& image, unsigned node) {
+  return refuse_node(node, kReadNode) ? nullptr : &image.node[node];
 }
 
 int read_call_log_node(const capi_call_log_image& image, unsigned node,

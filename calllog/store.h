@@ -17,6 +17,9 @@ int delete_call_log_by_node(const char* path, unsigned type, unsigned node)
 
 int clean_call_log_by_type(const char* path, unsigned type) CAPI_REQUIRES(kCallLogLock);
 
+// A node of an image; null, and logged as a node that is read, for an index of none.
+const capi_call_log_record* find_call_log_node(const capi_call_log_image& image, unsigned node);
+
 int read_call_log_node(const capi_call_log_image& image, unsigned node,
                        capi_call_log_record* record);
 int read_call_log_node(const char* path, unsigned node, capi_call_log_record* record)

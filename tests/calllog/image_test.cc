@@ -287,6 +287,73 @@ TEST(CallLogImage, TheCheckLooksAtNothingElse) {
   EXPECT_EQ(fault_of(*image), ImageFault::None);
 }
 
+// The check, as its rules are worded: each list forwards, then backwards.
+bool can_be_walked(const capi_call_log_image& image, const capi_call_log_list& list,
+                   const Direction& way) {
+  unsigned index = list.*way.first;
+  for (unsigned step = 1; step <= list.count; ++step) {
+    if (index >= 300) return false;
+    const unsigned next = image.node[index].*way.next;
+    if (index == list.*way.last && (step < list.count || next != 0xFFFF)) return false;
+    index = next;
+  }
+  return true;
+}
+
+bool can_be_walked_both_ways(const capi_call_log_image& image, const capi_call_log_list& list,
+                             const Direction& way) {
+  return can_be_walked(image, list, way) && can_be_walked(image, list, way.reversed());
+}
+
+CheckResult check_as_worded(const capi_call_log_image& image) {
+  const capi_call_log_header& header = image.header;
+  if (header.free.count > 300 || header.used.count > 300) return {ImageFault::Counts, 0};
+  if (!can_be_walked_both_ways(image, header.free, kOwnList)) return {ImageFault::FreeList, 0};
+  if (!can_be_walked_both_ways(image, header.used, kAllEntries)) return {ImageFault::AllEntries, 0};
+  for (unsigned type = 0; type < 3; ++type) {
+    const capi_call_log_list& list = header.entry[type].list;
+    if (list.count > 100) return {ImageFault::Counts, type};
+    if (!can_be_walked_both_ways(image, list, kOwnList)) return {ImageFault::TypeList, type};
+  }
+  return {ImageFault::None, 0};
+}
+
+TEST(CallLogImage, DamageIsJudgedByTheRulesAsWorded) {
+  std::mt19937 random(8);
+  const auto below = [&](unsigned limit) { return static_cast<unsigned>(random() % limit); };
+  unsigned damaged_but_sound = 0;
+  for (int round = 0; round < 4000; ++round) {
+    Image image = empty_image();
+    const unsigned calls = below(40);
+    for (unsigned n = 0; n < calls; ++n) {
+      const unsigned type = below(3);
+      if (below(3) > 0) {
+        add_record(*image, type, call(n));
+      } else if (is_node(image->header.entry[type].list.head)) {
+        release_node(*image, type, image->header.entry[type].list.head, LoneFreeNode::LinksNowhere);
+      }
+    }
+    const unsigned breaches = below(3);
+    for (unsigned i = 0; i < breaches; ++i) {
+      const auto value = static_cast<uint16_t>(below(8) == 0 ? 0xFFFF : below(303));
+      capi_call_log_record& node = image->node[below(60)];
+      uint16_t* links[] = {&node.prev, &node.next, &node.all_prev, &node.all_next};
+      if (below(3) > 0) {
+        *links[below(4)] = value;
+      } else {
+        reinterpret_cast<uint16_t*>(&image->header)[below(22)] =
+            static_cast<uint16_t>(below(2) == 0 ? below(12) : value);
+      }
+    }
+    const CheckResult expected = check_as_worded(*image);
+    const CheckResult found = check(*image);
+    ASSERT_EQ(found.fault, expected.fault) << round;
+    ASSERT_EQ(found.type, expected.type) << round;
+    if (breaches > 0 && found.fault == ImageFault::None) ++damaged_but_sound;
+  }
+  EXPECT_GT(damaged_but_sound, 100u) << "links that the check does not look at, short counts";
+}
+
 TEST(CallLogImage, OperationsOnWhatIsNoNodeOrTypeChangeNothing) {
   Image image = image_of({0, 1});
   const std::string before = bytes_of(*image);
