@@ -7,6 +7,7 @@
 #include <cstring>
 #include <limits>
 #include <span>
+#include <string_view>
 
 #include "capi/signal.h"
 #include "foundation/json.h"
@@ -23,11 +24,11 @@ using Rows = std::span<const Row>;
 const char* key(const Row& row) { return signal_rows::kRows.text(row.key).data(); }
 
 // The attributes of a signal; those of the general one for a name that is in no row.
-Rows rows_of(const char* name) {
+Rows rows_of(std::string_view name) {
   using signal_rows::kFirstRow;
   using signal_rows::kRows;
   size_t signal = signal_rows::kSignals - 1;
-  while (signal > 0 && strcmp(key(kRows[kFirstRow[signal]]), name) != 0) --signal;
+  while (signal > 0 && kRows.text(kRows[kFirstRow[signal]].key) != name) --signal;
   return {kRows.begin() + kFirstRow[signal] + 1, kRows.begin() + kFirstRow[signal + 1]};
 }
 
@@ -47,6 +48,14 @@ void store(char* field, T value) {
 }
 
 // To JSON.
+
+// Adds a member whose key is ours and stays, so that the object need not keep a copy of it. False
+// when there is no memory; the member is gone then.
+bool add_member(cJSON* object, const char* key, Json member) {
+  if (!cJSON_AddItemToObjectCS(object, key, member.get())) return false;
+  static_cast<void>(member.release());
+  return true;
+}
 
 Json make_object(Rows rows, const char* record, int position);
 
@@ -108,12 +117,35 @@ Json make_object(Rows rows, const char* record, int position) {
   Json object(cJSON_CreateObject());
   for (size_t i = 0; object && i < rows.size(); i += rows[i].members + 1) {
     Json value = make_value(rows[i], record, position);
-    if (!add_json(object.get(), key(rows[i]), std::move(value))) return nullptr;
+    if (!add_member(object.get(), key(rows[i]), std::move(value))) return nullptr;
   }
   return object;
 }
 
 // From JSON. The record was cleared before.
+
+// Looks up the members of an object. As long as they are asked for in the order in which they
+// stand, the next one is at hand; keys that are asked for differ, so that it is the first of its
+// key.
+class Members {
+ public:
+  explicit Members(const cJSON* object)
+      : object_(object), next_(cJSON_IsObject(object) ? object->child : nullptr) {}
+
+  const cJSON* find(const char* key) {
+    const cJSON* item = next_;
+    if (item == nullptr || item->string == nullptr || strcmp(item->string, key) != 0) {
+      next_ = nullptr;
+      return json_member(object_, key);
+    }
+    next_ = item->next;
+    return item;
+  }
+
+ private:
+  const cJSON* object_;
+  const cJSON* next_;
+};
 
 void read_object(const cJSON* object, Rows rows, char* record);
 
@@ -176,8 +208,9 @@ void read_value(const cJSON* item, const Row& row, char* record) {
 
 // Reads the attributes of an object; what is no object has none, so that all get their defaults.
 void read_object(const cJSON* object, Rows rows, char* record) {
+  Members attributes(object);
   for (size_t i = 0; i < rows.size(); i += rows[i].members + 1) {
-    read_value(json_member(object, key(rows[i])), rows[i], record);
+    read_value(attributes.find(key(rows[i])), rows[i], record);
   }
 }
 
@@ -196,20 +229,22 @@ cJSON* ctrlv2_siginfo_to_json(const char* name, const capi_signal_info* info) {
   if (name == nullptr || info == nullptr) return nullptr;
   Json root(cJSON_CreateObject());
   Json attrs = make_object(rows_of(name), reinterpret_cast<const char*>(info), 0);
-  const bool complete = add_json(root.get(), "msg", Json(cJSON_CreateString("signal"))) &&
-                        add_json(root.get(), "name", Json(cJSON_CreateString(name))) &&
-                        add_json(root.get(), "attrs", std::move(attrs));
+  const bool complete = add_member(root.get(), "msg", Json(cJSON_CreateString("signal"))) &&
+                        add_member(root.get(), "name", Json(cJSON_CreateString(name))) &&
+                        add_member(root.get(), "attrs", std::move(attrs));
   return complete ? root.release() : nullptr;
 }
 
 int ctrlv2_json_to_siginfo(const cJSON* json, char* name, capi_signal_info* info) {
   using namespace capi;
   if (name != nullptr) name[0] = '\0';
-  const char* signal = json_text(json_member(json, "name"));
+  Members members(json);
+  members.find("msg");  // first, where it is ours
+  const char* signal = json_text(members.find("name"));
   if (signal == nullptr || info == nullptr) return -1;
   if (name != nullptr) copy_name(name, signal);
   memset(info, 0, sizeof *info);
-  const cJSON* attrs = json_member(json, "attrs");
+  const cJSON* attrs = members.find("attrs");
   if (cJSON_IsObject(attrs)) {
     read_object(attrs, rows_of(signal), reinterpret_cast<char*>(info));
   }
