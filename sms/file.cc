@@ -27,6 +27,13 @@ constexpr char kVerifyFunc[] = "_vkr_voip_verify_sms_file";
 // Of a command with one of our paths and one of a caller's in it.
 constexpr size_t kCommandSize = PATH_MAX + 512;
 
+// Files are read and written whole, which a buffer would only cut in two.
+File open_sms_file(const char* path, const char* mode) {
+  File file = open_file(path, mode);
+  if (file) setvbuf(file.get(), nullptr, _IONBF, 0);
+  return file;
+}
+
 void log_failed(const char* func, const char* call) {
   CAPI_LOG_AS(func, kLogWarning, "%s failed, reason %d: %s\n", call, errno, strerror(errno));
 }
@@ -45,7 +52,7 @@ timespec read_clock(clockid_t clock) {
 enum class Written : uint8_t { Whole, Unclosed, Failed };
 
 Written write_whole(const char* path, std::span<const uint8_t> bytes, const char* func) {
-  File file = open_file(path, "wb");
+  File file = open_sms_file(path, "wb");
   if (!file) {
     log_failed_on(func, "fopen", path);
     return Written::Failed;
@@ -108,7 +115,7 @@ bool get_sms_file_size(const char* path, uint64_t& size) {
 }
 
 SmsTrouble read_sms_file(const char* path, std::span<uint8_t> bytes) {
-  File file = open_file(path, "rb");
+  File file = open_sms_file(path, "rb");
   if (!file) {
     log_failed(kReadFunc, "fopen");
     return SmsTrouble::Unopenable;

@@ -23,8 +23,8 @@ inline bool is_sms_selector(int selector) {
   return selector == CAPI_SMS_RECEIVED || selector == CAPI_SMS_SENT;
 }
 
-// Access to the files, for a scope. The nv directory is asked for under lock 0 before lock 18 is
-// taken.
+// Access to the files, for a scope. Until both paths are settled for good, the nv directory is
+// asked for under lock 0 before lock 18 is taken.
 class CAPI_SCOPED_CAPABILITY SmsAccess {
  public:
   SmsAccess() CAPI_ACQUIRE(kVoiceSmsLock);
@@ -37,9 +37,9 @@ class CAPI_SCOPED_CAPABILITY SmsAccess {
 
  private:
   struct NvDir {
-    NvDir() : is_known(get_nv_dir(text)) {}
+    NvDir();
     char text[kDirSize];
-    bool is_known;
+    bool is_known;  // false, too, where nobody needs it any more
   };
 
   const NvDir nv_dir_;  // before the lock

@@ -6,6 +6,7 @@
 #include <filesystem>
 
 #include "sms_files.h"
+#include "support/faults.h"
 
 namespace capi::test {
 namespace {
@@ -74,6 +75,27 @@ TEST_F(SmsPathTest, AccessHoldsTheLockAndNoOther) {
     EXPECT_EQ(lock_value(CAPI_LOCK_CONF_SHM), 1);
   }
   EXPECT_EQ(lock_value(CAPI_LOCK_VOICE_SMS), 1);
+}
+
+TEST_F(SmsPathTest, ADirectoryThatIsKnownIsNotAskedForAgain) {
+  start_master();
+  const auto locks_taken = [] {
+    clear_faults();
+    const SmsAccess access;
+    return count_calls(Call::Semop);
+  };
+  EXPECT_EQ(locks_taken(), 3) << "lock 0, taken and freed, then lock 18";
+  EXPECT_EQ(locks_taken(), 1) << "lock 18";
+}
+
+TEST_F(SmsPathTest, AnUnknownDirectoryIsAskedForEveryTime) {
+  ASSERT_EQ(capi_critical_section_lock_create(), 0);
+  start_client();
+  for (int i = 0; i < 3; ++i) {
+    clear_faults();
+    const SmsAccess access;
+    EXPECT_EQ(count_calls(Call::Semop), 3);
+  }
 }
 
 TEST_F(SmsPathTest, EveryAccessSettlesBothPathsWhicheverFileItIsFor) {
