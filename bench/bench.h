@@ -50,6 +50,7 @@ Rows config_rows();
 Rows record_rows();
 Rows file_rows();
 Rows call_log_rows();
+Rows sms_rows();
 Rows status_rows();
 Rows carrier_rows();
 Rows signal_rows();

@@ -6,6 +6,7 @@
 #include <sys/ipc.h>
 #include <sys/sem.h>
 #include <sys/shm.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -41,6 +42,15 @@ void read_exactly(int fd, void* to, size_t size) {
 
 void write_exactly(int fd, const void* from, size_t size) {
   require(write(fd, from, size) == static_cast<ssize_t>(size), "the floor's write");
+}
+
+// A file whose size is asked for first.
+void read_sized_file(const char* path, void* to, size_t size) {
+  struct stat status {};
+  require(stat(path, &status) == 0, "the floor's file");
+  const int fd = open_file(path, O_RDONLY);
+  read_exactly(fd, to, size);
+  close(fd);
 }
 
 }  // namespace
@@ -117,6 +127,21 @@ void delete_call_log(const char* path, void* image, size_t size, const Piece* pi
   }
   sync();
   close(fd);
+}
+
+void read_sms_file(const char* path, void* memory, size_t size, Piece message, void* to) {
+  const Lock guard(CAPI_LOCK_VOICE_SMS);
+  read_sized_file(path, memory, size);
+  if (to != nullptr) memcpy(to, static_cast<char*>(memory) + message.offset, message.size);
+}
+
+void rewrite_sms_file(const char* path, void* memory, size_t size, size_t new_size) {
+  const Lock guard(CAPI_LOCK_VOICE_SMS);
+  read_sized_file(path, memory, size);
+  const int fd = open_file(path, O_WRONLY | O_TRUNC);
+  write_exactly(fd, memory, new_size);
+  close(fd);
+  sync();
 }
 
 void post_event(const char* tool, const char* command) {

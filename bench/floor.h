@@ -49,6 +49,11 @@ struct Piece {
 };
 void delete_call_log(const char* path, void* image, size_t size, const Piece* pieces, size_t count);
 
+// The short messages' operations on a file of this size, under lock 18: reading it, whereof a piece
+// goes to a caller, and writing it again with another size.
+void read_sms_file(const char* path, void* memory, size_t size, Piece message, void* to);
+void rewrite_sms_file(const char* path, void* memory, size_t size, size_t new_size);
+
 // Looks for the tool, which is not there, and runs that of the system by the shell.
 void post_event(const char* tool, const char* command);
 

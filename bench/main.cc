@@ -132,7 +132,7 @@ Result measure(const Row& row, bool brief, Collector& collector) {
 Rows all_rows() {
   Rows all;
   for (Rows (*make)() : {lock_rows, config_rows, record_rows, status_rows, file_rows, call_log_rows,
-                         carrier_rows, signal_rows, attach_rows}) {
+                         sms_rows, carrier_rows, signal_rows, attach_rows}) {
     for (Row& row : make()) all.push_back(std::move(row));
   }
   return all;
