@@ -4,12 +4,13 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstring>
 #include <iterator>
 
 #include "backend/context.h"
 #include "capi/backend.h"
 #include "config/sim_file.h"
-#include "config/stack_rows.h"
+#include "config/stack_plan.h"
 #include "foundation/file.h"
 #include "foundation/text.h"
 #include "foundation/text_file.h"
@@ -17,7 +18,7 @@
 namespace capi {
 namespace {
 
-using namespace stack_rows;
+using namespace stack_plan;
 
 constexpr int kTransportTls = 2;
 
@@ -45,47 +46,31 @@ constexpr StackType kTypes[] = {
     {"", 0, false, false, -1, 0, nullptr, nullptr},
 };
 
+// The bound of a text is kept from the compiler: knowing one, it copies by an instruction that
+// takes longer to start than the C library takes for all of a short text.
+char* append(char* to, const char* text, size_t size) {
+  asm("" : "+r"(size));
+  memcpy(to, text, size);
+  return to + size;
+}
+
 class StackFileWriter {
  public:
   StackFileWriter(TextFile& file, const cfg_shared_record& record, const StackType& type)
       : file_(file), record_(record), type_(type) {}
 
   void write() {
-    for (const Line* line = std::begin(kLines); line != std::end(kLines);) {
-      const Line* end = std::find_if(line + 1, std::end(kLines), [](const Line& next) {
-        return next.source == Source::Section;
-      });
-      write_section(*line, line + 1, end);
-      line = end;
+    for (const Group& group : kGroups) {
+      const int count = instances(group.repeat);
+      for (int i = 0; i < count; ++i) {
+        instance_ = group.repeat == Repeat::ChosenStack ? type_.stack : i;
+        number_ = group.repeat == Repeat::Lines ? i + 1 : i;
+        for (size_t step = group.first; step < group.end; ++step) write(kSteps[step]);
+      }
     }
   }
 
  private:
-  void write_section(const Line& header, const Line* lines, const Line* end) {
-    const int first_number = header.repeat == Repeat::Lines ? 1 : 0;
-    for (int i = 0; i < instances(header.repeat); ++i) {
-      instance_ = header.repeat == Repeat::ChosenStack ? type_.stack : i;
-      write_header(kLines.text(header.key), i + first_number);
-      for (const Line* line = lines; line != end; ++line) {
-        if (applies(line->when)) write_line(*line);
-      }
-      file_.add("\n");
-    }
-  }
-
-  // A name may have a place for the number in it.
-  void write_header(std::string_view name, int number) {
-    constexpr std::string_view kPlace = "%d";
-    const size_t place = name.find(kPlace);
-    file_.add("[");
-    file_.add(head(name, place));
-    if (place != std::string_view::npos) {
-      file_.add(number);
-      file_.add(tail(name, place + kPlace.size()));
-    }
-    file_.add("]\n");
-  }
-
   int instances(Repeat repeat) const {
     switch (repeat) {
       case Repeat::Lines:
@@ -123,83 +108,69 @@ class StackFileWriter {
     return true;
   }
 
-  void write_line(const Line& line) {
-    const std::string_view key = kLines.text(line.key);
-    switch (line.source) {
-      case Source::Section:
-        break;
-      case Source::Constant:
-        return put(key, kLines.text(line.constant));
+  // A step is one piece of the file. The longest value is that of a text field.
+  static constexpr size_t kMaxValue = sizeof(capi_slic_parameter::settings) - 1;
+  static_assert(kLongestText + kMaxValue + 1 <= TextFile::kMaxPiece);
+
+  void write(const Step& step) {
+    if (step.when != When::Always && !applies(step.when)) return;
+    if (step.source == Source::PcscfAddress && type_.pcscf == nullptr) return;
+    NumberText number;
+    const std::string_view value = value_of(step, number);
+    char* to = file_.begin_piece(step.length + value.size() + 1);
+    to = append(to, &kText[step.text], step.length);
+    to = append(to, value.data(), value.size());
+    if (step.ends_line) *to++ = '\n';
+    file_.end_piece(to);
+  }
+
+  std::string_view value_of(const Step& step, NumberText& number) const {
+    switch (step.source) {
       case Source::Field:
-        return put_field(key, line.field, instance_);
+        return field(step, number);
       case Source::VoipField:
-        if (type_.is_voip) return put_field(key, line.field, instance_);
-        return put(key, line.field.kind == FieldKind::Integer ? "0" : "");
+        if (type_.is_voip) return field(step, number);
+        return step.kind == FieldKind::Integer ? "0" : "";
       case Source::EvsField:
-        return put_evs(key, line.field);
-      case Source::BlockList:
-        return put_block_list(key, line.field);
+        return integer(step) == CAPI_EVS_UNSET ? "" : field(step, number);
+      case Source::Section:
+        return number.put(number_);
       case Source::InterfaceName:
-        return put(key, interface_name());
+        return interface_name();
       case Source::NetworkType:
-        return put(key, contains(address(), ":") ? "1" : "0");  // IPv6
+        return contains(address(), ":") ? "1" : "0";  // IPv6
       case Source::ForcedAddress:
-        return put(key, address());
+        return address();
       case Source::ChannelType:
-        return put_number(key, type_.channel_type);
+        return number.put(type_.channel_type);
       case Source::CallerPreferences:
-        return put(key, type_.is_voip ? "0" : "1");
+        return type_.is_voip ? "0" : "1";
       case Source::PcscfAddress:
-        if (type_.pcscf != nullptr) put(key, bounded(record_.*type_.pcscf));
-        break;
-      case Source::DialPlan:
-        return put_dial_plan(key);
+        return bounded(record_.*type_.pcscf);
       case Source::CodecCount:
-        return put_number(key, codec_count());
+        return number.put(codec_count());
+      case Source::Constant:
+      case Source::BlockList:
+      case Source::DialPlan:
+        break;
     }
+    return {};
   }
 
-  void put(std::string_view key, std::string_view value) {
-    file_.add(key);
-    file_.add("=");
-    file_.add(value);
-    file_.add("\n");
+  const char* place(const Step& step) const {
+    return reinterpret_cast<const char*>(&record_) + step.offset +
+           static_cast<size_t>(step.stride) * static_cast<size_t>(instance_);
   }
 
-  void put_number(std::string_view key, int value) {
-    NumberText number;
-    put(key, number.put(value));
+  int32_t integer(const Step& step) const {
+    int32_t value = 0;
+    memcpy(&value, place(step), sizeof value);
+    return value;
   }
 
-  std::string_view text_of(const Field& field, int index, NumberText& number) const {
-    constexpr size_t kMaxValue = sizeof record_.slic_parameter.settings - 1;
-    return head(field_text(record_, field, index, number), kMaxValue);
-  }
-
-  void put_field(std::string_view key, const Field& field, int index) {
-    NumberText number;
-    put(key, text_of(field, index, number));
-  }
-
-  void put_evs(std::string_view key, const Field& field) {
-    if (field_number(record_, field, 0) == CAPI_EVS_UNSET) return put(key, "");
-    put_field(key, field, 0);
-  }
-
-  void put_dial_plan(std::string_view key) {
-    file_.add(key);
-    file_.add("=(");
-    file_.add(bounded(record_.voice_basic.dial_plan));
-    file_.add(")\n");
-  }
-
-  void put_block_list(std::string_view key, const Field& field) {
-    for (int i = 0; i < CAPI_CALL_BLOCKS; ++i) {
-      NumberText number;
-      file_.add(key);
-      file_.add(i);
-      put("", text_of(field, i, number));
-    }
+  std::string_view field(const Step& step, NumberText& number) const {
+    if (step.kind == FieldKind::Integer) return number.put(integer(step));
+    return bounded(place(step), std::min<size_t>(step.capacity, kMaxValue));
   }
 
   std::string_view interface_name() const {
@@ -216,7 +187,8 @@ class StackFileWriter {
   TextFile& file_;
   const cfg_shared_record& record_;
   const StackType& type_;
-  int instance_ = 0;
+  int instance_ = 0;  // of the fields that are shown
+  int number_ = 0;    // of the section, as it is named
 };
 
 }  // namespace

@@ -31,7 +31,7 @@ enum class When : uint8_t { Always, Voip, Tls, AmrCodec, EvsCodec };
 // How often a section is written, and which instance of its fields each time shows.
 enum class Repeat : uint8_t { Once, Lines, Codecs, Servers, ChosenStack };
 
-struct Draft {
+struct Line {
   Source source;
   field_rows::NamedField named;  // its key is the line's key or the section's name
   When when = When::Always;
@@ -39,17 +39,17 @@ struct Draft {
   std::string_view constant = {};
 };
 
-consteval Draft make(Source source, field_rows::NamedField named, When when = When::Always) {
+consteval Line make(Source source, field_rows::NamedField named, When when = When::Always) {
   return {source, named, when};
 }
 
-consteval Draft named(Source source, std::string_view key) { return {source, {key, {}}}; }
+consteval Line named(Source source, std::string_view key) { return {source, {key, {}}}; }
 
-consteval Draft section(std::string_view name, Repeat repeat = Repeat::Once) {
+consteval Line section(std::string_view name, Repeat repeat = Repeat::Once) {
   return {Source::Section, {name, {}}, When::Always, repeat};
 }
 
-consteval Draft constant(std::string_view key, std::string_view value) {
+consteval Line constant(std::string_view key, std::string_view value) {
   return {Source::Constant, {key, {}}, When::Always, Repeat::Once, value};
 }
 
@@ -64,7 +64,7 @@ consteval Draft constant(std::string_view key, std::string_view value) {
 #define EACH_FIELD(key, array, member) make(Source::Field, EACH(array, member, key))
 #define EACH_VOIP_FIELD(key, array, member) make(Source::VoipField, EACH(array, member, key))
 
-inline constexpr Draft kDrafts[] = {
+inline constexpr Line kLines[] = {
     section("NETWORK"),
     named(Source::InterfaceName, "if_name"),
     named(Source::NetworkType, "network_type"),
@@ -277,23 +277,5 @@ inline constexpr Draft kDrafts[] = {
 #undef EACH
 #undef EACH_FIELD
 #undef EACH_VOIP_FIELD
-
-struct Line {
-  Source source;
-  When when;
-  Repeat repeat;
-  TextPlace key;
-  TextPlace constant;
-  Field field;
-};
-
-inline constexpr auto kLines = make_text_table<kDrafts, [](const Draft& draft, TextPool& pool) {
-  return Line{draft.source,
-              draft.when,
-              draft.repeat,
-              pool.add(draft.named.key),
-              pool.add(draft.constant),
-              draft.named.field};
-}>();
 
 }  // namespace capi::stack_rows
