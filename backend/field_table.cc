@@ -3,8 +3,9 @@
 #include "backend/field_table.h"
 
 #include <array>
-#include <cstdlib>
+#include <bit>
 #include <cstring>
+#include <type_traits>
 
 #include "backend/field_rows.h"
 #include "foundation/text.h"
@@ -28,14 +29,25 @@ constexpr uint32_t byte_at(std::string_view text, size_t i) {
   return static_cast<unsigned char>(text[i]);
 }
 
+static_assert(std::endian::native == std::endian::little, "four characters are taken as a number");
+
+constexpr uint32_t four_at(std::string_view text, size_t i) {
+  if (std::is_constant_evaluated()) {
+    return byte_at(text, i) | byte_at(text, i + 1) << 8 | byte_at(text, i + 2) << 16 |
+           byte_at(text, i + 3) << 24;
+  }
+  uint32_t four = 0;
+  memcpy(&four, text.data() + i, sizeof four);
+  return four;
+}
+
 // Four characters a step; the ends of keys tell them apart best, so the last step takes the last
 // four once more.
 constexpr uint32_t hash(SectionId section, std::string_view key) {
   constexpr uint32_t kPrime = 0x9E3779B1;
   auto value = static_cast<uint32_t>(section) + static_cast<uint32_t>(key.size()) * kPrime;
   const auto mix = [&](size_t i) {
-    value ^= byte_at(key, i) | byte_at(key, i + 1) << 8 | byte_at(key, i + 2) << 16 |
-             byte_at(key, i + 3) << 24;
+    value ^= four_at(key, i);
     value *= kPrime;
     value ^= value >> 15;
   };
@@ -96,7 +108,7 @@ bool is_name(std::string_view base, bool is_numbered, std::string_view name) {
 }
 
 SectionPlace numbered_section(size_t section, std::string_view number_text) {
-  const long number = strtol(number_text.data(), nullptr, 10);
+  const long number = parse_int32(number_text.data());
   if (number < 1 || number > kSections[section].count) return {FieldLookup::OutOfRange};
   return {FieldLookup::Found, static_cast<uint8_t>(section), static_cast<int>(number - 1)};
 }
@@ -129,31 +141,47 @@ FieldPlace numbered_place(const NumberedRow& row, long number) {
 
 FieldPlace find_suffixed(SectionId section, std::string_view key) {
   for (const NumberedRow& row : kNumberedRows) {
+    if (row.section != section) continue;
     const std::string_view prefix = kNumberedRows.text(row.key);
-    if (row.section != section || !starts_with(key, prefix)) continue;
+    if (!starts_with(key, prefix)) continue;
     const FieldPlace place = numbered_place(row, exact_number(tail(key, prefix.size())));
     if (place.lookup == FieldLookup::Found) return place;
   }
   return {.lookup = FieldLookup::UnknownKey};
 }
 
-FieldPlace find_codec_slot(SectionId section, const char* key, ColumnChoice choice) {
-  const char* underscore = strrchr(key, '_');
-  const long number = underscore != nullptr ? strtol(underscore + 1, nullptr, 10) : 0;
-  FieldPlace place{.lookup = FieldLookup::UnknownKey};
-  for (const NumberedRow& row : kNumberedRows) {
-    if (row.section != section) continue;
-    if (number < 1 || number > row.count) return {.lookup = FieldLookup::OutOfRange};
-    if (!contains(key, kNumberedRows.text(row.key))) continue;
-    place = numbered_place(row, number);
-    if (choice == ColumnChoice::First) break;
+bool begins_with(const char* text, const char* beginning) {
+  while (*beginning != '\0' && *text == *beginning) {
+    ++beginning;
+    ++text;
   }
-  return place;
+  return *beginning == '\0';
+}
+
+// A column begins with an underscore and may stand anywhere in the key, but not in what all keys of
+// the section begin with.
+FieldPlace find_codec_slot(SectionId section, const char* key, std::string_view rest,
+                           ColumnChoice choice) {
+  const char* underscore = strrchr(key, '_');
+  const long number = underscore != nullptr ? parse_int32(underscore + 1) : 0;
+  if (number < 1 || number > CAPI_CODEC_SLOTS) return {.lookup = FieldLookup::OutOfRange};
+  const NumberedRow* named = nullptr;
+  const char* piece = rest.empty() ? strchr(key, '_') : rest.data() - 1;
+  for (; piece != nullptr; piece = strchr(piece + 1, '_')) {
+    for (const NumberedRow& row : kNumberedRows) {
+      if (row.section != section) continue;
+      if (!begins_with(piece, kNumberedRows.text(row.key).data())) continue;
+      const bool is_before = named == nullptr || &row < named;
+      if (named == nullptr || is_before == (choice == ColumnChoice::First)) named = &row;
+    }
+  }
+  if (named == nullptr) return {.lookup = FieldLookup::UnknownKey};
+  return numbered_place(*named, number);
 }
 
 FieldPlace find_entry(SectionId section, std::string_view key) {
   constexpr size_t kPrefix = 24;
-  const long number = key.size() > kPrefix ? strtol(key.data() + kPrefix, nullptr, 10) : 0;
+  const long number = key.size() > kPrefix ? parse_int32(key.data() + kPrefix) : 0;
   for (const NumberedRow& row : kNumberedRows) {
     if (row.section == section) return numbered_place(row, number);
   }
@@ -168,7 +196,7 @@ FieldPlace find_in_section(SectionId id, int index, const char* key, ColumnChoic
     case KeyNumber::Suffix:
       return find_suffixed(id, rest);
     case KeyNumber::CodecSlot:
-      return find_codec_slot(id, key, choice);
+      return find_codec_slot(id, key, rest, choice);
     case KeyNumber::Entry:
       return find_entry(id, key);
     case KeyNumber::None:

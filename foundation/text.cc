@@ -22,6 +22,13 @@ std::string_view without_line_end(std::string_view line) {
 }
 
 int32_t parse_int32(const char* text) {
+  // Most numbers are plain, and short enough to fit in any case.
+  const bool is_negative = *text == '-';
+  const char* const digits = text + (is_negative ? 1 : 0);
+  const char* end = digits;
+  int32_t number = 0;
+  for (; *end >= '0' && *end <= '9' && end - digits < 9; ++end) number = number * 10 + (*end - '0');
+  if (*end == '\0' && end != digits) return is_negative ? -number : number;
   const long value = strtol(text, nullptr, 10);
   return static_cast<int32_t>(std::clamp<long>(value, INT32_MIN, INT32_MAX));
 }

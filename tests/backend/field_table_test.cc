@@ -127,6 +127,23 @@ TEST(FieldTableTest, SettingTakesTheFirstCodecColumnAndGettingTheLast) {
   EXPECT_EQ(offset(last), 8436u + 4 + 3 * 12 * 64 + 12 * 4 + 4 * 4);  // the bit rate
 }
 
+TEST(FieldTableTest, CodecColumnsMayStandAnywhereInAKey) {
+  const size_t name = offset(find("voice_parameter", "option_voice_parameter_name_2"));
+  const size_t set = offset(find("voice_parameter", "option_voice_parameter_mode_set_2"));
+  const size_t bitrate = offset(find("voice_parameter", "option_voice_parameter_code_bitrate_2"));
+  for (const std::string key :
+       {"option_voice_parameter_mode_set_name_code_bitrate_2", "_code_bitrate_name_x_mode_set_2",
+        "x_name_code_bitrate__name_mode_set_code_bitrate_2", "_mode_set__code_bitrate_name_2"}) {
+    EXPECT_EQ(offset(find("voice_parameter", key, ColumnChoice::First)), name) << key;
+    EXPECT_EQ(offset(find("voice_parameter", key, ColumnChoice::Last)), bitrate) << key;
+  }
+  EXPECT_EQ(offset(find("voice_parameter", "voice_mode_mode_set_set_2", ColumnChoice::Last)), set);
+  for (const char* key : {"option_voice_parameter_2", "option_voice_parameter__2", "_2",
+                          "option_voice_parameter_name2_2", "name_mode_set2_2"}) {
+    EXPECT_EQ(lookup("voice_parameter", key), FieldLookup::UnknownKey) << key;
+  }
+}
+
 TEST(FieldTableTest, ATelephoneEventNameIsNoCodecName) {
   const FieldPlace place = find("voice_parameter", "option_voice_parameter_rfc2833_name");
   EXPECT_EQ(place.field->capacity, 256);

@@ -140,6 +140,11 @@ TEST(ParseInt32Test, ReadsDecimalNumbers) {
   EXPECT_EQ(parse_int32("010"), 10);
   EXPECT_EQ(parse_int32(" 12"), 12);
   EXPECT_EQ(parse_int32("12ab"), 12);
+  EXPECT_EQ(parse_int32("-0"), 0);
+  EXPECT_EQ(parse_int32("999999999"), 999999999);
+  EXPECT_EQ(parse_int32("-999999999"), -999999999);
+  EXPECT_EQ(parse_int32("1000000000"), 1000000000);
+  EXPECT_EQ(parse_int32("0000000000000012"), 12);
 }
 
 TEST(ParseInt32Test, ReadsWhatIsNoNumberAsZero) {
