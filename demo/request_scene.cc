@@ -1,11 +1,14 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
-// The typical request: a web front end changes a SIP line, and the voice application sees it.
+// The typical request: a web front end changes a SIP line, the voice application sees it, and a
+// page of many values shows it.
 
 #include <capi.h>
 #include <unistd.h>
 
+#include <array>
 #include <cstdio>
+#include <memory>
 
 #include "scenes.h"
 
@@ -67,6 +70,28 @@ void see_change() {
          "one signal was posted");
 }
 
+// A page of many values: of one snapshot, so that they belong together.
+void show_page() {
+  const auto page = std::make_unique<cfg_shared_record>();
+  expect(capi_snapshot_take(page.get()) == 0, "copied all %zu bytes of the record under one lock",
+         sizeof *page);
+  const auto value = [&page](const char* section, const char* key) {
+    std::array<char, 256> text{};
+    capi_snapshot_get(page.get(), section, key, text.data(), static_cast<int>(text.size()));
+    return std::string(text.data());
+  };
+  constexpr char kTimer[] = "option_basic_sip_session_timer_expires";
+  show("line 1", value("sip_line_1", "option_sip_line_display_name"));
+  show("line 2", value("sip_line_2", "option_sip_line_display_name"));
+  show("registrar", value("sip_server_1", "option_sip_server_registrar"));
+  show("first codec", value("voice_parameter", "option_voice_parameter_name_1"));
+  show("session timer", value("basic_sip", kTimer));
+  expect(capi_config_set("basic_sip", kTimer, 0, "600") == 0,
+         "somebody changes the timer to 600 s");
+  expect(value("basic_sip", kTimer) == "900", "the page keeps to what it was made from");
+  expect(capi_config_set("basic_sip", kTimer, 0, "900") == 0, "the timer is put back");
+}
+
 }  // namespace
 
 void play_typical_request(Stage& stage) {
@@ -74,6 +99,7 @@ void play_typical_request(Stage& stage) {
   stage.start_master(start_adapter);
   stage.run_process("web front end", change_line);
   stage.run_process("voice application", see_change);
+  stage.run_process("management front end", show_page);
 }
 
 }  // namespace demo
