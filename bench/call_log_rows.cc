@@ -90,13 +90,18 @@ Rows read_rows(const std::string& path) {
   const auto image = std::make_shared<Image>();
   const Contestant floor{
       "floor", repeat([=] { floor::read_call_log(path.c_str(), image.get(), sizeof(Image)); })};
+  const Contestant checked{"floor and a look at the links", repeat([=] {
+                             floor::read_call_log(path.c_str(), image.get(), sizeof(Image));
+                             floor::look_at_links(*image);
+                           })};
   const auto ignore = [](const capi_call_log_record*, void*) { return 0; };
-  return {{"call log: read",
-           1.10,
-           {{"ours", repeat([=] { capi_voip_read_call_log(image.get()); })}, floor}},
-          {"call log: dump",
-           1.10,
-           {{"ours", repeat([=] { capi_voip_call_log_dump(0, ignore, nullptr); })}, floor}}};
+  return {
+      {"call log: read",
+       1.10,
+       {{"ours", repeat([=] { capi_voip_read_call_log(image.get()); })}, floor, checked}},
+      {"call log: dump",
+       1.10,
+       {{"ours", repeat([=] { capi_voip_call_log_dump(0, ignore, nullptr); })}, floor, checked}}};
 }
 
 }  // namespace

@@ -144,6 +144,21 @@ void rewrite_sms_file(const char* path, void* memory, size_t size, size_t new_si
   sync();
 }
 
+void look_at_links(const capi_call_log_image& image) {
+  unsigned sum = 0;
+  for (const capi_call_log_record& node : image.node) {
+    sum += node.prev + node.next + node.all_prev + node.all_next;
+  }
+  benchmark::DoNotOptimize(sum);
+}
+
+void look_at_lengths(const void* messages, size_t size) {
+  const auto* bytes = static_cast<const char*>(messages);
+  uint32_t length = 0;
+  for (size_t at = 56; at + 8 < size; at += 8 + length) memcpy(&length, bytes + at + 4, 4);
+  benchmark::DoNotOptimize(length);
+}
+
 void post_event(const char* tool, const char* command) {
   {
     const Lock guard(CAPI_LOCK_CONF_SHM);  // for the directory of the tool

@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <string_view>
 
+#include "capi/call_log.h"
 #include "capi/records.h"
 
 namespace bench::floor {
@@ -53,6 +54,12 @@ void delete_call_log(const char* path, void* image, size_t size, const Piece* pi
 // goes to a caller, and writing it again with another size.
 void read_sms_file(const char* path, void* memory, size_t size, Piece message, void* to);
 void rewrite_sms_file(const char* path, void* memory, size_t size, size_t new_size);
+
+// What a file has to be checked for costs at the least: both pairs of links of every call, in the
+// order in which they stand in memory, and every message's way to the next. No floor has this in
+// it; rows show it beside theirs.
+void look_at_links(const capi_call_log_image& image);
+void look_at_lengths(const void* messages, size_t size);
 
 // Looks for the tool, which is not there, and runs that of the system by the shell.
 void post_event(const char* tool, const char* command);
