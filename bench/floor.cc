@@ -155,8 +155,12 @@ void look_at_links(const capi_call_log_image& image) {
 void look_at_lengths(const void* messages, size_t size) {
   const auto* bytes = static_cast<const char*>(messages);
   uint32_t length = 0;
-  for (size_t at = 56; at + 8 < size; at += 8 + length) memcpy(&length, bytes + at + 4, 4);
-  benchmark::DoNotOptimize(length);
+  for (size_t at = 56; at + 8 < size; at += 8 + length) {
+    uint32_t text_size = 0;
+    memcpy(&length, bytes + at + 4, sizeof length);
+    memcpy(&text_size, bytes + at + 104, sizeof text_size);
+    require(length == text_size + 104, "the floor's messages are sound");
+  }
 }
 
 void post_event(const char* tool, const char* command) {

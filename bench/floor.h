@@ -56,7 +56,7 @@ void read_sms_file(const char* path, void* memory, size_t size, Piece message, v
 void rewrite_sms_file(const char* path, void* memory, size_t size, size_t new_size);
 
 // What a file has to be checked for costs at the least: both pairs of links of every call, in the
-// order in which they stand in memory, and every message's way to the next. No floor has this in
+// order in which they stand in memory, and both lengths of every message. No floor has this in
 // it; rows show it beside theirs.
 void look_at_links(const capi_call_log_image& image);
 void look_at_lengths(const void* messages, size_t size);
