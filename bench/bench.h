@@ -42,6 +42,9 @@ std::function<void(benchmark::State&)> repeat(Operation operation) {
   };
 }
 
+// The name of one who copies into the segment without the kernel's help.
+inline constexpr char kCuttable[] = "cut by a kill";
+
 // Ends the program: a benchmark of what does not work says nothing.
 void require(bool holds, const char* what);
 

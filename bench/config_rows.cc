@@ -76,10 +76,12 @@ Row set_row(const Value& value) {
   const std::string text = value.text();
   std::string bytes(value.size, '\0');
   memcpy(bytes.data(), reinterpret_cast<const char*>(&floor::segment()) + value.offset, value.size);
-  Row row{std::string("set ") + value.kind,
-          1.15,
-          {{"ours", repeat([=] { capi_config_set(value.section, value.key, 0, text.c_str()); })},
-           {"floor", repeat([=] { floor::set(value.offset, bytes.data(), value.size); })}}};
+  Row row{
+      std::string("set ") + value.kind,
+      1.15,
+      {{"ours", repeat([=] { capi_config_set(value.section, value.key, 0, text.c_str()); })},
+       {"floor", repeat([=] { floor::set(value.offset, bytes.data(), value.size); })},
+       {kCuttable, repeat([=] { floor::set_cuttably(value.offset, bytes.data(), value.size); })}}};
   add_stores(
       row, std::string("set ") + value.kind, [=](Store& store) { fill(store, value); },
       [=, key = value.store_key()](Store& store) { store.set(key, text); });

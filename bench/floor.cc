@@ -7,6 +7,7 @@
 #include <sys/sem.h>
 #include <sys/shm.h>
 #include <sys/stat.h>
+#include <sys/uio.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -79,6 +80,15 @@ void get(void* to, size_t offset, size_t size) {
 }
 
 void set(size_t offset, const void* from, size_t size) {
+  if (size <= sizeof(int32_t)) return set_cuttably(offset, from, size);
+  const Lock guard(CAPI_LOCK_CONF_SHM);
+  const iovec to{reinterpret_cast<char*>(&segment()) + offset, size};
+  const iovec source{const_cast<void*>(from), size};
+  require(process_vm_readv(getpid(), &to, 1, &source, 1, 0) == static_cast<ssize_t>(size),
+          "the floor's copy into the segment");
+}
+
+void set_cuttably(size_t offset, const void* from, size_t size) {
   const Lock guard(CAPI_LOCK_CONF_SHM);
   memcpy(reinterpret_cast<char*>(&segment()) + offset, from, size);
 }

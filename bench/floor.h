@@ -29,9 +29,13 @@ class Lock {
   unsigned id_;
 };
 
-// Copies "size" bytes out of the segment, or into it, under lock 0.
+// Copies "size" bytes out of the segment, or into it, under lock 0. What is set stays whole even if
+// the process is killed meanwhile: more than a number is copied by the kernel, in one system call.
 void get(void* to, size_t offset, size_t size);
 void set(size_t offset, const void* from, size_t size);
+
+// Copies them itself, which a kill may cut.
+void set_cuttably(size_t offset, const void* from, size_t size);
 
 // Reads a file whole in blocks, as a stream.
 void read_whole(const char* path);

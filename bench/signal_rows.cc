@@ -209,7 +209,8 @@ Row signal_row(const char* name) {
 Rows signal_rows() {
   using namespace capi::signal_rows;
   Rows rows;
-  for (size_t i = 0; i < kSignals; ++i) rows.push_back(signal_row(kRows[kFirstRow[i]].key));
+  for (size_t i = 0; i < kSignals; ++i)
+    rows.push_back(signal_row(kDrafts[kFirstRow[i]].key.data()));
   return rows;
 }
 

@@ -18,7 +18,8 @@ Rows status_rows() {
   return {{"set the registration of a line",
            1.05,
            {{"ours", repeat([] { capi_set_runtime_line_reg_stat(0, &status, 0); })},
-            {"floor", repeat([] { floor::set(kOffset, &status, sizeof status); })}}},
+            {"floor", repeat([] { floor::set(kOffset, &status, sizeof status); })},
+            {kCuttable, repeat([] { floor::set_cuttably(kOffset, &status, sizeof status); })}}},
           {"get the registration of a line",
            1.05,
            {{"ours", repeat([] {
