@@ -49,22 +49,19 @@ timespec read_clock(clockid_t clock) {
   return time;
 }
 
-enum class Written : uint8_t { Whole, Unclosed, Failed };
-
-Written write_whole(const char* path, std::span<const uint8_t> bytes, const char* func) {
+// A file that cannot be closed has been written all the same.
+bool write_whole(const char* path, std::span<const uint8_t> bytes, const char* func) {
   File file = open_sms_file(path, "wb");
   if (!file) {
     log_failed_on(func, "fopen", path);
-    return Written::Failed;
+    return false;
   }
   // Flushed here, so that a full disk is a failed write and not a failed close.
   const bool whole =
       fwrite(bytes.data(), 1, bytes.size(), file.get()) == bytes.size() && fflush(file.get()) == 0;
   if (!whole) log_failed(func, "fwrite");
-  const bool closed = fclose(file.release()) == 0;
-  if (!closed) log_failed(func, "fclose");
-  if (!whole) return Written::Failed;
-  return closed ? Written::Whole : Written::Unclosed;
+  if (fclose(file.release()) != 0) log_failed(func, "fclose");
+  return whole;
 }
 
 // A command that does not fit names a path that cannot exist.
@@ -88,7 +85,7 @@ bool create_sms_file(const char* path) {
   uint8_t bytes[sizeof(SmsFileHeader)];
   SmsImage image(bytes, sizeof bytes);
   image.reset(make_sms_file_identity());
-  if (write_whole(path, image.bytes(), kCreateFunc) == Written::Failed) return false;
+  if (!write_whole(path, image.bytes(), kCreateFunc)) return false;
   sync();
   CAPI_LOG_AS(kCreateFunc, kLogInfo, " create file %s successfully!\n", path);
   return true;
@@ -149,7 +146,7 @@ SmsTrouble check_sms_file(std::span<const uint8_t> bytes) {
 }
 
 bool write_sms_file(const char* path, std::span<const uint8_t> bytes) {
-  if (write_whole(path, bytes, kWriteFunc) == Written::Whole) {
+  if (write_whole(path, bytes, kWriteFunc)) {
     sync();
     return true;
   }
