@@ -131,7 +131,7 @@ int init_sms_file(const char* path) {
   const SmsTrouble trouble = verify_sms_file(path);
   if (trouble == SmsTrouble::None) return 0;
   if (trouble == SmsTrouble::NoMemory) return -1;  // which says nothing about the file
-  set_sms_file_aside(path);
+  if (trouble != SmsTrouble::Absent) set_sms_file_aside(path);
   CAPI_LOG_AS(kFunc, kLogWarning, "_vkr_voip_verify_sms_file %s failed!\n", path);
   if (create_sms_file(path)) return 0;
   CAPI_LOG_AS(kFunc, kLogWarning, " _vkr_voip_create_sms_file failed!\n");

@@ -83,9 +83,10 @@ TEST_F(SmsInitTest, InitialisingReplacesAFileThatCannotBeExamined) {
   const struct {
     Call call;
     const char* words;
-  } cases[] = {{Call::Stat, "stat /tmp/sm_recv failed, reason 5: Input/output error"},
-               {Call::Fread, "fread failed, reason 5: Input/output error"}};
-  for (const auto& [call, words] : cases) {
+    bool is_set_aside;
+  } cases[] = {{Call::Stat, "stat /tmp/sm_recv failed, reason 5: Input/output error", false},
+               {Call::Fread, "fread failed, reason 5: Input/output error", true}};
+  for (const auto& [call, words, is_set_aside] : cases) {
     put(sms_file({{}}));
     fail_call(call, 1);
     EXPECT_EQ(capi_voip_sms_init(), 0);
@@ -93,8 +94,9 @@ TEST_F(SmsInitTest, InitialisingReplacesAFileThatCannotBeExamined) {
                                {4, kInit, "_vkr_voip_verify_sms_file /tmp/sm_recv failed!"},
                                kCreated,
                                {6, kVerify, "version 1 smCount 0"}}));
-    expect_set_aside(sms_file({{}}));
+    EXPECT_EQ(exists("/tmp/sm_recv.err"), is_set_aside);
   }
+  expect_set_aside(sms_file({{}}));
 }
 
 TEST_F(SmsInitTest, InitialisingFailsWhereAFileCannotBeReplaced) {
