@@ -37,7 +37,7 @@ WriteResult write_call_log(const char* path, const capi_call_log_image& image,
   const bool complete = fwrite(&image, sizeof image, 1, file.get()) == 1;
   if (complete) {
     flush_call_log(file.get(), path, words.func);
-  } else if (words.cut[0] != '\0') {
+  } else {
     CAPI_LOG_AS(words.func, kLogWarning, words.cut, path, strerror(errno));
   }
   close_call_log(std::move(file), path, words.func, " failure close file %s, error : %s!");
@@ -106,8 +106,8 @@ bool has_description(const char* path) {
   return true;
 }
 
-bool has_sound_lists(const char* path) CAPI_REQUIRES(kCallLogLock) {
-  if (load_call_log(path, kVerify)) return true;
+bool has_sound_lists(const char* path, capi_call_log_image& image) CAPI_REQUIRES(kCallLogLock) {
+  if (read_call_log(path, &image) == 0) return true;
   CAPI_LOG_AS(kVerify, kLogWarning, " read call log file %s failure !", path);
   return false;
 }
@@ -193,7 +193,9 @@ ImageOwner load_call_log(const char* path, const char* func) {
 }
 
 int verify_call_log_file(const char* path) {
-  if (has_size(path) && has_description(path) && has_sound_lists(path)) return 0;
+  const ImageOwner image = make_image(kVerify);
+  if (!image) return -1;  // which says nothing about the file
+  if (has_size(path) && has_description(path) && has_sound_lists(path, *image)) return 0;
   if (rebuild_call_log_file(path) == 0) return 0;
   CAPI_LOG_AS(kVerify, kLogWarning, " can not rebuild  file %s !\n", path);
   return -1;

@@ -162,7 +162,9 @@ int clean_call_log_by_type(const char* path, unsigned type) {
     return -1;
   }
   if (delete_all(*image, type, kFunc) != 0) return -1;
-  return replace_call_log(path, *image, {kFunc, " can not create  file %s, error = %s !", ""});
+  return replace_call_log(path, *image,
+                          {kFunc, " can not create  file %s, error = %s !",
+                           " failure write data into file %s, error : %s!"});
 }
 
 const capi_call_log_record* find_call_log_node(const capi_call_log_image& image, unsigned node) {

@@ -104,6 +104,17 @@ TEST_F(CallLogFile, CreateNeedsMemory) {
                    {4, kInit, " fail to create new call log file /tmp/voip_call_log !"}}));
 }
 
+TEST_F(CallLogFile, VerifyWithoutMemoryLeavesTheFile) {
+  write_image(*image_of({0, 1}));
+  const std::string before = read_file(kLogPath);
+  fail_call(Call::Malloc);
+  EXPECT_EQ(capi_voip_init_call_log_file(), -1);
+  EXPECT_EQ(captured_log(),
+            (Lines{{4, kVerify, "Malloc failed"},
+                   {4, kInit, " verify format of file /tmp/voip_call_log failure !"}}));
+  EXPECT_EQ(read_file(kLogPath), before);
+}
+
 TEST_F(CallLogFile, VerifyRebuildsAMissingFile) {
   EXPECT_EQ(capi_voip_verify_call_log_file(), 0);
   EXPECT_EQ(captured_log(), (Lines{{4, kVerify,

@@ -376,7 +376,11 @@ TEST_F(CallLogStore, CleanThatIsCutRebuildsTheFile) {
   write_image(*image_of({0, 1}));
   fail_call(Call::Fwrite);
   EXPECT_EQ(capi_voip_clean_call_log_by_type(0), -1);
-  EXPECT_EQ(captured_log(6), (Lines{kCreated}));
+  EXPECT_EQ(
+      captured_log(6),
+      (Lines{{4, kClean,
+              " failure write data into file /tmp/voip_call_log, error : Input/output error!"},
+             kCreated}));
   expect_empty_log();
 }
 
@@ -386,7 +390,9 @@ TEST_F(CallLogStore, CleanSaysThatACutFileCannotBeRebuilt) {
     limit_files(1000);
     EXPECT_EQ(capi_voip_clean_call_log_by_type(0), -1);
     EXPECT_EQ(captured_log(6),
-              (Lines{{4, kCreate,
+              (Lines{{4, kClean,
+                      " failure write data into file /tmp/voip_call_log, error : File too large!"},
+                     {4, kCreate,
                       " failure write data into file /tmp/voip_call_log, error : File too large!"},
                      {4, kClean, " can not delete  file /tmp/voip_call_log !"}}));
   });
