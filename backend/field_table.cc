@@ -123,12 +123,13 @@ std::string_view field_key(std::string_view base, std::string_view key) {
   return starts_with(key, "_") ? tail(key, 1) : std::string_view{};
 }
 
-// The number of a key as "%d" writes it, which is what a suffix has to be; 0 for anything else.
+// The number of a key as "%d" writes it, which is what a suffix has to be; -1 for anything else.
 long exact_number(std::string_view text) {
-  if (text.empty() || text.size() > 3 || text[0] == '0') return 0;
+  constexpr size_t kMaxDigits = 9;
+  if (text.empty() || text.size() > kMaxDigits || (text[0] == '0' && text.size() > 1)) return -1;
   long number = 0;
   for (const char c : text) {
-    if (c < '0' || c > '9') return 0;
+    if (c < '0' || c > '9') return -1;
     number = number * 10 + (c - '0');
   }
   return number;
@@ -144,18 +145,14 @@ FieldPlace find_suffixed(SectionId section, std::string_view key) {
     if (row.section != section) continue;
     const std::string_view prefix = kNumberedRows.text(row.key);
     if (!starts_with(key, prefix)) continue;
-    const FieldPlace place = numbered_place(row, exact_number(tail(key, prefix.size())));
-    if (place.lookup == FieldLookup::Found) return place;
+    const long number = exact_number(tail(key, prefix.size()));
+    if (number >= 0) return numbered_place(row, number);
   }
   return {.lookup = FieldLookup::UnknownKey};
 }
 
-bool begins_with(const char* text, const char* beginning) {
-  while (*beginning != '\0' && *text == *beginning) {
-    ++beginning;
-    ++text;
-  }
-  return *beginning == '\0';
+bool begins_with(const char* text, std::string_view beginning) {
+  return strncmp(text, beginning.data(), beginning.size()) == 0;
 }
 
 // A column begins with an underscore and may stand anywhere in the key, but not in what all keys of
@@ -170,7 +167,7 @@ FieldPlace find_codec_slot(SectionId section, const char* key, std::string_view 
   for (; piece != nullptr; piece = strchr(piece + 1, '_')) {
     for (const NumberedRow& row : kNumberedRows) {
       if (row.section != section) continue;
-      if (!begins_with(piece, kNumberedRows.text(row.key).data())) continue;
+      if (!begins_with(piece, kNumberedRows.text(row.key))) continue;
       const bool is_before = named == nullptr || &row < named;
       if (named == nullptr || is_before == (choice == ColumnChoice::First)) named = &row;
     }

@@ -181,17 +181,27 @@ TEST(FieldTableTest, ListKeysEndInTheirPlainNumber) {
             20800u + 9 * 32);
   EXPECT_EQ(offset(find("call_redirection", "option_call_redirection_dst_number_10")),
             20800u + 19 * 32);
-  for (const char* number : {"0", "21", "01", "1x", "+1", " 1", "-1", "", "4294967297"}) {
+  const struct {
+    const char* number;
+    FieldLookup lookup;
+  } others[] = {
+      {"0", FieldLookup::OutOfRange},   {"21", FieldLookup::OutOfRange},
+      {"999", FieldLookup::OutOfRange}, {"01", FieldLookup::UnknownKey},
+      {"1x", FieldLookup::UnknownKey},  {"+1", FieldLookup::UnknownKey},
+      {" 1", FieldLookup::UnknownKey},  {"-1", FieldLookup::UnknownKey},
+      {"", FieldLookup::UnknownKey},    {"4294967297", FieldLookup::UnknownKey},
+  };
+  for (const auto& [number, result] : others) {
     EXPECT_EQ(lookup("call_white_list", std::string("option_call_white_list_entry_") + number),
-              FieldLookup::UnknownKey)
+              result)
         << number;
     EXPECT_EQ(
         lookup("call_redirection", std::string("option_call_redirection_src_number_") + number),
-        FieldLookup::UnknownKey)
+        result)
         << number;
   }
   EXPECT_EQ(lookup("call_redirection", "option_call_redirection_dst_number_11"),
-            FieldLookup::UnknownKey);
+            FieldLookup::OutOfRange);
 }
 
 }  // namespace

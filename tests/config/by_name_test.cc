@@ -118,8 +118,9 @@ TEST_F(ByNameTest, AnUnknownKeyAnswersBySection) {
     EXPECT_EQ(answer.text, "before") << section;
   }
   EXPECT_EQ(get("voice_parameter", "option_voice_parameter_other_1").result, 1);
-  EXPECT_EQ(get("call_white_list", "option_call_white_list_entry_21").result, 1);
-  EXPECT_EQ(get("call_redirection", "option_call_redirection_src_number_0").result, 1);
+  EXPECT_EQ(get("call_white_list", "option_call_white_list_entry_21").result, -1);
+  EXPECT_EQ(get("call_redirection", "option_call_redirection_src_number_0").result, -1);
+  EXPECT_EQ(get("call_redirection", "option_call_redirection_src_number_x").result, 1);
 }
 
 TEST_F(ByNameTest, AnUnknownSectionFails) {
