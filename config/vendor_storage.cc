@@ -79,12 +79,11 @@ int get_ims_voice(void* buf, int len) {
 }
 
 int set_ims_voice(const void* buf, int len) {
-  if (len != CAPI_IMS_VOICE_BYTES) return -1;
   with_shared_record([&](cfg_shared_record& record) {
     write_whole(record.ims_voice, buf, sizeof record.ims_voice);
     return 0;
   });
-  return write_voice_file(buf);
+  return len == CAPI_IMS_VOICE_BYTES ? write_voice_file(buf) : -1;
 }
 
 // The number in a text of the LTE network information, whose terminator may be missing.

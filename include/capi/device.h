@@ -146,11 +146,11 @@ CAPI_LAYOUT_ASSERT(sizeof(struct capi_serving_cell_info) == 256, capi_serving_ce
 int capi_get_quorble_info(int type, void *buf, int len);
 
 /*
- * Stores an item of vendor storage: type 0, of exactly CAPI_IMS_VOICE_BYTES, in the shared record
- * and in the file "info.ims_voice" in the nv directory (lock 10); type 4, of at most
- * CAPI_VENDOR_BYTES, in the shared record. Returns 0, or -1 for another type, for type 0 with
- * another "len" or when the file cannot be written, and for type 4 when the segment is not
- * attached.
+ * Stores an item of vendor storage. Type 0: "buf" must hold CAPI_IMS_VOICE_BYTES whatever "len"
+ * says; they go into the shared record and then, only when "len" is exactly that, into the file
+ * "info.ims_voice" in the nv directory (lock 10). Type 4, of at most CAPI_VENDOR_BYTES, goes into
+ * the shared record. Returns 0, or -1 for another type, for type 0 with another "len" or when the
+ * file cannot be written, and for type 4 when the segment is not attached.
  */
 int capi_set_quorble_info(int type, const void *buf, int len);
 
