@@ -34,8 +34,7 @@ void get_sim_id(char (&id)[kSimIdSize], const char* given, int index) {
 bool fits_imsi(const Row& row, std::string_view imsi) {
   const std::string_view mcc = kRows.text(row.mcc);
   if (!starts_with(imsi, mcc)) return false;
-  const std::string_view mnc = head(tail(imsi, mcc.size()), row.mnc_length);
-  return !mnc.empty() && contains(kRows.text(row.mnc_list), mnc);
+  return contains(kRows.text(row.mnc_list), head(tail(imsi, mcc.size()), row.mnc_length));
 }
 
 bool fits_iccid(const Row& row, std::string_view iccid) {
