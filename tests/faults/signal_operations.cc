@@ -77,7 +77,7 @@ int encode(const char* signal) {
 }
 
 int encode_general() { return encode("no_such_signal"); }
-int encode_call_state() { return encode("vop_sig_call_state_changed"); }
+int encode_call_state() { return encode("vop_sig_voip_call_state_change"); }
 
 bool forgets_document() {
   forget_document();
