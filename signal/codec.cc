@@ -59,9 +59,19 @@ bool add_member(cJSON* object, const char* key, Json member) {
 
 Json make_object(Rows rows, const char* record, int position);
 
+double to_double(uint32_t number) { return number; }
+double to_double(int32_t number) { return number; }
+
+// In halves: what the compiler brings along for 64 bits is 1 KB of code on the device.
+double to_double(uint64_t number) {
+  constexpr double kHalf = 4294967296;
+  return to_double(static_cast<uint32_t>(number >> 32)) * kHalf +
+         to_double(static_cast<uint32_t>(number));
+}
+
 template <typename T>
 Json make_number(const char* field) {
-  return Json(cJSON_CreateNumber(static_cast<double>(load<T>(field))));
+  return Json(cJSON_CreateNumber(to_double(load<T>(field))));
 }
 
 Json make_text(const char* field, size_t capacity) {

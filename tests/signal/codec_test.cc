@@ -426,6 +426,16 @@ TEST(SignalCodec, AnIdInAnObjectIsExactUpTo53Bits) {
   EXPECT_EQ(bytes(decoded(json.get())), bytes(info));
 }
 
+TEST(SignalCodec, AnIdBeyond53BitsIsRoundedAsAnyNumber) {
+  for (const uint64_t id : {UINT64_C(0), UINT64_C(0xFFFFFFFF), UINT64_C(0x100000000),
+                            UINT64_C(9007199254740993), UINT64_C(0x8000000000000401), UINT64_MAX}) {
+    const capi_signal_info info = filled([&](capi_signal_info& record) { record.sms.MsgId = id; });
+    const Json json(ctrlv2_siginfo_to_json("vop_sig_voip_call_sms_info", &info));
+    const cJSON* number = json_member(json_member(json.get(), "attrs"), "MsgId");
+    EXPECT_EQ(number->valuedouble, static_cast<double>(id)) << id;
+  }
+}
+
 TEST(SignalCodec, AnIdInDecimalIsReadWithAll64Bits) {
   const auto id = [](const char* text) {
     return decoded("vop_sig_voip_sms_send", std::string(R"({"MsgId":")") + text + "\"}")
