@@ -313,9 +313,10 @@ inline constexpr NumberedDraft kNumberedDrafts[] = {
     NUMBERED(VoiceParameter, "_code_payload_", voice_parameter.code_payload),
     NUMBERED(VoiceParameter, "_code_bitrate_", voice_parameter.code_bitrate),
 
-    NUMBERED(SpeedDial, "", speed_dial.entry),
-    NUMBERED(SpeedDial30, "", speed_dial30.entry),
-    NUMBERED(CallBlock, "", call_block.entry),
+    // Names for people: what stands in front of an entry's number is not looked at.
+    NUMBERED(SpeedDial, "entry_", speed_dial.entry),
+    NUMBERED(SpeedDial30, "num_", speed_dial30.entry),
+    NUMBERED(CallBlock, "entry_", call_block.entry),
     NUMBERED(CallWhiteList, "entry_", call_white_list.entry),
     NUMBERED(CallRedirection, "src_number_", call_redirection.src_number),
     NUMBERED(CallRedirection, "dst_number_", call_redirection.dst_number),

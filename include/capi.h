@@ -37,6 +37,7 @@
 #include "capi/call_log.h"
 #include "capi/carrier.h"
 #include "capi/config.h"
+#include "capi/config_key.h"
 #include "capi/device.h"
 #include "capi/event.h"
 #include "capi/ipc.h"

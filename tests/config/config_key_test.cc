@@ -1,0 +1,111 @@
+// SPDX-FileCopyrightText: The capi authors
+// SPDX-License-Identifier: MIT
+#include "capi/config_key.h"
+
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <set>
+
+#include "support/adapter.h"
+#include "support/all_keys.h"
+
+namespace capi::test {
+namespace {
+
+using Keys = std::vector<capi_config_key>;
+
+int take_key(const capi_config_key* key, void* user) {
+  static_cast<Keys*>(user)->push_back(*key);
+  return 0;
+}
+
+Keys all_keys() {
+  Keys keys;
+  EXPECT_EQ(capi_config_for_each(take_key, &keys), 0);
+  return keys;
+}
+
+capi_config_key key_named(const std::string& name) {
+  for (const capi_config_key& key : all_keys()) {
+    if (name == key.name) return key;
+  }
+  ADD_FAILURE() << "there is no key " << name;
+  return {};
+}
+
+std::string with_number(std::string pattern, int number) {
+  const size_t place = pattern.find("%d");
+  if (place != std::string::npos) pattern.replace(place, 2, std::to_string(number));
+  return pattern;
+}
+
+// Calls "visit" with the section and the name of every single key.
+template <typename Visit>
+void for_each_single_key(Visit visit) {
+  for (const capi_config_key& key : all_keys()) {
+    for (int section = 1; section <= std::max(key.section_max, 1); ++section) {
+      for (int name = 1; name <= std::max(key.name_max, 1); ++name) {
+        visit(with_number(key.section, section), with_number(key.name, name), key);
+      }
+    }
+  }
+}
+
+class ConfigKey : public Adapter {};
+
+TEST_F(ConfigKey, TheWalkSeesExactlyTheKeysOfASettingFile) {
+  std::set<std::string> walked;
+  for_each_single_key([&](const std::string& section, const std::string& name,
+                          const capi_config_key&) { walked.insert(section + " " + name); });
+  std::set<std::string> expected;
+  for (const Setting& setting : all_settings())
+    expected.insert(setting.section + " " + setting.key);
+  EXPECT_EQ(walked, expected);
+}
+
+TEST_F(ConfigKey, EveryKeyTakesAsMuchAsItsCapacityTells) {
+  start_master();
+  for_each_single_key([](const std::string& section, const std::string& name,
+                         const capi_config_key& key) {
+    const std::string value =
+        key.kind == CAPI_CONFIG_TEXT ? std::string(2000, 't') : std::string("12");
+    ASSERT_EQ(capi_config_set(section.c_str(), name.c_str(), 0, value.c_str()), 0);
+    const size_t kept = key.kind == CAPI_CONFIG_TEXT ? static_cast<size_t>(key.capacity) - 1 : 2;
+    EXPECT_EQ(get_config(section, name).size(), kept) << section << " " << name;
+  });
+}
+
+TEST_F(ConfigKey, NumbersStandForPlaceholders) {
+  const capi_config_key key = key_named("option_voice_stack_codec");
+  EXPECT_STREQ(key.section, "voice_stack_%d");
+  EXPECT_EQ(key.section_max, 5);
+  EXPECT_EQ(key.name_max, 0);
+  const capi_config_key slot = key_named("option_voice_parameter_mode_set_%d");
+  EXPECT_STREQ(slot.section, "voice_parameter");
+  EXPECT_EQ(slot.section_max, 0);
+  EXPECT_EQ(slot.name_max, 12);
+  EXPECT_EQ(slot.capacity, 32);
+}
+
+TEST_F(ConfigKey, TellsWhatIsPeculiarToAKey) {
+  EXPECT_EQ(key_named("option_voice_parameter_count").value_max, 12);
+  EXPECT_EQ(key_named("option_voice_parameter_cng").value_max, 0);
+  EXPECT_EQ(key_named("option_sip_server_sip_domain").is_shared, 1);
+  EXPECT_EQ(key_named("option_sip_server_sip_domain").capacity, 256);
+  EXPECT_EQ(key_named("option_sip_server_registrar").is_shared, 0);
+  EXPECT_EQ(key_named("option_sms_sca").is_shared, 0);
+}
+
+TEST_F(ConfigKey, TheWalkEndsAtTheCallbacksWish) {
+  int seen = 0;
+  const auto end_at_third = [](const capi_config_key*, void* user) {
+    return ++*static_cast<int*>(user) == 3 ? 7 : 0;
+  };
+  EXPECT_EQ(capi_config_for_each(end_at_third, &seen), 7);
+  EXPECT_EQ(seen, 3);
+  EXPECT_EQ(capi_config_for_each(nullptr, &seen), -1);
+}
+
+}  // namespace
+}  // namespace capi::test
