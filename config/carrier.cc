@@ -122,6 +122,20 @@ int capi_get_carrier_info_ext(const char* name, capi_carrier_info* out) {
   return capi_cfg_backend_get_carrier_info_ext(name, out);
 }
 
+int capi_carrier_for_each(const char* imsi, const char* iccid, capi_carrier_cb callback,
+                          void* user) {
+  using namespace capi;
+  if (callback == nullptr) return -1;
+  for (const Row& row : kRows) {
+    int fits = 0;
+    if (imsi != nullptr && fits_imsi(row, imsi)) fits |= CAPI_CARRIER_FITS_IMSI;
+    if (iccid != nullptr && fits_iccid(row, iccid)) fits |= CAPI_CARRIER_FITS_ICCID;
+    const capi_carrier_info carrier = to_record(row);
+    if (const int result = callback(&carrier, fits, user)) return result;
+  }
+  return 0;
+}
+
 int capi_cfg_backend_get_carrier_info(const char*, const char*, capi_carrier_info*) {
   using namespace capi;
   CAPI_LOG(kLogErr, "OMG,please fix me\n");

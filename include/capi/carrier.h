@@ -44,6 +44,24 @@ int capi_get_carrier_info(const char *imsi, const char *iccid, struct capi_carri
  */
 int capi_get_carrier_info_ext(const char *name, struct capi_carrier_info *out);
 
+/* How a carrier suits a SIM. Without CAPI_CARRIER_FITS_IMSI it is not the SIM's. */
+enum { CAPI_CARRIER_FITS_IMSI = 1, CAPI_CARRIER_FITS_ICCID = 2 };
+
+/*
+ * Receives a carrier, which is valid during the call only, and how it suits the SIM, as bits. A
+ * result other than 0 ends the walk.
+ */
+typedef int (*capi_carrier_cb)(const struct capi_carrier_info *carrier, int fits, void *user);
+
+/*
+ * Hands every carrier that the device knows to a callback, in the order in which they are tried,
+ * with the value that was given for it. The first that fits the IMSI is the SIM's, unless a later
+ * one fits both. A null "imsi" or "iccid" fits nothing. Takes no lock, needs no capi_init().
+ * Returns 0, the callback's result that ended the walk, or -1 without a callback.
+ */
+int capi_carrier_for_each(const char *imsi, const char *iccid, capi_carrier_cb callback,
+                          void *user);
+
 enum {
   CAPI_CARRIER_APNS = 6,
   CAPI_CARRIER_APN_KEYS = 7,

@@ -226,5 +226,47 @@ TEST_F(CarrierTest, ThePlaceholdersComplain) {
             lines({{3, "capi_cfg_backend_get_carrier_info", "OMG,please fix me"}, ext, ext}));
 }
 
+// What a walk over the carriers has seen.
+struct Walk {
+  std::vector<uint32_t> all;
+  std::vector<uint32_t> by_imsi;
+  std::vector<uint32_t> by_both;
+  size_t end_after = SIZE_MAX;
+};
+
+int take_carrier(const capi_carrier_info* carrier, int fits, void* user) {
+  constexpr int kBoth = CAPI_CARRIER_FITS_IMSI | CAPI_CARRIER_FITS_ICCID;
+  Walk& walk = *static_cast<Walk*>(user);
+  walk.all.push_back(carrier->id);
+  if ((fits & CAPI_CARRIER_FITS_IMSI) != 0) walk.by_imsi.push_back(carrier->id);
+  if (fits == kBoth) walk.by_both.push_back(carrier->id);
+  return walk.all.size() == walk.end_after ? 5 : 0;
+}
+
+TEST_F(CarrierTest, AWalkSeesEveryCarrierInTheOrderOfTrying) {
+  Walk walk;
+  EXPECT_EQ(capi_carrier_for_each(nullptr, nullptr, take_carrier, &walk), 0);
+  std::vector<uint32_t> expected;
+  for (const ExpectedCarrier& carrier : kExpectedCarriers) expected.push_back(carrier.id);
+  EXPECT_EQ(walk.all, expected);
+  EXPECT_TRUE(walk.by_imsi.empty());
+}
+
+TEST_F(CarrierTest, AWalkTellsWhichCarriersSuitASim) {
+  Walk walk;
+  EXPECT_EQ(capi_carrier_for_each("454001234567890", "8985235000000000001", take_carrier, &walk),
+            0);
+  EXPECT_EQ(walk.by_imsi, (std::vector<uint32_t>{29, 31}));
+  EXPECT_EQ(walk.by_both, (std::vector<uint32_t>{31}));
+}
+
+TEST_F(CarrierTest, AWalkEndsAtTheCallbacksWish) {
+  Walk walk;
+  walk.end_after = 3;
+  EXPECT_EQ(capi_carrier_for_each("001010000000000", nullptr, take_carrier, &walk), 5);
+  EXPECT_EQ(walk.all.size(), 3u);
+  EXPECT_EQ(capi_carrier_for_each("001010000000000", nullptr, nullptr, &walk), -1);
+}
+
 }  // namespace
 }  // namespace capi::test
