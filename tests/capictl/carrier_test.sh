@@ -1,0 +1,24 @@
+#!/bin/bash
+# SPDX-FileCopyrightText: The capi authors
+# SPDX-License-Identifier: MIT
+source "$(dirname "$0")/support.sh"
+
+start_adapter
+test_row=$'1\t38\t/tmp/carrier_config/voip_TEST_XX.conf\t001\t01\t2\t'
+expect 0 "$test_row"$'\tIMSI\tyes: first that fits the IMSI' carrier
+csl=$'38\t29\t/tmp/carrier_config/voip_CSL_HK.conf\t454\t00,02,10,18\t2\t\tIMSI\t'
+webbing=$'44\t31\t/tmp/carrier_config/voip_Webbing.conf\t454\t00\t2\t8985235\t'
+expect 0 "${csl}no
+${webbing}IMSI and ICCID"$'\tyes: fits both' carrier 454001234567890 8985235000000000001
+expect 0 "${csl}yes: first that fits the IMSI
+${webbing}IMSI"$'\tno' carrier 454001234567890 8988200000000000001
+expect_error 1 'capictl: no carrier fits IMSI 999701234567890; the device treats the SIM as carrier 38' \
+  carrier 999701234567890 8900000000000000001
+echo '999 70 2' >/quorbleconf/config/test_sim_info
+expect 0 $'\t2\t/tmp/carrier_config/voip_CMCC_CN.conf\t460\t00,02,04,07,08\t2\t\ttest SIM file\tyes: no other fits' \
+  carrier 999701234567890 8900000000000000001
+list=$("${tool[@]}" carrier list)
+[ "$(wc -l <<<"$list")" -eq 50 ] || fail 'carrier list is not whole'
+[ "$(head -n 1 <<<"$list")" = "$test_row" ] || fail 'carrier list begins wrongly'
+
+finish

@@ -1,0 +1,58 @@
+# SPDX-FileCopyrightText: The capi authors
+# SPDX-License-Identifier: MIT
+#
+# What the tests of the tool share. A test gets the checkout, a program that adds two calls and the
+# tool's command line, and runs in a private view; it ends with "finish".
+# shellcheck shell=bash
+set -u
+export LC_ALL=C.UTF-8 TZ=UTC
+
+source_dir=$1
+add_calls=$2
+shift 2
+tool=("$@")
+failures=0
+
+fail() {
+  echo "FAILED: $*"
+  failures=$((failures + 1))
+}
+
+# The device's files, without an adapter running.
+set_up_device() { cp -r "$source_dir/demo/device/." /; }
+
+start_adapter() {
+  set_up_device
+  "${tool[@]}" master --settings /quorbleconf/config/voice.settings \
+    /quorbleconf/config/network.settings || fail 'the adapter does not start'
+}
+
+# Under an emulator the tool comes last on its command line, and so does this program.
+add_calls() { "${tool[@]:0:${#tool[@]}-1}" "$add_calls" || fail 'no calls could be added'; }
+
+# expect CODE OUTPUT ARG...: runs the tool; what it writes on standard error is then in $errors.
+errors=
+expect() {
+  local code=$1 output=$2 actual status=0
+  shift 2
+  actual=$("${tool[@]}" "$@" 2>/tmp/errors) || status=$?
+  errors=$(cat /tmp/errors)
+  if [ $status -ne "$code" ] || [ "$actual" != "$output" ]; then
+    fail "capictl $*: exit code $status instead of $code"
+    diff <(echo "$output") <(echo "$actual")
+    echo "$errors"
+  fi
+}
+
+# The same for a command whose standard error has to be this text.
+expect_error() {
+  local code=$1 text=$2
+  shift 2
+  expect "$code" '' "$@"
+  [ "$errors" = "$text" ] || fail "capictl $*: said \"$errors\" instead of \"$text\""
+}
+
+finish() {
+  [ "$failures" -eq 0 ] && echo 'All was as it should be.' && exit 0
+  exit 1
+}

@@ -1,0 +1,235 @@
+// SPDX-FileCopyrightText: The capi authors
+// SPDX-License-Identifier: MIT
+// capictl calls.
+#include <unistd.h>
+
+#include <cstdio>
+#include <memory>
+
+#include "calls_check.h"
+#include "commands.h"
+#include "table.h"
+
+namespace capictl {
+namespace {
+
+struct Args {
+  unsigned node = 0;
+  int type = -1;
+  std::string path;
+  bool csv = false;
+};
+
+using Calls = std::vector<capi_call_log_record>;
+
+int take_call(const capi_call_log_record* record, void* user) {
+  static_cast<Calls*>(user)->push_back(*record);
+  return 0;
+}
+
+// The calls of a type, or all with -1, the newest first.
+Calls read_calls(int type) {
+  Calls calls;
+  if (capi_voip_call_log_dump(0, take_call, &calls) != 0) {
+    throw Failure("the call log cannot be read. What is wrong with it: capictl calls check");
+  }
+  if (type >= 0) {
+    std::erase_if(calls, [type](const auto& call) { return call.calltype != unsigned(type); });
+  }
+  return calls;
+}
+
+const capi_call_log_record& call_in_node(const Calls& calls, unsigned node) {
+  for (const auto& call : calls) {
+    if (call.index == node) return call;
+  }
+  throw Failure("there is no call in node " + std::to_string(node) +
+                ". All calls: capictl calls list");
+}
+
+void list(const Context& context, const Args& args) {
+  const Attachment adapter(context);
+  Table table("calls", {{"node", true},
+                        {"type", true},
+                        {"line", true},
+                        {"number"},
+                        {"name"},
+                        {"start", true},
+                        {"connect", true},
+                        {"end", true}});
+  for (const auto& call : read_calls(args.type)) {
+    table.add({std::to_string(call.index), std::to_string(call.calltype),
+               std::to_string(call.endpt), text_of(call.number), text_of(call.displayname),
+               std::to_string(call.calltimestart), std::to_string(call.calltimeconnect),
+               std::to_string(call.calltimeend)});
+  }
+  print(table, context);
+}
+
+// Every value of a call beside its name, in the order of the file.
+std::vector<std::pair<std::string, std::string>> values_of(const capi_call_log_record& call) {
+  const capi_call_log_statistics& media = call.statistics;
+  return {{"node", std::to_string(call.index)},
+          {"sequence", std::to_string(call.sequence)},
+          {"type", std::to_string(call.calltype)},
+          {"line", std::to_string(call.endpt)},
+          {"start", std::to_string(call.calltimestart)},
+          {"connect", std::to_string(call.calltimeconnect)},
+          {"end", std::to_string(call.calltimeend)},
+          {"name", text_of(call.displayname)},
+          {"number", text_of(call.number)},
+          {"PacketsSent", std::to_string(media.PacketsSent)},
+          {"PacketsReceived", std::to_string(media.PacketsReceived)},
+          {"PacketsLost", std::to_string(media.PacketsLost)},
+          {"PacketsDiscarded", std::to_string(media.PacketsDiscarded)},
+          {"BytesReceived", std::to_string(media.BytesReceived)},
+          {"BytesSent", std::to_string(media.BytesSent)},
+          {"RoundTripDelay", std::to_string(media.RoundTripDelay)},
+          {"PayloadType", std::to_string(media.PayloadType)},
+          {"ReceiveInterarrivalJitter", std::to_string(media.ReceiveInterarrivalJitter)},
+          {"MinJitter", std::to_string(media.MinJitter)},
+          {"MaxJitter", std::to_string(media.MaxJitter)},
+          {"Decodelatency", std::to_string(media.Decodelatency)}};
+}
+
+void show(const Context& context, const Args& args) {
+  const Attachment adapter(context);
+  Table table("call", {{"value"}, {"is"}});
+  for (const auto& [name, value] : values_of(call_in_node(read_calls(-1), args.node))) {
+    table.add({name, value});
+  }
+  print(table, context);
+}
+
+std::string quoted(const std::string& text) {
+  std::string result = "\"";
+  for (const char c : text) result += c == '"' ? std::string("\"\"") : std::string(1, c);
+  return result + "\"";
+}
+
+void write_csv(FILE* out, const Calls& calls) {
+  const bool shows_progress = isatty(STDERR_FILENO) != 0 && isatty(fileno(out)) == 0;
+  std::string head;
+  for (const auto& [name, value] : values_of({})) head += (head.empty() ? "" : ",") + name;
+  fprintf(out, "%s\n", head.c_str());
+  size_t done = 0;
+  for (const auto& call : calls) {
+    std::string row;
+    for (const auto& [name, value] : values_of(call)) {
+      const bool is_text = name == "name" || name == "number";
+      row += (row.empty() ? "" : ",") + (is_text ? quoted(value) : value);
+    }
+    fprintf(out, "%s\n", row.c_str());
+    if (shows_progress) fprintf(stderr, "\r%zu of %zu calls", ++done, calls.size());
+  }
+  if (shows_progress) fputs("\n", stderr);
+}
+
+void export_calls(const Context& context, const Args& args) {
+  const Attachment adapter(context);
+  const Calls calls = read_calls(args.type);
+  if (args.path.empty()) return write_csv(stdout, calls);
+  FILE* out = fopen(args.path.c_str(), "we");
+  if (out == nullptr) throw Failure(args.path + " cannot be written");
+  write_csv(out, calls);
+  const bool is_whole = ferror(out) == 0;
+  if (fclose(out) != 0 || !is_whole)
+    throw Failure(args.path + " is not complete: is the disk full?");
+}
+
+void remove(const Context& context, const Args& args) {
+  const Attachment adapter(context);
+  const unsigned type = call_in_node(read_calls(-1), args.node).calltype;
+  if (capi_voip_delete_call_log_by_node(type, args.node) != 0) {
+    throw Failure("the call could not be deleted; --verbose tells more");
+  }
+}
+
+void clear(const Context& context, const Args& args) {
+  const Attachment adapter(context);
+  if (args.type >= 0 && read_calls(args.type).empty()) return;
+  const int result = args.type < 0
+                         ? capi_voip_clean_all_call_log()
+                         : capi_voip_clean_call_log_by_type(static_cast<unsigned>(args.type));
+  if (result != 0) throw Failure("the call log could not be cleared; --verbose tells more");
+}
+
+void back_up(const Context& context, const Args& args) {
+  const Attachment adapter(context);
+  if (args.path.find_first_of(" '\"`$\\;&|<>()*?\n") != std::string::npos) {
+    throw Failure("the path goes to the shell as it is; choose one without blanks and such signs");
+  }
+  if (capi_voip_call_log_backup(args.path.c_str()) != 0) throw Failure("there is no call log");
+}
+
+std::string call_log_path() {
+  char path[512];
+  return capi_get_runtime_path(4, "voip_call_log", path, sizeof path);
+}
+
+void check(Context& context, const Args& args) {
+  std::string path = args.path;
+  if (path.empty()) {
+    const Attachment adapter(context);
+    path = call_log_path();
+  }
+  const std::vector<std::string> faults = check_call_log(read_file(path));
+  Table table("faults", {{"fault"}});
+  for (const std::string& fault : faults) table.add({fault});
+  print(table, context);
+  if (faults.empty()) return;
+  fprintf(stderr,
+          "capictl: %s is not sound. Every call that reads it fails; at its next start the master "
+          "replaces it by an empty one, and the calls in it are lost\n",
+          path.c_str());
+  context.exit_code = kFinding;
+}
+
+CLI::App* add_command(CLI::App& calls, const char* name, const char* what, Context& context,
+                      const std::shared_ptr<Args>& args, void (*run)(const Context&, const Args&)) {
+  CLI::App* command = calls.add_subcommand(name, what);
+  command->callback([args, &context, run] { run(context, *args); });
+  return command;
+}
+
+void add_type(CLI::App& command, const std::shared_ptr<Args>& args) {
+  command.add_option("--type", args->type, "Only calls of this type")
+      ->check(CLI::Range(0, CAPI_CALL_LOG_TYPES - 1));
+}
+
+void add_node(CLI::App& command, const std::shared_ptr<Args>& args) {
+  command.add_option("NODE", args->node, "The call's node, as listed")
+      ->required()
+      ->check(CLI::Range(0, CAPI_CALL_LOG_NODES - 1));
+}
+
+}  // namespace
+
+void add_calls(CLI::App& app, Context& context) {
+  CLI::App* calls = app.add_subcommand("calls", "Show and change the call log");
+  calls->require_subcommand(1);
+  const auto args = std::make_shared<Args>();
+  CLI::App* command =
+      add_command(*calls, "list", "Print the calls, the newest first", context, args, list);
+  add_type(*command, args);
+  command = add_command(*calls, "show", "Print all that is known of a call", context, args, show);
+  add_node(*command, args);
+  command = add_command(*calls, "export", "Write the calls as comma-separated values", context,
+                        args, export_calls);
+  command->add_flag("--csv", args->csv, "The only form there is, and so the default");
+  command->add_option("FILE", args->path, "Instead of standard output");
+  command->footer("Example:\n  capictl calls export --csv calls.csv");
+  add_type(*command, args);
+  command = add_command(*calls, "delete", "Remove a call", context, args, remove);
+  add_node(*command, args);
+  command = add_command(*calls, "clear", "Remove all calls", context, args, clear);
+  add_type(*command, args);
+  command = add_command(*calls, "backup", "Copy the call log's file", context, args, back_up);
+  command->add_option("PATH", args->path, "Where to")->required();
+  command = calls->add_subcommand("check", "Tell what is unsound in the call log's file");
+  command->add_option("FILE", args->path, "Another file than the adapter's");
+  command->footer("Reads only. Exit code 1 when the file is unsound.");
+  command->callback([args, &context] { check(context, *args); });
+}
+
+}  // namespace capictl

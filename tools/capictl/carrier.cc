@@ -1,0 +1,114 @@
+// SPDX-FileCopyrightText: The capi authors
+// SPDX-License-Identifier: MIT
+// capictl carrier.
+#include <memory>
+
+#include "commands.h"
+#include "table.h"
+
+namespace capictl {
+namespace {
+
+const std::vector<Column> kRow = {{"row", true}, {"carrier", true},    {"file"},        {"MCC"},
+                                  {"MNCs"},      {"MNC length", true}, {"ICCID prefix"}};
+
+std::vector<std::string> cells(int row, const capi_carrier_info& carrier) {
+  return {std::to_string(row), std::to_string(carrier.id),         carrier.file,        carrier.mcc,
+          carrier.mnc_list,    std::to_string(carrier.mnc_length), carrier.iccid_prefix};
+}
+
+// A walk over the carriers into a table.
+struct Walk {
+  Table table;
+  int row = 0;
+  // The one that won, when the walk is about a SIM.
+  const capi_carrier_info* winner = nullptr;
+  bool winner_was_seen = false;
+};
+
+int take_carrier(const capi_carrier_info* carrier, int, void* user) {
+  Walk& walk = *static_cast<Walk*>(user);
+  walk.table.add(cells(++walk.row, *carrier));
+  return 0;
+}
+
+int take_match(const capi_carrier_info* carrier, int fits, void* user) {
+  Walk& walk = *static_cast<Walk*>(user);
+  ++walk.row;
+  if ((fits & CAPI_CARRIER_FITS_IMSI) == 0) return 0;
+  const bool by_iccid = (fits & CAPI_CARRIER_FITS_ICCID) != 0;
+  // The texts of a carrier stand once: the address tells the row.
+  const bool won = walk.winner != nullptr && walk.winner->mnc_list == carrier->mnc_list;
+  if (won) walk.winner_was_seen = true;
+  std::vector<std::string> row = cells(walk.row, *carrier);
+  row.push_back(by_iccid ? "IMSI and ICCID" : "IMSI");
+  row.push_back(won ? (by_iccid ? "yes: fits both" : "yes: first that fits the IMSI") : "no");
+  walk.table.add(row);
+  return 0;
+}
+
+struct Args {
+  std::string imsi;
+  std::string iccid;
+};
+
+std::string sim_text(int index) {
+  char text[32] = {};
+  capi_get_simcard_info(index, text, sizeof text - 1);
+  return text;
+}
+
+void explain(Context& context, const Args& args) {
+  const Attachment adapter(context);
+  const std::string imsi = args.imsi.empty() ? sim_text(CAPI_SIM_IMSI) : args.imsi.substr(0, 31);
+  const std::string iccid =
+      args.iccid.empty() ? sim_text(CAPI_SIM_ICCID) : args.iccid.substr(0, 31);
+  if (imsi.empty() || iccid.empty()) {
+    throw Failure("no SIM is inserted; name an IMSI and an ICCID: capictl carrier IMSI ICCID");
+  }
+  capi_carrier_info winner{};
+  const bool is_known = capi_get_carrier_info(imsi.c_str(), iccid.c_str(), &winner) == 0;
+  std::vector<Column> columns = kRow;
+  columns.push_back({"fits by"});
+  columns.push_back({"chosen"});
+  Walk walk{Table("carriers", columns), 0, is_known ? &winner : nullptr};
+  capi_carrier_for_each(imsi.c_str(), iccid.c_str(), take_match, &walk);
+  if (is_known && !walk.winner_was_seen) {
+    std::vector<std::string> row = cells(0, winner);
+    row[0] = "";
+    row.insert(row.end(), {"test SIM file", "yes: no other fits"});
+    walk.table.add(row);
+  }
+  print(walk.table, context);
+  if (is_known) return;
+  fprintf(stderr, "capictl: no carrier fits IMSI %s; the device treats the SIM as carrier %u\n",
+          imsi.c_str(), winner.id);
+  context.exit_code = kFinding;
+}
+
+void list(const Context& context) {
+  Walk walk{Table("carriers", kRow)};
+  capi_carrier_for_each(nullptr, nullptr, take_carrier, &walk);
+  print(walk.table, context);
+}
+
+}  // namespace
+
+void add_carrier(CLI::App& app, Context& context) {
+  CLI::App* command = app.add_subcommand("carrier", "Tell whose SIM it is, and why");
+  const auto args = std::make_shared<Args>();
+  command->add_option("IMSI", args->imsi, "Instead of that of the inserted SIM");
+  command->add_option("ICCID", args->iccid, "Instead of that of the inserted SIM");
+  command->footer(
+      "Prints every row of the carrier table that fits, and which was chosen. Exit code 1\n"
+      "when there is none.\n\nExamples:\n  capictl carrier\n"
+      "  capictl carrier 454001234567890 8985235000000000001");
+  CLI::App* all = command->add_subcommand("list", "Print all carriers in the order of trying");
+  all->footer("Needs no adapter.");
+  all->callback([&context] { list(context); });
+  command->callback([command, args, &context] {
+    if (command->get_subcommands().empty()) explain(context, *args);
+  });
+}
+
+}  // namespace capictl

@@ -1,0 +1,185 @@
+// SPDX-FileCopyrightText: The capi authors
+// SPDX-License-Identifier: MIT
+#include "keys.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <limits>
+
+#include "context.h"
+
+namespace capictl {
+namespace {
+
+constexpr char kPlaceholder[] = "%d";
+
+std::string without_placeholder(const std::string& pattern) {
+  const size_t place = pattern.find(kPlaceholder);
+  return place == std::string::npos ? pattern : pattern.substr(0, place);
+}
+
+std::string with_number(const std::string& pattern, int number) {
+  const std::string base = without_placeholder(pattern);
+  return base == pattern ? base : base + std::to_string(number);
+}
+
+// "option_sip_line_" for the rows of "sip_line_%d".
+std::string name_prefix(const capi_config_key& row) {
+  std::string section = without_placeholder(row.section);
+  if (section.back() != '_') section += '_';
+  return "option_" + section;
+}
+
+int collect(const capi_config_key* row, void* user) {
+  auto& keys = *static_cast<std::vector<Key>*>(user);
+  for (int section = 1; section <= std::max(row->section_max, 1); ++section) {
+    for (int number = 1; number <= std::max(row->name_max, 1); ++number) {
+      keys.push_back({with_number(row->section, section), with_number(row->name, number), *row});
+    }
+  }
+  return 0;
+}
+
+// The instances of a section together, so that a setting file made of the keys is well ordered.
+std::vector<Key> collect_keys() {
+  std::vector<Key> keys;
+  capi_config_for_each(collect, &keys);
+  for (auto first = keys.begin(); first != keys.end();) {
+    const std::string pattern = first->row.section;
+    const auto last =
+        std::find_if(first, keys.end(), [&](const Key& key) { return pattern != key.row.section; });
+    std::stable_sort(first, last, [](const Key& a, const Key& b) { return a.section < b.section; });
+    first = last;
+  }
+  return keys;
+}
+
+// The number at the end of a name, -1 for none.
+int number_at_end(const std::string& name) {
+  const size_t last = name.find_last_not_of("0123456789");
+  const std::string digits = name.substr(last + 1);
+  return digits.empty() ? -1 : atoi(digits.c_str());
+}
+
+// Of a numbered row the word in front of the number, with what surrounds it: "_code_list_".
+std::string word_of(const Key& key) {
+  return without_placeholder(key.row.name).substr(name_prefix(key.row).size() - 1);
+}
+
+// A spelling that the library takes for one of the numbered keys of a section.
+const Key* find_odd_spelling(const std::string& section, const std::string& name) {
+  const Key* found = nullptr;
+  std::string only_row;
+  for (const Key& key : all_keys()) {
+    if (key.section != section || key.row.name_max == 0) continue;
+    if (number_at_end(key.name) != number_at_end(name)) continue;
+    if (name.find(word_of(key)) != std::string::npos) return &key;
+    if (found == nullptr) found = &key;
+    only_row = key.row.name;
+  }
+  return found != nullptr && only_row == found->row.name ? found : nullptr;
+}
+
+// The first key of a section of this kind, whatever its number.
+const Key* first_of_section(const std::string& section) {
+  for (const Key& key : all_keys()) {
+    const bool is_numbered = key.row.section_max != 0;
+    const std::string base = without_placeholder(key.row.section);
+    if (is_numbered ? section.starts_with(base) : section == base) return &key;
+  }
+  return nullptr;
+}
+
+std::string nearest_hint(const std::string& label) {
+  const size_t dot = label.find('.');
+  const std::string field = dot == std::string::npos ? label : label.substr(dot + 1);
+  for (const Key& key : all_keys()) {
+    const std::string candidate = key.label();
+    if (!field.empty() && candidate.ends_with(field)) return "Did you mean " + candidate + "?";
+  }
+  return "All keys: capictl config list";
+}
+
+Stored stored_number(const Key& key, const std::string& value) {
+  errno = 0;
+  char* end = nullptr;
+  const long long given = strtoll(value.c_str(), &end, 10);
+  long long number = std::clamp<long long>(given, std::numeric_limits<int32_t>::min(),
+                                           std::numeric_limits<int32_t>::max());
+  if (key.row.value_max != 0) number = std::clamp<long long>(number, 0, key.row.value_max);
+  const std::string text = std::to_string(number);
+  if (end == value.c_str()) return {text, "not a number: read as 0"};
+  if (*end != '\0') return {text, "not all of it is a number: read as " + text};
+  if (number != given || errno == ERANGE) return {text, "out of range: kept as " + text};
+  return {text, ""};
+}
+
+}  // namespace
+
+std::string Key::label() const { return section + "." + name.substr(name_prefix(row).size()); }
+
+const std::vector<Key>& all_keys() {
+  static const std::vector<Key> keys = collect_keys();
+  return keys;
+}
+
+Meaning meaning_of(const std::string& section, const std::string& name) {
+  // The library itself tells: a value that is found fills the buffer.
+  static const cfg_shared_record empty{};
+  char buf[1024];
+  std::fill(std::begin(buf), std::end(buf), '?');
+  const int result =
+      capi_snapshot_get(&empty, section.c_str(), name.c_str(), buf, static_cast<int>(sizeof buf));
+  if (buf[0] != '?') return Meaning::Key;
+  if (result != -1) return Meaning::UnknownKey;
+  return first_of_section(section) != nullptr ? Meaning::OutOfRange : Meaning::UnknownSection;
+}
+
+Meaning meaning_of_section(const std::string& section) {
+  const Key* first = first_of_section(section);
+  return first != nullptr ? meaning_of(section, first->name) : Meaning::UnknownSection;
+}
+
+const Key* find_key(const std::string& section, const std::string& name) {
+  for (const Key& key : all_keys()) {
+    if (key.section == section && key.name == name) return &key;
+  }
+  return meaning_of(section, name) == Meaning::Key ? find_odd_spelling(section, name) : nullptr;
+}
+
+const Key& named_key(const std::string& label) {
+  const size_t dot = label.find('.');
+  if (dot != std::string::npos) {
+    const std::string section = label.substr(0, dot);
+    const std::string field = label.substr(dot + 1);
+    for (const Key& key : all_keys()) {
+      if (key.section == section && (key.name == field || key.label() == label)) return key;
+    }
+  }
+  throw Failure("there is no key " + label + ". " + nearest_hint(label));
+}
+
+std::vector<std::string> all_sections() {
+  std::vector<std::string> sections;
+  for (const Key& key : all_keys()) {
+    if (sections.empty() || sections.back() != key.section) sections.push_back(key.section);
+  }
+  return sections;
+}
+
+Stored stored_value(const Key& key, const std::string& value) {
+  if (key.row.kind == CAPI_CONFIG_NUMBER) return stored_number(key, value);
+  const auto room = static_cast<size_t>(key.row.capacity) - 1;
+  if (value.size() <= room) return {value, ""};
+  return {value.substr(0, room), "too long: cut to " + std::to_string(room) + " characters"};
+}
+
+std::string value_of(const cfg_shared_record& record, const Key& key) {
+  char value[1025] = {};
+  capi_snapshot_get(&record, key.section.c_str(), key.name.c_str(), value,
+                    static_cast<int>(sizeof value));
+  return value;
+}
+
+}  // namespace capictl

@@ -1,0 +1,96 @@
+// SPDX-FileCopyrightText: The capi authors
+// SPDX-License-Identifier: MIT
+// capictl line.
+#include <ctime>
+#include <memory>
+
+#include "commands.h"
+#include "lines.h"
+
+namespace capictl {
+namespace {
+
+bool wants(int wanted, int index) { return wanted == 0 || wanted == index + 1; }
+
+std::string time_text(int32_t seconds) {
+  if (seconds == 0) return "";
+  const time_t time = seconds;
+  tm parts{};
+  char text[32];
+  gmtime_r(&time, &parts);
+  strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &parts);
+  return text;
+}
+
+bool was_published(const capi_line_reg_stat& stat) { return stat.magic[0] != '\0'; }
+
+int registered_stacks(const cfg_shared_record& record, int line) {
+  int count = 0;
+  for (const auto& stack : record.reg_stat) {
+    if (was_published(stack[line]) && stack[line].registered != 0) ++count;
+  }
+  return count;
+}
+
+std::string phone_status(int line) {
+  char text[128] = {};
+  capi_get_runtime_line_phone_phy_status(line, text, sizeof text);
+  return text;
+}
+
+void show(const Context& context, int line) {
+  const Attachment adapter(context);
+  const cfg_shared_record record = take_snapshot();
+  print({line_table(record, line), registration_table(record, line)}, context);
+}
+
+}  // namespace
+
+Table line_table(const cfg_shared_record& record, int line) {
+  Table table("lines", {{"line", true},
+                        {"enabled", true},
+                        {"name"},
+                        {"user"},
+                        {"phone"},
+                        {"hook", true},
+                        {"registered stacks", true},
+                        {"voice mail", true}});
+  for (int i = 0; i < CAPI_SIP_LINES; ++i) {
+    if (!wants(line, i)) continue;
+    const capi_voice_sip_line& config = record.sip_line[i];
+    table.add({std::to_string(i + 1), std::to_string(config.enable), text_of(config.display_name),
+               text_of(config.user_name), phone_status(i),
+               std::to_string(record.shared_phone_status[i].hook),
+               std::to_string(registered_stacks(record, i)),
+               std::to_string(record.shared_reg_summary[i].vm)});
+  }
+  return table;
+}
+
+Table registration_table(const cfg_shared_record& record, int line) {
+  Table table(
+      "registrations",
+      {{"line", true}, {"stack", true}, {"type"}, {"status"}, {"since"}, {"reason"}, {"detail"}});
+  for (int i = 0; i < CAPI_SIP_LINES; ++i) {
+    for (int stack = 0; stack < CAPI_VOICE_STACKS; ++stack) {
+      if (!wants(line, i) || !was_published(record.reg_stat[stack][i])) continue;
+      capi_line_reg_stat stat{};
+      capi_get_runtime_line_reg_stat(i, &stat, stack);
+      table.add({std::to_string(i + 1), std::to_string(stack + 1),
+                 text_of(record.voice_stack[stack].type), text_of(stat.status_text),
+                 time_text(stat.registered != 0 ? stat.reg_time : stat.unreg_time),
+                 text_of(stat.reason_text), text_of(stat.detail_text)});
+    }
+  }
+  return table;
+}
+
+void add_line(CLI::App& app, Context& context) {
+  CLI::App* command = app.add_subcommand("line", "Show the telephone lines and registrations");
+  const auto line = std::make_shared<int>(0);
+  command->add_option("LINE", *line, "1 or 2")->check(CLI::Range(1, int{CAPI_SIP_LINES}));
+  command->footer("Example:\n  capictl line 1");
+  command->callback([line, &context] { show(context, *line); });
+}
+
+}  // namespace capictl

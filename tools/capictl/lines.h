@@ -1,0 +1,19 @@
+// SPDX-FileCopyrightText: The capi authors
+// SPDX-License-Identifier: MIT
+// The telephone lines and the locks as tables, for the commands of their own and for status.
+#pragma once
+
+#include "table.h"
+
+namespace capictl {
+
+// A row for each line, or for one of them (from 1); 0 is both.
+Table line_table(const cfg_shared_record& record, int line = 0);
+
+// A row for each line and voice stack that was ever published.
+Table registration_table(const cfg_shared_record& record, int line = 0);
+
+// The locks that have a meaning. Throws a Failure.
+Table lock_table();
+
+}  // namespace capictl

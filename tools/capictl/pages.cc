@@ -1,0 +1,123 @@
+// SPDX-FileCopyrightText: The capi authors
+// SPDX-License-Identifier: MIT
+// capictl page: the manual page and the completion, made from the command line's own description.
+#include <cctype>
+#include <cstdio>
+
+#include "commands.h"
+
+namespace capictl {
+namespace {
+
+using Commands = std::vector<CLI::App*>;
+
+Commands subcommands(const CLI::App& app) {
+  Commands commands;
+  for (CLI::App* command :
+       const_cast<CLI::App&>(app).get_subcommands([](CLI::App*) { return true; })) {
+    if (!command->get_group().empty()) commands.push_back(command);
+  }
+  return commands;
+}
+
+// A text as roff takes it.
+std::string roff(const std::string& text) {
+  std::string result;
+  bool at_line_start = true;
+  for (const char c : text) {
+    if (at_line_start && (c == '.' || c == '\'')) result += "\\&";
+    if (c == '-') {
+      result += "\\-";
+    } else if (c == '\\') {
+      result += "\\e";
+    } else {
+      result += c;
+    }
+    at_line_start = c == '\n';
+  }
+  return result;
+}
+
+void print_options(const CLI::App& app) {
+  for (const CLI::Option* option : app.get_options()) {
+    const std::string name = option->get_name(false, true);
+    printf(".TP\n.B %s\n%s\n", roff(name).c_str(), roff(option->get_description()).c_str());
+  }
+}
+
+void print_footer(const CLI::App& app) {
+  const std::string footer = const_cast<CLI::App&>(app).get_footer();
+  if (!footer.empty()) printf(".PP\n.nf\n%s\n.fi\n", roff(footer).c_str());
+}
+
+void print_command(const CLI::App& command, const std::string& path) {
+  const std::string name = path + command.get_name();
+  printf(".SS %s\n", roff(name).c_str());
+  printf("%s.\n", roff(command.get_description()).c_str());
+  print_options(command);
+  print_footer(command);
+  for (const CLI::App* inner : subcommands(command)) print_command(*inner, name + " ");
+}
+
+void print_manual(const CLI::App& app) {
+  printf(".TH CAPICTL 1 \"\" \"capi %s\"\n", CAPI_VERSION);
+  printf(".SH NAME\ncapictl \\- shows and changes the state of an LTE phone adapter\n");
+  printf(".SH SYNOPSIS\n.B capictl\n[OPTION]... COMMAND [ARGUMENT]...\n");
+  printf(".SH OPTIONS\n");
+  print_options(app);
+  printf(".SH COMMANDS\n");
+  for (const CLI::App* command : subcommands(app)) print_command(*command, "");
+  printf(".SH NOTES\n.nf\n%s\n.fi\n", roff(const_cast<CLI::App&>(app).get_footer()).c_str());
+}
+
+// "capictl config get" and the words that may follow it.
+void print_cases(const CLI::App& app, const std::string& path) {
+  std::string words;
+  for (const CLI::App* command : subcommands(app)) words += command->get_name() + " ";
+  for (const CLI::Option* option : app.get_options()) {
+    for (const std::string& name : option->get_lnames()) words += "--" + name + " ";
+  }
+  words.erase(words.find_last_not_of(' ') + 1);
+  printf("    \"%s\") words='%s' ;;\n", path.c_str(), words.c_str());
+  for (const CLI::App* command : subcommands(app)) {
+    print_cases(*command, path + " " + command->get_name());
+  }
+}
+
+void print_completion(const CLI::App& app) {
+  fputs(
+      "# bash completion for capictl\n"
+      "_capictl() {\n"
+      "  local current=${COMP_WORDS[COMP_CWORD]} command=capictl words word\n"
+      "  for word in \"${COMP_WORDS[@]:1:COMP_CWORD-1}\"; do\n"
+      "    case $word in -*) ;; *) command+=\" $word\" ;; esac\n"
+      "  done\n"
+      "  while :; do\n"
+      "    words=\n"
+      "    case $command in\n",
+      stdout);
+  print_cases(app, "capictl");
+  fputs(
+      "    *) command=${command% *}; continue ;;\n"
+      "    esac\n"
+      "    break\n"
+      "  done\n"
+      "  mapfile -t COMPREPLY < <(compgen -W \"$words\" -- \"$current\")\n"
+      "}\n"
+      "complete -o default -F _capictl capictl\n",
+      stdout);
+}
+
+}  // namespace
+
+void add_pages(CLI::App& app) {
+  CLI::App* pages = app.add_subcommand("page", "Print the manual page or the completion");
+  pages->group("");
+  pages->require_subcommand(1);
+  pages->add_subcommand("man", "The manual page")->callback([&app] { print_manual(app); });
+  pages->add_subcommand("bash", "The completion for bash")->callback([&app] {
+    print_completion(app);
+  });
+}
+
+}  // namespace capictl

@@ -1,0 +1,106 @@
+// SPDX-FileCopyrightText: The capi authors
+// SPDX-License-Identifier: MIT
+// capictl signal.
+#include <cjson/cJSON.h>
+
+#include <iostream>
+#include <iterator>
+#include <memory>
+
+#include "commands.h"
+#include "table.h"
+
+namespace capictl {
+namespace {
+
+struct Args {
+  std::string name;
+  std::vector<std::string> params;
+};
+
+using Json = std::unique_ptr<cJSON, decltype(&cJSON_Delete)>;
+
+// Names and texts go to the device's shell: what could mean something there is refused.
+void refuse_unsafe(const std::string& text) {
+  const size_t bad = text.find_first_of("'\"`$\\;&|<>()\n");
+  if (bad == std::string::npos) return;
+  throw Failure("\"" + printable(text) +
+                "\" holds a character that means something to the shell; "
+                "send letters, digits and signs such as . _ - + : only");
+}
+
+void post(const Context& context, const Args& args) {
+  const Attachment adapter(context);
+  refuse_unsafe(args.name);
+  for (const std::string& param : args.params) refuse_unsafe(param);
+  if (args.params.empty()) {
+    capi_fire_internal_event(args.name.c_str());
+    return;
+  }
+  std::vector<std::string> params = args.params;
+  params.resize(3);
+  capi_fire_internal_event2(args.name.c_str(), params[0].c_str(), params[1].c_str(),
+                            params[2].c_str());
+}
+
+std::string value_text(const cJSON* item) {
+  if (cJSON_IsString(item)) return item->valuestring;
+  const std::unique_ptr<char, decltype(&cJSON_free)> text(cJSON_PrintUnformatted(item), cJSON_free);
+  return text ? text.get() : "";
+}
+
+// The attributes, those within others under "outer.inner".
+void add_attributes(Table& table, const std::string& prefix, const cJSON* object) {
+  int position = 0;
+  const cJSON* item = nullptr;
+  cJSON_ArrayForEach(item, object) {
+    const std::string name =
+        prefix + (item->string != nullptr ? item->string : std::to_string(position++).c_str());
+    if (cJSON_IsObject(item) || cJSON_IsArray(item)) {
+      add_attributes(table, name + ".", item);
+    } else {
+      table.add({name, value_text(item)});
+    }
+  }
+}
+
+void decode(const Context& context) {
+  const std::string text{std::istreambuf_iterator<char>(std::cin), {}};
+  const Json json(cJSON_Parse(text.c_str()), cJSON_Delete);
+  if (!json) throw Failure("standard input is not JSON");
+  const auto info = std::make_unique<capi_signal_info>();
+  char name[CAPI_SIGNAL_NAME_SIZE] = {};
+  if (ctrlv2_json_to_siginfo(json.get(), name, info.get()) != 0) {
+    throw Failure("this JSON is no signal: it has no \"name\"");
+  }
+  // Encoded anew it shows what a program sees: every attribute, defaults filled in.
+  const Json seen(ctrlv2_siginfo_to_json(name, info.get()), cJSON_Delete);
+  Table table("signal", {{"attribute"}, {"value"}});
+  table.add({"name", name});
+  add_attributes(table, "", cJSON_GetObjectItem(seen.get(), "attrs"));
+  print(table, context);
+}
+
+}  // namespace
+
+void add_signal(CLI::App& app, Context& context) {
+  CLI::App* command = app.add_subcommand("signal", "Post a signal, or read one");
+  const auto args = std::make_shared<Args>();
+  command->add_option("NAME", args->name, "The signal's name");
+  command->add_option("PARAM", args->params, "Up to three texts")->expected(0, 3);
+  command->footer(
+      "Examples:\n  capictl signal vop_sig_cfg_changed\n"
+      "  capictl signal vop_sig_vsdk_service_control restart");
+  CLI::App* reader = command->add_subcommand("decode", "Read a signal's JSON on standard input");
+  reader->footer(
+      "Prints what a program sees of it. Needs no adapter.\n\nExample:\n"
+      "  capictl signal decode <signal.json");
+  reader->callback([&context] { decode(context); });
+  command->callback([command, args, &context] {
+    if (!command->get_subcommands().empty()) return;
+    if (args->name.empty()) throw CLI::RequiredError("NAME");
+    post(context, *args);
+  });
+}
+
+}  // namespace capictl

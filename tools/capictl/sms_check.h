@@ -1,0 +1,14 @@
+// SPDX-FileCopyrightText: The capi authors
+// SPDX-License-Identifier: MIT
+// Whether the bytes of a short-message file are sound, told for people.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace capictl {
+
+// What is wrong with a file of this content; nothing when it is sound.
+std::vector<std::string> check_messages(const std::string& content);
+
+}  // namespace capictl

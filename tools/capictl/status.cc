@@ -1,0 +1,67 @@
+// SPDX-FileCopyrightText: The capi authors
+// SPDX-License-Identifier: MIT
+// capictl status.
+#include "commands.h"
+#include "lines.h"
+#include "stores.h"
+
+namespace capictl {
+namespace {
+
+// What a getter of an index tells; "" when it does not.
+template <typename Getter>
+std::string text_from(Getter getter, int index) {
+  char text[256] = {};
+  return getter(index, text, static_cast<int>(sizeof text)) == 0 ? text : "";
+}
+
+std::string firmware() {
+  char text[64] = {};
+  capi_get_firmware_version(text, sizeof text);
+  std::string version = text;
+  return version.erase(version.find_last_not_of("\r\n") + 1);
+}
+
+Table device_table(const cfg_shared_record& record) {
+  Table table("device", {{"fact"}, {"value"}});
+  table.add({"model", text_from(capi_get_hardware_info, CAPI_HW_MODEL_NAME)});
+  table.add({"hardware", text_from(capi_get_hardware_info, CAPI_HW_VERSION)});
+  table.add({"serial number", text_from(capi_get_hardware_info, CAPI_HW_SERIAL)});
+  table.add({"firmware", firmware()});
+  table.add({"IMEI", text_from(capi_get_hardware_info, CAPI_HW_IMEI)});
+  table.add({"WAN MAC", text_from(capi_get_hardware_info, CAPI_HW_WAN_MAC)});
+  table.add({"WAN address", text_of(record.wan_ip)});
+  table.add({"data directory", text_of(record.directory[1])});
+  return table;
+}
+
+Table sim_table() {
+  Table table("sim", {{"fact"}, {"value"}});
+  table.add({"ICCID", text_from(capi_get_simcard_info, CAPI_SIM_ICCID)});
+  table.add({"IMSI", text_from(capi_get_simcard_info, CAPI_SIM_IMSI)});
+  table.add({"number", text_from(capi_get_simcard_info, CAPI_SIM_MSISDN)});
+  capi_carrier_info carrier{};
+  const bool is_known = capi_get_carrier_info(nullptr, nullptr, &carrier) == 0;
+  table.add({"carrier", is_known ? std::to_string(carrier.id) : "unknown"});
+  table.add({"carrier file", is_known ? carrier.file : ""});
+  table.add({"may be used", capi_check_simcard() == 0 ? "yes" : "no"});
+  return table;
+}
+
+void show(const Context& context) {
+  const Attachment adapter(context);
+  const cfg_shared_record record = take_snapshot();
+  print({device_table(record), sim_table(), line_table(record), registration_table(record),
+         store_table(), lock_table()},
+        context);
+}
+
+}  // namespace
+
+void add_status(CLI::App& app, Context& context) {
+  CLI::App* command = app.add_subcommand("status", "Show device, SIM, lines, stores and locks");
+  command->footer("Example:\n  capictl status --json");
+  command->callback([&context] { show(context); });
+}
+
+}  // namespace capictl
