@@ -24,6 +24,8 @@ for command in 'config watch' 'calls export' 'sms mark-read' 'carrier list' 'sig
   "${tool[@]}" $command --help | grep -q 'Usage: capictl' || fail "$command has no help"
 done
 grep -qxF '.B \-\-interval' /tmp/capictl.1 || fail 'the manual lacks an option'
+diff "$source_dir/docs/keys.md" <("${tool[@]}" page keys) ||
+  fail 'docs/keys.md is stale: capictl page keys >docs/keys.md'
 expect_error 2 $'A subcommand is required\nRun with --help for more information.'
 
 finish
