@@ -1,0 +1,43 @@
+/* SPDX-FileCopyrightText: The capi authors */
+/* SPDX-License-Identifier: MIT */
+/* What the voice application tells the others: a line is registered, a call has ended. */
+#include <capi.h>
+#include <stdio.h>
+#include <string.h>
+#include <time.h>
+
+enum { LINE_1 = 0, VOIP_STACK = 1, OUTGOING = 1, CALL_SECONDS = 42 };
+
+static void log_line(int level, const char *text) {
+  if (level <= 4) fprintf(stderr, "%s\n", text);
+}
+
+static int publish_registration(void) {
+  struct capi_line_reg_stat status;
+  memset(&status, 0, sizeof status);
+  status.registered = 1;
+  status.reg_time = (int32_t)time(NULL);
+  return capi_set_runtime_line_reg_stat(LINE_1, &status, VOIP_STACK);
+}
+
+static int add_call(const char *number) {
+  struct capi_call_log_record call;
+  memset(&call, 0, sizeof call);
+  call.endpt = LINE_1;
+  call.calltimeend = (uint32_t)time(NULL);
+  call.calltimestart = call.calltimeend - CALL_SECONDS;
+  call.calltimeconnect = call.calltimestart;
+  strcpy_safe(call.number, number, sizeof call.number);
+  return capi_voip_add_call_log(OUTGOING, &call);
+}
+
+int main(void) {
+  int result;
+  capi_init(NULL, 0, log_line);
+  result = publish_registration();
+  if (result == 0) result = capi_set_runtime_line_phone_phy_status(LINE_1, "On-hook");
+  if (result == 0) result = add_call("15551230009");
+  if (result == 0) puts("told of the registration and of a call");
+  capi_uninit();
+  return result == 0 ? 0 : 1;
+}
