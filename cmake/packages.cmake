@@ -3,7 +3,8 @@
 # The Debian packages, a component each: "cpack" in the build directory makes them.
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME capi)
-set(CPACK_PACKAGE_CONTACT "The capi authors <capi@localhost>")
+set(CPACK_PACKAGE_CONTACT "The capi authors <capi@adapter.invalid>")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "") # or it would stand above each package's own
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
@@ -11,43 +12,67 @@ set(CPACK_COMPONENTS_ALL library dev)
 if(CAPI_BUILD_TOOL)
   list(APPEND CPACK_COMPONENTS_ALL tool)
 endif()
+set(CPACK_PRE_BUILD_SCRIPTS ${CMAKE_CURRENT_SOURCE_DIR}/cmake/debian/compress.cmake)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
-if(CMAKE_SYSTEM_PROCESSOR STREQUAL armv7l)
+if(CMAKE_LIBRARY_ARCHITECTURE STREQUAL arm-linux-gnueabihf)
   set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE armhf)
 endif()
 
-set(CPACK_DEBIAN_LIBRARY_PACKAGE_NAME libcapi${PROJECT_VERSION_MAJOR})
+# Other packages learn from "shlibs" what to depend on, and ldconfig hears of the library.
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
+
+# What the programs are linked with; the library, which no package on this machine has, is told
+# below.
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_CURRENT_BINARY_DIR})
+
+set(library libcapi${PROJECT_VERSION_MAJOR})
+set(this_version "(= ${PROJECT_VERSION})")
+
+set(CPACK_DEBIAN_LIBRARY_PACKAGE_NAME ${library})
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_SECTION libs)
-set(CPACK_COMPONENT_LIBRARY_DESCRIPTION "configuration library of an LTE phone adapter
- Gives every process of the device one typed view of its configuration and live
- state in shared memory.")
+set(CPACK_DEBIAN_LIBRARY_DESCRIPTION "configuration library of an LTE phone adapter
+Gives every process of the device one typed view of its configuration and live
+state in shared memory.")
+
+set(CPACK_DEBIAN_LIBRARY_PACKAGE_CONTROL_EXTRA ${CMAKE_CURRENT_SOURCE_DIR}/cmake/debian/triggers)
 
 set(CPACK_DEBIAN_DEV_PACKAGE_NAME libcapi-dev)
 set(CPACK_DEBIAN_DEV_PACKAGE_SECTION libdevel)
-set(CPACK_COMPONENT_DEV_DESCRIPTION "development files of libcapi
- Headers and what pkg-config and CMake need to build a program that uses the
- configuration library of an LTE phone adapter.")
+set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS "${library} ${this_version}, libcjson-dev")
+set(CPACK_DEBIAN_DEV_DESCRIPTION "development files of libcapi
+Headers, examples, and what pkg-config and CMake need to build a program that
+uses the configuration library of an LTE phone adapter.")
 
 set(CPACK_DEBIAN_TOOL_PACKAGE_NAME capictl)
 set(CPACK_DEBIAN_TOOL_PACKAGE_SECTION utils)
-set(CPACK_COMPONENT_TOOL_DESCRIPTION "an LTE phone adapter from the terminal
- Shows and changes the configuration, the call log, the short messages and the
- live state of an adapter that runs libcapi.")
+set(CPACK_DEBIAN_TOOL_PACKAGE_DEPENDS "${library} ${this_version}")
+set(CPACK_DEBIAN_TOOL_DESCRIPTION "LTE phone adapter from the terminal
+Shows and changes the configuration, the call log, the short messages and the
+live state of an adapter that runs libcapi.")
 
-set(this_version "(= ${PROJECT_VERSION})")
-set(CPACK_DEBIAN_LIBRARY_PACKAGE_DEPENDS "libc6, libcjson1")
-set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS
-  "${CPACK_DEBIAN_LIBRARY_PACKAGE_NAME} ${this_version}, libcjson-dev")
-set(CPACK_DEBIAN_TOOL_PACKAGE_DEPENDS
-  "${CPACK_DEBIAN_LIBRARY_PACKAGE_NAME} ${this_version}, libc6, libcjson1, libstdc++6, libgcc-s1")
+# A package of another version than its changelog's would be a mistake.
+file(STRINGS cmake/debian/changelog newest LIMIT_COUNT 1)
+if(NOT newest MATCHES "^capi \\(${PROJECT_VERSION}\\) ")
+  message(FATAL_ERROR "cmake/debian/changelog does not begin with version ${PROJECT_VERSION}")
+endif()
 
-# Debian wants the licence where it looks for it.
+# Licence and changelog stand where Debian looks for them. Other installations can do without.
 foreach(component IN ITEMS library dev tool)
   string(TOUPPER ${component} upper)
-  install(FILES LICENSE RENAME copyright COMPONENT ${component}
-    DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${CPACK_DEBIAN_${upper}_PACKAGE_NAME})
+  set(directory ${CMAKE_INSTALL_DATADIR}/doc/${CPACK_DEBIAN_${upper}_PACKAGE_NAME})
+  install(FILES LICENSE RENAME copyright COMPONENT ${component} DESTINATION ${directory}
+    EXCLUDE_FROM_ALL)
+  install(FILES cmake/debian/changelog COMPONENT ${component} DESTINATION ${directory}
+    EXCLUDE_FROM_ALL)
 endforeach()
+install(FILES cmake/debian/lintian-overrides RENAME ${library} COMPONENT library EXCLUDE_FROM_ALL
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/lintian/overrides)
+file(GLOB examples ${CMAKE_CURRENT_SOURCE_DIR}/examples/*.c)
+install(FILES ${examples} COMPONENT dev EXCLUDE_FROM_ALL
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${CPACK_DEBIAN_DEV_PACKAGE_NAME}/examples)
 
 # Packages are made of what is built, and make nothing themselves.
 set(CMAKE_SKIP_INSTALL_ALL_DEPENDENCY ON)

@@ -2,35 +2,45 @@
 # SPDX-FileCopyrightText: The capi authors
 # SPDX-License-Identifier: MIT
 #
-# install_test.sh BUILD-DIR C-COMPILER FLAGS
+# install_test.sh BUILD-DIR C-COMPILER C++-COMPILER FLAGS [EMULATOR...]
 #
-# Installs the library and builds a client of what is installed, through pkg-config and through
-# find_package. FLAGS is one argument: what the compiler needs besides.
+# Installs into an empty prefix, moves that, builds clients of what is there and runs them. Needs a
+# private view.
 set -euo pipefail
 
-build=$1 cc=$2 flags=$3
+build=$1 c_compiler=$2 cxx_compiler=$3 flags=$4
+here=$(dirname "$0")
+shift 4
+# shellcheck disable=SC2034
+emulator=("$@")
+# shellcheck source=tests/abi/clients.sh
+source "$here/clients.sh"
 scratch=$(mktemp -d)
-trap 'rm -rf "$scratch"' EXIT
 cd "$scratch"
 
-cmake --install "$build" --prefix "$scratch/usr" >install.log
-printf '#include <capi.h>\nint main(void) { return capi_lock(); }\n' >client.c
+quietly cmake --install "$build" --prefix "$scratch/first"
+mv first usr
+prefix=$scratch/usr
+for file in include/capi.h bin/capictl share/man/man1/capictl.1 \
+  share/bash-completion/completions/capictl; do
+  [ -e "usr/$file" ] || fail "$file is not installed"
+done
+grep -rl "$scratch\|$build" usr --include='*.cmake' --include='*.pc' &&
+  fail 'this file knows where it was made'
 
-PKG_CONFIG_PATH=$(dirname "$(find "$scratch/usr" -name capi.pc)")
-export PKG_CONFIG_PATH
-read -ra installed <<<"$(pkg-config --cflags --libs capi)"
-read -ra extra <<<"$flags"
-"$cc" -std=c99 "${extra[@]}" client.c -o by_pkg_config "${installed[@]}"
-echo 'ok: pkg-config'
+touch /tmp/m_data
+printf '#!/bin/sh\n' >/usr/sbin/vsdk_cmd
+chmod +x /usr/sbin/vsdk_cmd
+LD_LIBRARY_PATH=$(dirname "$(find usr -name libcapi.so)")
+LD_LIBRARY_PATH=$(realpath "$LD_LIBRARY_PATH")
 
-cat >CMakeLists.txt <<'END'
-cmake_minimum_required(VERSION 3.22)
-project(client LANGUAGES C)
-find_package(capi 0.1 REQUIRED)
-add_executable(client client.c)
-target_link_libraries(client PRIVATE capi::capi)
-END
-cmake -S . -B by_cmake -G Ninja -DCMAKE_C_COMPILER="$cc" -DCMAKE_C_FLAGS="$flags" \
-  -DCMAKE_PREFIX_PATH="$scratch/usr" >cmake.log
-cmake --build by_cmake >cmake.log || { cat cmake.log; exit 1; }
-echo 'ok: find_package'
+write_clients
+build_with_pkg_config
+build_with_cmake
+export LD_LIBRARY_PATH
+for client in by_pkg_config/c_client by_pkg_config/cxx_client by_cmake/c_client \
+  by_cmake/cxx_client; do
+  run_client "$client"
+done
+said=$("${emulator[@]}" usr/bin/capictl config get sip_line_1.display_name)
+[ "$said" = Kitchen ] || fail "capictl said \"$said\""

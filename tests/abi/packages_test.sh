@@ -2,40 +2,67 @@
 # SPDX-FileCopyrightText: The capi authors
 # SPDX-License-Identifier: MIT
 #
-# packages_test.sh BUILD-DIR C-COMPILER C++-COMPILER FLAGS
+# packages_test.sh BUILD-DIR ARCHITECTURE C-COMPILER C++-COMPILER FLAGS CHECK [EMULATOR...]
 #
-# Makes the Debian packages, unpacks them into an empty root and builds clients of what is there.
-# FLAGS is one argument: what the compilers need besides.
+# Makes the Debian packages, installs them on the private view's system, builds clients of what is
+# installed there and runs them, and removes the packages again. CHECK tells whether lintian looks
+# at them first: what is instrumented for tests is for no one to install.
 set -euo pipefail
 
-build=$1 cc=$2 cxx=$3
-read -ra flags <<<"$4"
+build=$1 architecture=$2 c_compiler=$3 cxx_compiler=$4 flags=$5 check=$6
+here=$(dirname "$0")
+shift 6
+# shellcheck disable=SC2034
+emulator=("$@")
+# shellcheck source=tests/abi/clients.sh
+source "$here/clients.sh"
 scratch=$(mktemp -d)
-trap 'rm -rf "$scratch"' EXIT
-
-cpack -G DEB --config "$build/CPackConfig.cmake" -B "$scratch/packages" >"$scratch/log" 2>&1 ||
-  { cat "$scratch/log"; exit 1; }
-root=$scratch/root
-mkdir "$root"
-for package in "$scratch"/packages/*.deb; do
-  echo "ok: ${package##*/} needs $(dpkg-deb --field "$package" Depends)"
-  dpkg-deb --extract "$package" "$root"
-done
-
-for file in libcapi.so.0 libcapi.so capi.pc capiConfig.cmake capi.h config.h copyright; do
-  [ "$(find "$root/usr" -name "$file")" ] || { echo "FAILED: no package has $file"; exit 1; }
-done
-
-# The library's own package has no development files.
-dpkg-deb --contents "$scratch"/packages/libcapi0_*.deb | grep -E '\.h$|libcapi\.so ->' &&
-  { echo 'FAILED: development files are in the library'; exit 1; }
+# shellcheck disable=SC2034
+prefix=/usr
 
 cd "$scratch"
-printf '#include <capi.h>\nint main(void) { return capi_lock(); }\n' >client.c
-cp client.c client.cc
-PKG_CONFIG_PATH=$(dirname "$(find "$root" -name capi.pc)")
-export PKG_CONFIG_PATH
-read -ra installed <<<"$(pkg-config --cflags --libs capi)"
-"$cc" -std=c99 "${flags[@]}" client.c -o c_client "${installed[@]}"
-"$cxx" -std=c++17 "${flags[@]}" client.cc -o cxx_client "${installed[@]}"
-echo 'ok: a C and a C++ client'
+quietly cpack -G DEB --config "$build/CPackConfig.cmake" -B "$scratch"
+packages=(libcapi0_*.deb libcapi-dev_*.deb capictl_*.deb)
+for package in "${packages[@]}"; do
+  [ "$(dpkg-deb --field "$package" Architecture)" = "$architecture" ] ||
+    fail "$package is for another architecture than $architecture"
+  echo "ok: $package needs $(dpkg-deb --field "$package" Depends)"
+done
+if [ "$check" = yes ]; then
+  lintian --fail-on error,warning --tag-display-limit 0 --allow-root "${packages[@]}" ||
+    fail 'lintian is not content'
+fi
+
+dpkg-deb --info libcapi0_*.deb shlibs | grep -q '^libcapi 0 libcapi0 (>= ' ||
+  fail 'other packages do not learn what to depend on'
+dpkg-deb --contents libcapi0_*.deb | grep -E '\.h$|libcapi\.so ->' &&
+  fail 'development files are in the package of the library'
+
+quietly dpkg --install "${packages[@]}"
+for file in /usr/include/capi.h /usr/bin/capictl /usr/share/man/man1/capictl.1.gz \
+  /usr/share/bash-completion/completions/capictl /usr/share/doc/libcapi0/changelog.gz \
+  /usr/share/doc/libcapi-dev/copyright /usr/share/doc/libcapi-dev/examples/monitor.c; do
+  [ -e "$file" ] || fail "$file is not installed"
+done
+
+touch /tmp/m_data
+printf '#!/bin/sh\n' >/usr/sbin/vsdk_cmd
+chmod +x /usr/sbin/vsdk_cmd
+write_clients
+build_with_pkg_config
+build_with_cmake
+for client in by_pkg_config/c_client by_pkg_config/cxx_client by_cmake/c_client \
+  by_cmake/cxx_client; do
+  run_client "$client"
+done
+said=$("${emulator[@]}" /usr/bin/capictl config get sip_line_1.display_name)
+[ "$said" = Kitchen ] || fail "capictl said \"$said\""
+
+quietly dpkg --purge capictl libcapi-dev libcapi0
+for package in "${packages[@]}"; do
+  dpkg-deb --contents "$package" | sed -n 's|^[^d].* \./\(usr/[^ ]*\).*|/\1|p'
+done >files
+while read -r file; do
+  [ -e "$file" ] && fail "$file is still there"
+done <files
+[ "$(wc -l <files)" -gt 30 ] || fail 'the packages are next to empty'
