@@ -23,6 +23,7 @@ int capiv2_cfg_backend_post_init(void);
 /* Under capi_uninit(). Returns 0. */
 int capiv2_cfg_backend_deinit(void);
 
+/* Under capi_config_finish() and capi_init_settings_from_file(). */
 int capi_cfg_backend_config_finish(void);
 int capi_cfg_backend_init_settings_from_file(const char *path);
 
@@ -44,10 +45,15 @@ char *capiv2_cfg_backend_get_bin_dir(char *dst);
 char *capiv2_cfg_backend_get_nv_dir(char *dst);
 char *capiv2_cfg_backend_get_ivr_dir(char *dst);
 
+/* Under capi_config_get(), capi_config_set() and capi_make_config_file(). */
 int capi_cfg_backend_get_config(const char *section, const char *name, char *buf, int size);
 int capi_cfg_backend_set_config(const char *section, const char *name, int size, const char *value);
 int capi_cfg_backend_make_config_file(unsigned type);
 
+/*
+ * Under the getters and setters of records in capi/config.h that have the same name without
+ * "cfg_backend_", "features" being "feature" there.
+ */
 int capi_cfg_backend_get_voice_stack(struct capi_voice_stack *record, int index);
 int capi_cfg_backend_set_voice_stack(const struct capi_voice_stack *record, int index);
 int capi_cfg_backend_get_voice_switch(struct capi_voice_switch *record);
@@ -85,6 +91,7 @@ int capi_cfg_backend_get_carrier_info(const char *imsi, const char *iccid,
                                       struct capi_carrier_info *out);
 int capi_cfg_backend_get_carrier_info_ext(const char *name, struct capi_carrier_info *out);
 
+/* Under the calls in capi/runtime.h that have the same name without "cfg_backend_". */
 int capi_cfg_backend_get_runtime_line_reg_stat(int line, struct capi_line_reg_stat *record,
                                                int stack);
 int capi_cfg_backend_set_runtime_line_reg_stat(int line, struct capi_line_reg_stat *record,

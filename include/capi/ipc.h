@@ -2,7 +2,8 @@
 /* SPDX-License-Identifier: MIT */
 /*
  * IPC sockets: IPv4 UDP between the processes of the device. What fails is told on standard output
- * with printf(), not logged. No function takes a lock, and none blocks much longer than it says.
+ * with printf(), not logged. No function takes a lock, and none blocks much longer than it says;
+ * all may be called from any thread and any callback, a socket by one thread at a time.
  *
  * A port is a number in host byte order where it is an argument. An address is compared and copied
  * as its 16 bytes, so its padding has to be zero.

@@ -1,6 +1,9 @@
 /* SPDX-FileCopyrightText: The capi authors */
 /* SPDX-License-Identifier: MIT */
-/* The start and the end of the library in a process, and the runtime directories. */
+/*
+ * The start and the end of the library in a process, and the runtime directories. Nothing here may
+ * be called from a callback of capi_init() or with a critical section held.
+ */
 #ifndef CAPI_LIFECYCLE_H
 #define CAPI_LIFECYCLE_H
 

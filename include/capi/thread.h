@@ -9,7 +9,9 @@
  * the C library's, and the library itself always calls its own.
  *
  * Functions give an enum thrd_result unless a comment says otherwise; a null pointer gives
- * thrd_error. None of them logs or takes a lock of the library.
+ * thrd_error. None of them logs or takes a lock of the library; all may be called before
+ * capi_init(), from any thread and from any callback. The caller owns mutexes, condition variables,
+ * pipes and waitors: it initializes them before use and destroys them after it.
  */
 #ifndef CAPI_THREAD_H
 #define CAPI_THREAD_H
@@ -41,7 +43,10 @@ enum mtx_type { mtx_plain = 0, mtx_timed = 1, mtx_recursive = 2 };
 
 typedef pthread_mutex_t mtx_t;
 
+/* Initializes a mutex; "type" is of enum mtx_type. */
 int mtx_init(mtx_t *mutex, int type);
+
+/* Wait, without limit, for a mutex, and free it. */
 int mtx_lock(mtx_t *mutex);
 int mtx_unlock(mtx_t *mutex);
 
@@ -57,9 +62,14 @@ int mtx_destroy(mtx_t *mutex);
 /* Condition variables. The caller of a wait holds the mutex; a wait may end for no reason. */
 typedef pthread_cond_t cnd_t;
 
+/* Initializes a condition variable. */
 int cnd_init(cnd_t *condition);
+
+/* Wake one of the threads that wait, and all of them. */
 int cnd_signal(cnd_t *condition);
 int cnd_broadcast(cnd_t *condition);
+
+/* Waits, without limit, with the mutex free meanwhile. */
 int cnd_wait(cnd_t *condition, mtx_t *mutex);
 
 /* Waits until "deadline" (CLOCK_REALTIME) at the latest, then gives thrd_timedout. */
@@ -79,6 +89,7 @@ typedef int (*thrd_start_t)(void *arg);
  */
 int thrd_create(thrd_t *thread, int stack_kib, thrd_start_t function, void *arg);
 
+/* Returns the id of the calling thread. */
 thrd_t thrd_current(void);
 
 /* Returns 1 when the ids are those of one thread, else 0. */
@@ -87,6 +98,7 @@ int thrd_equal(thrd_t a, thrd_t b);
 /* Ends the calling thread; "result" is lost. */
 void thrd_exit(int result) __attribute__((noreturn));
 
+/* Lets a thread end without being joined. */
 int thrd_detach(thrd_t thread);
 
 /* Waits for the end of a thread. "result" may be null and is set to 0. */
@@ -141,6 +153,7 @@ typedef struct capi_waitor {
   cnd_t condition;
 } waitor_t;
 
+/* Initializes a waitor that is not signalled. */
 int waitor_init(waitor_t *waitor);
 
 /* Sets the value and, unless it is 0, wakes all that wait. */
@@ -158,6 +171,7 @@ int waitor_waitfor(waitor_t *waitor);
  */
 int waitor_waitfor_timeout(waitor_t *waitor, int milliseconds);
 
+/* Destroys a waitor that nobody waits for. */
 int waitor_destroy(waitor_t *waitor);
 
 CAPI_END_DECLS
