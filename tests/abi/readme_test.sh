@@ -15,19 +15,18 @@ emulator=("$@")
 scratch=$(mktemp -d "$library/readme_test.XXXXXX")
 trap 'rm -rf "$scratch"' EXIT
 
-# An example is a block of C or C++ behind a line "<!-- example -->"; each gets a file of its own.
+# An example is a block of C or C++ behind a line "<!-- example: FILE -->".
 awk -v dir="$scratch" '
-  marked && /^```(c|cpp)$/ { file = dir "/example" ++n "." substr($0, 4); marked = 0; next }
+  /^<!-- example: [a-z_.]+ -->$/ { name = $3; next }
+  name && /^```(c|cpp)$/ { file = dir "/" name; name = ""; next }
   /^```$/ { file = "" }
-  file { print >file }
-  /./ { marked = 0 }
-  /^<!-- example -->$/ { marked = 1 }' "$source/README.md"
+  file { print >file }' "$source/README.md"
 
 common=("${flags[@]}" -Wall -Wextra -Werror -I "$source/include" -L "$library"
   "-Wl,-rpath,$library")
 programs=()
-for file in "$scratch"/example*; do
-  [ -e "$file" ] || { echo 'README.md has no example.'; exit 1; }
+for file in "$scratch"/master.cpp "$scratch"/client.c; do
+  [ -e "$file" ] || { echo "README.md has no ${file##*/}"; exit 1; }
   program=${file%.*}
   case $file in
     *.c) "$cc" -std=c99 "${common[@]}" "$file" -o "$program" -lcapi ;;
