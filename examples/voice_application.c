@@ -6,12 +6,20 @@
 #include <string.h>
 #include <time.h>
 
+/* The runtime status counts lines and stacks from 0; the types of calls are the device's own. */
 enum { LINE_1 = 0, VOIP_STACK = 1, OUTGOING = 1, CALL_SECONDS = 42 };
 
 static void log_line(int level, const char *text) {
   if (level <= 4) fprintf(stderr, "%s\n", text);
 }
 
+/* Called in the process that stores a registration, with lock 0 held: no call of the library. */
+static int registration_changed(int line, int stack, struct capi_line_reg_stat *stored) {
+  printf("line %d on stack %d: %s\n", line, stack, stored->registered ? "registered" : "not");
+  return 0;
+}
+
+/* Live status is zero but for what is known: readers get times and texts made of it. */
 static int publish_registration(void) {
   struct capi_line_reg_stat status;
   memset(&status, 0, sizeof status);
@@ -20,6 +28,7 @@ static int publish_registration(void) {
   return capi_set_runtime_line_reg_stat(LINE_1, &status, VOIP_STACK);
 }
 
+/* Logs the call and posts the signal that tells of it. */
 static int add_call(const char *number) {
   struct capi_call_log_record call;
   memset(&call, 0, sizeof call);
@@ -32,12 +41,13 @@ static int add_call(const char *number) {
 }
 
 int main(void) {
+  const struct capi_callbacks callbacks = {NULL, NULL, registration_changed};
   int result;
-  capi_init(NULL, 0, log_line);
+  capi_init(&callbacks, 0, log_line);
   result = publish_registration();
   if (result == 0) result = capi_set_runtime_line_phone_phy_status(LINE_1, "On-hook");
   if (result == 0) result = add_call("15551230009");
-  if (result == 0) puts("told of the registration and of a call");
   capi_uninit();
+  if (result == 0) puts("told of the registration and of a call");
   return result == 0 ? 0 : 1;
 }

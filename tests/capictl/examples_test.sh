@@ -3,20 +3,43 @@
 # SPDX-License-Identifier: MIT
 source "$(dirname "$0")/support.sh"
 
-# The examples on one adapter, one after another.
-start_adapter
+# example CODE OUTPUT NAME [ARG...]: under an emulator the tool comes last on its command line.
+examples=$(dirname "$add_calls")/../../examples
+emulator=("${tool[@]:0:${#tool[@]}-1}")
 example() {
-  local name=$1 expected=$2 actual
-  shift 2
-  actual=$("${tool[@]:0:${#tool[@]}-1}" "$(dirname "$add_calls")/../../examples/example_$name" "$@") ||
-    fail "the example $name ends with $?"
-  [ "$actual" = "$expected" ] || fail "the example $name said: $actual"
+  local code=$1 output=$2 name=$3 actual status=0
+  shift 3
+  actual=$("${emulator[@]}" "$examples/example_$name" "$@" 2>/tmp/errors) || status=$?
+  if [ $status -ne "$code" ] || [ "$actual" != "$output" ]; then
+    fail "the example $name $*: exit code $status instead of $code, and: $actual"
+    cat /tmp/errors
+  fi
 }
-example monitor $'line 1: Unregistered, Unknown\nline 2: Unregistered, Unknown' 1
-example web_front_end 'line 1 is Kitchen now' 1 Kitchen
+
+# Without an adapter each says so.
+example 1 '' monitor 1
+example 1 '' web_front_end 1 Kitchen
+example 2 '' web_front_end
+
+# On one, one after the other.
+start_adapter
+example 0 $'line 1: Unregistered, Unknown\nline 2: Unregistered, Unknown' monitor 1
+example 0 'line 1 is Kitchen now' web_front_end 1 Kitchen
 expect 0 Kitchen config get sip_line_1.display_name
-example voice_application 'told of the registration and of a call'
-example monitor $'line 1: Registered, On-hook\nline 2: Unregistered, Unknown' 1
+grep -qx 'displayname=Kitchen' /tmp/vosip.conf.voip || fail 'the voice stack was not told'
+example 1 '' web_front_end 3 Kitchen
+
+# The daemon tells of a change, and stops when it is told to.
+"${emulator[@]}" "$examples/example_monitor" >/tmp/watched 2>/dev/null &
+monitor=$!
+told() { until [ "$(wc -l </tmp/watched)" -ge "$1" ]; do sleep 0.1; done; }
+told 2
+example 0 $'line 0 on stack 1: registered\ntold of the registration and of a call' voice_application
+told 3
+kill -TERM $monitor
+wait $monitor || fail "the daemon ends with $?"
+[ "$(tail -n +3 /tmp/watched)" = 'line 1: Registered, On-hook' ] ||
+  fail "the daemon said: $(cat /tmp/watched)"
 [ "$("${tool[@]}" calls list | cut -f 4)" = 15551230009 ] || fail 'the call is not in the log'
 
 finish
