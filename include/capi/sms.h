@@ -3,7 +3,8 @@
 /*
  * The short messages: one file of received and one of sent ones, "sm_recv" and "sm_send" in the nv
  * directory, shared by all processes. A file holds at most CAPI_SMS_MAX_MESSAGES messages and
- * 81920 bytes, oldest first.
+ * 81920 bytes, oldest first. A process that uses them before capi_init() knows no directory and
+ * takes "/quorbleconf/ims_data": for the sent ones for good, for the received ones until it knows.
  *
  * A "selector" names the file: CAPI_SMS_RECEIVED or CAPI_SMS_SENT; with another one a call returns
  * -1 and touches no file.

@@ -5,7 +5,7 @@
 # log_texts_test.sh SOURCE-DIR
 #
 # Compares the texts that the library logs or prints with those that docs/troubleshooting.md
-# explains, both ways. Whatever is a sentence in the sources counts, wherever it is logged; what is
+# explains, both ways, and its paths with docs/porting.md. Whatever is a sentence in the sources counts, wherever it is logged; what is
 # none stands in $others, so that somebody has looked at each.
 set -euo pipefail
 export LC_ALL=C
@@ -84,6 +84,14 @@ comm -13 "$scratch/literals" "$scratch/explained" >"$scratch/stale"
 report 'docs/troubleshooting.md explains what no source says' "$scratch/stale"
 comm -13 "$scratch/literals" "$scratch/others" >"$scratch/unused"
 report 'this test excepts what no source says' "$scratch/unused"
+
+# Paths of the device, which a porting engineer has to know of.
+# shellcheck disable=SC2086
+grep -ohE '"/(tmp|etc|usr|quorbleconf)/[a-z_./]*' $sources | cut -c 2- | sort -u |
+  while read -r path; do
+    grep -qF -- "$path" docs/porting.md || echo "$path"
+  done >"$scratch/paths"
+report 'docs/porting.md does not tell of' "$scratch/paths"
 echo "explained: $(wc -l <"$scratch/explained")"
 [ "$(wc -l <"$scratch/explained")" -gt 150 ] || { echo 'FAILED: next to nothing is explained'; exit 1; }
 [ $failures -eq 0 ]
