@@ -26,7 +26,7 @@ fail() {
 # The sources, without what was made of them.
 mkdir /tmp/capi
 cd "$source"
-tar -c --exclude=./build --exclude=./.git . | tar -x -C /tmp/capi
+tar -c --exclude=./build --exclude=./.git . | tar -x --no-same-owner -C /tmp/capi
 cd /tmp/capi
 awk '
   /^<!-- example: [a-z_.]+ -->$/ { name = $3; next }
@@ -44,6 +44,10 @@ printf '#!/bin/sh\nexec "$@"\n' >/tmp/bin/sudo
 printf '#!/bin/sh\nexec %s "$@"\n' "${capictl[*]}" >/tmp/bin/capictl
 chmod +x /usr/sbin/vsdk_cmd /tmp/bin/*
 PATH=/tmp/bin:$PATH
+# In an ordinary user's view nobody may write there.
+for directory in /usr/local/include /usr/local/lib /usr/local/share; do
+  [ -w $directory ] || mount -t tmpfs tmpfs $directory
+done
 
 count=0
 while IFS= read -r command; do
