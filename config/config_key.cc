@@ -35,6 +35,8 @@ capi_config_key describe(const Section& section, std::string_view own_key, const
   key.capacity = field.set_size;
   key.value_max = field.clamp_max;
   key.is_shared = is_numbered && field.stride == 0 ? 1 : 0;
+  key.offset = field.offset;
+  key.stride = field.stride;
   return key;
 }
 

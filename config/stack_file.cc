@@ -9,6 +9,7 @@
 
 #include "backend/context.h"
 #include "capi/backend.h"
+#include "capi/snapshot.h"
 #include "config/sim_file.h"
 #include "config/stack_plan.h"
 #include "foundation/file.h"
@@ -191,20 +192,36 @@ class StackFileWriter {
   int number_ = 0;    // of the section, as it is named
 };
 
+const StackType& type_of(unsigned type) {
+  return kTypes[std::min<size_t>(type, std::size(kTypes) - 1)];
+}
+
+int write_file(const char* path, const cfg_shared_record& record, const StackType& type) {
+  const File file = open_file(path, "wb+");
+  if (!file) return -1;
+  TextFile text(file.get());
+  StackFileWriter(text, record, type).write();
+  return 0;
+}
+
 }  // namespace
 }  // namespace capi
 
 int capi_cfg_backend_make_config_file(unsigned type) {
   using namespace capi;
   return with_shared_record([&](const cfg_shared_record& record) CAPI_REQUIRES(kConfShmLock) {
-    const StackType& row = kTypes[std::min<size_t>(type, std::size(kTypes) - 1)];
+    const StackType& row = type_of(type);
     char path[32];
     snprintf(path, sizeof path, "/tmp/vosip.conf%s", row.suffix);
-    const File file = open_file(path, "wb+");
-    if (!file) return -1;
-    TextFile text(file.get());
-    StackFileWriter(text, record, row).write();
+    if (write_file(path, record, row) != 0) return -1;
     if (row.refreshes_sim_file) refresh_sim_file(record);
     return 0;
   });
+}
+
+int capi_snapshot_write_config_file(const cfg_shared_record* snapshot, unsigned type,
+                                    const char* path) {
+  using namespace capi;
+  if (snapshot == nullptr || path == nullptr) return -1;
+  return write_file(path, *snapshot, type_of(type));
 }

@@ -23,10 +23,12 @@ struct capi_config_key {
   int32_t capacity;    /* bytes of a text that setting it keeps, the terminator included; or 4 */
   int32_t value_max;   /* a number is kept in 0 to this; 0 for one that is kept as it is */
   int32_t is_shared;   /* 1 when all sections of the number have the value in common */
+  int32_t offset;      /* of the value in struct cfg_shared_record, for number 1 if it has one */
+  int32_t stride;      /* from there to the value for the next number; 0 for none */
 };
 
 CAPI_LAYOUT_ASSERT(offsetof(struct capi_config_key, section_max) == 88, config_key_section_max);
-CAPI_LAYOUT_ASSERT(sizeof(struct capi_config_key) == 112, capi_config_key);
+CAPI_LAYOUT_ASSERT(sizeof(struct capi_config_key) == 120, capi_config_key);
 
 /* Receives a key, which is valid during the call only. A result other than 0 ends the walk. */
 typedef int (*capi_config_key_cb)(const struct capi_config_key *key, void *user);

@@ -5,8 +5,11 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <cstdlib>
+#include <cstring>
 #include <set>
 
+#include "capi/snapshot.h"
 #include "support/adapter.h"
 #include "support/all_keys.h"
 
@@ -38,6 +41,10 @@ std::string with_number(std::string pattern, int number) {
   const size_t place = pattern.find("%d");
   if (place != std::string::npos) pattern.replace(place, 2, std::to_string(number));
   return pattern;
+}
+
+int number_of(const std::string& name) {
+  return atoi(name.c_str() + name.find_last_not_of("0123456789") + 1);
 }
 
 // Calls "visit" with the section and the name of every single key.
@@ -95,6 +102,21 @@ TEST_F(ConfigKey, TellsWhatIsPeculiarToAKey) {
   EXPECT_EQ(key_named("option_sip_server_sip_domain").capacity, 256);
   EXPECT_EQ(key_named("option_sip_server_registrar").is_shared, 0);
   EXPECT_EQ(key_named("option_sms_sca").is_shared, 0);
+}
+
+TEST_F(ConfigKey, TellsWhereTheValueStandsInTheRecord) {
+  for_each_single_key(
+      [](const std::string& section, const std::string& name, const capi_config_key& key) {
+        const bool has_number = key.section_max != 0 || key.name_max != 0;
+        const int number = has_number ? number_of(key.section_max != 0 ? section : name) : 1;
+        cfg_shared_record record{};
+        char* field = reinterpret_cast<char*>(&record) + key.offset + key.stride * (number - 1);
+        const int32_t value = 57;  // the text "9"
+        memcpy(field, &value, sizeof value);
+        char text[1024] = {};
+        capi_snapshot_get(&record, section.c_str(), name.c_str(), text, sizeof text);
+        EXPECT_STREQ(text, key.kind == CAPI_CONFIG_TEXT ? "9" : "57") << section << " " << name;
+      });
 }
 
 TEST_F(ConfigKey, TheWalkEndsAtTheCallbacksWish) {

@@ -5,10 +5,12 @@
 #include <sys/sem.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstring>
 #include <filesystem>
 #include <thread>
 
+#include "capi/snapshot.h"
 #include "support/adapter.h"
 #include "support/all_keys.h"
 
@@ -295,6 +297,34 @@ TEST_F(StackFileTest, LeavesNoDescriptorOpen) {
   const size_t before = open_descriptors();
   for (const FileType& type : kTypes) EXPECT_EQ(capi_make_config_file(type.type), 0);
   EXPECT_EQ(open_descriptors(), before);
+}
+
+TEST_F(StackFileTest, OfASnapshotIsTheOneOfTheRecordWrittenElsewhere) {
+  load_all_keys();
+  cfg_shared_record snapshot;
+  ASSERT_EQ(capi_snapshot_take(&snapshot), 0);
+  for (const FileType& type : kTypes) {
+    const std::string expected = make(std::min(type.type, 6U));
+    std::filesystem::remove(type.path);
+    EXPECT_EQ(capi_snapshot_write_config_file(&snapshot, type.type, "/tmp/elsewhere"), 0);
+    EXPECT_EQ(read_file("/tmp/elsewhere"), expected);
+    EXPECT_FALSE(std::filesystem::exists(type.path));
+  }
+}
+
+TEST_F(StackFileTest, OfASnapshotHasTheValuesOfTheSnapshot) {
+  cfg_shared_record snapshot{};
+  strcpy(snapshot.voice_basic.country, "elsewhere");
+  EXPECT_EQ(capi_snapshot_write_config_file(&snapshot, 1, "/tmp/elsewhere"), 0);
+  EXPECT_THAT(read_file("/tmp/elsewhere"), HasSubstr("countrycode=elsewhere\n"));
+}
+
+TEST_F(StackFileTest, OfASnapshotThatCannotBeCreatedFails) {
+  const cfg_shared_record snapshot{};
+  EXPECT_EQ(capi_snapshot_write_config_file(&snapshot, 1, "/nowhere/file"), -1);
+  EXPECT_EQ(capi_snapshot_write_config_file(&snapshot, 1, nullptr), -1);
+  EXPECT_EQ(capi_snapshot_write_config_file(nullptr, 1, "/tmp/never"), -1);
+  EXPECT_FALSE(std::filesystem::exists("/tmp/never"));
 }
 
 }  // namespace
