@@ -5,7 +5,7 @@ source "$(dirname "$0")/support.sh"
 
 start_adapter
 expect 0 '' calls list
-add_calls
+others calls
 anna=$'0\t0\t1\t15551230007\tAnna\t1000\t1005\t1065'
 carl=$'1\t2\t1\t15551230008\t"B", Carl\t2000\t2005\t2065'
 expect 0 "$carl
@@ -13,11 +13,49 @@ $anna" calls list
 expect 0 "$anna" calls list --type 0
 expect_error 2 $'--type: Value 3 not in range 0 to 2\nRun with --help for more information.' calls list --type 3
 
+expect_on_terminal 0 'node  type  line  number       name       start  connect   end
+   1     2     1  15551230008  "B", Carl   2000     2005  2065
+   0     0     1  15551230007  Anna        1000     1005  1065' calls list
+expect 0 '[{
+		"node":	0,
+		"type":	0,
+		"line":	1,
+		"number":	"15551230007",
+		"name":	"Anna",
+		"start":	1000,
+		"connect":	1005,
+		"end":	1065
+	}]' calls list --type 0 --json
+expect 0 '[]' --json calls list --type 1
+
 zeroes=$'PacketsSent\t0\nPacketsReceived\t0\nPacketsLost\t7\nPacketsDiscarded\t0\nBytesReceived\t0
 BytesSent\t0\nRoundTripDelay\t0\nPayloadType\t0\nReceiveInterarrivalJitter\t0\nMinJitter\t0
 MaxJitter\t0\nDecodelatency\t0'
 expect 0 $'node\t0\nsequence\t0\ntype\t0\nline\t1\nstart\t1000\nconnect\t1005\nend\t1065\nname\tAnna\nnumber\t15551230007\n'"$zeroes" \
   calls show 0
+expect 0 '{
+	"node":	"1",
+	"sequence":	"1",
+	"type":	"2",
+	"line":	"1",
+	"start":	"2000",
+	"connect":	"2005",
+	"end":	"2065",
+	"name":	"\"B\", Carl",
+	"number":	"15551230008",
+	"PacketsSent":	"0",
+	"PacketsReceived":	"0",
+	"PacketsLost":	"7",
+	"PacketsDiscarded":	"0",
+	"BytesReceived":	"0",
+	"BytesSent":	"0",
+	"RoundTripDelay":	"0",
+	"PayloadType":	"0",
+	"ReceiveInterarrivalJitter":	"0",
+	"MinJitter":	"0",
+	"MaxJitter":	"0",
+	"Decodelatency":	"0"
+}' calls show 1 --json
 expect_error 3 'capictl: there is no call in node 5. All calls: capictl calls list' calls show 5
 
 csv='node,sequence,type,line,start,connect,end,name,number,PacketsSent,PacketsReceived,PacketsLost,PacketsDiscarded,BytesReceived,BytesSent,RoundTripDelay,PayloadType,ReceiveInterarrivalJitter,MinJitter,MaxJitter,Decodelatency
@@ -26,23 +64,21 @@ csv='node,sequence,type,line,start,connect,end,name,number,PacketsSent,PacketsRe
 expect 0 "$csv" calls export
 expect 0 '' calls export --csv /tmp/calls.csv
 [ "$(cat /tmp/calls.csv)" = "$csv" ] || fail 'the export is not what is printed'
+[ -z "$errors" ] || fail "an export off the terminal said: $errors"
+expect 0 "$(sed 2d <<<"$csv")" calls export --type 0
+expect_on_terminal 0 $'\r1 of 2 calls\r2 of 2 calls' calls export /tmp/calls.csv
+[ "$(cat /tmp/calls.csv)" = "$csv" ] || fail 'the export on a terminal is another one'
 expect_error 3 'capictl: /nowhere/calls.csv cannot be written' calls export /nowhere/calls.csv
 expect_error 3 'capictl: /dev/full is not complete: is the disk full?' calls export /dev/full
 
-# A check reads only, and tells where the damage is.
-expect 0 '' calls check
+# A copy of it.
 expect 0 '' calls backup /tmp/copy
-expect 0 '' calls check /tmp/copy
-printf "\377\377" | dd of=/tmp/copy bs=1 seek=466 conv=notrunc status=none  # next of the first free node
-cp /tmp/copy /tmp/damaged
-expect 1 $'free nodes, forwards: step 2 leads to node 65535, which does not exist' calls check /tmp/copy
-cmp /tmp/copy /tmp/damaged || fail 'the check changed the file'
-printf x >>/tmp/copy
-expect 1 'it has 62445 bytes instead of 62444' calls check /tmp/copy
-
+until cmp --silent /tmp/copy /quorbleconf/nv/voip_call_log; do :; done # it may still be written
 expect_error 3 'capictl: the path goes to the shell as it is; choose one without blanks and such signs' \
   calls backup '/tmp/a b'
 expect 0 '' calls delete 0
+expect_error 3 'capictl: there is no call in node 0. All calls: capictl calls list' calls delete 0
+expect_error 2 $'NODE: Value 300 not in range 0 to 299\nRun with --help for more information.' calls delete 300
 expect 0 "$carl" calls list
 expect 0 '' calls clear --type 0
 expect 0 "$carl" calls list

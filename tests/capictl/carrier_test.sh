@@ -21,4 +21,27 @@ list=$("${tool[@]}" carrier list)
 [ "$(wc -l <<<"$list")" -eq 50 ] || fail 'carrier list is not whole'
 [ "$(head -n 1 <<<"$list")" = "$test_row" ] || fail 'carrier list begins wrongly'
 
+expect_on_terminal 0 'row  carrier  file                                   MCC  MNCs  MNC length  ICCID prefix  fits by  chosen
+  1       38  /tmp/carrier_config/voip_TEST_XX.conf  001  01             2                IMSI     yes: first that fits the IMSI' carrier
+expect 0 '[{
+		"row":	1,
+		"carrier":	38,
+		"file":	"/tmp/carrier_config/voip_TEST_XX.conf",
+		"MCC":	"001",
+		"MNCs":	"01",
+		"MNC length":	2,
+		"ICCID prefix":	"",
+		"fits by":	"IMSI",
+		"chosen":	"yes: first that fits the IMSI"
+	}]' carrier --json
+# An IMSI alone is looked at with the ICCID of the SIM.
+expect 0 "${csl}yes: first that fits the IMSI
+${webbing}IMSI"$'\tno' carrier 454001234567890
+[ "$("${tool[@]}" carrier list --json | grep -c '"row"')" -eq 50 ] || fail 'the JSON is not whole'
+
+# Without a SIM there is nothing to tell, unless one is named.
+expect 0 '' config set sim_info.IMSI ''
+expect_error 3 'capictl: no SIM is inserted; name an IMSI and an ICCID: capictl carrier IMSI ICCID' carrier
+expect 0 "$test_row"$'\tIMSI\tyes: first that fits the IMSI' carrier 001010123456789 1
+
 finish

@@ -4,7 +4,7 @@
 source "$(dirname "$0")/support.sh"
 
 # example CODE OUTPUT NAME [ARG...]: under an emulator the tool comes last on its command line.
-examples=$(dirname "$add_calls")/../../examples
+examples=$(dirname "$others")/../../examples
 emulator=("${tool[@]:0:${#tool[@]}-1}")
 example() {
   local code=$1 output=$2 name=$3 actual status=0

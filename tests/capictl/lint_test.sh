@@ -28,6 +28,7 @@ finding 'option_sip_line_enable: not a number: read as 0' "$line" 'option_sip_li
 finding 'option_sip_line_enable: not all of it is a number: read as 1' "$line" 'option_sip_line_enable=1x'
 finding 'option_sip_line_enable: out of range: kept as 2147483647' "$line" 'option_sip_line_enable=2147483648'
 finding 'option_voice_parameter_count: out of range: kept as 12' '[voice_parameter]' 'option_voice_parameter_count=13'
+finding 'option_sip_server_proxy_port: no port: read as 5060' '[sip_server_2]' 'option_sip_server_proxy_port=0'
 finding 'option_sms_sca: too long: cut to 31 characters' '[sms]' "option_sms_sca=$(printf %032d 0)"
 finding 'the blanks in the value vanish: Frontdesk' "$line" 'option_sip_line_display_name=Front desk'
 finding '"#" ends the value: what follows is ignored' "$line" 'option_sip_line_display_name=a#b'
@@ -38,6 +39,6 @@ finding 'no key in front of "=": ignored' "$line" '=1'
 finding 'option_sip_line_user_name has no value: ignored' "$line" 'option_sip_line_user_name='
 finding 'option_sip_line_enable stands in front of the first section: ignored' 'option_sip_line_enable=1'
 finding 'longer than 2046 characters: taken in pieces' "$(printf 'a=%02100d' 0)"
-expect_error 3 'capictl: /tmp/none cannot be read. Is it there?' config lint /tmp/none
+expect_error 3 'capictl: /tmp/none cannot be read: No such file or directory' config lint /tmp/none
 
 finish

@@ -1,13 +1,18 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
-// Adds the calls that the tests of the tool list: it has no command for that.
+// What other processes of an adapter do while the tests run the tool.
+//
+// others calls: adds two calls. others lines: publishes what two lines do. others hold ID: takes a
+// lock, says so, and holds it until its standard input ends.
 #include <capi.h>
 
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 namespace {
 
-int add(unsigned type, const char* number, const char* name, uint32_t start) {
+int add_call(unsigned type, const char* number, const char* name, uint32_t start) {
   capi_call_log_record record{};
   record.endpt = 1;
   record.calltimestart = start;
@@ -19,12 +24,47 @@ int add(unsigned type, const char* number, const char* name, uint32_t start) {
   return capi_voip_add_call_log(type, &record);
 }
 
+int add_calls() {
+  return add_call(0, "15551230007", "Anna", 1000) | add_call(2, "15551230008", "\"B\", Carl", 2000);
+}
+
+int publish_lines() {
+  capi_line_reg_stat registered{};
+  registered.registered = 1;
+  registered.reg_time = 1000000000;
+  capi_line_reg_stat rejected{};
+  rejected.unreg_time = 1000000060;
+  rejected.fail_reason = 4;
+  rejected.detail_code = 403;
+  capi_shared_phone_status phone{};
+  phone.line = 1;
+  phone.hook = 1;
+  capi_shared_reg_summary summary{};
+  summary.line = 1;
+  summary.vm = 1;
+  return capi_set_runtime_line_reg_stat(0, &registered, 1) |
+         capi_set_runtime_line_reg_stat(1, &rejected, 0) |
+         capi_set_runtime_line_phone_phy_status(0, "Off-hook") |
+         capi_set_shared_data(CAPI_SHARED_PHONE_STATUS_1, &phone) |
+         capi_set_shared_data(CAPI_SHARED_REG_SUMMARY_1, &summary);
+}
+
+int hold(unsigned lock) {
+  if (capi_critical_section_lock(lock) != 0) return 1;
+  puts("held");
+  fflush(stdout);
+  while (getchar() != EOF) continue;
+  return capi_critical_section_unlock(lock);
+}
+
 }  // namespace
 
-int main() {
+int main(int argc, char** argv) {
+  const char* what = argc > 1 ? argv[1] : "";
+  int result = -1;
   capi_init(nullptr, 0, [](int, const char*) {});
-  const int result =
-      add(0, "15551230007", "Anna", 1000) | add(2, "15551230008", "\"B\", Carl", 2000);
-  capi_uninit();
+  if (strcmp(what, "calls") == 0) result = add_calls();
+  if (strcmp(what, "lines") == 0) result = publish_lines();
+  if (strcmp(what, "hold") == 0 && argc > 2) result = hold(static_cast<unsigned>(atoi(argv[2])));
   return result == 0 ? 0 : 1;
 }

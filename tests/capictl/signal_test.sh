@@ -10,11 +10,45 @@ expect 0 '' signal vop_sig_cfg_changed 1 two
 [ "$(cat /tmp/posted_signals)" = 'signal simple vop_sig_cfg_changed
 signal json {"msg":"signal","name":"vop_sig_cfg_changed","attrs":{"param1":"1","param2":"two","param3":""}}' ] ||
   fail "posted: $(cat /tmp/posted_signals)"
-expect_error 3 'capictl: "a;b" holds a character that means something to the shell; send letters, digits and signs such as . _ - + : only' \
-  signal 'a;b'
+expect 0 '' signal vop_sig_cfg_changed 'two words' '$(id)' ';*'
+[ "$(tail -n 1 /tmp/posted_signals)" = 'signal json {"msg":"signal","name":"vop_sig_cfg_changed","attrs":{"param1":"two words","param2":"$(id)","param3":";*"}}' ] ||
+  fail "posted: $(tail -n 1 /tmp/posted_signals)"
+cp /tmp/posted_signals /tmp/before
+for name in 'a;b' 'a b' '$(id)' '`id`' '' 'a|b' $'a\nb'; do
+  [ -z "$name" ] || expect_error 3 'capictl: a signal'"'"'s name has letters, digits, "_", "." and "-" only' signal "$name"
+done
+expect_error 3 $'capictl: "it\'s" cannot be sent: it holds a quote, a backslash or a control character' \
+  signal name "it's"
+expect_error 3 'capictl: "a\x1bb" cannot be sent: it holds a quote, a backslash or a control character' \
+  signal name $'a\eb'
+expect_error 2 $'PARAM: At Most 3 required but received 4\nRun with --help for more information.' \
+  signal name 1 2 3 4
+cmp /tmp/posted_signals /tmp/before || fail 'what was refused was posted all the same'
 expect_error 2 $'NAME is required\nRun with --help for more information.' signal
 expect 0 $'name\tvop_sig_voip_vm_on\nline\t1' signal decode \
   <<<'{"msg":"signal","name":"vop_sig_voip_vm_on","attrs":{"line":1}}'
+expect 0 '[{
+		"attribute":	"name",
+		"value":	"vop_sig_timer_expired"
+	}, {
+		"attribute":	"cookie",
+		"value":	"7"
+	}]' signal decode --json <<<'{"msg":"signal","name":"vop_sig_timer_expired","attrs":{"cookie":7.9}}'
+expect 0 'name	vop_sig_voip_call_state_change
+line	2
+callinfo.0.call	0
+callinfo.0.callstate	5
+callinfo.0.callpartynumber	
+callinfo.0.callpartyname	
+callinfo.1.call	1
+callinfo.1.callstate	0
+callinfo.1.callpartynumber	
+callinfo.1.callpartyname	
+callinfo.2.call	2
+callinfo.2.callstate	0
+callinfo.2.callpartynumber	
+callinfo.2.callpartyname	' signal decode \
+  <<<'{"name":"vop_sig_voip_call_state_change","attrs":{"line":2,"callinfo":[{"call":7,"callstate":5}]}}'
 expect_error 3 'capictl: standard input is not JSON' signal decode <<<'{'
 expect_error 3 'capictl: this JSON is no signal: it has no "name"' signal decode <<<'{}'
 

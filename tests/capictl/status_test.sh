@@ -4,18 +4,8 @@
 source "$(dirname "$0")/support.sh"
 
 set_up_device
-rm /tmp/m_data
-expect_error 3 "capictl: there are no locks: the adapter's master has not been started on this device" locks
 start_adapter
-free=$'0\tCAPI_LOCK_CONF_SHM\tfree\t\t\t0
-2\tCAPI_LOCK_CALL_LOG\tfree\t\t\t0
-10\tCAPI_LOCK_VOP_RUN_INFO\tfree\t\t\t0
-12\tCAPI_LOCK_VOICE_REG_STAT\tfree\t\t\t0
-18\tCAPI_LOCK_VOICE_SMS\tfree\t\t\t0'
-expect 0 "$free" locks
-expect 0 $'lines\t2\t0\tFax\t15551230002\tUnknown\t0\t0\t0' line 2
-expect_error 2 $'LINE: Value 3 not in range 1 to 2\nRun with --help for more information.' line 3
-status="device	model	QZX-200
+device="device	model	QZX-200
 device	hardware	V3
 device	serial number	2604000123456
 device	firmware	v2.4.1
@@ -28,15 +18,177 @@ sim	IMSI	001010123456789
 sim	number	+15551230001
 sim	carrier	38
 sim	carrier file	/tmp/carrier_config/voip_TEST_XX.conf
-sim	may be used	no
-lines	1	1	Frontdesk	15551230001	Unknown	0	0	0
-lines	2	0	Fax	15551230002	Unknown	0	0	0
-stores	calls of type 0	0	sound
+sim	may be used	no"
+locks='locks	0	CAPI_LOCK_CONF_SHM	free			0
+locks	2	CAPI_LOCK_CALL_LOG	free			0
+locks	10	CAPI_LOCK_VOP_RUN_INFO	free			0
+locks	12	CAPI_LOCK_VOICE_REG_STAT	free			0
+locks	18	CAPI_LOCK_VOICE_SMS	free			0'
+stores='stores	calls of type 0	0	sound
 stores	calls of type 1	0	sound
 stores	calls of type 2	0	sound
 stores	received messages	0	sound
-stores	sent messages	0	sound
-$(sed 's/^/locks\t/' <<<"$free")"
-expect 0 "$status" status
+stores	sent messages	0	sound'
+
+# An adapter on which nothing happens yet.
+expect 0 "$device
+lines	1	1	Frontdesk	15551230001	Unknown	0	0	0
+lines	2	0	Fax	15551230002	Unknown	0	0	0
+$stores
+$locks" status
+expect 0 $'lines\t2\t0\tFax\t15551230002\tUnknown\t0\t0\t0' line 2
+expect_error 2 $'LINE: Value 3 not in range 1 to 2\nRun with --help for more information.' line 3
+
+# One with lines that are in use.
+others lines
+lines='lines	1	1	Frontdesk	15551230001	Off-hook	1	1	1
+lines	2	0	Fax	15551230002	Unknown	0	0	0
+registrations	1	2	voip	Registered	2001-09-09T01:46:40Z		
+registrations	2	1	volte	Unregistered	2001-09-09T01:47:40Z	Server Rejected	403'
+expect 0 "$device
+$lines
+$stores
+$locks" status
+expect 0 "$lines" line
+expect 0 '{
+	"lines":	[{
+			"line":	1,
+			"enabled":	1,
+			"name":	"Frontdesk",
+			"user":	"15551230001",
+			"phone":	"Off-hook",
+			"hook":	1,
+			"registered stacks":	1,
+			"voice mail":	1
+		}],
+	"registrations":	[{
+			"line":	1,
+			"stack":	2,
+			"type":	"voip",
+			"status":	"Registered",
+			"since":	"2001-09-09T01:46:40Z",
+			"reason":	"",
+			"detail":	""
+		}]
+}' --json line 1
+expect_on_terminal 0 'lines
+line  enabled  name  user         phone    hook  registered stacks  voice mail
+   2        0  Fax   15551230002  Unknown     0                  0           0
+
+registrations
+line  stack  type   status        since                 reason           detail
+   2      1  volte  Unregistered  2001-09-09T01:47:40Z  Server Rejected  403' line 2
+
+# Stores that hold something, one that is damaged and one that is gone. Looking leaves them so.
+others calls
+cp /quorbleconf/nv/sm_recv /tmp/sound
+printf x >>/quorbleconf/nv/sm_recv
+cp /quorbleconf/nv/sm_recv /tmp/damaged
+mv /quorbleconf/nv/sm_send /tmp/sent
+stores='	store	entries	state
+calls of type 0	1	sound
+calls of type 1	0	sound
+calls of type 2	1	sound
+received messages	0	unsound
+sent messages		cannot be read'
+expect 0 "$device
+$lines
+$(sed '1d; s/^/stores\t/' <<<"$stores")
+$locks" status
+cmp /quorbleconf/nv/sm_recv /tmp/damaged || fail 'a look at the status changed a store'
+[ -e /quorbleconf/nv/sm_recv.err ] && fail 'a look at the status set a store aside'
+[ -e /quorbleconf/nv/sm_send ] && fail 'a look at the status made a store'
+cp /tmp/sound /quorbleconf/nv/sm_recv
+mv /tmp/sent /quorbleconf/nv/sm_send
+
+expect_on_terminal 0 'device
+model           QZX-200
+hardware        V3
+serial number   2604000123456
+firmware        v2.4.1
+IMEI            350000000000017
+WAN MAC         0a:3f:7c:21:b0:04
+WAN address     192.0.2.20
+data directory  /tmp/data
+
+sim
+ICCID         8988211000000012345
+IMSI          001010123456789
+number        +15551230001
+carrier       38
+carrier file  /tmp/carrier_config/voip_TEST_XX.conf
+may be used   no
+
+lines
+line  enabled  name       user         phone     hook  registered stacks  voice mail
+   1        1  Frontdesk  15551230001  Off-hook     1                  1           1
+   2        0  Fax        15551230002  Unknown      0                  0           0
+
+registrations
+line  stack  type   status        since                 reason           detail
+   1      2  voip   Registered    2001-09-09T01:46:40Z
+   2      1  volte  Unregistered  2001-09-09T01:47:40Z  Server Rejected  403
+
+stores
+store              entries  state
+calls of type 0          1  sound
+calls of type 1          0  sound
+calls of type 2          1  sound
+received messages        0  sound
+sent messages            0  sound
+
+locks
+id  lock                      state  holder  program  waiters
+ 0  CAPI_LOCK_CONF_SHM        free                          0
+ 2  CAPI_LOCK_CALL_LOG        free                          0
+10  CAPI_LOCK_VOP_RUN_INFO    free                          0
+12  CAPI_LOCK_VOICE_REG_STAT  free                          0
+18  CAPI_LOCK_VOICE_SMS       free                          0' status
+
+# The same as JSON.
+json_lock() {
+  printf '{\n\t\t\t"id":\t%s,\n\t\t\t"lock":\t"CAPI_LOCK_%s",\n\t\t\t"state":\t"free",
+\t\t\t"holder":\tnull,\n\t\t\t"program":\t"",\n\t\t\t"waiters":\t0\n\t\t}' "$@"
+}
+json_store() {
+  printf '{\n\t\t\t"store":\t"%s",\n\t\t\t"entries":\t%s,\n\t\t\t"state":\t"sound"\n\t\t}' "$@"
+}
+json_line() {
+  printf '{\n\t\t\t"line":\t%s,\n\t\t\t"enabled":\t%s,\n\t\t\t"name":\t"%s",\n\t\t\t"user":\t"%s",
+\t\t\t"phone":\t"%s",\n\t\t\t"hook":\t%s,\n\t\t\t"registered stacks":\t%s,\n\t\t\t"voice mail":\t%s\n\t\t}' "$@"
+}
+json_registration() {
+  printf '{\n\t\t\t"line":\t%s,\n\t\t\t"stack":\t%s,\n\t\t\t"type":\t"%s",\n\t\t\t"status":\t"%s",
+\t\t\t"since":\t"%s",\n\t\t\t"reason":\t"%s",\n\t\t\t"detail":\t"%s"\n\t\t}' "$@"
+}
+expect 0 '{
+	"device":	{
+		"model":	"QZX-200",
+		"hardware":	"V3",
+		"serial number":	"2604000123456",
+		"firmware":	"v2.4.1",
+		"IMEI":	"350000000000017",
+		"WAN MAC":	"0a:3f:7c:21:b0:04",
+		"WAN address":	"192.0.2.20",
+		"data directory":	"/tmp/data"
+	},
+	"sim":	{
+		"ICCID":	"8988211000000012345",
+		"IMSI":	"001010123456789",
+		"number":	"+15551230001",
+		"carrier":	"38",
+		"carrier file":	"/tmp/carrier_config/voip_TEST_XX.conf",
+		"may be used":	"no"
+	},
+	"lines":	['"$(json_line 1 1 Frontdesk 15551230001 Off-hook 1 1 1), $(
+  json_line 2 0 Fax 15551230002 Unknown 0 0 0)"'],
+	"registrations":	['"$(json_registration 1 2 voip Registered 2001-09-09T01:46:40Z '' ''), $(
+  json_registration 2 1 volte Unregistered 2001-09-09T01:47:40Z 'Server Rejected' 403)"'],
+	"stores":	['"$(json_store 'calls of type 0' 1), $(json_store 'calls of type 1' 0), $(
+  json_store 'calls of type 2' 1), $(json_store 'received messages' 0), $(
+  json_store 'sent messages' 0)"'],
+	"locks":	['"$(json_lock 0 CONF_SHM), $(json_lock 2 CALL_LOG), $(
+  json_lock 10 VOP_RUN_INFO), $(json_lock 12 VOICE_REG_STAT), $(json_lock 18 VOICE_SMS)"']
+}' status --json
 
 finish

@@ -1,14 +1,14 @@
 # SPDX-FileCopyrightText: The capi authors
 # SPDX-License-Identifier: MIT
 #
-# What the tests of the tool share. A test gets the checkout, a program that adds two calls and the
-# tool's command line, and runs in a private view; it ends with "finish".
+# What the tests of the tool share. A test gets the checkout, the program others and the tool's
+# command line, and runs in a private view; it ends with "finish".
 # shellcheck shell=bash
 set -u
 export LC_ALL=C.UTF-8 TZ=UTC
 
 source_dir=$1
-add_calls=$2
+others=$2
 shift 2
 tool=("$@")
 failures=0
@@ -27,8 +27,10 @@ start_adapter() {
     /quorbleconf/config/network.settings || fail 'the adapter does not start'
 }
 
-# Under an emulator the tool comes last on its command line, and so does this program.
-add_calls() { "${tool[@]:0:${#tool[@]}-1}" "$add_calls" || fail 'no calls could be added'; }
+# What other processes do. Under an emulator the tool comes last on its command line, and so does
+# any other program.
+emulator=("${tool[@]:0:${#tool[@]}-1}")
+others() { "${emulator[@]}" "$others" "$@" || fail "others $*"; }
 
 # expect CODE OUTPUT ARG...: runs the tool; what it writes on standard error is then in $errors.
 errors=
@@ -50,6 +52,17 @@ expect_error() {
   shift 2
   expect "$code" '' "$@"
   [ "$errors" = "$text" ] || fail "capictl $*: said \"$errors\" instead of \"$text\""
+}
+
+# The same for one that stands on a terminal, without colours.
+expect_on_terminal() {
+  local code=$1 output=$2 actual status=0
+  shift 2
+  actual=$(NO_COLOR=1 script --quiet --return --command "$(printf '%q ' "${tool[@]}" "$@")" \
+    /dev/null </dev/null | sed 's/\r$//'; exit "${PIPESTATUS[0]}") || status=$?
+  [ $status -eq "$code" ] && [ "$actual" = "$output" ] && return
+  fail "capictl $* on a terminal: exit code $status instead of $code"
+  diff <(echo "$output") <(echo "$actual")
 }
 
 finish() {

@@ -6,8 +6,8 @@
 #include <cstdio>
 #include <memory>
 
-#include "calls_check.h"
 #include "commands.h"
+#include "stores.h"
 #include "table.h"
 
 namespace capictl {
@@ -94,7 +94,7 @@ std::vector<std::pair<std::string, std::string>> values_of(const capi_call_log_r
 
 void show(const Context& context, const Args& args) {
   const Attachment adapter(context);
-  Table table("call", {{"value"}, {"is"}});
+  Table table = Table::of_facts("call");
   for (const auto& [name, value] : values_of(call_in_node(read_calls(-1), args.node))) {
     table.add({name, value});
   }
@@ -162,43 +162,24 @@ void back_up(const Context& context, const Args& args) {
   if (capi_voip_call_log_backup(args.path.c_str()) != 0) throw Failure("there is no call log");
 }
 
-std::string call_log_path() {
-  char path[512];
-  return capi_get_runtime_path(4, "voip_call_log", path, sizeof path);
-}
+void check(Context& context, const Args& args) { check_store(kCallLog, args.path, context); }
 
-void check(Context& context, const Args& args) {
-  std::string path = args.path;
-  if (path.empty()) {
-    const Attachment adapter(context);
-    path = call_log_path();
-  }
-  const std::vector<std::string> faults = check_call_log(read_file(path));
-  Table table("faults", {{"fault"}});
-  for (const std::string& fault : faults) table.add({fault});
-  print(table, context);
-  if (faults.empty()) return;
-  fprintf(stderr,
-          "capictl: %s is not sound. Every call that reads it fails; at its next start the master "
-          "replaces it by an empty one, and the calls in it are lost\n",
-          path.c_str());
-  context.exit_code = kFinding;
-}
-
-CLI::App* add_command(CLI::App& calls, const char* name, const char* what, Context& context,
-                      const std::shared_ptr<Args>& args, void (*run)(const Context&, const Args&)) {
+template <typename Run>
+CLI::App* add_command(CLI::App& calls, const char* name, const char* what, const char* footer,
+                      Context& context, const std::shared_ptr<Args>& args, Run run) {
   CLI::App* command = calls.add_subcommand(name, what);
+  command->footer(footer);
   command->callback([args, &context, run] { run(context, *args); });
   return command;
 }
 
-void add_type(CLI::App& command, const std::shared_ptr<Args>& args) {
-  command.add_option("--type", args->type, "Only calls of this type")
+void add_type(CLI::App* command, const std::shared_ptr<Args>& args) {
+  command->add_option("--type", args->type, "Only calls of this type")
       ->check(CLI::Range(0, CAPI_CALL_LOG_TYPES - 1));
 }
 
-void add_node(CLI::App& command, const std::shared_ptr<Args>& args) {
-  command.add_option("NODE", args->node, "The call's node, as listed")
+void add_node(CLI::App* command, const std::shared_ptr<Args>& args) {
+  command->add_option("NODE", args->node, "The call's node, as listed")
       ->required()
       ->check(CLI::Range(0, CAPI_CALL_LOG_NODES - 1));
 }
@@ -208,28 +189,38 @@ void add_node(CLI::App& command, const std::shared_ptr<Args>& args) {
 void add_calls(CLI::App& app, Context& context) {
   CLI::App* calls = app.add_subcommand("calls", "Show and change the call log");
   calls->require_subcommand(1);
+  calls->footer(
+      "What the types 0 to 2 and the times mean is up to the programs that add the calls.\n\n"
+      "Example:\n  capictl calls list --type 2");
   const auto args = std::make_shared<Args>();
+  add_type(add_command(*calls, "list", "Print the calls, the newest first",
+                       "Example:\n  capictl calls list --type 2", context, args, list),
+           args);
+  add_node(add_command(*calls, "show", "Print all that is known of a call",
+                       "Example:\n  capictl calls show 17", context, args, show),
+           args);
   CLI::App* command =
-      add_command(*calls, "list", "Print the calls, the newest first", context, args, list);
-  add_type(*command, args);
-  command = add_command(*calls, "show", "Print all that is known of a call", context, args, show);
-  add_node(*command, args);
-  command = add_command(*calls, "export", "Write the calls as comma-separated values", context,
-                        args, export_calls);
+      add_command(*calls, "export", "Write the calls as comma-separated values",
+                  "Example:\n  capictl calls export --csv calls.csv", context, args, export_calls);
   command->add_flag("--csv", args->csv, "The only form there is, and so the default");
   command->add_option("FILE", args->path, "Instead of standard output");
-  command->footer("Example:\n  capictl calls export --csv calls.csv");
-  add_type(*command, args);
-  command = add_command(*calls, "delete", "Remove a call", context, args, remove);
-  add_node(*command, args);
-  command = add_command(*calls, "clear", "Remove all calls", context, args, clear);
-  add_type(*command, args);
-  command = add_command(*calls, "backup", "Copy the call log's file", context, args, back_up);
-  command->add_option("PATH", args->path, "Where to")->required();
-  command = calls->add_subcommand("check", "Tell what is unsound in the call log's file");
-  command->add_option("FILE", args->path, "Another file than the adapter's");
-  command->footer("Reads only. Exit code 1 when the file is unsound.");
-  command->callback([args, &context] { check(context, *args); });
+  add_type(command, args);
+  add_node(add_command(*calls, "delete", "Remove a call", "Example:\n  capictl calls delete 17",
+                       context, args, remove),
+           args);
+  add_type(add_command(*calls, "clear", "Remove all calls",
+                       "Example:\n  capictl calls clear --type 2", context, args, clear),
+           args);
+  add_command(*calls, "backup", "Copy the call log's file",
+              "Example:\n  capictl calls backup /tmp/call_log.backup", context, args, back_up)
+      ->add_option("PATH", args->path, "Where to")
+      ->required();
+  add_command(*calls, "check", "Tell what is unsound in the call log's file",
+              "Tells what the library would do about it, too. Reads only. Exit code 1 when "
+              "something\nis found.\n\n"
+              "Examples:\n  capictl calls check\n  capictl calls check /tmp/call_log.backup",
+              context, args, check)
+      ->add_option("FILE", args->path, "Another file than the adapter's, which need not run then");
 }
 
 }  // namespace capictl

@@ -1,14 +1,12 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
-// Whether the bytes of a call-log file are sound, told for people.
+// What is unsound in a call-log file, in words.
 #pragma once
 
-#include <string>
-#include <vector>
+#include "fault.h"
 
 namespace capictl {
 
-// What is wrong with a file of this content; nothing when it is sound.
-std::vector<std::string> check_call_log(const std::string& content);
+Faults check_call_log(const std::string& content);
 
 }  // namespace capictl

@@ -104,7 +104,7 @@ void add_carrier(CLI::App& app, Context& context) {
       "when there is none.\n\nExamples:\n  capictl carrier\n"
       "  capictl carrier 454001234567890 8985235000000000001");
   CLI::App* all = command->add_subcommand("list", "Print all carriers in the order of trying");
-  all->footer("Needs no adapter.");
+  all->footer("Needs no adapter.\n\nExample:\n  capictl carrier list");
   all->callback([&context] { list(context); });
   command->callback([command, args, &context] {
     if (command->get_subcommands().empty()) explain(context, *args);

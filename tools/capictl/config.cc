@@ -6,6 +6,7 @@
 
 #include "commands.h"
 #include "keys.h"
+#include "places.h"
 #include "table.h"
 
 namespace capictl {
@@ -46,7 +47,10 @@ void set(const Context& context, const std::string& label, const std::string& va
   const Attachment adapter(context);
   const Key& key = named_key(label);
   const Stored stored = stored_value(key, value);
-  if (!stored.loss.empty()) throw Failure(label + ": the value is " + stored.loss);
+  if (!stored.loss.empty()) {
+    throw Failure(label + " is left as it was: the value would not stay as it is (" + stored.loss +
+                  ")");
+  }
   if (capi_config_set(key.section.c_str(), key.name.c_str(), 0, value.c_str()) != 0) {
     throw Failure(label + " could not be set; --verbose tells more");
   }
@@ -69,25 +73,37 @@ void list(const Context& context, const std::string& section) {
   print(table, context);
 }
 
-void describe(const Context& context, const std::string& label) {
-  const Key& key = named_key(label);
-  const bool is_text = key.row.kind == CAPI_CONFIG_TEXT;
-  Table table("key", {{"fact"}, {"value"}});
+std::string numbered(const char* pattern, int max) {
+  return pattern + std::string(", 1 to ") + std::to_string(max);
+}
+
+Table facts_of(const Key& key) {
+  const capi_config_key& row = key.row;
+  const bool is_text = row.kind == CAPI_CONFIG_TEXT;
+  Table table = Table::of_facts("key");
   table.add({"section", key.section});
   table.add({"key", key.name});
   table.add({"kind", is_text ? "text" : "number"});
-  if (is_text) table.add({"most characters", std::to_string(key.row.capacity - 1)});
-  if (key.row.value_max != 0) table.add({"kept in", "0 to " + std::to_string(key.row.value_max)});
-  if (key.row.section_max != 0) {
-    table.add({"sections",
-               key.row.section + std::string(", 1 to ") + std::to_string(key.row.section_max)});
-  }
-  if (key.row.name_max != 0) {
-    table.add({"keys", key.row.name + std::string(", 1 to ") + std::to_string(key.row.name_max)});
-  }
-  if (key.row.is_shared != 0) table.add({"shared", "all sections of the number have one value"});
+  if (is_text) table.add({"most characters", std::to_string(row.capacity - 1)});
+  if (row.value_max != 0) table.add({"kept in", "0 to " + std::to_string(row.value_max)});
+  if (row.section_max != 0) table.add({"sections", numbered(row.section, row.section_max)});
+  if (row.name_max != 0) table.add({"keys", numbered(row.name, row.name_max)});
+  if (row.is_shared != 0) table.add({"shared", "all sections of the number have one value"});
   table.add({"setting file", "[" + key.section + "] " + key.name + "=..."});
-  print(table, context);
+  return table;
+}
+
+Table places_table(const Key& key) {
+  Table table("written to", {{"files"}, {"section"}, {"line"}, {"when"}});
+  for (const Place& place : places_of(key)) {
+    table.add({place.files, place.section, place.line, place.when});
+  }
+  return table;
+}
+
+void describe(const Context& context, const std::string& label) {
+  const Key& key = named_key(label);
+  print({facts_of(key), places_table(key)}, context);
 }
 
 void add_get(CLI::App& config, Context& context) {
@@ -131,7 +147,10 @@ void add_describe(CLI::App& config, Context& context) {
       config.add_subcommand("describe", "Tell what a key takes and where it stands");
   const auto label = std::make_shared<std::string>();
   command->add_option("KEY", *label, "SECTION.FIELD")->required();
-  command->footer("Needs no adapter.\n\nExample:\n  capictl config describe voice_stack_1.codec");
+  command->footer(
+      "\"written to\" lists the lines that have the value in them: the types of the voice stacks'\n"
+      "files, section and key, and when. Needs no adapter.\n\nExample:\n  capictl config describe "
+      "voice_stack_1.codec");
   command->callback([label, &context] { describe(context, *label); });
 }
 
@@ -140,7 +159,9 @@ void add_describe(CLI::App& config, Context& context) {
 void add_config(CLI::App& app, Context& context) {
   CLI::App* config = app.add_subcommand("config", "Read and change the configuration");
   config->require_subcommand(1);
-  config->footer("A key is named SECTION.FIELD, as sip_line_1.display_name.");
+  config->footer(
+      "A key is named SECTION.FIELD, as sip_line_1.display_name.\n\n"
+      "Example:\n  capictl config get sip_line_1.display_name");
   add_get(*config, context);
   add_set(*config, context);
   add_list(*config, context);

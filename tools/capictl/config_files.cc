@@ -13,12 +13,14 @@
 namespace capictl {
 namespace {
 
-// Whether the loader would take a value out of a setting file as it is.
-bool can_be_written(const std::string& value) {
+// What would become of a value in a setting file; "" when it stays as it is.
+std::string loss_of(const Key& key, const std::string& value) {
   for (const char c : value) {
-    if (static_cast<unsigned char>(c) <= ' ' || c == '#' || c == ';') return false;
+    if (static_cast<unsigned char>(c) <= ' ' || c == '#' || c == ';') {
+      return "it holds blanks, \"#\" or \";\"";
+    }
   }
-  return true;
+  return loaded_value(key, value).loss;
 }
 
 void dump(Context& context) {
@@ -32,15 +34,15 @@ void dump(Context& context) {
       printf("%s[%s]\n", section.empty() ? "" : "\n", key.section.c_str());
       section = key.section;
     }
-    if (can_be_written(value)) {
+    const std::string loss = loss_of(key, value);
+    if (loss.empty()) {
       printf("%s=%s\n", key.name.c_str(), value.c_str());
       continue;
     }
     printf("# %s cannot be kept in a setting file: %s\n", key.name.c_str(),
            printable(value).c_str());
-    fprintf(stderr,
-            "capictl: the value of %s holds blanks, \"#\" or \";\" and is not in the dump\n",
-            key.label().c_str());
+    fprintf(stderr, "capictl: the value of %s is not in the dump: %s\n", key.label().c_str(),
+            loss.c_str());
     context.exit_code = kFinding;
   }
 }
@@ -62,7 +64,7 @@ void diff(Context& context, const std::string& path) {
   std::map<std::string, std::pair<const Key*, std::string>> wanted;  // a later line wins
   for (const auto& [section, name, value] : items) {
     const Key* key = find_key(section, name);
-    if (key != nullptr) wanted[key->label()] = {key, stored_value(*key, value).value};
+    if (key != nullptr) wanted[key->label()] = {key, loaded_value(*key, value).value};
   }
   Table table("differences", {{"key"}, {"now"}, {"in the file"}});
   for (const auto& [label, entry] : wanted) {

@@ -44,7 +44,7 @@ int print_changes(const cfg_shared_record& before, const cfg_shared_record& now,
     const std::string new_value = value_of(now, key);
     if (old_value != new_value) table.add({key.label(), old_value, new_value});
   }
-  if (!table.rows().empty()) print(table, context);
+  print_more(table, context);
   fflush(stdout);
   return static_cast<int>(table.rows().size());
 }

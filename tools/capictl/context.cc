@@ -2,9 +2,10 @@
 // SPDX-License-Identifier: MIT
 #include "context.h"
 
+#include <array>
+#include <cerrno>
 #include <cstdio>
-#include <fstream>
-#include <sstream>
+#include <memory>
 
 namespace capictl {
 namespace {
@@ -12,6 +13,10 @@ namespace {
 void print_log(int level, const char* text) { fprintf(stderr, "<%d> %s\n", level, text); }
 
 void ignore_log(int, const char*) {}
+
+struct FileCloser {
+  void operator()(FILE* file) const { fclose(file); }
+};
 
 }  // namespace
 
@@ -38,16 +43,25 @@ cfg_shared_record take_snapshot() {
 bool is_started(const cfg_shared_record& record) { return record.directory[0][0] != '\0'; }
 
 bool read_file(const std::string& path, std::string& content) {
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream text;
-  if (!in || (in.peek() != EOF && !(text << in.rdbuf()))) return false;
-  content = text.str();
-  return true;
+  constexpr size_t kMax = size_t{16} << 20;
+  const std::unique_ptr<FILE, FileCloser> in(fopen(path.c_str(), "re"));
+  if (!in) return false;
+  content.clear();
+  std::array<char, 65536> piece;
+  while (const size_t size = fread(piece.data(), 1, piece.size(), in.get())) {
+    content.append(piece.data(), size);
+    if (content.size() <= kMax) continue;
+    errno = EFBIG;
+    return false;
+  }
+  return ferror(in.get()) == 0;
 }
 
 std::string read_file(const std::string& path) {
   std::string content;
-  if (!read_file(path, content)) throw Failure(path + " cannot be read. Is it there?");
+  if (!read_file(path, content)) {
+    throw Failure(path + " cannot be read: " + strerror(errno));
+  }
   return content;
 }
 

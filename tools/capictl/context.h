@@ -47,7 +47,8 @@ cfg_shared_record take_snapshot();
 // Whether a master has filled the record.
 bool is_started(const cfg_shared_record& record);
 
-// The content of a file. False when it cannot be read.
+// The content of a file of up to 16 MiB, far more than any that the adapter has. False, and errno,
+// when it cannot be read.
 bool read_file(const std::string& path, std::string& content);
 
 // The same; throws a Failure.

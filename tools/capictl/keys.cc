@@ -35,7 +35,8 @@ int collect(const capi_config_key* row, void* user) {
   auto& keys = *static_cast<std::vector<Key>*>(user);
   for (int section = 1; section <= std::max(row->section_max, 1); ++section) {
     for (int number = 1; number <= std::max(row->name_max, 1); ++number) {
-      keys.push_back({with_number(row->section, section), with_number(row->name, number), *row});
+      keys.push_back({with_number(row->section, section), with_number(row->name, number),
+                      std::max(section, number), *row});
     }
   }
   return 0;
@@ -91,12 +92,19 @@ const Key* first_of_section(const std::string& section) {
   return nullptr;
 }
 
+// A key of the same kind of section before any other, a whole field before the end of one.
 std::string nearest_hint(const std::string& label) {
   const size_t dot = label.find('.');
-  const std::string field = dot == std::string::npos ? label : label.substr(dot + 1);
-  for (const Key& key : all_keys()) {
-    const std::string candidate = key.label();
-    if (!field.empty() && candidate.ends_with(field)) return "Did you mean " + candidate + "?";
+  const std::string field = label.substr(dot + 1);  // all of it without a dot
+  const std::string section = label.substr(0, label.find_first_of("0123456789."));
+  for (const std::string& begin : {dot != std::string::npos ? section : "", std::string()}) {
+    for (const std::string& end : {"." + field, field}) {
+      for (const Key& key : all_keys()) {
+        const std::string candidate = key.label();
+        const bool is_near = candidate.starts_with(begin) && candidate.ends_with(end);
+        if (is_near && !field.empty()) return "Did you mean " + candidate + "?";
+      }
+    }
   }
   return "All keys: capictl config list";
 }
@@ -119,18 +127,23 @@ Stored stored_number(const Key& key, const std::string& value) {
 
 std::string Key::label() const { return section + "." + name.substr(name_prefix(row).size()); }
 
+size_t Key::offset() const {
+  const auto stride = static_cast<size_t>(row.stride);
+  return static_cast<size_t>(row.offset) + stride * static_cast<size_t>(number - 1);
+}
+
 const std::vector<Key>& all_keys() {
-  static const std::vector<Key> keys = collect_keys();
-  return keys;
+  static const std::vector<Key> kKeys = collect_keys();
+  return kKeys;
 }
 
 Meaning meaning_of(const std::string& section, const std::string& name) {
   // The library itself tells: a value that is found fills the buffer.
-  static const cfg_shared_record empty{};
+  static const cfg_shared_record kEmpty{};
   char buf[1024];
   std::fill(std::begin(buf), std::end(buf), '?');
   const int result =
-      capi_snapshot_get(&empty, section.c_str(), name.c_str(), buf, static_cast<int>(sizeof buf));
+      capi_snapshot_get(&kEmpty, section.c_str(), name.c_str(), buf, static_cast<int>(sizeof buf));
   if (buf[0] != '?') return Meaning::Key;
   if (result != -1) return Meaning::UnknownKey;
   return first_of_section(section) != nullptr ? Meaning::OutOfRange : Meaning::UnknownSection;
@@ -173,6 +186,13 @@ Stored stored_value(const Key& key, const std::string& value) {
   const auto room = static_cast<size_t>(key.row.capacity) - 1;
   if (value.size() <= room) return {value, ""};
   return {value.substr(0, room), "too long: cut to " + std::to_string(room) + " characters"};
+}
+
+Stored loaded_value(const Key& key, const std::string& value) {
+  Stored stored = stored_value(key, value);
+  const bool is_port = key.section.starts_with("sip_server_") && key.name.ends_with("_port");
+  if (!stored.loss.empty() || !is_port || stored.value != "0") return stored;
+  return {"5060", "no port: read as 5060"};
 }
 
 std::string value_of(const cfg_shared_record& record, const Key& key) {

@@ -13,9 +13,11 @@ namespace capictl {
 struct Key {
   std::string section;  // "sip_line_1"
   std::string name;     // "option_sip_line_display_name"
+  int number;           // that of the section or the name, 1 for none
   capi_config_key row;
 
   std::string label() const;  // "sip_line_1.display_name"
+  size_t offset() const;      // of the value in the record
 };
 
 // Every key there is, in the order of the library's table.
@@ -45,6 +47,9 @@ struct Stored {
   std::string loss;
 };
 Stored stored_value(const Key& key, const std::string& value);
+
+// The same for a value that a master loads from a setting file.
+Stored loaded_value(const Key& key, const std::string& value);
 
 // The value of a key.
 std::string value_of(const cfg_shared_record& record, const Key& key);

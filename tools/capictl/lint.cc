@@ -116,7 +116,7 @@ void Linter::check_item(const std::string& line, size_t equals) {
 }
 
 void Linter::check_value(const Key& key, const std::string& name, const std::string& value) {
-  const Stored stored = stored_value(key, value.substr(0, kMaxValue));
+  const Stored stored = loaded_value(key, value.substr(0, kMaxValue));
   if (!stored.loss.empty()) return find(name + ": " + stored.loss);
   if (value.size() > kMaxValue)
     find(name + ": too long: cut to " + std::to_string(kMaxValue) + " characters");

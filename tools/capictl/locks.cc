@@ -1,6 +1,8 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
 // capictl locks.
+#include <sys/stat.h>
+
 #include <cstdio>
 #include <sstream>
 
@@ -19,16 +21,42 @@ std::string process_name(int pid) {
   return name.substr(0, name.find('\n'));
 }
 
-}  // namespace
+// Tells one writing of the statistics from another.
+struct Version {
+  ino_t inode;
+  timespec time;
+};
 
-Table lock_table() {
+Version version_of_stats() {
+  struct stat status {};
+  if (stat(kStatsPath, &status) != 0) return {};
+  return {status.st_ino, status.st_mtim};
+}
+
+bool operator==(const Version& a, const Version& b) {
+  return a.inode == b.inode && a.time.tv_sec == b.time.tv_sec && a.time.tv_nsec == b.time.tv_nsec;
+}
+
+// The library tells of its locks by writing a file.
+std::string write_and_read_stats() {
+  const Version before = version_of_stats();
   if (capi_critical_section_lock_stats() != 0) {
     throw Failure("there are no locks: the adapter's master has not been started on this device");
   }
+  if (version_of_stats() == before) {
+    throw Failure(std::string(kStatsPath) +
+                  " cannot be written. It belongs to another user: be that one, or root");
+  }
+  return read_file(kStatsPath);
+}
+
+}  // namespace
+
+Table lock_table() {
   Table table(
       "locks",
       {{"id", true}, {"lock"}, {"state"}, {"holder", true}, {"program"}, {"waiters", true}});
-  std::istringstream in(read_file(kStatsPath));
+  std::istringstream in(write_and_read_stats());
   int id = -1;
   for (std::string line; std::getline(in, line);) {
     char name[64];
@@ -51,7 +79,9 @@ Table lock_table() {
 
 void add_locks(CLI::App& app, Context& context) {
   CLI::App* command = app.add_subcommand("locks", "Show who holds which lock and how many wait");
-  command->footer("Takes no lock itself, so it answers while everything else waits.");
+  command->footer(
+      "Takes no lock itself, so it answers while everything else waits.\n\n"
+      "Example:\n  capictl locks");
   command->callback([&context] {
     capiv2_log_init(context.log_sink());
     print(lock_table(), context);

@@ -1,10 +1,11 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
 // capictl page: the manual page and the completion, made from the command line's own description.
-#include <cctype>
+#include <algorithm>
 #include <cstdio>
 
 #include "commands.h"
+#include "keys.h"
 
 namespace capictl {
 namespace {
@@ -70,15 +71,29 @@ void print_manual(const CLI::App& app) {
   printf(".SH NOTES\n.nf\n%s\n.fi\n", roff(const_cast<CLI::App&>(app).get_footer()).c_str());
 }
 
+// What an argument may be, for the shell to expand: "volte voip" out of "TEXT:{volte,voip}".
+std::string choices(const CLI::Option& option, const std::string& path) {
+  if (option.get_name() == "KEY") return "$(capictl page labels) ";
+  if (option.get_name() == "SECTION" && path == "capictl config list")
+    return "$(capictl page sections) ";
+  const std::string type = option.get_type_name();
+  const size_t begin = type.find('{');
+  if (!option.get_positional() || begin == std::string::npos) return "";
+  std::string words = type.substr(begin + 1, type.find('}') - begin - 1) + " ";
+  std::replace(words.begin(), words.end(), ',', ' ');
+  return words;
+}
+
 // "capictl config get" and the words that may follow it.
 void print_cases(const CLI::App& app, const std::string& path) {
   std::string words;
   for (const CLI::App* command : subcommands(app)) words += command->get_name() + " ";
   for (const CLI::Option* option : app.get_options()) {
+    words += choices(*option, path);
     for (const std::string& name : option->get_lnames()) words += "--" + name + " ";
   }
   words.erase(words.find_last_not_of(' ') + 1);
-  printf("    \"%s\") words='%s' ;;\n", path.c_str(), words.c_str());
+  printf("    \"%s\") words=\"%s\" ;;\n", path.c_str(), words.c_str());
   for (const CLI::App* command : subcommands(app)) {
     print_cases(*command, path + " " + command->get_name());
   }
@@ -149,6 +164,12 @@ void add_pages(CLI::App& app) {
   pages->group("");
   pages->require_subcommand(1);
   pages->add_subcommand("man", "The manual page")->callback([&app] { print_manual(app); });
+  pages->add_subcommand("labels", "The keys' names, for the completion")->callback([] {
+    for (const Key& key : all_keys()) puts(key.label().c_str());
+  });
+  pages->add_subcommand("sections", "The sections' names, for the completion")->callback([] {
+    for (const std::string& section : all_sections()) puts(section.c_str());
+  });
   pages->add_subcommand("keys", "The reference of the keys")->callback(print_key_reference);
   pages->add_subcommand("bash", "The completion for bash")->callback([&app] {
     print_completion(app);

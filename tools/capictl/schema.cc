@@ -22,6 +22,11 @@ struct Closer {
   void operator()(cJSON* root) const { vkrJson_Uninit(root); }
 };
 
+[[noreturn]] void throw_missing(const Args& args) {
+  throw Failure("there is no " + args.section + (args.param.empty() ? "" : " " + args.param) +
+                " in " + args.file);
+}
+
 std::string or_empty(const char* text) { return text != nullptr ? text : ""; }
 
 // The limits of a parameter: "5..60", "up to 15 characters".
@@ -65,7 +70,7 @@ void show(const Context& context, const Args& args, const cJSON* root) {
     }
   }
   if (table.rows().empty() && !args.section.empty()) {
-    throw Failure("there is no " + args.section + " " + args.param + " in " + args.file);
+    throw_missing(args);
   }
   print(table, context);
 }
@@ -74,7 +79,7 @@ void change(const Args& args, cJSON* root) {
   cJSON* section = vkrJson_GetSectionObject(root, args.section.c_str());
   cJSON* param = section != nullptr ? vkrJson_GetParamObject(section, args.param.c_str()) : nullptr;
   if (param == nullptr) {
-    throw Failure("there is no " + args.section + " " + args.param + " in " + args.file);
+    throw_missing(args);
   }
   const int result = vkrJson_SetParamValue(param, args.value.c_str());
   if (result < 0) throw Failure("the parameter has no value that could be set");

@@ -20,19 +20,31 @@ struct Args {
 
 using Json = std::unique_ptr<cJSON, decltype(&cJSON_Delete)>;
 
-// Names and texts go to the device's shell: what could mean something there is refused.
-void refuse_unsafe(const std::string& text) {
-  const size_t bad = text.find_first_of("'\"`$\\;&|<>()\n");
-  if (bad == std::string::npos) return;
-  throw Failure("\"" + printable(text) +
-                "\" holds a character that means something to the shell; "
-                "send letters, digits and signs such as . _ - + : only");
+// The name and the texts go to the device's shell, the texts between quotes, in a command of
+// limited length: what could mean something there, or could be cut, is refused.
+void refuse_unsafe(const Args& args) {
+  constexpr size_t kMaxLength = 512;
+  size_t length = args.name.size();
+  if (args.name.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz"
+                                  "0123456789_.-") != std::string::npos) {
+    throw Failure("a signal's name has letters, digits, \"_\", \".\" and \"-\" only");
+  }
+  for (const std::string& param : args.params) {
+    length += param.size();
+    if (param.find_first_of("'\"\\") != std::string::npos || param != printable(param)) {
+      throw Failure("\"" + param +
+                    "\" cannot be sent: it holds a quote, a backslash or a control character");
+    }
+  }
+  if (length > kMaxLength) {
+    throw Failure("name and texts have more than " + std::to_string(kMaxLength) +
+                  " characters together; there is no room for them");
+  }
 }
 
 void post(const Context& context, const Args& args) {
+  refuse_unsafe(args);
   const Attachment adapter(context);
-  refuse_unsafe(args.name);
-  for (const std::string& param : args.params) refuse_unsafe(param);
   if (args.params.empty()) {
     capi_fire_internal_event(args.name.c_str());
     return;
@@ -89,6 +101,7 @@ void add_signal(CLI::App& app, Context& context) {
   command->add_option("NAME", args->name, "The signal's name");
   command->add_option("PARAM", args->params, "Up to three texts")->expected(0, 3);
   command->footer(
+      "With texts the signal is posted as JSON, else by its name alone.\n\n"
       "Examples:\n  capictl signal vop_sig_cfg_changed\n"
       "  capictl signal vop_sig_vsdk_service_control restart");
   CLI::App* reader = command->add_subcommand("decode", "Read a signal's JSON on standard input");

@@ -6,7 +6,7 @@
 #include <memory>
 
 #include "commands.h"
-#include "sms_check.h"
+#include "stores.h"
 #include "table.h"
 
 namespace capictl {
@@ -21,16 +21,11 @@ struct Args {
   std::string path;
 };
 
-struct Box {
-  const char* name;
-  const char* file;
-};
-
 // In the order of the selectors.
-constexpr Box kBoxes[] = {{"received", "sm_recv"}, {"sent", "sm_send"}};
+constexpr const char* kBoxes[] = {"received", "sent"};
 
 int selector_of(const std::string& box) {
-  return box == kBoxes[CAPI_SMS_SENT].name ? CAPI_SMS_SENT : CAPI_SMS_RECEIVED;
+  return box == kBoxes[CAPI_SMS_SENT] ? CAPI_SMS_SENT : CAPI_SMS_RECEIVED;
 }
 
 std::string time_text(uint32_t seconds) {
@@ -66,7 +61,9 @@ void list(const Context& context, const Args& args) {
                            {"type", true},
                            {"text"}});
   if (capi_voip_sms_dump(selector_of(args.box), take_row, &table) != 0) {
-    throw Failure("the messages cannot be read; --verbose tells more");
+    throw Failure(
+        "the messages cannot be read. If their file was damaged, there is an empty one now, and a "
+        "copy whose name ends in .err");
   }
   print(table, context);
 }
@@ -84,7 +81,7 @@ void show(const Context& context, const Args& args) {
   const Attachment adapter(context);
   std::unique_ptr<capi_sms_record> owner;
   const capi_sms_record& record = read_message(args, owner);
-  Table table("message", {{"value"}, {"is"}});
+  Table table = Table::of_facts("message");
   table.add({"id", std::to_string(record.id)});
   table.add({"status", std::to_string(record.status)});
   table.add({"read", std::to_string(record.bRead)});
@@ -99,6 +96,9 @@ void show(const Context& context, const Args& args) {
 }
 
 void send(const Context& context, const Args& args) {
+  if (args.number.size() >= sizeof(capi_sms_record::RemoteNumber)) {
+    throw Failure("the number is too long: it has up to 23 characters");
+  }
   const Attachment adapter(context);
   if (capi_voip_sms_send(args.number.c_str(), args.type, args.text.data(),
                          static_cast<uint32_t>(args.text.size())) != 0) {
@@ -143,36 +143,23 @@ void back_up(const Context& context, const Args& args) {
 }
 
 void check(Context& context, const Args& args) {
-  std::string path = args.path;
-  if (path.empty()) {
-    const Attachment adapter(context);
-    char own[512];
-    path = capi_get_runtime_path(4, kBoxes[selector_of(args.box)].file, own, sizeof own);
-  }
-  const std::vector<std::string> faults = check_messages(read_file(path));
-  Table table("faults", {{"fault"}});
-  for (const std::string& fault : faults) table.add({fault});
-  print(table, context);
-  if (faults.empty()) return;
-  fprintf(
-      stderr,
-      "capictl: %s is not sound. The next call that uses it copies it to %s.err and replaces it "
-      "by an empty one\n",
-      path.c_str(), path.c_str());
-  context.exit_code = kFinding;
+  const bool is_sent = selector_of(args.box) == CAPI_SMS_SENT;
+  check_store(is_sent ? kSentMessages : kReceivedMessages, args.path, context);
 }
 
-CLI::App* add_command(CLI::App& sms, const char* name, const char* what, Context& context,
-                      const std::shared_ptr<Args>& args, void (*run)(const Context&, const Args&)) {
+template <typename Run>
+CLI::App* add_command(CLI::App& sms, const char* name, const char* what, const char* footer,
+                      Context& context, const std::shared_ptr<Args>& args, Run run) {
   CLI::App* command = sms.add_subcommand(name, what);
+  command->footer(footer);
   command->callback([args, &context, run] { run(context, *args); });
   return command;
 }
 
 CLI::App* add_box(CLI::App* command, const std::shared_ptr<Args>& args) {
-  command->add_option("BOX", args->box, "received or sent")
+  command->add_option("BOX", args->box, "Which messages")
       ->required()
-      ->check(CLI::IsMember({kBoxes[0].name, kBoxes[1].name}));
+      ->check(CLI::IsMember({kBoxes[0], kBoxes[1]}));
   return command;
 }
 
@@ -185,28 +172,41 @@ void add_message(CLI::App* command, const std::shared_ptr<Args>& args) {
 void add_sms(CLI::App& app, Context& context) {
   CLI::App* sms = app.add_subcommand("sms", "Show, send and change short messages");
   sms->require_subcommand(1);
+  sms->footer("Example:\n  capictl sms list received");
   const auto args = std::make_shared<Args>();
-  add_box(add_command(*sms, "list", "Print messages, the oldest first", context, args, list), args);
-  add_message(add_command(*sms, "show", "Print all of a message", context, args, show), args);
+  add_box(add_command(*sms, "list", "Print messages, the oldest first",
+                      "Example:\n  capictl sms list received", context, args, list),
+          args);
+  add_message(add_command(*sms, "show", "Print all of a message",
+                          "Example:\n  capictl sms show received 3", context, args, show),
+              args);
   CLI::App* command =
-      add_command(*sms, "send", "Store a message and ask the voice application to send it", context,
-                  args, send);
-  command->add_option("NUMBER", args->number, "Whom to")->required();
+      add_command(*sms, "send", "Store a message and ask the voice application to send it",
+                  "Example:\n  capictl sms send +15551230002 \"On my way\"", context, args, send);
+  command->add_option("NUMBER", args->number, "Whom to, up to 23 characters")->required();
   command->add_option("TEXT", args->text, "Its bytes are sent as they are")->required();
   command->add_option("--type", args->type, "How the text is encoded, for the receiver (0)");
-  command->footer("Example:\n  capictl sms send +15551230002 \"On my way\"");
-  add_message(add_command(*sms, "mark-read", "Mark a message as read", context, args, mark_read),
+  add_message(add_command(*sms, "mark-read", "Mark a message as read",
+                          "Example:\n  capictl sms mark-read received 3", context, args, mark_read),
               args);
-  add_message(add_command(*sms, "delete", "Remove a message", context, args, remove), args);
-  add_box(add_command(*sms, "clear", "Remove all messages", context, args, clear), args);
-  command = add_command(*sms, "backup", "Copy both files to PATH.recv and PATH.send", context, args,
-                        back_up);
-  command->add_option("PATH", args->path, "Where to")->required();
-  command =
-      add_box(sms->add_subcommand("check", "Tell what is unsound in a file of messages"), args);
-  command->add_option("FILE", args->path, "Another file than the adapter's");
-  command->footer("Reads only. Exit code 1 when the file is unsound.");
-  command->callback([args, &context] { check(context, *args); });
+  add_message(add_command(*sms, "delete", "Remove a message",
+                          "Example:\n  capictl sms delete received 3", context, args, remove),
+              args);
+  add_box(add_command(*sms, "clear", "Remove all messages", "Example:\n  capictl sms clear sent",
+                      context, args, clear),
+          args);
+  add_command(*sms, "backup", "Copy both files to PATH.recv and PATH.send",
+              "Example:\n  capictl sms backup /tmp/messages", context, args, back_up)
+      ->add_option("PATH", args->path, "Where to")
+      ->required();
+  add_box(add_command(*sms, "check", "Tell what is unsound in a file of messages",
+                      "Tells what the library would do about it, too. Reads only. Exit code 1 "
+                      "when something\nis found.\n\n"
+                      "Examples:\n  capictl sms check received\n"
+                      "  capictl sms check sent /tmp/messages.send",
+                      context, args, check),
+          args)
+      ->add_option("FILE", args->path, "Another file than the adapter's, which need not run then");
 }
 
 }  // namespace capictl

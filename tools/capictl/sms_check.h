@@ -1,14 +1,15 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
-// Whether the bytes of a short-message file are sound, told for people.
+// What is unsound in a file of short messages, in words.
 #pragma once
 
-#include <string>
-#include <vector>
+#include "fault.h"
 
 namespace capictl {
 
-// What is wrong with a file of this content; nothing when it is sound.
-std::vector<std::string> check_messages(const std::string& content);
+Faults check_messages(const std::string& content);
+
+// How many messages a file counts that is usable.
+unsigned count_messages(const std::string& content);
 
 }  // namespace capictl

@@ -23,7 +23,7 @@ std::string firmware() {
 }
 
 Table device_table(const cfg_shared_record& record) {
-  Table table("device", {{"fact"}, {"value"}});
+  Table table = Table::of_facts("device");
   table.add({"model", text_from(capi_get_hardware_info, CAPI_HW_MODEL_NAME)});
   table.add({"hardware", text_from(capi_get_hardware_info, CAPI_HW_VERSION)});
   table.add({"serial number", text_from(capi_get_hardware_info, CAPI_HW_SERIAL)});
@@ -36,7 +36,7 @@ Table device_table(const cfg_shared_record& record) {
 }
 
 Table sim_table() {
-  Table table("sim", {{"fact"}, {"value"}});
+  Table table = Table::of_facts("sim");
   table.add({"ICCID", text_from(capi_get_simcard_info, CAPI_SIM_ICCID)});
   table.add({"IMSI", text_from(capi_get_simcard_info, CAPI_SIM_IMSI)});
   table.add({"number", text_from(capi_get_simcard_info, CAPI_SIM_MSISDN)});

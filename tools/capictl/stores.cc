@@ -2,39 +2,128 @@
 // SPDX-License-Identifier: MIT
 #include "stores.h"
 
-#include <memory>
+#include <cstddef>
+
+#include "calls_check.h"
+#include "sms_check.h"
 
 namespace capictl {
 namespace {
 
+// Held while a store's file is read: it is whole then.
+class Lock {
+ public:
+  explicit Lock(unsigned id) : id_(id) { capi_critical_section_lock(id); }
+  ~Lock() { capi_critical_section_unlock(id_); }
+  Lock(const Lock&) = delete;
+  Lock& operator=(const Lock&) = delete;
+
+ private:
+  unsigned id_;
+};
+
+std::string path_of(const Store& store) {
+  char directory[256] = {};
+  const bool is_known = capi_get_runtime_dir(4, directory, sizeof directory) == 0;
+  return std::string(is_known && directory[0] != '\0' ? directory : store.directory) + "/" +
+         store.file;
+}
+
+bool read_store(const Store& store, std::string& content) {
+  const std::string path = path_of(store);
+  const Lock lock(store.lock);
+  return read_file(path, content);
+}
+
+const char* consequence(const Store& store, Outcome outcome) {
+  switch (outcome) {
+    case Outcome::Replaced:
+      return store.replaced;
+    case Outcome::AtStart:
+      return store.replaced_at_start;
+    case Outcome::Ignored:
+      break;
+  }
+  return "is not noticed";
+}
+
+std::string state_of(const Store& store, const std::string& content) {
+  const Faults faults = store.check(content);
+  if (faults.empty()) return "sound";
+  return is_usable(faults) ? "unsound, but in use" : "unsound";
+}
+
+uint16_t count_calls(const std::string& content, unsigned type) {
+  uint16_t count = 0;
+  const size_t offset =
+      offsetof(capi_call_log_header, entry) + type * sizeof(capi_call_log_entry_header);
+  memcpy(&count, content.data() + offset, sizeof count);
+  return count;
+}
+
 void add_calls(Table& table) {
-  const auto image = std::make_unique<capi_call_log_image>();
-  const bool is_sound = capi_voip_read_call_log(image.get()) == 0;
+  std::string content;
+  const bool is_there = read_store(kCallLog, content);
+  const std::string state = is_there ? state_of(kCallLog, content) : "cannot be read";
   for (unsigned type = 0; type < CAPI_CALL_LOG_TYPES; ++type) {
     table.add({"calls of type " + std::to_string(type),
-               is_sound ? std::to_string(image->header.entry[type].list.count) : "",
-               is_sound ? "sound" : "cannot be read"});
+               content.size() < sizeof(capi_call_log_header)
+                   ? ""
+                   : std::to_string(count_calls(content, type)),
+               state});
   }
 }
 
-int count_message(const capi_sms_record*, void* user) {
-  ++*static_cast<int*>(user);
-  return 0;
+void add_messages(Table& table, const Store& store) {
+  std::string content;
+  if (!read_store(store, content)) return table.add({store.name, "", "cannot be read"});
+  table.add({store.name, std::to_string(count_messages(content)), state_of(store, content)});
 }
 
-void add_messages(Table& table, const char* name, int selector) {
-  int count = 0;
-  const bool is_sound = capi_voip_sms_dump(selector, count_message, &count) == 0;
-  table.add({name, is_sound ? std::to_string(count) : "", is_sound ? "sound" : "cannot be read"});
-}
+constexpr char kMessagesReplaced[] =
+    "the next use copies the file to its name with .err and begins an empty one";
+constexpr char kMessagesReplacedAtStart[] =
+    "is used; the master's next start copies it to its name with .err and begins an empty one";
 
 }  // namespace
+
+const Store kCallLog = {"call log",
+                        "voip_call_log",
+                        "/tmp",
+                        CAPI_LOCK_CALL_LOG,
+                        check_call_log,
+                        "every use fails; the master's next start begins an empty file",
+                        "is used; the master's next start begins an empty file"};
+const Store kReceivedMessages = {"received messages",     "sm_recv",      "/quorbleconf/ims_data",
+                                 CAPI_LOCK_VOICE_SMS,     check_messages, kMessagesReplaced,
+                                 kMessagesReplacedAtStart};
+const Store kSentMessages = {"sent messages",         "sm_send",      "/quorbleconf/ims_data",
+                             CAPI_LOCK_VOICE_SMS,     check_messages, kMessagesReplaced,
+                             kMessagesReplacedAtStart};
+
+void check_store(const Store& store, const std::string& path, Context& context) {
+  std::string content;
+  if (!path.empty()) {
+    content = read_file(path);
+  } else {
+    const Attachment adapter(context);
+    if (!read_store(store, content)) {
+      throw Failure(path_of(store) + " cannot be read; the master's start makes it");
+    }
+  }
+  Table table("faults", {{"fault"}, {"the library"}});
+  for (const Fault& fault : store.check(content)) {
+    table.add({fault.text, consequence(store, fault.outcome)});
+  }
+  print(table, context);
+  if (!table.rows().empty()) context.exit_code = kFinding;
+}
 
 Table store_table() {
   Table table("stores", {{"store"}, {"entries", true}, {"state"}});
   add_calls(table);
-  add_messages(table, "received messages", CAPI_SMS_RECEIVED);
-  add_messages(table, "sent messages", CAPI_SMS_SENT);
+  add_messages(table, kReceivedMessages);
+  add_messages(table, kSentMessages);
   return table;
 }
 

@@ -1,12 +1,32 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
-// What is in the stores of calls and short messages.
+// The files of the call log and of the short messages. Looking at them here changes nothing.
 #pragma once
 
+#include "fault.h"
 #include "table.h"
 
 namespace capictl {
 
+struct Store {
+  const char* name;
+  const char* file;
+  const char* directory;  // until one is known
+  unsigned lock;
+  Faults (*check)(const std::string& content);
+  // What the library does about a file that it refuses, and about one that it refuses at its start.
+  const char* replaced;
+  const char* replaced_at_start;
+};
+
+extern const Store kCallLog;
+extern const Store kReceivedMessages;
+extern const Store kSentMessages;
+
+// Checks a store's file, or another one of its kind. Needs an adapter for the former.
+void check_store(const Store& store, const std::string& path, Context& context);
+
+// A row for each list of calls and each file of messages.
 Table store_table();
 
 }  // namespace capictl

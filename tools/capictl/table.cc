@@ -22,24 +22,64 @@ struct TextFreer {
   void operator()(char* text) const { cJSON_free(text); }
 };
 
-void print_json(const cJSON* json) {
-  const std::unique_ptr<char, TextFreer> text(cJSON_Print(json));
-  if (text) puts(text.get());
+// How many bytes of the text are its first character in UTF-8; 0 when they are none.
+size_t character_size(std::string_view text) {
+  const auto byte = [&](size_t i) { return i < text.size() ? static_cast<uint8_t>(text[i]) : 0; };
+  if (byte(0) < 0x80) return 1;
+  const size_t size = byte(0) >= 0xF0 ? 4 : byte(0) >= 0xE0 ? 3 : 2;
+  if (byte(0) < 0xC2 || byte(0) > 0xF4) return 0;
+  for (size_t i = 1; i < size; ++i) {
+    if ((byte(i) & 0xC0) != 0x80) return 0;
+  }
+  // Too long a spelling, a surrogate, or behind the last character there is.
+  const bool is_bad = (byte(0) == 0xE0 && byte(1) < 0xA0) || (byte(0) == 0xED && byte(1) > 0x9F) ||
+                      (byte(0) == 0xF0 && byte(1) < 0x90) || (byte(0) == 0xF4 && byte(1) > 0x8F);
+  return is_bad ? 0 : size;
+}
+
+// A text as JSON and cJSON can carry it: what they cannot becomes the sign for that.
+std::string json_text(std::string_view text) {
+  std::string result;
+  while (!text.empty()) {
+    const size_t size = text[0] == '\0' ? 0 : character_size(text);
+    result += size == 0 ? "\xEF\xBF\xBD" : text.substr(0, size);
+    text.remove_prefix(std::max<size_t>(size, 1));
+  }
+  return result;
+}
+
+using JsonPrinter = char* (*)(const cJSON* json);
+
+void print_json(const cJSON* json, JsonPrinter print = cJSON_Print) {
+  const std::unique_ptr<char, TextFreer> text(print(json));
+  if (!text) throw Failure("there is no memory for the JSON");
+  puts(text.get());
+}
+
+cJSON* to_json(const Table& table, const std::vector<std::string>& row) {
+  cJSON* object = cJSON_CreateObject();
+  for (size_t i = 0; i < row.size(); ++i) {
+    const Column& column = table.columns()[i];
+    const std::string text = column.is_number ? row[i] : json_text(row[i]);
+    cJSON_AddItemToObject(object, column.title.c_str(),
+                          column.is_number ? cJSON_CreateRaw(text.empty() ? "null" : text.c_str())
+                                           : cJSON_CreateString(text.c_str()));
+  }
+  return object;
+}
+
+cJSON* facts_to_json(const Table& table) {
+  cJSON* object = cJSON_CreateObject();
+  for (const auto& fact : table.rows()) {
+    cJSON_AddStringToObject(object, fact[0].c_str(), json_text(fact[1]).c_str());
+  }
+  return object;
 }
 
 cJSON* to_json(const Table& table) {
+  if (table.has_facts()) return facts_to_json(table);
   cJSON* array = cJSON_CreateArray();
-  for (const auto& row : table.rows()) {
-    cJSON* object = cJSON_CreateObject();
-    for (size_t i = 0; i < row.size(); ++i) {
-      const Column& column = table.columns()[i];
-      const char* text = row[i].c_str();
-      cJSON_AddItemToObject(object, column.title.c_str(),
-                            column.is_number ? cJSON_CreateRaw(row[i].empty() ? "null" : text)
-                                             : cJSON_CreateString(text));
-    }
-    cJSON_AddItemToArray(array, object);
-  }
+  for (const auto& row : table.rows()) cJSON_AddItemToArray(array, to_json(table, row));
   return array;
 }
 
@@ -61,28 +101,30 @@ std::string heading(const std::string& text) {
   return getenv("NO_COLOR") == nullptr ? "\033[1m" + text + "\033[0m" : text;
 }
 
+// The cells of a line in columns of these widths.
+std::string set_line(const Table& table, const std::vector<size_t>& widths,
+                     const std::vector<std::string>& cells) {
+  std::string line;
+  for (size_t i = 0; i < cells.size(); ++i) {
+    line += padded(printable(cells[i]), widths[i], table.columns()[i].is_number) + "  ";
+  }
+  return line.erase(line.find_last_not_of(' ') + 1);
+}
+
 void print_set(const Table& table) {
-  std::vector<size_t> widths;
-  for (const Column& column : table.columns()) widths.push_back(width(column.title));
+  std::vector<std::string> titles;
+  std::vector<size_t> widths(table.columns().size());
+  if (!table.has_facts()) {
+    for (const Column& column : table.columns()) titles.push_back(column.title);
+  }
+  for (size_t i = 0; i < titles.size(); ++i) widths[i] = width(titles[i]);
   for (const auto& row : table.rows()) {
     for (size_t i = 0; i < row.size(); ++i) {
       widths[i] = std::max(widths[i], width(printable(row[i])));
     }
   }
-  std::string line;
-  for (size_t i = 0; i < widths.size(); ++i) {
-    line += padded(table.columns()[i].title, widths[i], table.columns()[i].is_number) + "  ";
-  }
-  line.erase(line.find_last_not_of(' ') + 1);
-  printf("%s\n", heading(line).c_str());
-  for (const auto& row : table.rows()) {
-    line.clear();
-    for (size_t i = 0; i < row.size(); ++i) {
-      line += padded(printable(row[i]), widths[i], table.columns()[i].is_number) + "  ";
-    }
-    line.erase(line.find_last_not_of(' ') + 1);
-    printf("%s\n", line.c_str());
-  }
+  if (!table.has_facts()) printf("%s\n", heading(set_line(table, widths, titles)).c_str());
+  for (const auto& row : table.rows()) printf("%s\n", set_line(table, widths, row).c_str());
 }
 
 // "prefix" stands in front of every row.
@@ -99,6 +141,12 @@ void print_plain(const Table& table, const std::string& prefix) {
 Table::Table(std::string name, std::vector<Column> columns)
     : name_(std::move(name)), columns_(std::move(columns)) {}
 
+Table Table::of_facts(std::string name) {
+  Table table(std::move(name), {{"fact"}, {"value"}});
+  table.has_facts_ = true;
+  return table;
+}
+
 void Table::add(std::vector<std::string> cells) {
   cells.resize(columns_.size());
   rows_.push_back(std::move(cells));
@@ -106,18 +154,25 @@ void Table::add(std::vector<std::string> cells) {
 
 std::string printable(std::string_view text) {
   std::string result;
-  for (const char c : text) {
-    const auto byte = static_cast<unsigned char>(c);
-    if (byte >= ' ' && byte != 0x7F) {
-      result += c;
-    } else if (c == '\n') {
+  while (!text.empty()) {
+    const size_t size = character_size(text);
+    const auto first = static_cast<uint8_t>(text[0]);
+    const bool is_control = first < ' ' || first == 0x7F ||
+                            (size == 2 && first == 0xC2 && static_cast<uint8_t>(text[1]) < 0xA0);
+    const std::string_view character = text.substr(0, std::max<size_t>(size, 1));
+    text.remove_prefix(character.size());
+    if (size != 0 && !is_control) {
+      result += character;
+    } else if (first == '\n') {
       result += "\\n";
-    } else if (c == '\t') {
+    } else if (first == '\t') {
       result += "\\t";
     } else {
-      char escape[8];
-      snprintf(escape, sizeof escape, "\\x%02x", byte);
-      result += escape;
+      for (const char c : character) {
+        char escape[8];
+        snprintf(escape, sizeof escape, "\\x%02x", static_cast<uint8_t>(c));
+        result += escape;
+      }
     }
   }
   return result;
@@ -133,6 +188,13 @@ void print(const Table& table, const Context& context) {
   }
 }
 
+void print_more(const Table& table, const Context& context) {
+  if (!context.json) return print_plain(table, "");
+  for (const auto& row : table.rows()) {
+    print_json(Json(to_json(table, row)).get(), cJSON_PrintUnformatted);
+  }
+}
+
 void print(const std::vector<Table>& tables, const Context& context) {
   if (context.json) {
     const Json object(cJSON_CreateObject());
@@ -145,7 +207,8 @@ void print(const std::vector<Table>& tables, const Context& context) {
   for (const Table& table : tables) {
     if (on_terminal()) {
       printf("%s%s\n", &table == tables.data() ? "" : "\n", heading(table.name()).c_str());
-      print_set(table);
+      if (table.rows().empty()) puts("none");
+      if (!table.rows().empty()) print_set(table);
     } else {
       print_plain(table, table.name());
     }

@@ -22,23 +22,32 @@ class Table {
  public:
   Table(std::string name, std::vector<Column> columns);
 
+  // Facts about one thing, each a name and a value; in JSON they are the members of one object.
+  static Table of_facts(std::string name);
+
   void add(std::vector<std::string> cells);
 
   const std::string& name() const { return name_; }
   const std::vector<Column>& columns() const { return columns_; }
   const std::vector<std::vector<std::string>>& rows() const { return rows_; }
+  bool has_facts() const { return has_facts_; }
 
  private:
   std::string name_;
   std::vector<Column> columns_;
   std::vector<std::vector<std::string>> rows_;
+  bool has_facts_ = false;
 };
 
-// Control characters, which could also steer a terminal, written out: "\n", "\x1b".
+// Control characters, which could also steer a terminal, and what is not UTF-8 written out: "\n",
+// "\x1b".
 std::string printable(std::string_view text);
 
-// Prints one table; in JSON it is an array of objects.
+// Prints one table; in JSON it is an array of objects, or one of facts.
 void print(const Table& table, const Context& context);
+
+// Prints the rows of a result that goes on: tab-separated or, as JSON, an object a line.
+void print_more(const Table& table, const Context& context);
 
 // Prints several under their names; in JSON they are the members of an object.
 void print(const std::vector<Table>& tables, const Context& context);

@@ -1,0 +1,106 @@
+// SPDX-FileCopyrightText: The capi authors
+// SPDX-License-Identifier: MIT
+// The tool's checks in words against the library's own: what one refuses, the other refuses.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <random>
+
+#include "calllog/image.h"
+#include "sms/image.h"
+#include "support/files.h"
+#include "tools/capictl/calls_check.h"
+#include "tools/capictl/sms_check.h"
+
+namespace capi::test {
+namespace {
+
+constexpr unsigned kSeed = 2026;
+constexpr int kTrials = 20000;
+
+std::string listed(const capictl::Faults& faults) {
+  std::string text;
+  for (const capictl::Fault& fault : faults) text += fault.text + "\n";
+  return text;
+}
+
+class Mutation : public testing::Test {
+ protected:
+  unsigned pick(unsigned count) { return std::uniform_int_distribution(0U, count - 1)(random_); }
+
+  // Overwrites a number in "bytes" with one that may well mean something there.
+  template <typename Number>
+  void edit(std::string& bytes, size_t offset, unsigned most) {
+    const auto number = static_cast<Number>(pick(8) == 0 ? UINT32_MAX - pick(3) : pick(most));
+    memcpy(bytes.data() + offset, &number, sizeof number);
+  }
+
+  std::mt19937 random_{kSeed};
+};
+
+TEST_F(Mutation, OfACallLogIsRefusedByBothOrNeither) {
+  const ImageOwner image = new_image();
+  make_empty(*image);
+  const capi_call_log_record record{};
+  for (unsigned i = 0; i < 12; ++i) add_record(*image, i % CAPI_CALL_LOG_TYPES, record);
+  const std::string sound(reinterpret_cast<const char*>(image.get()), sizeof *image);
+  ASSERT_EQ(listed(capictl::check_call_log(sound)), "");
+  int refused = 0;
+  for (int trial = 0; trial < kTrials; ++trial) {
+    std::string bytes = sound;
+    for (unsigned edits = 1 + pick(3); edits > 0; --edits) {
+      if (pick(2) == 0) {
+        edit<uint16_t>(bytes, 2 * pick(sizeof(capi_call_log_header) / 2), 16);
+      } else {
+        const size_t node = offsetof(capi_call_log_image, node) + pick(16) * sizeof record;
+        const size_t links[] = {4, 6, 154, 156};
+        edit<uint16_t>(bytes, node + links[pick(4)], 16);
+      }
+    }
+    memcpy(image.get(), bytes.data(), sizeof *image);
+    const bool is_refused = check(*image).fault != ImageFault::None;
+    const capictl::Faults faults = capictl::check_call_log(bytes);
+    ASSERT_EQ(capictl::is_usable(faults), !is_refused) << listed(faults) << "trial " << trial;
+    if (is_refused) ++refused;
+  }
+  EXPECT_GT(refused, kTrials / 10);
+  EXPECT_LT(refused, kTrials * 9 / 10);
+}
+
+TEST_F(Mutation, OfAMessageFileIsRefusedByBothOrNeither) {
+  const std::string sound = read_file(CAPI_SOURCE_DIR "/fuzz/corpus/sms/messages.sms");
+  ASSERT_EQ(listed(capictl::check_messages(sound)), "");
+  int refused = 0;
+  for (int trial = 0; trial < kTrials; ++trial) {
+    std::string bytes = sound;
+    if (pick(4) == 0) bytes.resize(pick(static_cast<unsigned>(sound.size()) + 20));
+    for (unsigned edits = pick(3); edits > 0 && bytes.size() >= 4; --edits) {
+      edit<uint32_t>(bytes, pick(static_cast<unsigned>(bytes.size()) - 3), 300);
+    }
+    const std::span<const uint8_t> image(reinterpret_cast<const uint8_t*>(bytes.data()),
+                                         bytes.size());
+    const bool is_refused = check_sms_image(image).fault != SmsFault::None;
+    const capictl::Faults faults = capictl::check_messages(bytes);
+    ASSERT_EQ(capictl::is_usable(faults), !is_refused) << listed(faults) << "trial " << trial;
+    if (is_refused) ++refused;
+  }
+  EXPECT_GT(refused, kTrials / 10);
+  EXPECT_LT(refused, kTrials * 9 / 10);
+}
+
+// Every file that the search for hostile ones has found worth keeping.
+TEST(MessageFile, OfTheCorpusIsRefusedByBothOrNeither) {
+  for (const char* name :
+       {"cut", "empty", "full", "messages", "same_id", "stray", "type", "version", "wrapped"}) {
+    const std::string bytes =
+        read_file(std::string(CAPI_SOURCE_DIR "/fuzz/corpus/sms/") + name + ".sms");
+    const std::span<const uint8_t> image(reinterpret_cast<const uint8_t*>(bytes.data()),
+                                         bytes.size());
+    EXPECT_EQ(capictl::is_usable(capictl::check_messages(bytes)),
+              check_sms_image(image).fault == SmsFault::None)
+        << name;
+  }
+}
+
+}  // namespace
+}  // namespace capi::test

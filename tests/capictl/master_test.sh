@@ -1,0 +1,39 @@
+#!/bin/bash
+# SPDX-FileCopyrightText: The capi authors
+# SPDX-License-Identifier: MIT
+source "$(dirname "$0")/support.sh"
+
+# Without an adapter every command that needs one says what to do.
+set_up_device
+down='capictl: the adapter is not running: its shared record is not there or empty. Start its master process, or bring it up from setting files: capictl master --settings FILE'
+for command in status 'config list' 'config get sms.sca' 'config set sms.sca 1' 'config dump' \
+  'config diff /dev/null' 'config watch' 'stack-file voip' 'calls list' 'calls show 1' 'calls export' \
+  'calls delete 1' 'calls clear' 'calls backup /tmp/a' 'calls check' 'sms list sent' 'sms show sent 1' \
+  'sms send 1 hi' 'sms mark-read sent 1' 'sms delete sent 1' 'sms clear sent' 'sms backup /tmp/a' \
+  'sms check sent' carrier line 'signal vop_sig_cfg_changed'; do
+  # shellcheck disable=SC2086
+  expect_error 3 "$down" $command
+done
+[ -e /tmp/posted_signals ] && fail 'a signal was posted without an adapter'
+
+# What it is brought up from has to be there; then later files go before earlier ones.
+expect_error 3 'capictl: /nowhere cannot be read: No such file or directory' master --settings /nowhere
+expect_error 3 "$down" status
+printf '[sms]\noption_sms_sca=1\noption_sms_enable=1\n' >/tmp/first
+printf '[sms]\noption_sms_sca=2\n' >/tmp/second
+expect 0 '' master --settings /tmp/first /tmp/second
+expect 0 $'sms.enable\t1\nsms.sca\t2\nsms.psi\t' config list sms
+expect_error 3 'capictl: the adapter is up already; --force clears its record and starts it anew' master
+expect_error 3 'capictl: the adapter is up already; --force clears its record and starts it anew' \
+  master --settings /tmp/first
+expect 0 2 config get sms.sca
+expect 0 '' master --force --settings /tmp/second /tmp/first
+expect 0 1 config get sms.sca
+expect 0 '' master --force
+expect 0 '' config get sms.sca
+
+# The files by which segment and locks are found.
+rm /tmp/m_data /usr/sbin/vsdk_cmd
+expect_error 3 'capictl: there is no shared record: /usr/sbin/vsdk_cmd and /tmp/m_data must exist' master
+
+finish

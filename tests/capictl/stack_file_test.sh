@@ -1,0 +1,55 @@
+#!/bin/bash
+# SPDX-FileCopyrightText: The capi authors
+# SPDX-License-Identifier: MIT
+source "$(dirname "$0")/support.sh"
+
+start_adapter
+while read -r type path; do
+  "${tool[@]}" stack-file "$type" --print >/tmp/shown || fail "$type cannot be shown"
+  [ -e "$path" ] && fail "showing $type wrote $path"
+  expect 0 "$path" stack-file "$type"
+  cmp /tmp/shown "$path" || fail "$path is not what was shown"
+  expect 0 '' stack-file "$type" --diff
+done <<'END'
+volte /tmp/vosip.conf.volte
+voip /tmp/vosip.conf.voip
+vowifi /tmp/vosip.conf.vowifi
+cs /tmp/vosip.conf.cs
+qvc /tmp/vosip.conf.qvc
+sos /tmp/vosip.conf.sos
+generic /tmp/vosip.conf
+END
+
+# What a change would do to a file, before it is written.
+cp /tmp/vosip.conf.voip /tmp/before
+expect 0 '' config set basic_sip.local_port 5070
+expect 0 '' config set sip_line_2.display_name 'Fax; 2nd floor'
+expect 1 '-	LINE2_SUBSCRIBER	displayname=Fax
+-	SIP	local_udp_tcp_port=5060
++	LINE2_SUBSCRIBER	displayname=Fax; 2nd floor
++	SIP	local_udp_tcp_port=5070' stack-file voip --diff
+cmp /tmp/vosip.conf.voip /tmp/before || fail 'the comparison wrote the file'
+expect 1 '[{
+		"change":	"-",
+		"section":	"SIP",
+		"line":	"local_udp_tcp_port=5060"
+	}, {
+		"change":	"+",
+		"section":	"SIP",
+		"line":	"local_udp_tcp_port=5070"
+	}]' stack-file cs --diff --json
+expect_on_terminal 1 'change  section  line
+-       SIP      local_udp_tcp_port=5060
++       SIP      local_udp_tcp_port=5070' stack-file cs --diff
+expect 0 /tmp/vosip.conf.voip stack-file voip
+expect 0 '' stack-file voip --diff
+
+expect_error 2 $'TYPE: foo not in {volte,voip,vowifi,cs,qvc,sos,generic}\nRun with --help for more information.' \
+  stack-file foo
+expect_error 2 $'--print excludes --diff\nRun with --help for more information.' stack-file voip --print --diff
+rm /tmp/vosip.conf.cs
+mkdir /tmp/vosip.conf.cs
+expect_error 3 'capictl: /tmp/vosip.conf.cs cannot be written; --print shows what it would be' \
+  stack-file cs
+
+finish

@@ -1,0 +1,44 @@
+#!/bin/bash
+# SPDX-FileCopyrightText: The capi authors
+# SPDX-License-Identifier: MIT
+source "$(dirname "$0")/support.sh"
+
+start_adapter
+mkfifo /tmp/ready
+
+# watch ARG...: begins to watch, and comes back when the tool has looked once.
+watch() {
+  "${tool[@]}" config watch --interval 20 "$@" >/tmp/changes 2>/tmp/ready &
+  watcher=$!
+  read -r ready </tmp/ready
+  [ "$ready" = 'Watching 386 values. Ctrl-C ends.' ] || fail "watch began with: $ready"
+}
+
+# What others change is shown as it happens.
+watch --count 2
+expect 0 '' config set sms.sca +15550000002
+expect 0 '' config set sms.enable 0
+wait $watcher || fail "watch ended with $?"
+[ "$(sort /tmp/changes)" = $'sms.enable\t1\t0\nsms.sca\t+15550000001\t+15550000002' ] ||
+  fail "watch saw: $(cat /tmp/changes)"
+
+# As JSON a change is a line.
+watch --count 1 --json
+expect 0 '' config set sms.sca +15550000003
+wait $watcher || fail "watch ended with $?"
+[ "$(cat /tmp/changes)" = '{"key":"sms.sca","old":"+15550000002","new":"+15550000003"}' ] ||
+  fail "watch saw: $(cat /tmp/changes)"
+
+# Ctrl-C ends it well, and what it saw is not lost.
+for signal in INT TERM; do
+  watch
+  expect 0 '' config set sms.sca "$signal"
+  until [ -s /tmp/changes ]; do :; done
+  kill -s $signal $watcher
+  wait $watcher || fail "after $signal watch ended with $?"
+  [ "$(cut -f 1,3 /tmp/changes)" = "sms.sca	$signal" ] || fail "watch saw: $(cat /tmp/changes)"
+done
+expect_error 2 $'--interval: Value 0 not in range 1 to 3600000\nRun with --help for more information.' \
+  config watch --interval 0
+
+finish

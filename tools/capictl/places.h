@@ -1,0 +1,23 @@
+// SPDX-FileCopyrightText: The capi authors
+// SPDX-License-Identifier: MIT
+// Where the value of a key is written to.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "keys.h"
+
+namespace capictl {
+
+struct Place {
+  std::string files;  // the stacks' types, or a file's name
+  std::string section;
+  std::string line;  // the key of the line
+  std::string when;  // "" for always
+};
+
+// The voice stacks' files tell themselves: they are written in memory with one value and another.
+std::vector<Place> places_of(const Key& key);
+
+}  // namespace capictl
