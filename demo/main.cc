@@ -15,14 +15,15 @@
 namespace {
 
 constexpr void (*kScenes[])(demo::Stage&) = {
-    demo::play_typical_request, demo::play_device,         demo::play_line_status,
-    demo::play_call_log,        demo::play_short_messages, demo::play_signals,
+    demo::play_typical_request, demo::play_device,  demo::play_line_status, demo::play_call_log,
+    demo::play_short_messages,  demo::play_signals, demo::play_terminal,
 };
 
 void run_shell() {
   demo::title("The adapter is yours");
   demo::say("Its files are under /tmp and /quorbleconf, its record in \"ipcs -m\", its locks in");
-  demo::say("\"ipcs -s\". Nothing here reaches your machine. \"exit\" ends the adapter.");
+  demo::say("\"ipcs -s\"; capictl shows and changes it all. Nothing here reaches your machine.");
+  demo::say("\"exit\" ends the adapter.");
   fflush(stdout);
   const pid_t shell = fork();
   if (shell == 0) {

@@ -13,5 +13,6 @@ void play_line_status(Stage& stage);
 void play_call_log(Stage& stage);
 void play_short_messages(Stage& stage);
 void play_signals(Stage& stage);
+void play_terminal(Stage& stage);
 
 }  // namespace demo
