@@ -1,6 +1,6 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
-// The tool's checks in words against the library's own: what one refuses, the other refuses.
+// What the tool says of files against what the library does with them.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -8,8 +8,11 @@
 
 #include "calllog/image.h"
 #include "sms/image.h"
+#include "support/adapter.h"
 #include "support/files.h"
 #include "tools/capictl/calls_check.h"
+#include "tools/capictl/keys.h"
+#include "tools/capictl/lint.h"
 #include "tools/capictl/sms_check.h"
 
 namespace capi::test {
@@ -100,6 +103,75 @@ TEST(MessageFile, OfTheCorpusIsRefusedByBothOrNeither) {
               check_sms_image(image).fault == SmsFault::None)
         << name;
   }
+}
+
+// What stands behind the first "=", without the blanks around it.
+std::string written_value(const std::string& line) {
+  const size_t equals = line.find('=');
+  if (equals == std::string::npos) return line;
+  const size_t begin = line.find_first_not_of(' ', equals + 1);
+  if (begin == std::string::npos) return line;
+  return line.substr(begin, line.find_last_not_of(' ') + 1 - begin);
+}
+
+class SettingLine : public Adapter {
+ protected:
+  // What a key has after a file of one line in its section is loaded over another value.
+  std::string loaded(const capictl::Key& key, const std::string& line) {
+    const std::string head = "[" + key.section + "]\n";
+    publish(head + key.name + "=77\n" + head + line + "\n");
+    return get_config(key.section, key.name);
+  }
+};
+
+TEST_F(SettingLine, WithoutAFindingIsTakenAsItStandsAndOthersAreNot) {
+  start_master();
+  std::mt19937 random(kSeed);
+  const auto pick = [&](size_t count) {
+    return std::uniform_int_distribution<size_t>(0, count - 1)(random);
+  };
+  const std::string values[] = {"1",
+                                "12",
+                                "-3",
+                                "0",
+                                "2147483647",
+                                "2147483648",
+                                "on",
+                                "3x",
+                                "a b",
+                                "a#b",
+                                "a;b",
+                                "#",
+                                "=",
+                                "a=b",
+                                "",
+                                " 5 ",
+                                "[x]",
+                                std::string(15, 'l'),
+                                std::string(16, 'l'),
+                                std::string(31, 'l'),
+                                std::string(32, 'l'),
+                                std::string(255, 'l'),
+                                std::string(256, 'l'),
+                                std::string(1023, 'l'),
+                                std::string(1024, 'l'),
+                                "\xC3\xA4"};
+  const std::string equals[] = {"=", " = ", "\t=", "", ";=", "_="};
+  int taken = 0;
+  constexpr int kLines = 3000;
+  for (int trial = 0; trial < kLines; ++trial) {
+    const capictl::Key& key = capictl::all_keys()[pick(capictl::all_keys().size())];
+    const std::string& value = values[pick(std::size(values))];
+    const std::string line = key.name + equals[pick(12) % std::size(equals)] + value;
+    const auto findings = capictl::lint("[" + key.section + "]\n" + line + "\n");
+    const bool is_as_it_stands = loaded(key, line) == written_value(line);
+    ASSERT_EQ(findings.empty(), is_as_it_stands)
+        << line << "\n"
+        << (findings.empty() ? "no finding" : findings[0].text);
+    if (is_as_it_stands) ++taken;
+  }
+  EXPECT_GT(taken, kLines / 10);
+  EXPECT_LT(taken, kLines * 9 / 10);
 }
 
 }  // namespace

@@ -5,7 +5,9 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
+#include <cstring>
 #include <limits>
+#include <memory>
 
 #include "context.h"
 
@@ -56,30 +58,27 @@ std::vector<Key> collect_keys() {
   return keys;
 }
 
-// The number at the end of a name, -1 for none.
-int number_at_end(const std::string& name) {
-  const size_t last = name.find_last_not_of("0123456789");
-  const std::string digits = name.substr(last + 1);
-  return digits.empty() ? -1 : atoi(digits.c_str());
-}
-
-// Of a numbered row the word in front of the number, with what surrounds it: "_code_list_".
-std::string word_of(const Key& key) {
-  return without_placeholder(key.row.name).substr(name_prefix(key.row).size() - 1);
-}
-
-// A spelling that the library takes for one of the numbered keys of a section.
-const Key* find_odd_spelling(const std::string& section, const std::string& name) {
-  const Key* found = nullptr;
-  std::string only_row;
-  for (const Key& key : all_keys()) {
-    if (key.section != section || key.row.name_max == 0) continue;
-    if (number_at_end(key.name) != number_at_end(name)) continue;
-    if (name.find(word_of(key)) != std::string::npos) return &key;
-    if (found == nullptr) found = &key;
-    only_row = key.row.name;
+// Gives a key a value that tells which key it is.
+void mark(cfg_shared_record& record, const Key& key, size_t index) {
+  char* field = reinterpret_cast<char*>(&record) + key.offset();
+  const auto number = static_cast<int32_t>(index);
+  if (key.row.kind == CAPI_CONFIG_TEXT) {
+    strcpy(field, std::to_string(number).c_str());
+  } else {
+    memcpy(field, &number, sizeof number);
   }
-  return found != nullptr && only_row == found->row.name ? found : nullptr;
+}
+
+// The key of a section that the library takes a spelling for: it answers with that key's value.
+const Key* find_odd_spelling(const std::string& section, const std::string& name) {
+  const std::vector<Key>& keys = all_keys();
+  const auto record = std::make_unique<cfg_shared_record>();
+  for (size_t i = 0; i < keys.size(); ++i) {
+    if (keys[i].section == section) mark(*record, keys[i], i);
+  }
+  char index[1024] = {};
+  capi_snapshot_get(record.get(), section.c_str(), name.c_str(), index, sizeof index);
+  return &keys[static_cast<size_t>(atoi(index))];
 }
 
 // The first key of a section of this kind, whatever its number.

@@ -103,7 +103,7 @@ void Linter::check_item(const std::string& line, size_t equals) {
   if (!section_is_known_) return;
   switch (meaning_of(section_, name)) {
     case Meaning::Key:
-      if (const Key* key = find_key(section_, name)) check_value(*key, name, value);
+      check_value(*find_key(section_, name), name, value);
       break;
     case Meaning::OutOfRange:
       find("the number in " + name + " is out of range: ignored");
