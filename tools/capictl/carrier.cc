@@ -32,13 +32,17 @@ int take_carrier(const capi_carrier_info* carrier, int, void* user) {
   return 0;
 }
 
+bool are_same(const capi_carrier_info& a, const capi_carrier_info& b) {
+  return cells(0, a) == cells(0, b);
+}
+
 int take_match(const capi_carrier_info* carrier, int fits, void* user) {
   Walk& walk = *static_cast<Walk*>(user);
   ++walk.row;
   if ((fits & CAPI_CARRIER_FITS_IMSI) == 0) return 0;
   const bool by_iccid = (fits & CAPI_CARRIER_FITS_ICCID) != 0;
-  // The texts of a carrier stand once: the address tells the row.
-  const bool won = walk.winner != nullptr && walk.winner->mnc_list == carrier->mnc_list;
+  const bool won =
+      walk.winner != nullptr && !walk.winner_was_seen && are_same(*walk.winner, *carrier);
   if (won) walk.winner_was_seen = true;
   std::vector<std::string> row = cells(walk.row, *carrier);
   row.push_back(by_iccid ? "IMSI and ICCID" : "IMSI");
