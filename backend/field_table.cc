@@ -151,29 +151,38 @@ FieldPlace find_suffixed(SectionId section, std::string_view key) {
   return {.lookup = FieldLookup::UnknownKey};
 }
 
-bool begins_with(const char* text, std::string_view beginning) {
-  return strncmp(text, beginning.data(), beginning.size()) == 0;
+// The column that a codec key names somewhere in it.
+const NumberedRow* find_column(SectionId section, std::string_view key, ColumnChoice choice) {
+  const NumberedRow* named = nullptr;
+  for (const NumberedRow& row : kNumberedRows) {
+    if (row.section != section || !contains(key, kNumberedRows.text(row.key))) continue;
+    named = &row;
+    if (choice == ColumnChoice::First) break;
+  }
+  return named;
 }
 
-// A column begins with an underscore and may stand anywhere in the key, but not in what all keys of
-// the section begin with.
+// The only one, where the key has nothing but a column and a number behind the section's name.
+const NumberedRow* find_only_column(SectionId section, std::string_view column) {
+  for (const NumberedRow& row : kNumberedRows) {
+    if (row.section == section && kNumberedRows.text(row.key) == column) return &row;
+  }
+  return nullptr;
+}
+
 FieldPlace find_codec_slot(SectionId section, const char* key, std::string_view rest,
                            ColumnChoice choice) {
   const char* underscore = strrchr(key, '_');
   const long number = underscore != nullptr ? parse_int32(underscore + 1) : 0;
   if (number < 1 || number > CAPI_CODEC_SLOTS) return {.lookup = FieldLookup::OutOfRange};
-  const NumberedRow* named = nullptr;
-  const char* piece = rest.empty() ? strchr(key, '_') : rest.data() - 1;
-  for (; piece != nullptr; piece = strchr(piece + 1, '_')) {
-    for (const NumberedRow& row : kNumberedRows) {
-      if (row.section != section) continue;
-      if (!begins_with(piece, kNumberedRows.text(row.key))) continue;
-      const bool is_before = named == nullptr || &row < named;
-      if (named == nullptr || is_before == (choice == ColumnChoice::First)) named = &row;
-    }
+  const NumberedRow* row = nullptr;
+  if (!rest.empty()) {
+    const char* column = rest.data() - 1;
+    row = find_only_column(section, {column, static_cast<size_t>(underscore + 1 - column)});
   }
-  if (named == nullptr) return {.lookup = FieldLookup::UnknownKey};
-  return numbered_place(*named, number);
+  if (row == nullptr) row = find_column(section, key, choice);
+  if (row == nullptr) return {.lookup = FieldLookup::UnknownKey};
+  return numbered_place(*row, number);
 }
 
 FieldPlace find_entry(SectionId section, std::string_view key) {

@@ -66,6 +66,7 @@ class StackFileWriter {
       for (int i = 0; i < count; ++i) {
         instance_ = group.repeat == Repeat::ChosenStack ? type_.stack : i;
         number_ = group.repeat == Repeat::Lines ? i + 1 : i;
+        if (group.repeat == Repeat::Codecs) look_at_codec();
         for (size_t step = group.first; step < group.end; ++step) write(kSteps[step]);
       }
     }
@@ -92,17 +93,23 @@ class StackFileWriter {
     return std::clamp<int>(record_.voice_parameter.count, 0, CAPI_CODEC_SLOTS);
   }
 
+  // Once for all the lines of a codec that depend on it.
+  void look_at_codec() {
+    const std::string_view code_list = bounded(record_.voice_parameter.code_list[instance_]);
+    is_amr_ = contains(code_list, "AMR");
+    is_evs_ = contains(code_list, "EVS");
+  }
+
   bool applies(When when) const {
-    const auto code_list = [&] { return bounded(record_.voice_parameter.code_list[instance_]); };
     switch (when) {
       case When::Voip:
         return type_.is_voip;
       case When::Tls:
         return record_.voice_basic.transport_protocol == kTransportTls;
       case When::AmrCodec:
-        return contains(code_list(), "AMR");
+        return is_amr_;
       case When::EvsCodec:
-        return contains(code_list(), "EVS");
+        return is_evs_;
       case When::Always:
         break;
     }
@@ -190,6 +197,8 @@ class StackFileWriter {
   const StackType& type_;
   int instance_ = 0;  // of the fields that are shown
   int number_ = 0;    // of the section, as it is named
+  bool is_amr_ = false;
+  bool is_evs_ = false;
 };
 
 const StackType& type_of(unsigned type) {
