@@ -36,20 +36,20 @@ bool is_sound(const capi_call_log_image& image, const capi_call_log_list& list,
 
 // A walk over a list that looks at both links of every node. Where each link back names the node
 // that the walk came from, no node comes twice, and the way back leads over the same nodes.
-template <Direction kDirection>
+template <Direction Way>
 class TwoWayWalk {
  public:
   explicit TwoWayWalk(const capi_call_log_list& list)
-      : index_(list.*kDirection.first), last_(list.*kDirection.last), left_(list.count) {}
+      : index_(list.*Way.first), last_(list.*Way.last), left_(list.count) {}
 
   bool is_over() const { return left_ == 0; }
 
   // Visits a node, if any is left. False where the links do not fit.
   bool step(const capi_call_log_image& image) {
     if (left_ == 0) return true;
-    if (!is_node(index_) || image.node[index_].*kDirection.prev != before_) return false;
+    if (!is_node(index_) || image.node[index_].*Way.prev != before_) return false;
     before_ = index_;
-    index_ = image.node[index_].*kDirection.next;
+    index_ = image.node[index_].*Way.next;
     return --left_ > 0 || (before_ == last_ && index_ == kNoNode);
   }
 

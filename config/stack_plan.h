@@ -151,10 +151,10 @@ class Builder {
 
 inline constexpr Builder kBuilt;
 
-template <size_t kSize, typename T, size_t kRoom>
-consteval std::array<T, kSize> first_of(const std::array<T, kRoom>& all) {
-  std::array<T, kSize> result{};
-  for (size_t i = 0; i < kSize; ++i) result[i] = all[i];
+template <size_t Size, typename T, size_t Room>
+consteval std::array<T, Size> first_of(const std::array<T, Room>& all) {
+  std::array<T, Size> result{};
+  for (size_t i = 0; i < Size; ++i) result[i] = all[i];
   return result;
 }
 

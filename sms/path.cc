@@ -30,7 +30,7 @@ void settle_sms_paths(SmsPaths& paths, const char* nv_dir) {
 }
 
 SmsAccess::NvDir::NvDir()
-    : is_known(!paths_stay.load(std::memory_order_relaxed) && get_nv_dir(text)) {}
+    : text{}, is_known(!paths_stay.load(std::memory_order_relaxed) && get_nv_dir(text)) {}
 
 SmsAccess::SmsAccess() : section_(kVoiceSmsLock), paths_(process_paths) {
   settle_sms_paths(process_paths, nv_dir_.is_known ? nv_dir_.text : nullptr);
