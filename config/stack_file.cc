@@ -162,7 +162,7 @@ class StackFileWriter {
       case Source::DialPlan:
         break;
     }
-    return {};
+    return "";
   }
 
   const char* place(const Step& step) const {
