@@ -103,9 +103,10 @@ consteval NamedField with_clamp(NamedField named, uint8_t max) {
 }
 
 // The table of an array of named fields.
-template <const auto& named_fields>
+template <const auto& NamedFields>
+// NOLINTNEXTLINE(bugprone-dynamic-static-initializers): it is constant
 inline constexpr auto kKeyedFields =
-    make_text_table<named_fields, [](const NamedField& named, TextPool& pool) {
+    make_text_table<NamedFields, [](const NamedField& named, TextPool& pool) {
       return KeyedField{pool.add(named.key), named.field};
     }>();
 

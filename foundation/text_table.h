@@ -30,14 +30,14 @@ struct TextRows {
   std::string_view text(TextPlace place) const { return text_at(texts, place); }
 };
 
-template <typename Row, size_t kRows, size_t kBytes>
+template <typename Row, size_t RowCount, size_t ByteCount>
 struct TextTable {
-  Row rows[kRows];
-  char texts[kBytes];
+  Row rows[RowCount];
+  char texts[ByteCount];
 
   constexpr const Row* begin() const { return rows; }
-  constexpr const Row* end() const { return rows + kRows; }
-  constexpr size_t size() const { return kRows; }
+  constexpr const Row* end() const { return rows + RowCount; }
+  constexpr size_t size() const { return RowCount; }
   constexpr const Row& operator[](size_t i) const { return rows[i]; }
   constexpr std::string_view text(TextPlace place) const { return text_at(texts, place); }
   constexpr operator TextRows<Row>() const { return {rows, texts}; }
@@ -70,18 +70,18 @@ class TextPool {
   size_t used_ = 0;
 };
 
-// Makes a table of "drafts", whose texts are std::string_views. "pack" turns one into a row and
+// Makes a table of "Drafts", whose texts are std::string_views. "Pack" turns one into a row and
 // adds its texts to the pool.
-template <const auto& drafts, auto pack>
+template <const auto& Drafts, auto Pack>
 consteval auto make_text_table() {
   constexpr size_t kBytes = [] {
     TextPool pool;
-    for (const auto& draft : drafts) pack(draft, pool);
+    for (const auto& draft : Drafts) Pack(draft, pool);
     return pool.used();
   }();
   TextPool pool;
-  TextTable<decltype(pack(drafts[0], pool)), std::size(drafts), kBytes> table{};
-  for (size_t i = 0; i < std::size(drafts); ++i) table.rows[i] = pack(drafts[i], pool);
+  TextTable<decltype(Pack(Drafts[0], pool)), std::size(Drafts), kBytes> table{};
+  for (size_t i = 0; i < std::size(Drafts); ++i) table.rows[i] = Pack(Drafts[i], pool);
   for (size_t i = 0; i < kBytes; ++i) table.texts[i] = pool[i];
   return table;
 }

@@ -23,9 +23,9 @@
  *     section at the time. It does not own the parent's locks.
  *  8. Callbacks. Those of capi_init() run with lock 0 held and must not call anything that takes
  *     it.
- *  9. Death. A process that dies gives its critical sections back through the kernel. A record that
- *     it was setting is the old one or the new one (on kernels with process_vm_readv()). A file that
- *     it was writing may be cut: the stores notice that at the next access.
+ *  9. Death. A process that dies gives its critical sections back through the kernel. A record
+ *     that it was setting is the old one or the new one (on kernels with process_vm_readv()). A
+ *     file that it was writing may be cut: the stores notice that at the next access.
  * 10. Start. The master's capi_init() comes first on the device; every process calls capi_init()
  *     before anything else.
  */
