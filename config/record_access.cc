@@ -24,7 +24,7 @@ template <typename Record>
 struct Place : Bytes {};
 
 template <typename Section>
-consteval auto place_at(size_t offset) {
+constexpr auto place_at(size_t offset) {
   using Record = std::remove_extent_t<Section>;
   constexpr int kCount = std::is_array_v<Section> ? std::extent_v<Section> : 1;
   return Place<Record>{{offset, sizeof(Record), kCount}};
