@@ -166,9 +166,8 @@ TEST(ConfigFileReaderTest, WhatCannotBeOpenedFails) {
 
 TEST(ConfigFileReaderTest, AFileThatCannotBeWrittenCountsAsNotOpenable) {
   write_file("/tmp/read_only/file", "a=1\n");
-  ASSERT_EQ(mount("/tmp/read_only", "/tmp/read_only", nullptr, MS_BIND, nullptr), 0);
-  ASSERT_EQ(mount(nullptr, "/tmp/read_only", nullptr, MS_REMOUNT | MS_BIND | MS_RDONLY, nullptr),
-            0);
+  ASSERT_EQ(mount("/tmp/read_only", "/tmp/read_only", "", MS_BIND, nullptr), 0);
+  ASSERT_EQ(mount("", "/tmp/read_only", "", MS_REMOUNT | MS_BIND | MS_RDONLY, nullptr), 0);
   items.clear();
   EXPECT_EQ(config_file_reader("/tmp/read_only/file", collect), -1);
   EXPECT_THAT(items, IsEmpty());
