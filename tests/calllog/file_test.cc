@@ -312,8 +312,8 @@ TEST_F(CallLogFile, ADirectoryThatIsMissingIsNotMade) {
 TEST_F(CallLogFile, AReadOnlyDirectoryCanBeReadFrom) {
   const Image image = image_of({0, 1});
   write_image(*image, "/tmp/fixed/voip_call_log");
-  ASSERT_EQ(mount("/tmp/fixed", "/tmp/fixed", nullptr, MS_BIND, nullptr), 0);
-  ASSERT_EQ(mount(nullptr, "/tmp/fixed", nullptr, MS_BIND | MS_REMOUNT | MS_RDONLY, nullptr), 0);
+  ASSERT_EQ(mount("/tmp/fixed", "/tmp/fixed", "", MS_BIND, nullptr), 0);
+  ASSERT_EQ(mount("", "/tmp/fixed", "", MS_BIND | MS_REMOUNT | MS_RDONLY, nullptr), 0);
   in_other_process([&] {
     capi_config_set("runtime_info", "option_runtime_info_nv_directory", 0, "/tmp/fixed");
     clear_log();
