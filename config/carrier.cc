@@ -115,7 +115,7 @@ int capi_get_carrier_info_ext(const char* name, capi_carrier_info* out) {
   }
   if (out == nullptr) return -1;
   for (const Row& row : kRows) {
-    if (!contains(kRows.text(row.file).data(), name)) continue;
+    if (!contains(kRows.text(row.file), name)) continue;
     *out = to_record(row);
     return 0;
   }

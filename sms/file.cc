@@ -50,7 +50,7 @@ timespec read_clock(clockid_t clock) {
 }
 
 // A file that cannot be closed has been written all the same.
-bool write_whole(const char* path, std::span<const uint8_t> bytes, const char* func) {
+bool write_content(const char* path, std::span<const uint8_t> bytes, const char* func) {
   File file = open_sms_file(path, "wb");
   if (!file) {
     log_failed_on(func, "fopen", path);
@@ -85,7 +85,7 @@ bool create_sms_file(const char* path) {
   uint8_t bytes[sizeof(SmsFileHeader)];
   SmsImage image(bytes, sizeof bytes);
   image.reset(make_sms_file_identity());
-  if (!write_whole(path, image.bytes(), kCreateFunc)) return false;
+  if (!write_content(path, image.bytes(), kCreateFunc)) return false;
   sync();
   CAPI_LOG_AS(kCreateFunc, kLogInfo, " create file %s successfully!\n", path);
   return true;
@@ -146,7 +146,7 @@ SmsTrouble check_sms_file(std::span<const uint8_t> bytes) {
 }
 
 bool write_sms_file(const char* path, std::span<const uint8_t> bytes) {
-  if (write_whole(path, bytes, kWriteFunc)) {
+  if (write_content(path, bytes, kWriteFunc)) {
     sync();
     return true;
   }
