@@ -6,9 +6,9 @@
 #include <memory>
 
 #include "bench.h"
-#include "calllog/file.h"
-#include "calllog/path.h"
-#include "calllog/store.h"
+#include "call_log/file.h"
+#include "call_log/path.h"
+#include "call_log/store.h"
 #include "capi.h"
 #include "floor.h"
 #include "stores.h"

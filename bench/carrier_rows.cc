@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 // Whose SIM it is, for a SIM of every row of the table.
 
-#include "config/carrier_rows.h"
+#include "carrier/carrier_rows.h"
 
 #include <string>
 #include <vector>

@@ -4,9 +4,9 @@
 
 #include <cstring>
 
-#include "backend/field_table.h"
 #include "bench.h"
 #include "capi.h"
+#include "config/field_table.h"
 #include "floor.h"
 #include "stores.h"
 

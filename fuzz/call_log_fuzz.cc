@@ -8,9 +8,9 @@
 
 #include <cstring>
 
-#include "calllog/dump.h"
-#include "calllog/file.h"
-#include "calllog/store.h"
+#include "call_log/dump.h"
+#include "call_log/file.h"
+#include "call_log/store.h"
 #include "fuzz/support.h"
 
 // The real one writes out the disks of the whole machine.

@@ -10,10 +10,10 @@
 #include <cstring>
 #include <memory>
 
-#include "backend/context.h"
-#include "backend/info_files.h"
 #include "capi.h"
 #include "fuzz/support.h"
+#include "record/context.h"
+#include "record/info_files.h"
 
 // The real one writes out the disks of the whole machine.
 extern "C" void sync() noexcept {}

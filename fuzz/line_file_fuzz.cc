@@ -9,7 +9,7 @@
 #include "capi/carrier.h"
 #include "capi/device.h"
 #include "capi/util.h"
-#include "config/line_lookup.h"
+#include "foundation/line_lookup.h"
 #include "fuzz/support.h"
 
 namespace {

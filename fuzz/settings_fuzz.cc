@@ -5,8 +5,8 @@
 #include <cstdio>
 #include <memory>
 
-#include "backend/field_table.h"
-#include "backend/settings.h"
+#include "config/field_table.h"
+#include "config/settings.h"
 #include "foundation/key_value.h"
 #include "fuzz/support.h"
 

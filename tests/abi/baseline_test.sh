@@ -22,7 +22,7 @@ fail() {
 # All functions, and all records and enumerations that the headers have.
 while read -r name; do
   grep -q "<function-decl name='$name'" "$source/abi/libcapi.abi" || fail "no baseline has $name()"
-done < <(sed -n '/local:/q; s/^ *\([A-Za-z0-9_]*\);$/\1/p' "$source/capi.map")
+done < <(sed -n '/local:/q; s/^ *\([A-Za-z0-9_]*\);$/\1/p' "$source/src/capi.map")
 while read -r name; do
   grep -Eq "<(class|enum)-decl name='$name' .*id=" "$source"/abi/*.abi || fail "no baseline has $name"
 done < <(sed -nE 's/^(typedef )?(struct|enum) ([a-z0-9_]+) \{.*/\3/p' "$source"/include/capi/*.h)

@@ -53,7 +53,7 @@ TEXTS
 
 # String literals, those of several pieces as one, without comments, assertions and blanks at their
 # ends. A name or a word of one piece is no sentence.
-sources=$(ls capi.cc {foundation,lock,backend,config,signal,calllog,sms}/*.{cc,h})
+sources=$(find src -name '*.cc' -o -name '*.h' | sort)
 # shellcheck disable=SC2086
 perl -0777 -ne '
   s{^\s*#include.*$}{}mg; s{(?<!:)//.*}{}g; s/static_assert\(.*?;//sg; s/"\s*\n\s*"//g;

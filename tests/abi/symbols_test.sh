@@ -24,7 +24,7 @@ exported() {
     sort
 }
 
-mapped() { sed -n '/local:/q; s/^ *\([A-Za-z0-9_]*\);$/\1/p' "$source/capi.map"; }
+mapped() { sed -n '/local:/q; s/^ *\([A-Za-z0-9_]*\);$/\1/p' "$source/src/capi.map"; }
 
 # The functions of a header itself: what comes from others is cut by the preprocessor's line marks.
 declared() { # HEADER
@@ -59,7 +59,7 @@ compare 'the headers declare what capi.map lists' "$in_headers" "$(mapped | sort
 
 # In capi.map each header's names stand under its name, in order.
 for header in $(headers); do
-  listed=$(sed -n "/^ *# ${header//\//\\/}\$/,/^\$/s/^ *\([A-Za-z0-9_]*\);\$/\1/p" "$source/capi.map")
+  listed=$(sed -n "/^ *# ${header//\//\\/}\$/,/^\$/s/^ *\([A-Za-z0-9_]*\);\$/\1/p" "$source/src/capi.map")
   compare "capi.map lists the names of $header in order" "$listed" "$(declared "$header")"
 done
 

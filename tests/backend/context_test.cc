@@ -1,6 +1,6 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
-#include "backend/context.h"
+#include "record/context.h"
 
 #include <gmock/gmock.h>
 #include <sys/ipc.h>

@@ -1,6 +1,6 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
-#include "backend/directory.h"
+#include "record/directory.h"
 
 #include <gmock/gmock.h>
 #include <sys/stat.h>

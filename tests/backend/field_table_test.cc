@@ -1,6 +1,6 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
-#include "backend/field_table.h"
+#include "config/field_table.h"
 
 #include <gtest/gtest.h>
 

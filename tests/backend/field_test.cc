@@ -1,6 +1,6 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
-#include "backend/field.h"
+#include "record/field.h"
 
 #include <gmock/gmock.h>
 

@@ -1,6 +1,6 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
-#include "backend/info_files.h"
+#include "record/info_files.h"
 
 #include <gmock/gmock.h>
 

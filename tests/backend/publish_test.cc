@@ -4,7 +4,7 @@
 
 #include <cstring>
 
-#include "backend/context.h"
+#include "record/context.h"
 #include "support/adapter.h"
 
 namespace capi::test {

@@ -1,6 +1,6 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
-#include "backend/settings.h"
+#include "config/settings.h"
 
 #include <gmock/gmock.h>
 

@@ -1,6 +1,6 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
-#include "backend/whole_write.h"
+#include "record/whole_write.h"
 
 #include <gtest/gtest.h>
 #include <sys/mman.h>

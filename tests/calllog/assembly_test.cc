@@ -1,6 +1,6 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
-#include "calllog/assembly.h"
+#include "call_log/assembly.h"
 
 #include "call_log_test.h"
 

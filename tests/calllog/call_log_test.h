@@ -12,7 +12,7 @@
 #include <thread>
 #include <vector>
 
-#include "calllog/image.h"
+#include "call_log/image.h"
 #include "support/adapter.h"
 #include "support/faults.h"
 

@@ -1,6 +1,6 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
-#include "calllog/dump.h"
+#include "call_log/dump.h"
 
 #include "call_log_test.h"
 

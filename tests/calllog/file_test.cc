@@ -1,6 +1,6 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
-#include "calllog/file.h"
+#include "call_log/file.h"
 
 #include <sys/mount.h>
 

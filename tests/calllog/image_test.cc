@@ -1,6 +1,6 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
-#include "calllog/image.h"
+#include "call_log/image.h"
 
 #include <functional>
 #include <random>

@@ -7,9 +7,9 @@
 #include <deque>
 #include <random>
 
+#include "call_log/file.h"
+#include "call_log/store.h"
 #include "call_log_test.h"
-#include "calllog/file.h"
-#include "calllog/store.h"
 
 namespace capi::test {
 namespace {

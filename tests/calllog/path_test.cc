@@ -1,6 +1,6 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
-#include "calllog/path.h"
+#include "call_log/path.h"
 
 #include <filesystem>
 #include <thread>

@@ -1,6 +1,6 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
-#include "calllog/store.h"
+#include "call_log/store.h"
 
 #include <sys/resource.h>
 #include <unistd.h>

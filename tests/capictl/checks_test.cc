@@ -6,7 +6,7 @@
 #include <cstring>
 #include <random>
 
-#include "calllog/image.h"
+#include "call_log/image.h"
 #include "sms/image.h"
 #include "support/adapter.h"
 #include "support/files.h"

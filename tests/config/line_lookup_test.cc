@@ -1,6 +1,6 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
-#include "config/line_lookup.h"
+#include "foundation/line_lookup.h"
 
 #include <gtest/gtest.h>
 

@@ -1,13 +1,13 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
-#include "config/sim_file.h"
+#include "device/sim_file.h"
 
 #include <gtest/gtest.h>
 
 #include <cstring>
 #include <filesystem>
 
-#include "backend/info_files.h"
+#include "record/info_files.h"
 #include "support/adapter.h"
 
 namespace capi::test {

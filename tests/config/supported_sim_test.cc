@@ -8,8 +8,8 @@
 #include <thread>
 
 #include "capi/carrier.h"
+#include "carrier/carrier_rows.h"
 #include "config/ask.h"
-#include "config/carrier_rows.h"
 #include "config/expected_carriers.h"
 #include "support/adapter.h"
 

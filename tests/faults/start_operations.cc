@@ -4,9 +4,9 @@
 #include <cerrno>
 #include <filesystem>
 
-#include "backend/context.h"
 #include "capi.h"
 #include "operation.h"
+#include "record/context.h"
 #include "support/adapter.h"
 #include "support/faults.h"
 

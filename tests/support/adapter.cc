@@ -8,7 +8,7 @@
 
 #include <filesystem>
 
-#include "backend/context.h"
+#include "record/context.h"
 
 namespace capi::test {
 namespace {

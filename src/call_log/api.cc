@@ -1,0 +1,135 @@
+// SPDX-FileCopyrightText: The capi authors
+// SPDX-License-Identifier: MIT
+// The public calls: each settles the path, takes lock 2 for one operation on the file and posts a
+// signal where it may have changed something.
+
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+
+#include "call_log/assembly.h"
+#include "call_log/file.h"
+#include "call_log/path.h"
+#include "call_log/store.h"
+#include "capi/call_log.h"
+#include "capi/event.h"
+#include "foundation/shell.h"
+
+namespace capi {
+namespace {
+
+template <typename Operation>
+int with_call_log(const Operation& operation) {
+  const CallLogPath path = call_log_path();
+  const CriticalSection section(kCallLogLock);
+  return operation(path.text);
+}
+
+int tell_others(int result) {
+  capi_fire_internal_event("vop_sig_voip_call_log_event_updated");
+  return result;
+}
+
+struct TextFreer {
+  void operator()(char* text) const { free(text); }
+};
+using Text = std::unique_ptr<char, TextFreer>;
+
+// A path of the caller's may have any length, and a command that is cut would copy elsewhere.
+Text copy_command(const char* from, const char* to) {
+  char* command = nullptr;
+  return Text(asprintf(&command, "cp %s %s &> /dev/null", from, to) != -1 ? command : nullptr);
+}
+
+// Belongs to the one thread that reports calls in halves.
+constinit CallAssembly assembly{};
+
+}  // namespace
+}  // namespace capi
+
+using capi::kCallLogLock;
+using capi::tell_others;
+using capi::with_call_log;
+
+int capi_voip_init_call_log_file() { return with_call_log(capi::init_call_log_file); }
+
+int capi_voip_verify_call_log_file() { return with_call_log(capi::verify_call_log_file); }
+
+int capi_voip_delete_call_log_file() {
+  return tell_others(with_call_log([](const char* path) CAPI_REQUIRES(kCallLogLock) {
+    capi::delete_call_log_file(path);
+    return 0;
+  }));
+}
+
+int capi_voip_clean_all_call_log() {
+  return tell_others(with_call_log([](const char* path) CAPI_REQUIRES(kCallLogLock) {
+    capi::delete_call_log_file(path);
+    return capi::create_call_log_file(path);
+  }));
+}
+
+int capi_voip_clean_call_log_by_type(unsigned type) {
+  return tell_others(with_call_log([&](const char* path) CAPI_REQUIRES(kCallLogLock) {
+    return capi::clean_call_log_by_type(path, type);
+  }));
+}
+
+int capi_voip_read_call_log(capi_call_log_image* image) {
+  return with_call_log([&](const char* path) CAPI_REQUIRES(kCallLogLock) {
+    return capi::read_call_log(path, image);
+  });
+}
+
+int capi_voip_add_call_log(unsigned type, const capi_call_log_record* record) {
+  return tell_others(with_call_log([&](const char* path) CAPI_REQUIRES(kCallLogLock) {
+    return capi::add_call_log(path, type, record);
+  }));
+}
+
+int capi_voip_add_call_log1(unsigned type, const capi_call_log_record* record) {
+  using namespace capi;
+  if (refuse_null(record, __func__)) return -1;
+  return take_description(assembly, type, *record, capi_voip_add_call_log);
+}
+
+int capi_voip_add_call_log2(const capi_call_log_record* record) {
+  using namespace capi;
+  if (refuse_null(record, __func__)) return -1;
+  return take_statistics(assembly, *record, capi_voip_add_call_log);
+}
+
+int capi_voip_delete_call_log_by_node(unsigned type, unsigned node) {
+  return tell_others(with_call_log([&](const char* path) CAPI_REQUIRES(kCallLogLock) {
+    return capi::delete_call_log_by_node(path, type, node);
+  }));
+}
+
+int capi_voip_read_call_log_entry_header(const capi_call_log_image* image, unsigned type,
+                                         capi_call_log_entry_header* header) {
+  if (image != nullptr) return capi::read_call_log_entry_header(*image, type, header);
+  return with_call_log([&](const char* path) CAPI_REQUIRES(kCallLogLock) {
+    return capi::read_call_log_entry_header(path, type, header);
+  });
+}
+
+int capi_voip_read_call_log_node(const capi_call_log_image* image, unsigned node,
+                                 capi_call_log_record* record) {
+  if (image != nullptr) return capi::read_call_log_node(*image, node, record);
+  return with_call_log([&](const char* path) CAPI_REQUIRES(kCallLogLock) {
+    return capi::read_call_log_node(path, node, record);
+  });
+}
+
+int capi_voip_call_log_backup(const char* destination) {
+  if (destination == nullptr) return -1;
+  return with_call_log([&](const char* path) {
+    if (access(path, F_OK) != 0) return -1;
+    const capi::Text command = capi::copy_command(path, destination);
+    if (!command) return -1;
+    capi::run_shell(command.get());
+    return 0;
+  });
+}

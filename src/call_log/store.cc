@@ -1,0 +1,210 @@
+// SPDX-FileCopyrightText: The capi authors
+// SPDX-License-Identifier: MIT
+#include "call_log/store.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstddef>
+#include <cstdio>
+#include <cstring>
+
+#include "call_log/file.h"
+#include "foundation/log.h"
+
+namespace capi {
+namespace {
+
+constexpr char kReadNode[] = "_vkr_voip_read_call_log_node";
+constexpr char kReadHeader[] = "_vkr_voip_read_call_log_entry_header";
+
+bool refuse_node(unsigned node, const char* func) {
+  if (is_node(node)) return false;
+  CAPI_LOG_AS(func, kLogWarning, " check node index [%d] error !", static_cast<int>(node));
+  return true;
+}
+
+bool refuse_type(unsigned type, const char* func) {
+  if (is_call_type(type)) return false;
+  CAPI_LOG_AS(func, kLogWarning, " invalid parameter call_type = %d", static_cast<int>(type));
+  return true;
+}
+
+bool refuse_header_arguments(unsigned type, const capi_call_log_entry_header* header) {
+  if (is_call_type(type)) return refuse_null(header, kReadHeader);
+  CAPI_LOG_AS(kReadHeader, kLogWarning, " invalid parameter call_log_type = %d !",
+              static_cast<int>(type));
+  return true;
+}
+
+int delete_in_image(capi_call_log_image& image, unsigned type, unsigned node) {
+  constexpr char kFunc[] = "_vkr_voip_delete_call_log_by_node_internal";
+  if (refuse_node(node, kFunc) || refuse_type(type, kFunc)) return -1;
+  release_node(image, type, node, LoneFreeNode::LinksItself);
+  return 0;
+}
+
+int evict_oldest(capi_call_log_image& image, unsigned type, const char* func) {
+  const capi_call_log_list& list = image.header.entry[type].list;
+  if (list.count < CAPI_CALL_LOG_ENTRIES_PER_TYPE) return 0;
+  CAPI_LOG_AS(func, kLogInfo, " MUST delete 1 old call log entry before save new !");
+  if (delete_in_image(image, type, list.head) == 0) return 0;
+  CAPI_LOG_AS(func, kLogWarning, " failure to delete 1 old call log entry !");
+  return -1;
+}
+
+// Empties a list of a type. At most as many entries go as there are nodes, for the links of a bad
+// file may lead round in a circle.
+int delete_all(capi_call_log_image& image, unsigned type, const char* func) {
+  unsigned node = image.header.entry[type].list.head;
+  for (int count = 0; count < CAPI_CALL_LOG_NODES && node != kNoNode; ++count) {
+    const capi_call_log_record* entry = find_call_log_node(image, node);
+    if (entry == nullptr) {
+      CAPI_LOG_AS(func, kLogWarning, " failure to read call log index %d !",
+                  static_cast<int>(node));
+      return -1;
+    }
+    const unsigned next = entry->next;  // deleting clears it
+    if (delete_in_image(image, type, node) != 0) {
+      CAPI_LOG_AS(func, kLogWarning, " failure to delete call log index %d type %d !",
+                  static_cast<int>(node), static_cast<int>(type));
+      return -1;
+    }
+    node = next;
+  }
+  return 0;
+}
+
+// Writes a piece of an image to its place in the file.
+void write_piece(FILE* file, const char* path, const capi_call_log_image& image, const void* piece,
+                 size_t size) {
+  constexpr char kFunc[] = "_vkr_voip_delete_call_log_by_node";
+  const auto offset = static_cast<const uint8_t*>(piece) - reinterpret_cast<const uint8_t*>(&image);
+  if (fseek(file, static_cast<long>(offset), SEEK_SET) != 0) {
+    CAPI_LOG_AS(kFunc, kLogWarning, " failure to seek file pointer, error : %s!", strerror(errno));
+  } else if (fwrite(piece, size, 1, file) != 1) {
+    CAPI_LOG_AS(kFunc, kLogWarning, " failure write data into file %s, error : %s!", path,
+                strerror(errno));
+  }
+}
+
+}  // namespace
+
+int add_call_log(const char* path, unsigned type, const capi_call_log_record* record) {
+  constexpr char kFunc[] = "_vkr_voip_add_call_log";
+  if (refuse_type(type, kFunc) || refuse_null(record, kFunc)) return -1;
+  const ImageOwner image = load_call_log(path, kFunc);
+  if (!image) {
+    CAPI_LOG_AS(kFunc, kLogWarning, " read call log file %s failure !", path);
+    return -1;
+  }
+  if (evict_oldest(*image, type, kFunc) != 0) return -1;
+  const unsigned node = image->header.free.head;
+  if (!is_node(node)) {
+    set_call_log_aside(path, node);
+    refuse_node(node, kFunc);
+    return -1;
+  }
+  add_record(*image, type, *record);
+  return replace_call_log(path, *image,
+                          {kFunc, " can not open file %s, error = %s !",
+                           " failure to write data into file %s, error : %s!"});
+}
+
+int delete_call_log_by_node(const char* path, unsigned type, unsigned node) {
+  constexpr char kFunc[] = "_vkr_voip_delete_call_log_by_node";
+  if (refuse_node(node, kFunc) || refuse_type(type, kFunc)) return -1;
+  const ImageOwner image = load_call_log(path, kFunc);
+  if (!image) {
+    CAPI_LOG_AS(kFunc, kLogWarning, " failure to read call log file %s !", path);
+    return -1;
+  }
+  const File file = open_call_log(path, "rb+");
+  if (!file) {
+    CAPI_LOG_AS(kFunc, kLogWarning, " can not open file %s, error = %s !", path, strerror(errno));
+    return -1;
+  }
+  const capi_call_log_record& entry = image->node[node];
+  // The end of the free list comes first and the header last: should we die in between, that list
+  // is longer than its count, and no reader takes the file for sound.
+  const unsigned touched[] = {image->header.free.tail, node,          entry.prev, entry.next,
+                              entry.all_prev,          entry.all_next};
+  release_node(*image, type, node, LoneFreeNode::LinksNowhere);
+  for (const unsigned index : touched) {
+    if (!is_node(index)) continue;
+    write_piece(file.get(), path, *image, &image->node[index], sizeof image->node[index]);
+  }
+  write_piece(file.get(), path, *image, &image->header, sizeof image->header);
+  flush_call_log(file.get(), path, kFunc);
+  return 0;
+}
+
+int clean_call_log_by_type(const char* path, unsigned type) {
+  constexpr char kFunc[] = "_vkr_voip_clean_call_log_by_type";
+  if (!is_call_type(type)) {
+    CAPI_LOG_AS(kFunc, kLogWarning, " invalid parameter call_type = %d ! ", static_cast<int>(type));
+    return -1;
+  }
+  const ImageOwner image = load_call_log(path, kFunc);
+  if (!image) {
+    CAPI_LOG_AS(kFunc, kLogWarning, " read call log failure !");
+    return -1;
+  }
+  const capi_call_log_list& list = image->header.entry[type].list;
+  if (list.count == 0) {
+    CAPI_LOG_AS(kFunc, kLogWarning, " no call log exist belong to type %d !",
+                static_cast<int>(type));
+    return -1;
+  }
+  if (!is_node(list.head)) {
+    set_call_log_aside(path, list.head);
+    refuse_node(list.head, kFunc);
+    return -1;
+  }
+  if (delete_all(*image, type, kFunc) != 0) return -1;
+  return replace_call_log(path, *image,
+                          {kFunc, " can not create  file %s, error = %s !",
+                           " failure write data into file %s, error : %s!"});
+}
+
+const capi_call_log_record* find_call_log_node(const capi_call_log_image& image, unsigned node) {
+  return refuse_node(node, kReadNode) ? nullptr : &image.node[node];
+}
+
+int read_call_log_node(const capi_call_log_image& image, unsigned node,
+                       capi_call_log_record* record) {
+  if (refuse_node(node, kReadNode) || refuse_null(record, kReadNode)) return -1;
+  memcpy(record, &image.node[node], sizeof *record);
+  return 0;
+}
+
+int read_call_log_node(const char* path, unsigned node, capi_call_log_record* record) {
+  if (refuse_node(node, kReadNode) || refuse_null(record, kReadNode)) return -1;
+  memset(record, 0, sizeof *record);
+  const ImageOwner image = load_call_log(path, kReadNode);
+  if (!image) {
+    CAPI_LOG_AS(kReadNode, kLogWarning, " failure to read call log file !");
+    return -1;
+  }
+  return read_call_log_node(*image, node, record);
+}
+
+int read_call_log_entry_header(const capi_call_log_image& image, unsigned type,
+                               capi_call_log_entry_header* header) {
+  if (refuse_header_arguments(type, header)) return -1;
+  memcpy(header, &image.header.entry[type], sizeof *header);
+  return 0;
+}
+
+int read_call_log_entry_header(const char* path, unsigned type,
+                               capi_call_log_entry_header* header) {
+  if (refuse_header_arguments(type, header)) return -1;
+  const ImageOwner image = load_call_log(path, kReadHeader);
+  if (!image) {
+    CAPI_LOG_AS(kReadHeader, kLogWarning, " failure to read call log file !");
+    return -1;
+  }
+  return read_call_log_entry_header(*image, type, header);
+}
+
+}  // namespace capi

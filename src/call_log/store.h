@@ -1,0 +1,33 @@
+// SPDX-FileCopyrightText: The capi authors
+// SPDX-License-Identifier: MIT
+// The operations on the entries of the call-log file. All return 0 or -1 and log what failed.
+#pragma once
+
+#include "call_log/image.h"
+#include "lock/critical_section.h"
+
+namespace capi {
+
+int add_call_log(const char* path, unsigned type, const capi_call_log_record* record)
+    CAPI_REQUIRES(kCallLogLock);
+
+// Writes the changed pieces in place.
+int delete_call_log_by_node(const char* path, unsigned type, unsigned node)
+    CAPI_REQUIRES(kCallLogLock);
+
+int clean_call_log_by_type(const char* path, unsigned type) CAPI_REQUIRES(kCallLogLock);
+
+// A node of an image; null, and logged as a node that is read, for an index of none.
+const capi_call_log_record* find_call_log_node(const capi_call_log_image& image, unsigned node);
+
+int read_call_log_node(const capi_call_log_image& image, unsigned node,
+                       capi_call_log_record* record);
+int read_call_log_node(const char* path, unsigned node, capi_call_log_record* record)
+    CAPI_REQUIRES(kCallLogLock);
+
+int read_call_log_entry_header(const capi_call_log_image& image, unsigned type,
+                               capi_call_log_entry_header* header);
+int read_call_log_entry_header(const char* path, unsigned type, capi_call_log_entry_header* header)
+    CAPI_REQUIRES(kCallLogLock);
+
+}  // namespace capi

@@ -1,0 +1,234 @@
+// SPDX-FileCopyrightText: The capi authors
+// SPDX-License-Identifier: MIT
+#include "config/field_table.h"
+
+#include <array>
+#include <bit>
+#include <cstring>
+#include <type_traits>
+
+#include "config/field_rows.h"
+#include "foundation/text.h"
+
+namespace capi {
+
+// Defined nowhere: what calls them at compile time does not compile.
+void row_reaches_into_live_state();
+void key_stands_twice_in_a_section();
+
+namespace {
+
+using namespace field_rows;
+
+constexpr size_t kRowCount = kRows.size();
+constexpr size_t kSlots = 512;
+constexpr uint8_t kNoRow = 255;
+static_assert(kRowCount < kNoRow && kRowCount * 2 < kSlots);
+
+constexpr uint32_t byte_at(std::string_view text, size_t i) {
+  return static_cast<unsigned char>(text[i]);
+}
+
+static_assert(std::endian::native == std::endian::little, "four characters are taken as a number");
+
+constexpr uint32_t four_at(std::string_view text, size_t i) {
+  if (std::is_constant_evaluated()) {
+    return byte_at(text, i) | byte_at(text, i + 1) << 8 | byte_at(text, i + 2) << 16 |
+           byte_at(text, i + 3) << 24;
+  }
+  uint32_t four = 0;
+  memcpy(&four, text.data() + i, sizeof four);
+  return four;
+}
+
+// Four characters a step; the ends of keys tell them apart best, so the last step takes the last
+// four once more.
+constexpr uint32_t hash(SectionId section, std::string_view key) {
+  constexpr uint32_t kPrime = 0x9E3779B1;
+  auto value = static_cast<uint32_t>(section) + static_cast<uint32_t>(key.size()) * kPrime;
+  const auto mix = [&](size_t i) {
+    value ^= four_at(key, i);
+    value *= kPrime;
+    value ^= value >> 15;
+  };
+  for (size_t i = 0; i + 4 < key.size(); i += 4) mix(i);
+  if (key.size() >= 4) mix(key.size() - 4);
+  for (size_t i = 0; key.size() < 4 && i < key.size(); ++i) {
+    value = (value ^ byte_at(key, i)) * kPrime;
+  }
+  return value ^ (value >> 15);
+}
+
+// Open addressing.
+consteval std::array<uint8_t, kSlots> make_index() {
+  std::array<uint8_t, kSlots> index{};
+  for (uint8_t& slot : index) slot = kNoRow;
+  for (size_t row = 0; row < kRowCount; ++row) {
+    const auto& [section, candidate] = kDrafts[row];
+    const size_t end = candidate.field.offset + candidate.field.capacity;
+    if (end > offsetof(cfg_shared_record, cs_reg_stat)) row_reaches_into_live_state();
+    size_t slot = hash(section, candidate.key) % kSlots;
+    for (; index[slot] != kNoRow; slot = (slot + 1) % kSlots) {
+      const Draft& other = kDrafts[index[slot]];
+      if (other.section == section && other.named.key == candidate.key) {
+        key_stands_twice_in_a_section();
+      }
+    }
+    index[slot] = static_cast<uint8_t>(row);
+  }
+  return index;
+}
+
+constexpr std::array<uint8_t, kSlots> kIndex = make_index();
+
+bool is_key(const Row& row, std::string_view key) {
+  const std::string_view own = kRows.text(row.key);
+  return own.size() == key.size() && starts_with(own, key);
+}
+
+const Field* find_row(SectionId section, std::string_view key) {
+  for (size_t slot = hash(section, key) % kSlots; kIndex[slot] != kNoRow;
+       slot = (slot + 1) % kSlots) {
+    const Row& row = kRows[kIndex[slot]];
+    if (row.section == section && is_key(row, key)) return &row.field;
+  }
+  return nullptr;
+}
+
+std::string_view base_name(size_t section) { return kSections.text(kSections[section].name); }
+
+// Whether a name is that of a section, or begins as one that carries a number. Lengths first: few
+// names need a look at their characters.
+bool is_name(std::string_view base, bool is_numbered, std::string_view name) {
+  if (is_numbered ? name.size() <= base.size() || name[base.size()] != '_'
+                  : name.size() != base.size()) {
+    return false;
+  }
+  return starts_with(name, base);
+}
+
+SectionPlace numbered_section(size_t section, std::string_view number_text) {
+  const long number = parse_int32(number_text.data());
+  if (number < 1 || number > kSections[section].count) return {FieldLookup::OutOfRange};
+  return {FieldLookup::Found, static_cast<uint8_t>(section), static_cast<int>(number - 1)};
+}
+
+// What follows "option_" + section + "_"; empty for a key that does not begin so.
+std::string_view field_key(std::string_view base, std::string_view key) {
+  constexpr std::string_view kOption = "option_";
+  if (!starts_with(key, kOption)) return {};
+  key = tail(key, kOption.size());
+  if (!starts_with(key, base)) return {};
+  key = tail(key, base.size());
+  return starts_with(key, "_") ? tail(key, 1) : std::string_view{};
+}
+
+// The number of a key as "%d" writes it, which is what a suffix has to be; -1 for anything else.
+long exact_number(std::string_view text) {
+  constexpr size_t kMaxDigits = 9;
+  if (text.empty() || text.size() > kMaxDigits || (text[0] == '0' && text.size() > 1)) return -1;
+  long number = 0;
+  for (const char c : text) {
+    if (c < '0' || c > '9') return -1;
+    number = number * 10 + (c - '0');
+  }
+  return number;
+}
+
+FieldPlace numbered_place(const NumberedRow& row, long number) {
+  if (number < 1 || number > row.count) return {.lookup = FieldLookup::OutOfRange};
+  return {FieldLookup::Found, &row.field, static_cast<int>(number - 1)};
+}
+
+FieldPlace find_suffixed(SectionId section, std::string_view key) {
+  for (const NumberedRow& row : kNumberedRows) {
+    if (row.section != section) continue;
+    const std::string_view prefix = kNumberedRows.text(row.key);
+    if (!starts_with(key, prefix)) continue;
+    const long number = exact_number(tail(key, prefix.size()));
+    if (number >= 0) return numbered_place(row, number);
+  }
+  return {.lookup = FieldLookup::UnknownKey};
+}
+
+// The column that a codec key names somewhere in it.
+const NumberedRow* find_column(SectionId section, std::string_view key, ColumnChoice choice) {
+  const NumberedRow* named = nullptr;
+  for (const NumberedRow& row : kNumberedRows) {
+    if (row.section != section || !contains(key, kNumberedRows.text(row.key))) continue;
+    named = &row;
+    if (choice == ColumnChoice::First) break;
+  }
+  return named;
+}
+
+// The only one, where the key has nothing but a column and a number behind the section's name.
+const NumberedRow* find_only_column(SectionId section, std::string_view column) {
+  for (const NumberedRow& row : kNumberedRows) {
+    if (row.section == section && kNumberedRows.text(row.key) == column) return &row;
+  }
+  return nullptr;
+}
+
+FieldPlace find_codec_slot(SectionId section, const char* key, std::string_view rest,
+                           ColumnChoice choice) {
+  const char* underscore = strrchr(key, '_');
+  const long number = underscore != nullptr ? parse_int32(underscore + 1) : 0;
+  if (number < 1 || number > CAPI_CODEC_SLOTS) return {.lookup = FieldLookup::OutOfRange};
+  const NumberedRow* row = nullptr;
+  if (!rest.empty()) {
+    const char* column = rest.data() - 1;
+    row = find_only_column(section, {column, static_cast<size_t>(underscore + 1 - column)});
+  }
+  if (row == nullptr) row = find_column(section, key, choice);
+  if (row == nullptr) return {.lookup = FieldLookup::UnknownKey};
+  return numbered_place(*row, number);
+}
+
+FieldPlace find_entry(SectionId section, std::string_view key) {
+  constexpr size_t kPrefix = 24;
+  const long number = key.size() > kPrefix ? parse_int32(key.data() + kPrefix) : 0;
+  for (const NumberedRow& row : kNumberedRows) {
+    if (row.section == section) return numbered_place(row, number);
+  }
+  return {};
+}
+
+FieldPlace find_in_section(SectionId id, int index, const char* key, ColumnChoice choice) {
+  const Section& section = kSections[static_cast<size_t>(id)];
+  const std::string_view rest = field_key(base_name(static_cast<size_t>(id)), key);
+  if (const Field* field = find_row(id, rest)) return {FieldLookup::Found, field, index};
+  switch (section.key_number) {
+    case KeyNumber::Suffix:
+      return find_suffixed(id, rest);
+    case KeyNumber::CodecSlot:
+      return find_codec_slot(id, key, rest, choice);
+    case KeyNumber::Entry:
+      return find_entry(id, key);
+    case KeyNumber::None:
+      break;
+  }
+  return {.lookup = FieldLookup::UnknownKey,
+          .unknown_key_is_success = section.unknown_key_is_success};
+}
+
+}  // namespace
+
+SectionPlace find_section(const char* section) {
+  const std::string_view name = section;
+  for (size_t i = 0; i < kSections.size(); ++i) {
+    const std::string_view base = base_name(i);
+    const bool is_numbered = kSections[i].count != 0;
+    if (!is_name(base, is_numbered, name)) continue;
+    if (is_numbered) return numbered_section(i, tail(name, base.size() + 1));
+    return {FieldLookup::Found, static_cast<uint8_t>(i), 0};
+  }
+  return {};
+}
+
+FieldPlace find_field(const SectionPlace& section, const char* key, ColumnChoice choice) {
+  if (section.lookup != FieldLookup::Found) return {.lookup = section.lookup};
+  return find_in_section(static_cast<SectionId>(section.section), section.index, key, choice);
+}
+
+}  // namespace capi

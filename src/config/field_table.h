@@ -1,0 +1,41 @@
+// SPDX-FileCopyrightText: The capi authors
+// SPDX-License-Identifier: MIT
+// The key table of the configuration: section and key to a field of the record. Loading setting
+// files, setting by name and getting by name all go through it.
+#pragma once
+
+#include <cstdint>
+
+#include "record/field.h"
+
+namespace capi {
+
+enum class FieldLookup : uint8_t { Found, UnknownSection, UnknownKey, OutOfRange };
+
+// A codec key may name several columns: setting takes the first of them and getting the last, as
+// the device's software has always relied on.
+enum class ColumnChoice : uint8_t { First, Last };
+
+struct FieldPlace {
+  FieldLookup lookup = FieldLookup::UnknownSection;
+  const Field* field = nullptr;  // these two when found
+  int index = 0;
+  bool unknown_key_is_success = false;  // how getting answers for a key that the section lacks
+};
+
+// A section that was looked up, for the keys in it.
+struct SectionPlace {
+  FieldLookup lookup = FieldLookup::UnknownSection;  // Found, or why not
+  uint8_t section = 0;
+  int index = 0;  // from 0, where the section carries a number
+};
+
+SectionPlace find_section(const char* section);
+
+FieldPlace find_field(const SectionPlace& section, const char* key, ColumnChoice choice);
+
+inline FieldPlace find_field(const char* section, const char* key, ColumnChoice choice) {
+  return find_field(find_section(section), key, choice);
+}
+
+}  // namespace capi

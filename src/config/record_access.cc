@@ -1,0 +1,261 @@
+// SPDX-FileCopyrightText: The capi authors
+// SPDX-License-Identifier: MIT
+// Whole records, copied in and out of the segment.
+
+#include <cstring>
+#include <type_traits>
+
+#include "capi/backend.h"
+#include "capi/config.h"
+#include "foundation/log.h"
+#include "record/context.h"
+#include "record/whole_write.h"
+
+namespace capi {
+namespace {
+
+struct Bytes {
+  size_t offset;  // in the segment
+  size_t size;
+  int count;  // of the records of a numbered section, which stand one after another
+};
+
+template <typename Record>
+struct Place : Bytes {};
+
+template <typename Section>
+constexpr auto place_at(size_t offset) {
+  using Record = std::remove_extent_t<Section>;
+  constexpr int kCount = std::is_array_v<Section> ? std::extent_v<Section> : 1;
+  return Place<Record>{{offset, sizeof(Record), kCount}};
+}
+
+#define PLACE(section) \
+  place_at<decltype(cfg_shared_record::section)>(offsetof(cfg_shared_record, section))
+
+// Records are counted from 1.
+bool in_range(const Bytes& bytes, int index) { return index >= 1 && index <= bytes.count; }
+
+size_t position(const Bytes& bytes, int index) {
+  return bytes.offset + static_cast<size_t>(index - 1) * bytes.size;
+}
+
+int read_bytes(const Bytes& bytes, int index, void* out) {
+  if (out == nullptr) return -1;
+  return with_shared_record([&](const cfg_shared_record& record) {
+    if (!in_range(bytes, index)) return -1;
+    memcpy(out, reinterpret_cast<const char*>(&record) + position(bytes, index), bytes.size);
+    return 0;
+  });
+}
+
+int write_bytes(const Bytes& bytes, int index, const void* in) {
+  if (in == nullptr) return -1;
+  return with_shared_record([&](cfg_shared_record& record) {
+    if (!in_range(bytes, index)) return -1;
+    write_whole(reinterpret_cast<char*>(&record) + position(bytes, index), in, bytes.size);
+    return 0;
+  });
+}
+
+template <typename Record>
+int copy_out(const Place<Record>& place, Record* out, int index = 1) {
+  return read_bytes(place, index, out);
+}
+
+template <typename Record>
+int copy_in(const Place<Record>& place, const Record* in, int index = 1) {
+  return write_bytes(place, index, in);
+}
+
+}  // namespace
+}  // namespace capi
+
+using capi::copy_in;
+using capi::copy_out;
+using capi::place_at;
+
+// ---- Backend -----------------------------------------------------------------------------------
+
+int capi_cfg_backend_get_voice_stack(capi_voice_stack* record, int index) {
+  return copy_out(PLACE(voice_stack), record, index);
+}
+int capi_cfg_backend_set_voice_stack(const capi_voice_stack* record, int index) {
+  return copy_in(PLACE(voice_stack), record, index);
+}
+int capi_cfg_backend_get_voice_switch(capi_voice_switch* record) {
+  return copy_out(PLACE(voice_switch), record);
+}
+int capi_cfg_backend_get_system_access(capi_system_access* record) {
+  return copy_out(PLACE(system_access), record);
+}
+int capi_cfg_backend_get_voice_basic(capi_voice_basic* record) {
+  return copy_out(PLACE(voice_basic), record);
+}
+int capi_cfg_backend_set_voice_basic(const capi_voice_basic* record) {
+  return copy_in(PLACE(voice_basic), record);
+}
+int capi_cfg_backend_get_voice_sip_line(capi_voice_sip_line* record, int index) {
+  return copy_out(PLACE(sip_line), record, index);
+}
+int capi_cfg_backend_set_voice_sip_line(const capi_voice_sip_line* record, int index) {
+  return copy_in(PLACE(sip_line), record, index);
+}
+int capi_cfg_backend_get_voice_sip_line_features(capi_voice_sip_line_feature* record, int index) {
+  return copy_out(PLACE(sip_line_feature), record, index);
+}
+int capi_cfg_backend_set_voice_sip_line_features(const capi_voice_sip_line_feature* record,
+                                                 int index) {
+  return copy_in(PLACE(sip_line_feature), record, index);
+}
+int capi_cfg_backend_get_voice_parameter(capi_voice_parameter* record) {
+  return copy_out(PLACE(voice_parameter), record);
+}
+int capi_cfg_backend_set_voice_parameter(const capi_voice_parameter* record) {
+  return copy_in(PLACE(voice_parameter), record);
+}
+int capi_cfg_backend_get_slic_parameter(capi_slic_parameter* record) {
+  return copy_out(PLACE(slic_parameter), record);
+}
+int capi_cfg_backend_set_slic_parameter(const capi_slic_parameter* record) {
+  return copy_in(PLACE(slic_parameter), record);
+}
+int capi_cfg_backend_set_voice_call_forward(const capi_voice_call_forward* record, int index) {
+  return copy_in(PLACE(call_forward), record, index);
+}
+int capi_cfg_backend_get_voice_speed_dial(capi_voice_speed_dial* record) {
+  return copy_out(PLACE(speed_dial), record);
+}
+int capi_cfg_backend_set_voice_speed_dial(const capi_voice_speed_dial* record) {
+  return copy_in(PLACE(speed_dial), record);
+}
+int capi_cfg_backend_get_voice_speed_dial30(capi_voice_speed_dial30* record) {
+  return copy_out(PLACE(speed_dial30), record);
+}
+int capi_cfg_backend_set_voice_speed_dial30(const capi_voice_speed_dial30* record) {
+  return copy_in(PLACE(speed_dial30), record);
+}
+int capi_cfg_backend_get_voice_call_white_list(capi_voice_call_white_list* record) {
+  return copy_out(PLACE(call_white_list), record);
+}
+int capi_cfg_backend_get_voice_call_redirection(capi_voice_call_redirection* record) {
+  return copy_out(PLACE(call_redirection), record);
+}
+int capi_cfg_backend_get_voice_sms_cfg(capi_voice_sms_cfg* record) {
+  return copy_out(PLACE(sms_cfg), record);
+}
+
+#undef PLACE
+
+// ---- Public ------------------------------------------------------------------------------------
+
+// Hands a result on, logging under the public function's name when it is -1. The rest is the
+// message and its argument.
+#define RETURN_LOGGING_FAILURE(call, ...)                     \
+  const int result = call;                                    \
+  if (result == -1) CAPI_LOG(capi::kLogWarning, __VA_ARGS__); \
+  return result
+
+int capi_get_system_access(capi_system_access* record) {
+  RETURN_LOGGING_FAILURE(capi_cfg_backend_get_system_access(record),
+                         "retrieve system access configuration failure!");
+}
+int capi_get_voice_stack(capi_voice_stack* record, int index) {
+  RETURN_LOGGING_FAILURE(capi_cfg_backend_get_voice_stack(record, index),
+                         "retrieve stack %d configuration of voice failure!", index);
+}
+int capi_get_voice_switch(capi_voice_switch* record) {
+  RETURN_LOGGING_FAILURE(capi_cfg_backend_get_voice_switch(record),
+                         "retrieve switch configuration of voice failure!");
+}
+int capi_get_voice_basic(capi_voice_basic* record) {
+  RETURN_LOGGING_FAILURE(capi_cfg_backend_get_voice_basic(record),
+                         "retrieve basic sip configuration of voice failure!");
+}
+int capi_get_voice_sip_line(capi_voice_sip_line* record, int index) {
+  RETURN_LOGGING_FAILURE(capi_cfg_backend_get_voice_sip_line(record, index),
+                         "retrieve sip line %d configuration of voice failure!", index);
+}
+int capi_get_voice_sip_line_feature(capi_voice_sip_line_feature* record, int index) {
+  RETURN_LOGGING_FAILURE(capi_cfg_backend_get_voice_sip_line_features(record, index),
+                         "retrieve sip line feature %d configuration of voice failure!", index);
+}
+int capi_get_voice_parameter(capi_voice_parameter* record) {
+  RETURN_LOGGING_FAILURE(capi_cfg_backend_get_voice_parameter(record),
+                         "retrieve voice parameter configuration failure!");
+}
+int capi_get_slic_parameter(capi_slic_parameter* record) {
+  RETURN_LOGGING_FAILURE(capi_cfg_backend_get_slic_parameter(record),
+                         "retrieve slic parameter configuration failure!");
+}
+int capi_get_voice_speed_dial(capi_voice_speed_dial* record) {
+  RETURN_LOGGING_FAILURE(capi_cfg_backend_get_voice_speed_dial(record),
+                         "retrieve speed dial configuration of voice failure!");
+}
+int capi_get_voice_speed_dial30(capi_voice_speed_dial30* record) {
+  RETURN_LOGGING_FAILURE(capi_cfg_backend_get_voice_speed_dial30(record),
+                         "retrieve speed dial configuration of voice failure!");
+}
+int capi_get_voice_call_white_list(capi_voice_call_white_list* record) {
+  RETURN_LOGGING_FAILURE(capi_cfg_backend_get_voice_call_white_list(record),
+                         "retrieve call white list configuration of voice failure!");
+}
+int capi_get_voice_call_redirection(capi_voice_call_redirection* record) {
+  RETURN_LOGGING_FAILURE(capi_cfg_backend_get_voice_call_redirection(record),
+                         "retrieve call redirection configuration of voice failure!");
+}
+int capi_get_voice_sms_cfg(capi_voice_sms_cfg* record) {
+  RETURN_LOGGING_FAILURE(capi_cfg_backend_get_voice_sms_cfg(record),
+                         "retrieve sms configuration of voice failure!");
+}
+
+int capi_get_voice_sip_registration(capi_voice_sip_registration*) {
+  RETURN_LOGGING_FAILURE(-1, "retrieve sip registration configuration of voice failure!");
+}
+int capi_get_voice_sip_server(capi_voice_sip_server*) {
+  RETURN_LOGGING_FAILURE(-1, "retrieve sip server configuration of voice failure!");
+}
+int capi_get_voice_nat(capi_voice_nat*) {
+  RETURN_LOGGING_FAILURE(-1, "retrieve sip nat configuration of voice failure!");
+}
+int capi_get_voice_call_block(capi_voice_call_block*) {
+  RETURN_LOGGING_FAILURE(-1, "retrieve call block configuration of voice failure!");
+}
+int capi_get_voice_profile(void*) {
+  RETURN_LOGGING_FAILURE(-1, "retrieve profile configuration of voice failure!");
+}
+int capi_get_voice_call_forward(capi_voice_call_forward*, int index) {
+  RETURN_LOGGING_FAILURE(-1, "retrieve call forward line %d configuration of voice failure!",
+                         index);
+}
+
+int capi_set_voice_stack(const capi_voice_stack* record, int index) {
+  return capi_cfg_backend_set_voice_stack(record, index);
+}
+int capi_set_voice_basic(const capi_voice_basic* record) {
+  return capi_cfg_backend_set_voice_basic(record);
+}
+int capi_set_voice_sip_line(const capi_voice_sip_line* record, int index) {
+  RETURN_LOGGING_FAILURE(capi_cfg_backend_set_voice_sip_line(record, index),
+                         " line index-%d, error", index);
+}
+int capi_set_voice_sip_line_feature(const capi_voice_sip_line_feature* record, int index) {
+  RETURN_LOGGING_FAILURE(capi_cfg_backend_set_voice_sip_line_features(record, index),
+                         " line index-%d, error", index);
+}
+int capi_set_voice_call_forward(const capi_voice_call_forward* record, int index) {
+  RETURN_LOGGING_FAILURE(capi_cfg_backend_set_voice_call_forward(record, index),
+                         " line index-%d, error", index);
+}
+int capi_set_voice_speed_dial(const capi_voice_speed_dial* record) {
+  RETURN_LOGGING_FAILURE(capi_cfg_backend_set_voice_speed_dial(record), " error");
+}
+int capi_set_voice_speed_dial30(const capi_voice_speed_dial30* record) {
+  RETURN_LOGGING_FAILURE(capi_cfg_backend_set_voice_speed_dial30(record), " error");
+}
+int capi_set_voice_parameter(const capi_voice_parameter* record) {
+  RETURN_LOGGING_FAILURE(capi_cfg_backend_set_voice_parameter(record), " error");
+}
+int capi_set_slic_parameter(const capi_slic_parameter* record) {
+  RETURN_LOGGING_FAILURE(capi_cfg_backend_set_slic_parameter(record), " error");
+}

@@ -1,0 +1,93 @@
+// SPDX-FileCopyrightText: The capi authors
+// SPDX-License-Identifier: MIT
+#include "config/settings.h"
+
+#include <cstring>
+
+#include "capi/backend.h"
+#include "capi/util.h"
+#include "config/field_table.h"
+#include "foundation/key_value.h"
+#include "foundation/log.h"
+#include "foundation/text.h"
+
+namespace capi {
+namespace {
+
+// What a section's name stands for. The items of a section follow each other, so that it has to be
+// found out for the first of them only.
+class SectionMemory {
+ public:
+  SectionMemory() { name_[0] = '\0'; }
+
+  const SectionPlace& find(const char* section) {
+    if (strcmp(section, name_) == 0) return place_;
+    place_ = find_section(section);
+    const std::string_view fitting = head(section, sizeof name_ - 1);
+    memcpy(name_, fitting.data(), fitting.size());
+    name_[fitting.size()] = '\0';
+    return place_;
+  }
+
+ private:
+  char name_[kKeyValueLineSize];
+  SectionPlace place_;
+};
+
+// Not inlined three times over: the look-up takes longer than the call.
+[[gnu::noinline]] int apply(cfg_shared_record& record, const FieldPlace& place, const char* value) {
+  if (place.lookup == FieldLookup::OutOfRange) return -1;
+  if (place.lookup == FieldLookup::Found) set_field(record, *place.field, place.index, value);
+  return 0;
+}
+
+}  // namespace
+
+void log_setting(const char* section, const char* key, const char* value) {
+  CAPI_LOG_AS("setting_item_cb", kLogInfo, "[%s][%s][%s]\n", section != nullptr ? section : "---",
+              key, value);
+}
+
+int apply_setting(cfg_shared_record& record, const char* section, const char* key,
+                  const char* value) {
+  if (section == nullptr) return 0;
+  return apply(record, find_field(section, key, ColumnChoice::First), value);
+}
+
+int apply_setting_everywhere(const char* section, const char* key, const char* value) {
+  log_setting(section, key, value);
+  cfg_backend_context* ctx = context();
+  if (ctx == nullptr) return -1;
+  if (section == nullptr) return 0;
+  const FieldPlace place = find_field(section, key, ColumnChoice::First);
+  const int result = apply(ctx->staging, place, value);
+  cfg_shared_record* record = shared_record();
+  if (record != nullptr && place.lookup == FieldLookup::Found) {
+    copy_field(*record, ctx->staging, *place.field, place.index);
+  }
+  return result;
+}
+
+}  // namespace capi
+
+int setting_item_cb(const char* section, const char* key, const char* value) {
+  using namespace capi;
+  if (key == nullptr || value == nullptr) return -1;
+  log_setting(section, key, value);
+  cfg_backend_context* ctx = context();
+  return ctx != nullptr ? apply_setting(ctx->staging, section, key, value) : -1;
+}
+
+int capi_cfg_backend_init_settings_from_file(const char* path) {
+  using namespace capi;
+  if (path == nullptr || context() == nullptr) return -1;
+  const CriticalSection guard(kConfShmLock);
+  SectionMemory sections;
+  const auto take_item = [&](const char* section, const char* key, const char* value) {
+    log_setting(section, key, value);
+    cfg_backend_context* ctx = context();
+    if (ctx == nullptr) return;
+    apply(ctx->staging, find_field(sections.find(section), key, ColumnChoice::First), value);
+  };
+  return for_each_item(path, take_item) ? 0 : -1;
+}

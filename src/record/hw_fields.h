@@ -1,0 +1,27 @@
+// SPDX-FileCopyrightText: The capi authors
+// SPDX-License-Identifier: MIT
+// What manufacturing wrote into "/tmp/m_data", under the keys of that file.
+#pragma once
+
+#include "record/field.h"
+
+namespace capi {
+
+inline constexpr char kManufacturingFile[] = "/tmp/m_data";
+
+inline constexpr field_rows::NamedField kHwWanMac =
+    CAPI_FIELD_AS("m_mac6_wan_addr", hw_info.wan_mac);
+inline constexpr field_rows::NamedField kHwLanMac =
+    CAPI_FIELD_AS("m_mac6_lan_addr", hw_info.lan_mac);
+inline constexpr field_rows::NamedField kHwVersion = CAPI_FIELD_AS("m_hw_ver", hw_info.version);
+inline constexpr field_rows::NamedField kHwSerial = CAPI_FIELD_AS("m_serial", hw_info.serial);
+inline constexpr field_rows::NamedField kHwModel = CAPI_FIELD_AS("m_model_name", hw_info.model);
+inline constexpr field_rows::NamedField kHwCountry =
+    CAPI_FIELD_AS("m_country_code", hw_info.contrycode);
+inline constexpr field_rows::NamedField kHwImei = CAPI_FIELD_AS("m_imei0", hw_info.imei0);
+inline constexpr field_rows::NamedField kHwCellModule =
+    CAPI_FIELD_AS("m_cellular_module", hw_info.cellmodule);
+inline constexpr field_rows::NamedField kHwLanguage =
+    CAPI_FIELD_AS("m_ui_language", hw_info.language);
+
+}  // namespace capi

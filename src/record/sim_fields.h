@@ -1,0 +1,19 @@
+// SPDX-FileCopyrightText: The capi authors
+// SPDX-License-Identifier: MIT
+// The seven SIM values under the keys of "info.simcard", in the order in which callers number them
+// and in which that file is written.
+#pragma once
+
+#include "record/field.h"
+
+namespace capi {
+
+inline constexpr field_rows::NamedField kNamedSimFields[] = {
+    CAPI_FIELD(sim_info, ICCID),      CAPI_FIELD(sim_info, IMSI), CAPI_FIELD(sim_info, IMPI),
+    CAPI_FIELD(sim_info, IMS_DOMAIN), CAPI_FIELD(sim_info, IMPU), CAPI_FIELD(sim_info, MSISDN),
+    CAPI_FIELD(sim_info, MBDN),
+};
+
+inline constexpr const auto& kSimFields = field_rows::kKeyedFields<kNamedSimFields>;
+
+}  // namespace capi

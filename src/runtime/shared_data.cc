@@ -1,0 +1,107 @@
+// SPDX-FileCopyrightText: The capi authors
+// SPDX-License-Identifier: MIT
+// The published blocks, and the status files that mirror them for processes without this library.
+
+#include <cstdio>
+#include <cstring>
+#include <iterator>
+
+#include "capi/backend.h"
+#include "capi/runtime.h"
+#include "capi/util.h"
+#include "foundation/log.h"
+#include "foundation/text.h"
+#include "record/context.h"
+#include "record/directory.h"
+#include "record/whole_write.h"
+
+namespace capi {
+namespace {
+
+struct Slot {
+  uint16_t offset;
+  uint16_t size;
+};
+
+#define SLOT(member) \
+  { offsetof(cfg_shared_record, member), sizeof(std::declval<cfg_shared_record&>().member) }
+
+// By type.
+constexpr Slot kSlots[] = {SLOT(shared_reg_summary[0]),  SLOT(shared_reg_summary[1]),
+                           SLOT(shared_call_state[0]),   SLOT(shared_call_state[1]),
+                           SLOT(shared_phone_status[0]), SLOT(shared_phone_status[1])};
+#undef SLOT
+
+// The longest line is well below half of this.
+constexpr size_t kFileSize = 1024;
+
+int format(char* buf, size_t size, const capi_shared_reg_summary& block) {
+  const std::string_view status = bounded(block.regstatus);
+  return snprintf(buf, size, "line=%d,regstatus=%.*s,vm=%d,noe911=%d,simdeactived=%d,callfailed=%d",
+                  block.line, CAPI_TEXT_ARG(status), block.vm, block.noe911, block.simdeactived,
+                  block.callfailed);
+}
+
+int format(char* buf, size_t size, const capi_shared_call_state& block) {
+  int length = snprintf(buf, size, "line=%d", block.line);
+  for (int i = 0; i < CAPI_CALLS_PER_LINE; ++i) {
+    const capi_shared_call& call = block.call[i];
+    const std::string_view name = bounded(call.name);
+    const std::string_view number = bounded(call.number);
+    length += snprintf(buf + length, size - static_cast<size_t>(length),
+                       ",state%d=%d,name%d=%.*s,number%d=%.*s", i + 1, call.state, i + 1,
+                       CAPI_TEXT_ARG(name), i + 1, CAPI_TEXT_ARG(number));
+  }
+  return length;
+}
+
+int format(char* buf, size_t size, const capi_shared_phone_status& block) {
+  return snprintf(buf, size, "line=%d,hook=%d,incoming=%d", block.line, block.hook, block.incoming);
+}
+
+template <typename Block>
+void write_file(std::string_view dir, const char* name, const Block (&blocks)[CAPI_SIP_LINES]) {
+  char path[256];
+  snprintf(path, sizeof path, "%.*s/%s", CAPI_TEXT_ARG(dir), name);
+  char text[kFileSize];
+  int length = format(text, kFileSize, blocks[0]);
+  text[length++] = '\n';
+  length += format(text + length, kFileSize - static_cast<size_t>(length), blocks[1]);
+  utils_write_to_file(path, text, length);
+}
+
+void write_files(const cfg_shared_record& record) {
+  const std::string_view dir = bounded(record.directory[static_cast<size_t>(RuntimeDir::Data)]);
+  write_file(dir, "shared_line_reg_status", record.shared_reg_summary);
+  write_file(dir, "shared_call_state_info", record.shared_call_state);
+  write_file(dir, "shared_phone_status", record.shared_phone_status);
+}
+
+int store(cfg_shared_record& record, int type, const void* block) {
+  if (type < 0 || static_cast<size_t>(type) >= std::size(kSlots)) {
+    CAPI_LOG_AS("capi_cfg_backend_set_shared_data", kLogErr, "not support share data type %d!",
+                type);
+    return -1;
+  }
+  if (block == nullptr) return -1;
+  write_whole(reinterpret_cast<char*>(&record) + kSlots[type].offset, block, kSlots[type].size);
+  return 0;
+}
+
+}  // namespace
+}  // namespace capi
+
+int capi_cfg_backend_set_shared_data(int type, const void* block) {
+  using namespace capi;
+  return with_shared_record([&](cfg_shared_record& record) {
+    const int result = store(record, type, block);
+    write_files(record);
+    return result;
+  });
+}
+
+int capi_set_shared_data(int type, const void* block) {
+  const int result = capi_cfg_backend_set_shared_data(type, block);
+  if (result == -1) CAPI_LOG(capi::kLogNotice, "Unable to set shared data!");
+  return result;
+}
