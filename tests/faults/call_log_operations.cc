@@ -3,7 +3,7 @@
 // The call log.
 #include <filesystem>
 
-#include "calllog/call_log_test.h"
+#include "call_log/call_log_test.h"
 #include "operation.h"
 
 namespace capi::test {

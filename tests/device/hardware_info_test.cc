@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
 #include "capi/device.h"
-#include "config/ask.h"
 #include "support/adapter.h"
+#include "support/ask.h"
 
 namespace capi::test {
 namespace {

@@ -77,7 +77,7 @@ TEST_F(StackFileTest, EveryTypeIsAsItsGoldenFile) {
   for (const FileType& type : kTypes) {
     std::filesystem::remove(type.path);
     EXPECT_EQ(capi_make_config_file(type.type), 0);
-    EXPECT_EQ(read_file(type.path), read_file(std::string(CAPI_SOURCE_DIR "/tests/config/golden/") +
+    EXPECT_EQ(read_file(type.path), read_file(std::string(CAPI_SOURCE_DIR "/tests/stack/golden/") +
                                               type.golden + ".conf"))
         << type.path;
   }
@@ -88,7 +88,7 @@ TEST_F(StackFileTest, AnyProcessMayWriteThem) {
   load_all_keys();
   in_client([] { EXPECT_EQ(capi_cfg_backend_make_config_file(1), 0); });
   EXPECT_EQ(read_file("/tmp/vosip.conf.voip"),
-            read_file(CAPI_SOURCE_DIR "/tests/config/golden/voip.conf"));
+            read_file(CAPI_SOURCE_DIR "/tests/stack/golden/voip.conf"));
 }
 
 TEST_F(StackFileTest, AnImsStackGetsNoSubscriberAndServerButTheirPorts) {

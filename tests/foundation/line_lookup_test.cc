@@ -6,7 +6,7 @@
 
 #include <string>
 
-#include "config/ask.h"
+#include "support/ask.h"
 #include "support/files.h"
 
 namespace capi::test {

@@ -4,8 +4,8 @@
 #include <ctime>
 
 #include "capi/runtime.h"
-#include "config/ask.h"
 #include "support/adapter.h"
+#include "support/ask.h"
 
 namespace capi::test {
 namespace {

@@ -3,8 +3,8 @@
 #include <filesystem>
 
 #include "capi/carrier.h"
-#include "config/ask.h"
 #include "support/adapter.h"
+#include "support/ask.h"
 
 namespace capi::test {
 namespace {

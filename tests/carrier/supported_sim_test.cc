@@ -9,9 +9,9 @@
 
 #include "capi/carrier.h"
 #include "carrier/carrier_rows.h"
-#include "config/ask.h"
-#include "config/expected_carriers.h"
+#include "carrier/expected_carriers.h"
 #include "support/adapter.h"
+#include "support/ask.h"
 
 namespace capi::test {
 namespace {

@@ -4,9 +4,9 @@
 
 #include <set>
 
-#include "config/ask.h"
-#include "config/expected_carriers.h"
+#include "carrier/expected_carriers.h"
 #include "support/adapter.h"
+#include "support/ask.h"
 
 namespace capi::test {
 

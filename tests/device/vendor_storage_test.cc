@@ -8,8 +8,8 @@
 #include <thread>
 
 #include "capi/device.h"
-#include "config/ask.h"
 #include "support/adapter.h"
+#include "support/ask.h"
 
 namespace capi::test {
 namespace {
