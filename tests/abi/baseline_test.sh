@@ -21,18 +21,18 @@ fail() {
 
 # All functions, and all records and enumerations that the headers have.
 while read -r name; do
-  grep -q "<function-decl name='$name'" "$source/abi/libcapi.abi" || fail "no baseline has $name()"
+  grep -q "<function-decl name='$name'" "$source/tests/abi/baseline/libcapi.abi" || fail "no baseline has $name()"
 done < <(sed -n '/local:/q; s/^ *\([A-Za-z0-9_]*\);$/\1/p' "$source/src/capi.map")
 while read -r name; do
-  grep -Eq "<(class|enum)-decl name='$name' .*id=" "$source"/abi/*.abi || fail "no baseline has $name"
+  grep -Eq "<(class|enum)-decl name='$name' .*id=" "$source"/tests/abi/baseline/*.abi || fail "no baseline has $name"
 done < <(sed -nE 's/^(typedef )?(struct|enum) ([a-z0-9_]+) \{.*/\3/p' "$source"/include/capi/*.h)
-grep -ohE "(path|name)='/[^']*'" "$source"/abi/*.abi && fail 'a baseline has a path of a machine'
+grep -ohE "(path|name)='/[^']*'" "$source"/tests/abi/baseline/*.abi && fail 'a baseline has a path of a machine'
 
 # A library of one function beside what types.cc has, made with headers in which "$1" was done.
 describe() { # NAME SED-SCRIPT
   cp -r "$source/include" "$scratch/$1"
   sed -i -E "$2" "$scratch/$1"/capi/*.h
-  { cat "$source/abi/types.cc"
+  { cat "$source/tests/abi/baseline/types.cc"
     echo 'extern "C" __attribute__((visibility("default")))'
     echo 'int capi_set_voice_basic(const capi_voice_basic*) { return 0; }'; } >"$scratch/$1.cc"
   # The headers' own assertions would stop most of these changes already.
