@@ -82,11 +82,11 @@ int capi_cfg_backend_init_settings_from_file(const char* path) {
   using namespace capi;
   if (path == nullptr || context() == nullptr) return -1;
   const CriticalSection guard(kConfShmLock);
+  cfg_backend_context* ctx = context();  // again: it may have gone while we waited
+  if (ctx == nullptr) return -1;
   SectionMemory sections;
   const auto take_item = [&](const char* section, const char* key, const char* value) {
     log_setting(section, key, value);
-    cfg_backend_context* ctx = context();
-    if (ctx == nullptr) return;
     apply(ctx->staging, find_field(sections.find(section), key, ColumnChoice::First), value);
   };
   return for_each_item(path, take_item) ? 0 : -1;

@@ -95,6 +95,7 @@ int capiv2_cfg_backend_init(const capi_callbacks* callbacks, int is_master) {
   using namespace capi;
   if (context() != nullptr) return 0;
   const CriticalSection section(kConfShmLock);
+  if (context() != nullptr) return 0;  // another thread was first
   auto* ctx = static_cast<cfg_backend_context*>(calloc(1, sizeof(cfg_backend_context)));
   if (ctx == nullptr) return 0;
   ctx->is_master = is_master;

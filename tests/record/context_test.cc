@@ -4,6 +4,7 @@
 
 #include <gmock/gmock.h>
 #include <sys/ipc.h>
+#include <sys/sem.h>
 #include <sys/shm.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -11,6 +12,9 @@
 #include <algorithm>
 #include <cstring>
 #include <filesystem>
+#include <functional>
+#include <thread>
+#include <vector>
 
 #include "support/adapter.h"
 
@@ -41,6 +45,13 @@ class ContextTest : public Adapter {
     Adapter::TearDown();
   }
 };
+
+// How many times a segment is attached, in all processes.
+unsigned long attachments(int segment) {
+  shmid_ds status{};
+  EXPECT_EQ(shmctl(segment, IPC_STAT, &status), 0);
+  return status.shm_nattch;
+}
 
 bool is_all_zero(const cfg_shared_record& record) {
   const auto* bytes = reinterpret_cast<const char*>(&record);
@@ -325,6 +336,41 @@ TEST_F(ContextTest, WhereThereIsNothingToDoNoLockIsTaken) {
   EXPECT_EQ(capi_post_init(0), 0);
   EXPECT_EQ(capi_init_settings_from_file("/tmp/m_data"), -1);
   EXPECT_EQ(capi_critical_section_unlock(0), 0);
+}
+
+// Runs a thread for each body, all of which then wait for lock 0 at once.
+void run_behind_lock_zero(const std::vector<std::function<void()>>& bodies) {
+  ASSERT_EQ(capi_critical_section_lock(0), 0);
+  const int set = semget(ftok("/tmp/m_data", 'l'), CAPI_LOCK_COUNT, 0666);
+  std::vector<std::thread> threads;
+  for (const auto& body : bodies) {
+    threads.emplace_back(body);
+    // The kernel serves them in the order in which they came.
+    while (semctl(set, 0, GETNCNT) < static_cast<int>(threads.size())) std::this_thread::yield();
+  }
+  EXPECT_EQ(capi_critical_section_unlock(0), 0);
+  for (auto& thread : threads) thread.join();
+}
+
+TEST_F(ContextTest, ThreadsThatStartAtOnceShareOneContext) {
+  ASSERT_EQ(capi_critical_section_lock_create(), 0);
+  const auto start = [&] { capi_init(&no_callbacks_, 0, capture_log); };
+  run_behind_lock_zero({start, start, start});
+  ASSERT_NE(context(), nullptr);
+  const int segment = context()->shm_id;
+  EXPECT_EQ(attachments(segment), 1u);
+  capi_uninit();
+  EXPECT_EQ(attachments(segment), 0u);
+}
+
+TEST_F(ContextTest, ASettingFileThatWaitsForTheEndIsNotLoaded) {
+  start_master();
+  write_file("/tmp/x.settings", "[sms]\noption_sms_enable=1\n");
+  int result = 0;
+  run_behind_lock_zero(
+      {[] { capi_uninit(); }, [&] { result = capi_init_settings_from_file("/tmp/x.settings"); }});
+  EXPECT_EQ(result, -1);
+  EXPECT_THAT(captured_log(), testing::IsEmpty());
 }
 
 TEST_F(ContextTest, WithoutTheLockFileTheWorkGoesOnUnlocked) {
