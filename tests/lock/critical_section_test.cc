@@ -225,11 +225,47 @@ TEST_F(CriticalSectionTest, ADebugBuildAloneRefusesALockThatIsTakenOutOfOrderOrT
 #ifndef NDEBUG
   EXPECT_DEATH(take_after_run_info(CAPI_LOCK_CALL_LOG), "lock taken out of order");
   EXPECT_DEATH(take_after_run_info(CAPI_LOCK_VOP_RUN_INFO), "lock taken out of order");
+  const auto take_in_a_thread = [&] { std::thread(take_after_run_info, 2).join(); };
+  EXPECT_DEATH(take_in_a_thread(), "lock taken out of order");
 #else
   EXPECT_EQ(take_after_run_info(CAPI_LOCK_CALL_LOG), 0);
   capi_critical_section_unlock(CAPI_LOCK_CALL_LOG);
   capi_critical_section_unlock(CAPI_LOCK_VOP_RUN_INFO);
 #endif
+}
+
+TEST_F(CriticalSectionTest, AThreadMayTakeAgainWhatAnotherOneGaveBackForIt) {
+  create();
+  for (const unsigned id : {10u, 2u}) {
+    ASSERT_EQ(capi_critical_section_lock(id), 0);
+    std::thread([&] { EXPECT_EQ(capi_critical_section_unlock(id), 0); }).join();
+  }
+  EXPECT_EQ(capi_critical_section_lock(2), 0);
+  EXPECT_EQ(capi_critical_section_unlock(2), 0);
+}
+
+TEST_F(CriticalSectionTest, AThreadMayWaitForWhatAnotherThreadOfItsProcessHolds) {
+  create();
+  ASSERT_EQ(capi_critical_section_lock(2), 0);
+  std::thread other([] {
+    EXPECT_EQ(capi_critical_section_lock(2), 0);
+    EXPECT_EQ(capi_critical_section_unlock(2), 0);
+  });
+  while (semctl(find_set(), 2, GETNCNT) == 0) std::this_thread::yield();
+  EXPECT_EQ(capi_critical_section_unlock(2), 0);
+  other.join();
+}
+
+TEST_F(CriticalSectionTest, AChildMayTakeWhatItsParentHeld) {
+  create();
+  ASSERT_EQ(capi_critical_section_lock(2), 0);
+  Process child([] {
+    EXPECT_EQ(capi_critical_section_lock(2), 0);
+    EXPECT_EQ(capi_critical_section_unlock(2), 0);
+  });
+  while (semctl(find_set(), 2, GETNCNT) == 0) std::this_thread::yield();
+  EXPECT_EQ(capi_critical_section_unlock(2), 0);
+  EXPECT_TRUE(child.succeeded());
 }
 
 TEST_F(CriticalSectionTest, AGuardFreesItsLockThoughTheSetIsNotFoundThen) {
