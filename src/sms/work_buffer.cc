@@ -2,29 +2,21 @@
 // SPDX-License-Identifier: MIT
 #include "sms/work_buffer.h"
 
+#include <unistd.h>
+
 #include <cstdlib>
-#include <iterator>
 
 #include "foundation/log.h"
 
 namespace capi {
 namespace {
 
-struct Slot {
-  uint8_t in_use;
-  uint8_t* memory;
-};
+uint8_t* work_memory = nullptr;
 
-Slot slots[2];
-bool is_set_up = false;
+// The process that uses it. A fork() copies the mark without the thread that would take it back.
+pid_t user = 0;
 
-bool set_up_pool() {
-  auto* memory = static_cast<uint8_t*>(calloc(1, kSmsWorkBufferSize));
-  if (memory == nullptr) return false;
-  slots[0].memory = memory;
-  is_set_up = true;
-  return true;
-}
+bool is_in_use() { return user == getpid(); }
 
 }  // namespace
 
@@ -34,30 +26,30 @@ uint8_t* request_sms_memory(uint64_t size) {
     CAPI_LOG_AS(kFunc, kLogWarning, "too large memory: %d\n", printed_sms_size(size));
     return nullptr;
   }
-  if (!is_set_up && !set_up_pool()) {
+  if (work_memory == nullptr) work_memory = static_cast<uint8_t*>(calloc(1, kSmsWorkBufferSize));
+  if (work_memory == nullptr) {
     CAPI_LOG_AS(kFunc, kLogWarning, "calloc failed!\n");
     return nullptr;
   }
-  if (slots[0].in_use != 0) {
+  if (is_in_use()) {
     CAPI_LOG_AS(kFunc, kLogWarning, "mem[%d] is in use\n", 0);
     return nullptr;
   }
-  slots[0].in_use = 1;
-  return slots[0].memory;
+  user = getpid();
+  return work_memory;
 }
 
-void release_sms_memory(unsigned slot, const void* memory) {
+void release_sms_memory(const void* memory) {
   constexpr char kFunc[] = "_vkr_voip_sms_release_mem";
-  if (slot >= std::size(slots)) return;
-  if (!is_set_up) {
+  if (work_memory == nullptr) {
     CAPI_LOG_AS(kFunc, kLogWarning, "mem is not initiated!\n");
-  } else if (slots[slot].in_use == 0) {
+  } else if (!is_in_use()) {
     CAPI_LOG_AS(kFunc, kLogWarning, "mem is already freed!\n");
-  } else if (slots[slot].memory != memory) {
-    CAPI_LOG_AS(kFunc, kLogWarning, "wrong mem ptr: %p %p\n",
-                static_cast<const void*>(slots[slot].memory), memory);
+  } else if (work_memory != memory) {
+    CAPI_LOG_AS(kFunc, kLogWarning, "wrong mem ptr: %p %p\n", static_cast<const void*>(work_memory),
+                memory);
   } else {
-    slots[slot].in_use = 0;
+    user = 0;
   }
 }
 

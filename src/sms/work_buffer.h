@@ -19,17 +19,18 @@ inline int printed_sms_size(uint64_t size) {
   return static_cast<int>(size < INT32_MAX ? size : INT32_MAX);
 }
 
-// The pool. Only slot 0 is handed out; its memory keeps what the last user left in it. Null when
-// the size is too large, there is no memory or the slot is in use.
+// Hands the memory out, with what the last user left in it. Null when the size is too large, there
+// is no memory, or this process is using it: lock 18 keeps that from happening, but the work goes
+// on without locks where there are none. A child of fork() may use it though its parent did.
 uint8_t* request_sms_memory(uint64_t size) CAPI_REQUIRES(kVoiceSmsLock);
-void release_sms_memory(unsigned slot, const void* memory) CAPI_REQUIRES(kVoiceSmsLock);
+void release_sms_memory(const void* memory) CAPI_REQUIRES(kVoiceSmsLock);
 
-// Slot 0, for a scope.
+// The memory, for a scope.
 class SmsWorkBuffer {
  public:
   SmsWorkBuffer() = default;
   ~SmsWorkBuffer() CAPI_REQUIRES(kVoiceSmsLock) {
-    if (memory_ != nullptr) release_sms_memory(0, memory_);
+    if (memory_ != nullptr) release_sms_memory(memory_);
   }
   SmsWorkBuffer(const SmsWorkBuffer&) = delete;
   SmsWorkBuffer& operator=(const SmsWorkBuffer&) = delete;

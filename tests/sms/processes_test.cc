@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstring>
 #include <memory>
 #include <random>
 #include <thread>
@@ -25,6 +26,12 @@ class SmsProcessesTest : public SmsTest {
     // Posting is not what is tested here, and would take most of the time.
     write_file(kToolPath, "");
     EXPECT_EQ(capi_voip_sms_init(), 0);
+  }
+
+  // Until somebody waits for the lock of the messages.
+  static void wait_for_a_waiter() {
+    const int set = semget(ftok("/tmp/m_data", 'l'), CAPI_LOCK_COUNT, 0666);
+    while (semctl(set, CAPI_LOCK_VOICE_SMS, GETNCNT) == 0) std::this_thread::yield();
   }
 };
 
@@ -114,6 +121,32 @@ TEST_F(SmsProcessesTest, AFileThatAKilledProcessCutIsSetAside) {
   }
 }
 
+TEST_F(SmsProcessesTest, AChildForkedAmidAnotherThreadsOperationCanUseTheStore) {
+  static Baton is_inside;
+  static Baton may_leave;
+  capiv2_log_init([](int, const char* text) {
+    if (strstr(text, "add short message successfully") == nullptr) return;
+    is_inside.pass();
+    may_leave.await();
+  });
+  std::thread adder([] {
+    capi_sms_record record = to_record({.text = "of the parent"});
+    EXPECT_EQ(capi_voip_sms_add(0, &record), 0);
+  });
+  is_inside.await();
+  Process child([] {
+    capiv2_log_init(capture_log);
+    capi_sms_record record = to_record({.text = "of the child"});
+    EXPECT_EQ(capi_voip_sms_add(0, &record), 0);
+    EXPECT_EQ(capi_voip_sms_get(0, 1, &record), 0);
+  });
+  wait_for_a_waiter();
+  may_leave.pass();
+  adder.join();
+  EXPECT_TRUE(child.succeeded());
+  EXPECT_EQ(ids_in(read_file(kReceived)), (std::vector<uint64_t>{1, 2}));
+}
+
 TEST_F(SmsProcessesTest, AnotherProcessWaitsWhileTheLockIsHeld) {
   ASSERT_EQ(capi_critical_section_lock(CAPI_LOCK_VOICE_SMS), 0);
   Baton added;
@@ -122,8 +155,7 @@ TEST_F(SmsProcessesTest, AnotherProcessWaitsWhileTheLockIsHeld) {
     EXPECT_EQ(capi_voip_sms_add(0, &record), 0);
     added.pass();
   });
-  const int set = semget(ftok("/tmp/m_data", 'l'), CAPI_LOCK_COUNT, 0666);
-  while (semctl(set, CAPI_LOCK_VOICE_SMS, GETNCNT) == 0) std::this_thread::yield();
+  wait_for_a_waiter();
   EXPECT_EQ(count_in(read_file(kReceived)), 0u);
   EXPECT_EQ(capi_critical_section_unlock(CAPI_LOCK_VOICE_SMS), 0);
   added.await();

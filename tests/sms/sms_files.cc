@@ -136,7 +136,7 @@ void SmsTest::TearDown() {
   clear_faults();
   const uint8_t* memory = request_sms_memory(1);
   EXPECT_NE(memory, nullptr) << "the work buffer was left in use";
-  release_sms_memory(0, memory);
+  release_sms_memory(memory);
   Adapter::TearDown();
 }
 

@@ -13,7 +13,7 @@ namespace {
 constexpr char kRequest[] = "_vkr_voip_sms_request_mem";
 constexpr char kRelease[] = "_vkr_voip_sms_release_mem";
 
-// Each test is a process of its own, whose pool has not been used yet.
+// Each test is a process of its own, which has not used the memory yet.
 class SmsWorkBufferTest : public Adapter {
  protected:
   void TearDown() override {
@@ -27,7 +27,7 @@ TEST_F(SmsWorkBufferTest, TheMemoryIsZeroAtFirstAndKeptFromThenOn) {
   ASSERT_NE(memory, nullptr);
   EXPECT_EQ(std::count(memory, memory + 160332, 0), 160332);
   memory[160331] = 7;
-  release_sms_memory(0, memory);
+  release_sms_memory(memory);
   EXPECT_EQ(request_sms_memory(1), memory);
   EXPECT_EQ(memory[160331], 7);
   EXPECT_EQ(captured_log(), lines({}));
@@ -39,11 +39,11 @@ TEST_F(SmsWorkBufferTest, ALargerSizeIsRefused) {
   EXPECT_NE(request_sms_memory(160332), nullptr);
 }
 
-TEST_F(SmsWorkBufferTest, TheSlotIsHandedOutOnce) {
+TEST_F(SmsWorkBufferTest, ItIsHandedOutOnce) {
   const uint8_t* memory = request_sms_memory(1);
   EXPECT_EQ(request_sms_memory(1), nullptr);
   EXPECT_EQ(captured_log(), lines({{4, kRequest, "mem[0] is in use"}}));
-  release_sms_memory(0, memory);
+  release_sms_memory(memory);
   EXPECT_EQ(request_sms_memory(1), memory);
 }
 
@@ -55,24 +55,20 @@ TEST_F(SmsWorkBufferTest, WithoutMemoryTheNextRequestTriesAgain) {
 }
 
 TEST_F(SmsWorkBufferTest, NothingCanBeReleasedBeforeTheFirstRequest) {
-  release_sms_memory(0, nullptr);
-  release_sms_memory(1, nullptr);
-  EXPECT_EQ(captured_log(), lines({{4, kRelease, "mem is not initiated!"},
-                                   {4, kRelease, "mem is not initiated!"}}));
+  release_sms_memory(nullptr);
+  EXPECT_EQ(captured_log(), lines({{4, kRelease, "mem is not initiated!"}}));
 }
 
-TEST_F(SmsWorkBufferTest, ASlotIsReleasedOnce) {
+TEST_F(SmsWorkBufferTest, ItIsReleasedOnce) {
   const uint8_t* memory = request_sms_memory(1);
-  release_sms_memory(0, memory);
-  release_sms_memory(0, memory);
-  release_sms_memory(1, memory);
-  EXPECT_EQ(captured_log(), lines({{4, kRelease, "mem is already freed!"},
-                                   {4, kRelease, "mem is already freed!"}}));
+  release_sms_memory(memory);
+  release_sms_memory(memory);
+  EXPECT_EQ(captured_log(), lines({{4, kRelease, "mem is already freed!"}}));
 }
 
-TEST_F(SmsWorkBufferTest, AnotherAddressLeavesTheSlotInUse) {
+TEST_F(SmsWorkBufferTest, AnotherAddressLeavesItInUse) {
   uint8_t* memory = request_sms_memory(1);
-  release_sms_memory(0, memory + 1);
+  release_sms_memory(memory + 1);
   char text[64];
   snprintf(text, sizeof text, "wrong mem ptr: %p %p", static_cast<void*>(memory),
            static_cast<void*>(memory + 1));
@@ -80,10 +76,14 @@ TEST_F(SmsWorkBufferTest, AnotherAddressLeavesTheSlotInUse) {
   EXPECT_EQ(request_sms_memory(1), nullptr);
 }
 
-TEST_F(SmsWorkBufferTest, ASlotThatThePoolLacksIsIgnored) {
-  const uint8_t* memory = request_sms_memory(1);
-  release_sms_memory(2, memory);
-  EXPECT_EQ(captured_log(), lines({}));
+TEST_F(SmsWorkBufferTest, AChildMayUseWhatItsParentUses) {
+  uint8_t* memory = request_sms_memory(1);
+  in_other_process([=] {
+    EXPECT_EQ(request_sms_memory(1), memory);
+    EXPECT_EQ(request_sms_memory(1), nullptr);
+    release_sms_memory(memory);
+    EXPECT_EQ(request_sms_memory(1), memory);
+  });
   EXPECT_EQ(request_sms_memory(1), nullptr);
 }
 
