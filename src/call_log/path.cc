@@ -2,7 +2,8 @@
 // SPDX-License-Identifier: MIT
 #include "call_log/path.h"
 
-#include <atomic>
+#include <unistd.h>
+
 #include <cstdio>
 #include <cstring>
 
@@ -11,18 +12,7 @@ namespace {
 
 constexpr char kDefaultPath[] = "/tmp/voip_call_log";
 
-enum class Settled : int { No, ByAThreadJustNow, Yes };
-
-// Written once, by whichever thread finds a path to keep first.
-constinit CallLogPath kept_path{};
-constinit std::atomic<Settled> settled{Settled::No};
-
-void keep(const CallLogPath& path) {
-  Settled expected = Settled::No;
-  if (!settled.compare_exchange_strong(expected, Settled::ByAThreadJustNow)) return;
-  kept_path = path;
-  settled.store(Settled::Yes, std::memory_order_release);
-}
+constinit KeptPath kept;
 
 CallLogPath ask_backend() {
   CallLogPath path{};
@@ -34,10 +24,19 @@ CallLogPath ask_backend() {
 
 }  // namespace
 
+void KeptPath::keep(const CallLogPath& path) {
+  const pid_t self = getpid();
+  pid_t keeper = keeper_.load(std::memory_order_relaxed);
+  if (keeper == kKept || keeper == self) return;
+  if (!keeper_.compare_exchange_strong(keeper, self)) return;
+  path_ = path;
+  keeper_.store(kKept, std::memory_order_release);
+}
+
 CallLogPath call_log_path() {
-  if (settled.load(std::memory_order_acquire) == Settled::Yes) return kept_path;
+  if (kept.is_kept()) return kept.path();
   const CallLogPath path = ask_backend();
-  if (strcmp(path.text, kDefaultPath) != 0) keep(path);
+  if (strcmp(path.text, kDefaultPath) != 0) kept.keep(path);
   return path;
 }
 

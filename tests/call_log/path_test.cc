@@ -2,6 +2,10 @@
 // SPDX-License-Identifier: MIT
 #include "call_log/path.h"
 
+#include <signal.h>
+#include <sys/mman.h>
+
+#include <cstring>
 #include <filesystem>
 #include <thread>
 
@@ -88,6 +92,60 @@ TEST_F(CallLogPathTest, ThreadsThatSettleThePathAtOnceAgree) {
       });
     }
     for (auto& thread : threads) thread.join();
+  });
+}
+
+// A path in memory that cannot be read at first: who reads it waits for allow(), in a signal's
+// handler.
+class UnreadablePath {
+ public:
+  UnreadablePath() {
+    page_ = mmap(nullptr, sizeof(CallLogPath), PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS,
+                 -1, 0);
+    strcpy(path().text, "/tmp/nv/voip_call_log");
+    mprotect(page_, sizeof(CallLogPath), PROT_NONE);
+    current = this;
+    struct sigaction action {};
+    action.sa_handler = [](int) {
+      current->is_read_.pass();
+      current->is_allowed_.await();
+    };
+    sigaction(SIGSEGV, &action, nullptr);
+  }
+  ~UnreadablePath() { munmap(page_, sizeof(CallLogPath)); }
+
+  CallLogPath& path() { return *static_cast<CallLogPath*>(page_); }
+  void wait_for_a_reader() { is_read_.await(); }
+  void allow() {
+    mprotect(page_, sizeof(CallLogPath), PROT_READ);
+    is_allowed_.pass();
+  }
+
+ private:
+  static UnreadablePath* current;
+  void* page_;
+  Baton is_read_;
+  Baton is_allowed_;
+};
+UnreadablePath* UnreadablePath::current = nullptr;
+
+TEST_F(CallLogPathTest, AChildForkedWhileAThreadKeepsAPathKeepsOneItself) {
+  in_other_process([] {
+    KeptPath kept;
+    UnreadablePath from;
+    std::thread keeper([&] { kept.keep(from.path()); });
+    from.wait_for_a_reader();
+    in_other_process([&] {
+      EXPECT_FALSE(kept.is_kept());
+      kept.keep({"/tmp/of_the_child"});
+      EXPECT_TRUE(kept.is_kept());
+      EXPECT_STREQ(kept.path().text, "/tmp/of_the_child");
+    });
+    kept.keep({"/tmp/of_another_thread"});
+    EXPECT_FALSE(kept.is_kept());
+    from.allow();
+    keeper.join();
+    EXPECT_STREQ(kept.path().text, "/tmp/nv/voip_call_log");
   });
 }
 
