@@ -119,6 +119,7 @@ int rebuild_call_log_file(const char* path) CAPI_REQUIRES(kCallLogLock) {
 
 // Moves the file to a name with the local time in it. False without a local time.
 bool move_aside(const char* path, char* command, size_t size) {
+  tzset();  // localtime_r() need not notice a changed TZ
   const time_t now = time(nullptr);
   tm at{};
   if (localtime_r(&now, &at) == nullptr) return false;

@@ -61,6 +61,13 @@ class CallLogStore : public CallLog {
     return names;
   }
 
+  // The time in the name of a file that was set aside.
+  static tm time_in(const std::string& name) {
+    tm at{};
+    EXPECT_NE(strptime(name.substr(name.size() - 14).c_str(), "%Y%m%d%H%M%S", &at), nullptr);
+    return at;
+  }
+
   void TearDown() override {
     for (const auto& name : files_set_aside()) std::filesystem::remove(name);
     CallLog::TearDown();
@@ -208,6 +215,24 @@ TEST_F(CallLogStore, AFileWithoutAFreeNodeIsSetAside) {
                         aside[0] + " !"},
                    kCreated,
                    {4, kAdd, " check node index [65535] error !"}}));
+}
+
+TEST_F(CallLogStore, AFileIsSetAsideUnderTheTimeOfTheZoneAsItIsNow) {
+  const auto time_set_aside_in = [](const char* zone) {
+    setenv("TZ", zone, 1);
+    write_image(*image_without_free_node());
+    EXPECT_EQ(add(0, 0), -1);
+    const std::vector<std::string> aside = files_set_aside();
+    EXPECT_EQ(aside.size(), 1u);
+    const tm at = time_in(aside.at(0));
+    std::filesystem::remove(aside.at(0));
+    return at;
+  };
+  in_other_process([&] {
+    tm west = time_set_aside_in("WEST12");
+    tm east = time_set_aside_in("EAST-13");
+    EXPECT_GE(timegm(&east) - timegm(&west), 25 * 3600);
+  });
 }
 
 TEST_F(CallLogStore, AFileUnderTheLongestDirectoryIsSetAside) {
