@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 #include "foundation/shell.h"
 
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 
@@ -15,6 +16,28 @@ constexpr size_t kLineSize = 1024;
 struct Freer {
   void operator()(void* memory) const { free(memory); }
 };
+
+// A signal that is handled meanwhile is no end.
+int next_character(FILE* file) {
+  int c = getc(file);
+  while (c == EOF && ferror(file) != 0 && errno == EINTR) {
+    clearerr(file);
+    c = getc(file);
+  }
+  return c;
+}
+
+// As fgets(), which loses what it had read when a signal comes. False at the end.
+bool read_line(FILE* file, char* line, size_t size) {
+  size_t length = 0;
+  while (length < size - 1 && (length == 0 || line[length - 1] != '\n')) {
+    const int c = next_character(file);
+    if (c == EOF) break;
+    line[length++] = static_cast<char>(c);
+  }
+  line[length] = '\0';
+  return length > 0 && ferror(file) == 0;
+}
 
 }  // namespace
 
@@ -31,7 +54,7 @@ int get_linedata_from_pipe(const char* command, int line_no, char* buf, int len)
   const capi::Pipe pipe(popen(command, "r"));
   if (!pipe) return -1;
 
-  for (int number = 1; fgets(line.get(), kLineSize, pipe.get()) != nullptr; ++number) {
+  for (int number = 1; read_line(pipe.get(), line.get(), kLineSize); ++number) {
     if (number != line_no) continue;
     capi::copy_text(buf, size, capi::without_line_end(line.get()));
     return 0;

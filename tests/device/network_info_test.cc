@@ -6,6 +6,7 @@
 #include "capi/device.h"
 #include "support/adapter.h"
 #include "support/ask.h"
+#include "support/interruption.h"
 
 namespace capi::test {
 namespace {
@@ -74,6 +75,18 @@ TEST_F(NetworkInfoTest, TheAddressOfAnInterfaceIsThatOfIfconfig) {
   EXPECT_EQ(ip("wwan0", 1), (Answer{0, ""}));
   EXPECT_EQ(ip("wwan0", 0), (Answer{0, ""}));
   EXPECT_EQ(calls().front(), "ifconfig ");
+}
+
+TEST_F(NetworkInfoTest, ASignalWhileAToolRunsChangesNoResult) {
+  // The tools are children of a shell, which is ours.
+  const std::string interrupt =
+      "#!/bin/sh\ntest=$(cut -d' ' -f4 /proc/$PPID/stat)\n" + Interruption::of("$test") + "\n";
+  install("ps", interrupt + "echo 1 root voipd; echo 2 root grep voipd; echo 3 root sh -c voipd");
+  install("ifconfig", interrupt + (kIfconfig + sizeof "#!/bin/sh"));
+  const Interruption interruption;
+  EXPECT_EQ(capi_get_runtime_process_num("voipd"), 1);
+  EXPECT_EQ(ip("eth0"), (Answer{0, "10.0.0.2"}));
+  EXPECT_EQ(interruption.count(), 2);
 }
 
 TEST_F(NetworkInfoTest, ALabelAloneIsAnEmptyAddress) { EXPECT_EQ(ip("lo"), (Answer{0, ""})); }

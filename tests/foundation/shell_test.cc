@@ -4,12 +4,14 @@
 
 #include <gmock/gmock.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <string>
 
 #include "capi/util.h"
 #include "support/files.h"
+#include "support/interruption.h"
 
 namespace capi::test {
 namespace {
@@ -77,6 +79,22 @@ TEST(LineDataFromPipeTest, RefusesBadArguments) {
 }
 
 TEST(LineDataFromPipeTest, ACommandThatWouldGoOnIsLeftAlone) { EXPECT_EQ(line_of("yes", 3), "y"); }
+
+TEST(LineDataFromPipeTest, ASignalIsNoEndOfTheOutput) {
+  const Interruption interruption;
+  const std::string interrupt = Interruption::of("$PPID");
+  EXPECT_EQ(line_of((interrupt + "echo one").c_str(), 1), "one");
+  EXPECT_EQ(line_of(("echo one; " + interrupt + "echo two").c_str(), 2), "two");
+  EXPECT_EQ(line_of((interrupt + "true").c_str(), 1), "<-1>");
+  EXPECT_EQ(interruption.count(), 3);
+}
+
+TEST(LineDataFromPipeTest, ASignalAmidALineLosesNothingOfIt) {
+  const Interruption interruption;
+  const std::string interrupt = Interruption::of("$PPID");
+  EXPECT_EQ(line_of(("printf on; " + interrupt + "echo e").c_str(), 1), "one");
+  EXPECT_EQ(interruption.count(), 1);
+}
 
 TEST(LineDataFromPipeTest, LeavesNoDescriptorAndNoChild) {
   const size_t before = open_descriptors();

@@ -115,6 +115,7 @@ FILE* __real_fopen(const char* path, const char* mode);
 int __real_open(const char* path, int flags, mode_t mode);
 size_t __real_fread(void* to, size_t size, size_t count, FILE* file);
 char* __real_fgets(char* to, int size, FILE* file);
+int __real_getc(FILE* file);
 size_t __real_fwrite(const void* from, size_t size, size_t count, FILE* file);
 int __real_fputs(const char* text, FILE* file);
 int __real_fflush(FILE* file);
@@ -215,6 +216,12 @@ char* __wrap_fgets(char* to, int size, FILE* file) {
 
 char* __wrap___fgets_chk(char* to, size_t, int size, FILE* file) {
   return __wrap_fgets(to, size, file);
+}
+
+int __wrap_getc(FILE* file) {
+  if (!file_call_fails(Call::Fread)) return __real_getc(file);
+  file->_flags |= _IO_ERR_SEEN;
+  return EOF;
 }
 
 size_t __wrap_fwrite(const void* from, size_t size, size_t count, FILE* file) {

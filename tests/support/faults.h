@@ -14,7 +14,7 @@ enum class Call : uint8_t {
   Malloc,  // calloc, strndup, asprintf
   Fopen,
   Open,
-  Fread,   // fgets
+  Fread,   // fgets, getc
   Fwrite,  // fputs
   Fflush,
   Fclose,
