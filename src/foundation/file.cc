@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 
 #include "capi/util.h"
@@ -19,6 +20,12 @@ bool make_directory(const char* path, mode_t mode) {
 }
 
 }  // namespace
+
+capi::File capi::open_file(const char* path, const char* mode) {
+  char closing_mode[8];
+  snprintf(closing_mode, sizeof closing_mode, "%se", mode);
+  return File(fopen(path, closing_mode));
+}
 
 int mkdir_recur(const char* path, mode_t mode) {
   if (path == nullptr) return -1;

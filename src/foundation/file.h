@@ -13,6 +13,7 @@ struct FileCloser {
 };
 using File = std::unique_ptr<FILE, FileCloser>;
 
-inline File open_file(const char* path, const char* mode) { return File(fopen(path, mode)); }
+// As fopen(), but programs that other threads start meanwhile do not inherit the file.
+File open_file(const char* path, const char* mode);
 
 }  // namespace capi

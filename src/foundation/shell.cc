@@ -51,7 +51,7 @@ int get_linedata_from_pipe(const char* command, int line_no, char* buf, int len)
   memset(buf, 0, size);
   const std::unique_ptr<char, Freer> line(static_cast<char*>(malloc(kLineSize)));
   if (!line) return -1;
-  const capi::Pipe pipe(popen(command, "r"));
+  const capi::Pipe pipe(popen(command, "re"));
   if (!pipe) return -1;
 
   for (int number = 1; read_line(pipe.get(), line.get(), kLineSize); ++number) {

@@ -194,6 +194,15 @@ TEST_F(SettingsTest, AFileThatCannotBeOpenedFails) {
   EXPECT_THAT(captured_log(), IsEmpty());
 }
 
+TEST_F(SettingsTest, AProgramThatIsStartedMeanwhileDoesNotInheritTheFile) {
+  capiv2_log_init(
+      [](int, const char*) { EXPECT_EQ(system("ls -l /proc/self/fd >/tmp/inherited"), 0); });
+  EXPECT_EQ(load("a=1\n"), 0);
+  const std::string inherited = read_file("/tmp/inherited");
+  EXPECT_THAT(inherited, testing::HasSubstr("/tmp/inherited"));
+  EXPECT_THAT(inherited, testing::Not(testing::HasSubstr("/tmp/x.settings")));
+}
+
 TEST_F(SettingsTest, HoldsTheLockForTheWholeFile) {
   static int value = -1;
   capiv2_log_init([](int, const char*) { value = lock_value(0); });

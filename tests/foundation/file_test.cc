@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 #include "foundation/file.h"
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sys/mount.h>
 #include <sys/stat.h>
@@ -23,6 +24,24 @@ mode_t mode_of(const char* path) {
   struct stat status {};
   EXPECT_EQ(stat(path, &status), 0) << path;
   return status.st_mode & 07777;
+}
+
+TEST(OpenFileTest, NoProgramInheritsAFile) {
+  for (const char* mode : {"wb", "wb+", "r", "rb", "r+t"}) {
+    const File file = open_file(kPath, mode);
+    ASSERT_TRUE(file) << mode;
+    EXPECT_EQ(fcntl(fileno(file.get()), F_GETFD), FD_CLOEXEC) << mode;
+  }
+}
+
+TEST(OpenFileTest, AModeKeepsItsMeaning) {
+  write_file(kPath, "text");
+  char byte = 0;
+  EXPECT_EQ(fwrite("x", 1, 1, open_file(kPath, "rb").get()), 0u);
+  EXPECT_EQ(fwrite("T", 1, 1, open_file(kPath, "r+t").get()), 1u);
+  EXPECT_EQ(read_file(kPath), "Text");
+  EXPECT_EQ(fread(&byte, 1, 1, open_file(kPath, "wb+").get()), 0u);
+  EXPECT_EQ(read_file(kPath), "");
 }
 
 class MkdirRecurTest : public testing::Test {

@@ -96,6 +96,13 @@ TEST(LineDataFromPipeTest, ASignalAmidALineLosesNothingOfIt) {
   EXPECT_EQ(interruption.count(), 1);
 }
 
+TEST(LineDataFromPipeTest, NoOtherProgramInheritsThePipe) {
+  const int next = dup(0);
+  close(next);
+  const std::string command = "grep flags /proc/$PPID/fdinfo/" + std::to_string(next);
+  EXPECT_EQ(line_of(command.c_str(), 1), "flags:\t02000000");  // O_CLOEXEC
+}
+
 TEST(LineDataFromPipeTest, LeavesNoDescriptorAndNoChild) {
   const size_t before = open_descriptors();
   line_of("echo one; echo two", 1);

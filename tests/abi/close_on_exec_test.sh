@@ -1,0 +1,21 @@
+#!/bin/bash
+# SPDX-FileCopyrightText: The capi authors
+# SPDX-License-Identifier: MIT
+#
+# close_on_exec_test.sh SOURCE-DIR
+#
+# Checks that the library opens nothing that a program would inherit which another thread of its
+# process starts: each call that makes a descriptor says so where it stands.
+set -euo pipefail
+cd "$1"
+
+calls='\<(fopen|fdopen|freopen|popen|open|openat|creat|mkstemp|pipe2?|socket|accept4?|dup[23]?)\('
+rooms=$(sed -n 's/^foreach(room IN ITEMS \(.*\))$/\1/p' CMakeLists.txt)
+
+# shellcheck disable=SC2086
+open_calls=$(grep -rnE --include='*.cc' --include='*.h' "$calls" $rooms src/capi.cc | grep -vE '^[^ ]*: *//')
+[ "$open_calls" ]
+failures=$(grep -vE 'O_CLOEXEC|SOCK_CLOEXEC|popen\([a-z]+, "re"\)|fopen\(path, closing_mode\)' \
+  <<<"$open_calls" || true)
+[ -z "$failures" ] || echo "FAILED: these are inherited:"$'\n'"$failures"
+[ -z "$failures" ]
