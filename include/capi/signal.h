@@ -281,7 +281,8 @@ struct cJSON;
  * Makes the JSON object of a signal from its name and information record. A name that is not in the
  * table is sent as a general signal under that name. A text without a terminator loses its last
  * character. Returns the object, which the caller may change and releases with cJSON_Delete(), or
- * null when there is no memory. Its keys are the library's own texts, as cJSON knows of them.
+ * null when there is no memory. Its keys are the library's own texts, as cJSON knows of them:
+ * once loaded, the library stays until the process ends, whoever calls dlclose().
  */
 struct cJSON *ctrlv2_siginfo_to_json(const char *name, const union capi_signal_info *info);
 
