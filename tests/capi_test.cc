@@ -4,6 +4,7 @@
 
 #include <cstring>
 #include <filesystem>
+#include <set>
 
 #include "support/adapter.h"
 
@@ -72,6 +73,34 @@ TEST_F(CapiTest, ASecondMasterLeavesHeldLocksHeld) {
   });
   EXPECT_EQ(lock_value(2), 0);
   EXPECT_EQ(capi_critical_section_unlock(2), 0);
+}
+
+TEST_F(CapiTest, AProcessThatStartsBeforeTheMasterLeavesTheRootAlone) {
+  const auto root = [] {
+    std::set<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator("/")) names.insert(entry.path());
+    return names;
+  };
+  constexpr char kSim[] = "IMSI=001011234567890\n";
+  write_file("/tmp/info.simcard", kSim);  // the master's, which is still to come
+  write_file("/info.simcard", kSim);
+  const std::set<std::string> before = root();
+  ASSERT_EQ(capi_critical_section_lock_create(), 0);
+  start_client();
+  char block[CAPI_IMS_VOICE_BYTES] = "block";
+  const capi_shared_phone_status phone{1, 1, 1};
+  EXPECT_EQ(capi_post_init(1), 0);
+  EXPECT_EQ(capi_set_quorble_info(CAPI_QUORBLE_IMS_VOICE, block, sizeof block), 0);
+  EXPECT_EQ(capi_set_shared_data(4, &phone), 0);
+  EXPECT_EQ(capi_cfg_update_simcard_file(), 0);
+  EXPECT_EQ(capi_make_config_file(0), 0);
+  EXPECT_EQ(root(), before);
+  EXPECT_EQ(read_file("/info.simcard"), kSim);
+  EXPECT_EQ(read_file("/tmp/info.simcard"), kSim);
+  EXPECT_EQ(read_file("/tmp/info.ims_voice").substr(0, 5), "block");
+  EXPECT_TRUE(exists("/tmp/shared_phone_status"));
+  EXPECT_TRUE(exists("/tmp/voip_call_log"));
+  std::filesystem::remove("/info.simcard");
 }
 
 TEST_F(CapiTest, AProcessMayComeAndGoAgain) {

@@ -135,10 +135,11 @@ CAPI_LAYOUT_ASSERT(offsetof(struct capi_serving_cell_info, tac) == 230, cell_tac
 CAPI_LAYOUT_ASSERT(sizeof(struct capi_serving_cell_info) == 256, capi_serving_cell_info);
 
 /*
- * Fills "buf" of "len" bytes with an item of vendor storage, cut to "len".
+ * Fills "buf" of "len" bytes, which are zeroed first, with an item of vendor storage, cut to "len".
  * Type 0 is the exception: "buf" must hold CAPI_IMS_VOICE_BYTES whatever "len" says. It gets the
  * block of the shared record, and then, only when "len" is exactly that, what the file
- * "info.ims_voice" in the nv directory holds (lock 10).
+ * "info.ims_voice" in the nv directory holds (lock 10). That path has at most 127 characters; a
+ * longer one is a file that cannot be opened.
  * Returns 0. -1 for an unknown type; for type 0 when "len" is another or the file cannot be read,
  * with the block of the shared record left in "buf" when there is no file; for type 2 without an
  * MCC; for type 3 without a UUID; and for all but type 0 when the segment is not attached.

@@ -4,7 +4,6 @@
 
 #include <unistd.h>
 
-#include <cstdio>
 #include <cstring>
 
 namespace capi {
@@ -17,8 +16,8 @@ constinit KeptPath kept;
 CallLogPath ask_backend() {
   CallLogPath path{};
   char dir[kDirSize];
-  const bool told = get_nv_dir(dir);
-  snprintf(path.text, sizeof path.text, "%s/voip_call_log", told ? dir : "/tmp");
+  get_nv_dir(dir);
+  make_path(path.text, dir, "voip_call_log");
   return path;
 }
 

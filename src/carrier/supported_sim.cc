@@ -63,7 +63,7 @@ bool read_identity(FILE* file, Identity& identity) {
 }
 
 bool read_sim_file(Identity& identity) {
-  char path[kPathSize];
+  char path[kSimPathSize];
   get_sim_file_path(path);
   const CriticalSection section(kVopRunInfoLock);
   if (access(path, R_OK) != 0) return false;

@@ -9,6 +9,7 @@
 #include "capi/backend.h"
 #include "foundation/text.h"
 #include "record/context.h"
+#include "record/directory.h"
 #include "record/info_files.h"
 #include "record/whole_write.h"
 
@@ -50,9 +51,7 @@ void build_lte_net_info(cfg_shared_record& record) {
 }
 
 void fill_lte_net_info(cfg_shared_record& record) {
-  char data_dir[sizeof record.directory[1]];
-  copy_text(data_dir, bounded(record.directory[1]));
-  if (read_lte_net_info(record, data_dir)) return;
+  if (read_lte_net_info(record, data_dir(record))) return;
   if (read_lte_net_info(record, "/tmp")) return;
   build_lte_net_info(record);
 }

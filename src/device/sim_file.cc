@@ -26,27 +26,28 @@ int put_line(int index, char* buf, void* ctx) {
   return snprintf(buf, kBufferSize, "%s=%s\n", kSimFields.text(key).data(), value);
 }
 
-void format_path(char (&path)[kPathSize], std::string_view data_dir) {
-  snprintf(path, sizeof path, "%.*s/info.simcard", CAPI_TEXT_ARG(data_dir));
-}
+constexpr char kName[] = "info.simcard";
 
 }  // namespace
 
 void refresh_sim_file(const cfg_shared_record& record) {
   const CriticalSection section(kVopRunInfoLock);
-  char path[kPathSize];
-  format_path(path, bounded(record.directory[static_cast<size_t>(RuntimeDir::Data)]));
+  const std::string_view dir = data_dir(record);
+  char path[kSimPathSize];
+  make_path(path, dir, kName);
   if (record.sim_info.ICCID[0] == '\0' || record.sim_info.IMSI[0] == '\0') {
-    unlink(path);
+    // While there is no directory there are no values either, and the file in the fallback is what
+    // the master is going to read them from.
+    if (!dir.empty()) unlink(path);
     return;
   }
   config_file_writer(path, put_line, const_cast<cfg_shared_record*>(&record));
 }
 
-void get_sim_file_path(char (&path)[kPathSize]) {
+void get_sim_file_path(char (&path)[kSimPathSize]) {
   char dir[kDirSize];
-  const bool known = get_runtime_dir(RuntimeDir::Data, dir);
-  format_path(path, known ? dir : "/tmp");
+  get_runtime_dir(RuntimeDir::Data, dir);
+  make_path(path, dir, kName);
 }
 
 }  // namespace capi

@@ -9,12 +9,14 @@
 
 namespace capi {
 
+inline constexpr size_t kSimPathSize = 256;
+
 // Rewrites the file in the data directory, or deletes it when the ICCID or the IMSI is empty. Takes
 // lock 10.
 void refresh_sim_file(const cfg_shared_record& record) CAPI_REQUIRES(kConfShmLock)
     CAPI_EXCLUDES(kVopRunInfoLock);
 
 // The path of the file. Takes lock 0.
-void get_sim_file_path(char (&path)[kPathSize]) CAPI_EXCLUDES(kConfShmLock);
+void get_sim_file_path(char (&path)[kSimPathSize]) CAPI_EXCLUDES(kConfShmLock);
 
 }  // namespace capi

@@ -22,7 +22,7 @@ const KeyedField* sim_field(int index) {
 
 // Null for "row" is a value that no SIM file has.
 int look_up_sim_file(const KeyedField* row, char* buf, int len) {
-  char path[kPathSize];
+  char path[kSimPathSize];
   get_sim_file_path(path);
   const CriticalSection section(kVopRunInfoLock);
   const File file = open_file(path, "r");

@@ -25,7 +25,7 @@ constexpr size_t kVoicePathSize = 128;
 bool get_voice_path(char (&path)[kVoicePathSize]) {
   char dir[kDirSize];
   if (!get_runtime_dir(RuntimeDir::Nv, dir)) return false;
-  snprintf(path, sizeof path, "%s/info.ims_voice", dir);
+  make_path(path, dir, "info.ims_voice");
   return true;
 }
 

@@ -53,6 +53,17 @@ bool get_nv_dir(char (&dir)[kDirSize]) {
   return get_runtime_dir(RuntimeDir::Nv, dir) && dir[0] != '\0';
 }
 
+std::string_view data_dir(const cfg_shared_record& record) {
+  return directory(record, RuntimeDir::Data);
+}
+
+void make_path(char* path, size_t size, std::string_view dir, std::string_view name,
+               const char* fallback) {
+  if (dir.empty()) dir = fallback;
+  const int length = snprintf(path, size, "%.*s/%.*s", CAPI_TEXT_ARG(dir), CAPI_TEXT_ARG(name));
+  if (static_cast<size_t>(length) >= size) path[0] = '\0';
+}
+
 }  // namespace capi
 
 using capi::RuntimeDir;

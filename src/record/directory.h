@@ -1,9 +1,12 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
-// The runtime directories of the device.
+// The runtime directories of the device, and the paths of the files in them.
 #pragma once
 
 #include <cstddef>
+#include <string_view>
+
+#include "capi/records.h"
 
 namespace capi {
 
@@ -21,5 +24,23 @@ bool get_runtime_dir(RuntimeDir which, char (&dir)[kDirSize]);
 // The directory for files that are to stay. False where none is named yet: the segment is all zero
 // until the master has started.
 bool get_nv_dir(char (&dir)[kDirSize]);
+
+// A directory as it stands in a record; empty where none is named yet.
+std::string_view data_dir(const cfg_shared_record& record);
+
+// Where files go while no directory is named, which is where the master will put most of them.
+inline constexpr char kFallbackDir[] = "/tmp";
+
+// Makes the path of a file of ours, "dir/name", with "fallback" for a directory that is empty. A
+// path that does not fit is empty, which no call of the system opens, deletes or runs: cut, it
+// would be that of somebody else's file.
+void make_path(char* path, size_t size, std::string_view dir, std::string_view name,
+               const char* fallback);
+
+template <size_t N>
+void make_path(char (&path)[N], std::string_view dir, std::string_view name,
+               const char* fallback = kFallbackDir) {
+  make_path(path, N, dir, name, fallback);
+}
 
 }  // namespace capi

@@ -2,7 +2,6 @@
 // SPDX-License-Identifier: MIT
 #include "record/info_files.h"
 
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
@@ -10,6 +9,7 @@
 #include "foundation/key_value.h"
 #include "foundation/log.h"
 #include "foundation/text.h"
+#include "record/directory.h"
 #include "record/field.h"
 #include "record/hw_fields.h"
 #include "record/sim_fields.h"
@@ -105,9 +105,9 @@ void read_info_files(cfg_shared_record& record) {
                 });
 }
 
-bool read_lte_net_info(cfg_shared_record& record, const char* directory) {
-  char path[sizeof record.directory[0] + sizeof "/lte_net_info.data"];
-  snprintf(path, sizeof path, "%s/lte_net_info.data", directory);
+bool read_lte_net_info(cfg_shared_record& record, std::string_view directory) {
+  char path[kPathSize];
+  make_path(path, directory, "lte_net_info.data");
   if (!open_file(path, "r+t")) return false;
   memset(&record.lte_net_info, 0, sizeof record.lte_net_info);
   return for_each_item(path, [&](const char* section, const char* key, const char* value) {

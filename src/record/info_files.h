@@ -3,6 +3,8 @@
 // The files that the device's other software leaves behind for the master.
 #pragma once
 
+#include <string_view>
+
 #include "capi/records.h"
 
 namespace capi {
@@ -13,6 +15,6 @@ void read_info_files(cfg_shared_record& record);
 
 // Fills the LTE network information from "lte_net_info.data" in a directory. False when there is no
 // such file.
-bool read_lte_net_info(cfg_shared_record& record, const char* directory);
+bool read_lte_net_info(cfg_shared_record& record, std::string_view directory);
 
 }  // namespace capi

@@ -62,7 +62,7 @@ int format(char* buf, size_t size, const capi_shared_phone_status& block) {
 template <typename Block>
 void write_file(std::string_view dir, const char* name, const Block (&blocks)[CAPI_SIP_LINES]) {
   char path[256];
-  snprintf(path, sizeof path, "%.*s/%s", CAPI_TEXT_ARG(dir), name);
+  make_path(path, dir, name);
   char text[kFileSize];
   int length = format(text, kFileSize, blocks[0]);
   text[length++] = '\n';
@@ -71,7 +71,7 @@ void write_file(std::string_view dir, const char* name, const Block (&blocks)[CA
 }
 
 void write_files(const cfg_shared_record& record) {
-  const std::string_view dir = bounded(record.directory[static_cast<size_t>(RuntimeDir::Data)]);
+  const std::string_view dir = data_dir(record);
   write_file(dir, "shared_line_reg_status", record.shared_reg_summary);
   write_file(dir, "shared_call_state_info", record.shared_call_state);
   write_file(dir, "shared_phone_status", record.shared_phone_status);

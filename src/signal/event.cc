@@ -27,7 +27,7 @@ ToolPath find_tool() {
   ToolPath path{};
   char dir[kDirSize];
   get_runtime_dir(RuntimeDir::Bin, dir);
-  snprintf(path.text, sizeof path.text, "%s/%s", dir, "vsdk_cmd");
+  make_path(path.text, dir, "vsdk_cmd", "");
   if (access(path.text, R_OK) != 0) strcpy(path.text, "/usr/sbin/vsdk_cmd");
   return path;
 }

@@ -3,45 +3,60 @@
 #include "sms/path.h"
 
 #include <atomic>
-#include <cstdio>
 #include <cstring>
 
 namespace capi {
 namespace {
 
-constexpr char kFallbackDir[] = "/quorbleconf/ims_data";
+constexpr char kSmsFallbackDir[] = "/quorbleconf/ims_data";
 constexpr char kReceivedFallback[] = "/quorbleconf/ims_data/sm_recv";
 
 // Of this process, under lock 18.
 SmsPaths process_paths;
 
-// Whether these paths stay as they are.
-constinit std::atomic<bool> paths_stay{false};
+// Whether these stay as they are, received and sent: then no lock is needed to look at them.
+constinit std::atomic<bool> paths_stay[2];
+
+bool stays(int selector) { return paths_stay[selector].load(std::memory_order_acquire); }
 
 bool is_open(const char* path) { return path[0] == '\0' || strcmp(path, kReceivedFallback) == 0; }
 
 }  // namespace
 
-void settle_sms_paths(SmsPaths& paths, const char* nv_dir) {
-  const char* dir = nv_dir != nullptr ? nv_dir : kFallbackDir;
-  if (is_open(paths.received)) snprintf(paths.received, sizeof paths.received, "%s/sm_recv", dir);
+void settle_sms_paths(SmsPaths& paths, std::string_view nv_dir) {
+  if (is_open(paths[CAPI_SMS_RECEIVED])) {
+    make_path(paths[CAPI_SMS_RECEIVED], nv_dir, "sm_recv", kSmsFallbackDir);
+  }
   // The fallback of the sent messages is not asked for here: once taken, it stays.
-  if (is_open(paths.sent)) snprintf(paths.sent, sizeof paths.sent, "%s/sm_send", dir);
+  if (is_open(paths[CAPI_SMS_SENT])) {
+    make_path(paths[CAPI_SMS_SENT], nv_dir, "sm_send", kSmsFallbackDir);
+  }
 }
 
-SmsAccess::NvDir::NvDir()
-    : text{}, is_known(!paths_stay.load(std::memory_order_relaxed) && get_nv_dir(text)) {}
+SmsAccess::NvDir::NvDir() {
+  if (stays(CAPI_SMS_RECEIVED) && stays(CAPI_SMS_SENT)) return;
+  get_nv_dir(text);
+}
 
-SmsAccess::SmsAccess() : section_(kVoiceSmsLock), paths_(process_paths) {
-  settle_sms_paths(process_paths, nv_dir_.is_known ? nv_dir_.text : nullptr);
-  const bool stay = !is_open(paths_.received) && !is_open(paths_.sent);
-  if (stay) paths_stay.store(true, std::memory_order_relaxed);
+SmsAccess::SmsAccess() : section_(kVoiceSmsLock) {
+  settle_sms_paths(process_paths, nv_dir_.text);
+  for (const int selector : {CAPI_SMS_RECEIVED, CAPI_SMS_SENT}) {
+    if (is_open(process_paths[selector])) continue;
+    paths_stay[selector].store(true, std::memory_order_release);
+  }
 }
 
 SmsAccess::~SmsAccess() = default;
 
-const char* SmsAccess::path(int selector) const {
-  return selector == CAPI_SMS_SENT ? paths_.sent : paths_.received;
+const char* SmsAccess::path(int selector) const { return process_paths[selector]; }
+
+bool is_sms_path(int selector, const char* path) {
+  if (stays(selector)) return strcmp(path, process_paths[selector]) == 0;
+  char nv_dir[kDirSize];
+  get_nv_dir(nv_dir);
+  SmsPaths paths{};
+  settle_sms_paths(paths, nv_dir);
+  return strcmp(path, paths[selector]) == 0;
 }
 
 }  // namespace capi

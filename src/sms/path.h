@@ -11,13 +11,14 @@ namespace capi {
 
 inline constexpr size_t kSmsPathSize = 256;
 
-struct SmsPaths {
-  char received[kSmsPathSize];
-  char sent[kSmsPathSize];
-};
+// By selector.
+using SmsPaths = char[2][kSmsPathSize];
 
-// Brings both paths up to date with the nv directory; null while the backend knows none.
-void settle_sms_paths(SmsPaths& paths, const char* nv_dir);
+// Brings both paths up to date with the nv directory; empty while the backend knows none.
+void settle_sms_paths(SmsPaths& paths, std::string_view nv_dir);
+
+// Whether a path is that of a file, as an access would find it now. Waits for no access to end.
+bool is_sms_path(int selector, const char* path) CAPI_EXCLUDES(kConfShmLock, kVoiceSmsLock);
 
 inline bool is_sms_selector(int selector) {
   return selector == CAPI_SMS_RECEIVED || selector == CAPI_SMS_SENT;
@@ -38,13 +39,11 @@ class CAPI_SCOPED_CAPABILITY SmsAccess {
  private:
   struct NvDir {
     NvDir();
-    char text[kDirSize];
-    bool is_known;  // false, too, where nobody needs it any more
+    char text[kDirSize] = {};  // empty, too, where nobody needs it any more
   };
 
   const NvDir nv_dir_;  // before the lock
   const CriticalSection section_;
-  const SmsPaths& paths_;
 };
 
 }  // namespace capi

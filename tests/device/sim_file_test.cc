@@ -94,6 +94,48 @@ TEST_F(SimFileTest, CannotBeWrittenWithoutItsDirectory) {
   EXPECT_FALSE(exists(kPath));
 }
 
+TEST_F(SimFileTest, WithoutADataDirectoryItIsInTmp) {
+  segment().directory[1][0] = '\0';
+  refresh();
+  EXPECT_FALSE(exists("/info.simcard"));
+  EXPECT_EQ(read_file("/tmp/info.simcard"), kContent);
+  char path[kSimPathSize];
+  get_sim_file_path(path);
+  EXPECT_STREQ(path, "/tmp/info.simcard");
+}
+
+TEST_F(SimFileTest, WithoutADataDirectoryNothingIsDeleted) {
+  write_file("/info.simcard", "a stranger's");
+  write_file("/tmp/info.simcard", "what the master is going to read");
+  segment() = {};  // as before the master
+  refresh();
+  EXPECT_EQ(read_file("/info.simcard"), "a stranger's");
+  EXPECT_EQ(read_file("/tmp/info.simcard"), "what the master is going to read");
+}
+
+TEST_F(SimFileTest, APathOfMoreThan255CharactersIsNone) {
+  // "/info.simcard" has 13 characters.
+  const std::string dir = "/tmp/sim/" + std::string(116, 'd') + "/" + std::string(116, 'd');
+  ASSERT_EQ(dir.size(), 242u);
+  std::filesystem::create_directories(dir + "d");
+  write_file(dir + "d/info.simcar", "a stranger's");
+  strcpy(segment().directory[1], (dir + "d").c_str());
+  refresh();
+  segment().sim_info.IMSI[0] = '\0';
+  refresh();
+  EXPECT_EQ(read_file(dir + "d/info.simcar"), "a stranger's");
+  EXPECT_FALSE(exists(dir + "d/info.simcard"));
+  char path[kSimPathSize];
+  get_sim_file_path(path);
+  EXPECT_STREQ(path, "");
+
+  strcpy(segment().sim_info.IMSI, "00101");
+  std::filesystem::create_directories(dir);
+  strcpy(segment().directory[1], dir.c_str());
+  refresh();
+  EXPECT_EQ(read_file(dir + "/info.simcard"), kContent);
+}
+
 TEST_F(SimFileTest, ReadsBackAtTheNextStart) {
   strcpy(segment().directory[1], "/tmp");
   refresh();

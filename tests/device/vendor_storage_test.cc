@@ -153,12 +153,30 @@ TEST_F(VendorStorageTest, AFullDiskIsLoggedOnly) {
   umount("/tmp/nv");
 }
 
-TEST_F(VendorStorageTest, ThePathIsCutAt127Characters) {
-  const std::string dir = "/tmp/nv/" + std::string(110, 'd');
+TEST_F(VendorStorageTest, APathOfMoreThan127CharactersCannotBeOpened) {
+  const std::string dir = "/tmp/nv/" + std::string(103, 'd');
+  write_file(dir + "d/info.ims_voic", "a stranger's");
+  strcpy(segment().directory[4], (dir + "d").c_str());
+  EXPECT_EQ(set(0, kBlock), -1);
+  EXPECT_EQ(stored_voice_block(), kBlock);  // the segment comes first
+  EXPECT_EQ(captured_log(),
+            lines({{4, kSet, "Can not create file , reason=[No such file or directory]"}}));
+  EXPECT_EQ(read_file(dir + "d/info.ims_voic"), "a stranger's");
+  EXPECT_FALSE(exists(dir + "d/info.ims_voice"));
+  EXPECT_EQ(get(0, 484), (Answer{-1, kBlock}));
+
   std::filesystem::create_directory(dir);
   strcpy(segment().directory[4], dir.c_str());
   EXPECT_EQ(set(0, kBlock), 0);
-  EXPECT_EQ(read_file(dir + "/info.ims"), kBlock);
+  EXPECT_EQ(read_file(dir + "/info.ims_voice"), kBlock);
+  EXPECT_EQ(get(0, 484), (Answer{0, kBlock}));
+}
+
+TEST_F(VendorStorageTest, WithoutAnyDirectoryTheFileIsInTmp) {
+  segment() = {};  // as before the master
+  EXPECT_EQ(set(0, kBlock), 0);
+  EXPECT_FALSE(exists("/info.ims_voice"));
+  EXPECT_EQ(read_file("/tmp/info.ims_voice"), kBlock);
   EXPECT_EQ(get(0, 484), (Answer{0, kBlock}));
 }
 

@@ -182,6 +182,24 @@ TEST_F(DirectoryTest, ADirectoryIsNoFormat) {
   EXPECT_EQ(path(1, "%d"), "/tmp/%s%n/%d");
 }
 
+TEST_F(DirectoryTest, OurPathsAreWholeOrEmpty) {
+  char path[10];
+  make_path(path, "/tmp", "abcd");
+  EXPECT_STREQ(path, "/tmp/abcd");
+  make_path(path, "/tmp", "abcde");
+  EXPECT_STREQ(path, "");
+  make_path(path, std::string(5000, 'd'), "a");
+  EXPECT_STREQ(path, "");
+}
+
+TEST_F(DirectoryTest, OurPathsHaveAFallbackForADirectoryThatIsNotNamed) {
+  char path[32];
+  make_path(path, "", "name");
+  EXPECT_STREQ(path, "/tmp/name");
+  make_path(path, "", "name", "/other");
+  EXPECT_STREQ(path, "/other/name");
+}
+
 TEST_F(DirectoryTest, PostInitMakesAllButTheBinDirectory) {
   start_master();
   set_dirs();

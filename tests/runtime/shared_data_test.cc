@@ -174,6 +174,30 @@ TEST_F(SharedDataTest, AFileThatCannotBeWrittenDoesNotMatter) {
   EXPECT_EQ(captured_log().size(), 0u);
 }
 
+TEST_F(SharedDataTest, WithoutADataDirectoryTheFilesAreInTmp) {
+  segment() = {};  // as before the master
+  const capi_shared_phone_status phone{1, 1, 1};
+  EXPECT_EQ(capi_set_shared_data(4, &phone), 0);
+  for (const char* name :
+       {"/shared_line_reg_status", "/shared_call_state_info", "/shared_phone_status"}) {
+    EXPECT_FALSE(exists(name));
+    EXPECT_TRUE(exists(std::string("/tmp") + name)) << name;
+  }
+}
+
+TEST_F(SharedDataTest, AFileWhosePathDoesNotFitIsNotWritten) {
+  // "/shared_phone_status" fits behind 235 characters, the two longer names do not.
+  const std::string dir = "/tmp/data/" + std::string(112, 'd') + "/" + std::string(112, 'd');
+  ASSERT_EQ(dir.size(), 235u);
+  std::filesystem::create_directories(dir);
+  strcpy(segment().directory[1], dir.c_str());
+  const capi_shared_phone_status phone{1, 1, 1};
+  EXPECT_EQ(capi_set_shared_data(4, &phone), 0);
+  EXPECT_EQ(read_file(dir + "/shared_phone_status"), both("line=1,hook=1,incoming=1", kNoPhone));
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir), {}), 1);
+  EXPECT_EQ(captured_log().size(), 0u);
+}
+
 TEST_F(SharedDataTest, ADirectoryOfFullLengthIsNoHarm) {
   memset(segment().directory[1], 'd', sizeof segment().directory[1]);
   memcpy(segment().directory[1], "/tmp/", 5);

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 // What the public calls add to the operations: arguments, the lock, signals and copies.
 
+#include <algorithm>
 #include <cstring>
 #include <filesystem>
 
@@ -157,12 +158,43 @@ TEST_F(SmsApiTest, ABackupWithoutFilesSucceeds) {
   EXPECT_FALSE(exists("/tmp/backup.recv"));
 }
 
-TEST_F(SmsApiTest, ABackupSkipsWhatIsTheSameFile) {
-  // A directory as long as this leaves no room for the name behind it.
-  const std::string base = "/tmp/" + std::string(245, 'd');
-  strcpy(segment().directory[4], (base + ".recv").c_str());
-  EXPECT_EQ(capi_voip_sms_backup(base.c_str()), 0);
-  EXPECT_EQ(captured_log(), lines({{4, "capi_voip_sms_backup", "should not be the same file"}}));
+TEST_F(SmsApiTest, FilesWhosePathDoesNotFitAreNotTouched) {
+  const std::string dir = "/tmp/" + std::string(120, 'd') + "/" + std::string(122, 'e');
+  ASSERT_EQ(dir.size(), 248u);
+  write_file(dir + "/sm_rec", "a stranger's");  // what a path would be that is cut
+  write_file(dir + "/sm_sen", "a stranger's");
+  strcpy(segment().directory[4], dir.c_str());
+  const auto files = [] {
+    std::vector<std::string> paths;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator("/tmp")) {
+      // Changes are told all the same.
+      if (entry.path() != "/tmp/vsdk_cmd.calls") paths.push_back(entry.path());
+    }
+    std::sort(paths.begin(), paths.end());
+    return paths;
+  };
+  const std::vector<std::string> before = files();
+  capi_sms_record record{};
+  const capi_sms_counter previous{};
+  capi_sms_counter state{};
+  void* image = nullptr;
+  EXPECT_EQ(capi_voip_sms_init(), -1);
+  for (const int selector : {0, 1}) {
+    EXPECT_EQ(capi_voip_sms_add(selector, &record), -1);
+    EXPECT_EQ(capi_voip_sms_update(selector, &record), -1);
+    EXPECT_EQ(capi_voip_sms_get(selector, 1, &record), -1);
+    EXPECT_EQ(capi_voip_sms_del_by_id(selector, 1), -1);
+    EXPECT_EQ(capi_voip_sms_get_unread_sm_num(selector, &previous, &state), -1);
+    EXPECT_EQ(capi_voip_sms_load(selector, &image), -1);
+    EXPECT_EQ(capi_voip_sms_clean(selector), -1);
+    EXPECT_EQ(capi_voip_sms_get_file(selector, "/tmp/copy"), 0);  // however copying ends
+  }
+  EXPECT_EQ(capi_voip_sms_backup("/tmp/backup"), 0);
+  EXPECT_EQ(captured_log(4).at(0), (LogLine{4, "_vkr_voip_sms_create_file",
+                                            "fopen  failed, reason 2: No such file or directory"}));
+  EXPECT_EQ(files(), before);
+  EXPECT_EQ(read_file(dir + "/sm_rec"), "a stranger's");
+  EXPECT_EQ(read_file(dir + "/sm_sen"), "a stranger's");
 }
 
 TEST_F(SmsApiTest, ABackupUnderATooLongNameIsSkipped) {

@@ -17,8 +17,8 @@ constexpr char kSentFallback[] = "/quorbleconf/ims_data/sm_send";
 class SmsPathTest : public Adapter {
  protected:
   void expect(const std::string& received, const std::string& sent) const {
-    EXPECT_EQ(paths_.received, received);
-    EXPECT_EQ(paths_.sent, sent);
+    EXPECT_STREQ(paths_[CAPI_SMS_RECEIVED], received.c_str());
+    EXPECT_STREQ(paths_[CAPI_SMS_SENT], sent.c_str());
   }
 
   SmsPaths paths_{};
@@ -32,24 +32,27 @@ TEST_F(SmsPathTest, BothFilesAreInTheNvDirectory) {
 TEST_F(SmsPathTest, APathInAnNvDirectoryStays) {
   settle_sms_paths(paths_, "/nv");
   settle_sms_paths(paths_, "/other");
-  settle_sms_paths(paths_, nullptr);
+  settle_sms_paths(paths_, "");
   expect("/nv/sm_recv", "/nv/sm_send");
 }
 
 TEST_F(SmsPathTest, WithoutAnNvDirectoryThereAreFallbacks) {
-  settle_sms_paths(paths_, nullptr);
+  settle_sms_paths(paths_, "");
   expect(kReceivedFallback, kSentFallback);
 }
 
 TEST_F(SmsPathTest, OnlyTheReceivedMessagesLeaveTheirFallback) {
-  settle_sms_paths(paths_, nullptr);
+  settle_sms_paths(paths_, "");
   settle_sms_paths(paths_, "/nv");
   expect("/nv/sm_recv", kSentFallback);
 }
 
-TEST_F(SmsPathTest, APathIsCutAtItsBuffer) {
-  settle_sms_paths(paths_, std::string(255, 'd').c_str());
-  expect(std::string(255, 'd'), std::string(255, 'd'));
+TEST_F(SmsPathTest, APathThatDoesNotFitIsNoneAndIsAskedForAgain) {
+  const std::string longest(247, 'd');
+  settle_sms_paths(paths_, longest + "d");
+  expect("", "");
+  settle_sms_paths(paths_, longest);
+  expect(longest + "/sm_recv", longest + "/sm_send");
 }
 
 TEST_F(SmsPathTest, TheDataDirectoryServesWhereNoNvDirectoryIsSet) {
@@ -96,6 +99,29 @@ TEST_F(SmsPathTest, AnUnknownDirectoryIsAskedForEveryTime) {
     const SmsAccess access;
     EXPECT_EQ(count_calls(Call::Semop), 3);
   }
+}
+
+TEST_F(SmsPathTest, APathIsKnownWithoutAnAccess) {
+  ASSERT_EQ(capi_critical_section_lock_create(), 0);
+  start_client();
+  EXPECT_TRUE(is_sms_path(CAPI_SMS_RECEIVED, kReceivedFallback));
+  EXPECT_TRUE(is_sms_path(CAPI_SMS_SENT, kSentFallback));
+  EXPECT_FALSE(is_sms_path(CAPI_SMS_SENT, kReceivedFallback));
+  strcpy(segment().directory[static_cast<size_t>(RuntimeDir::Nv)], "/tmp/nv");
+  EXPECT_TRUE(is_sms_path(CAPI_SMS_RECEIVED, "/tmp/nv/sm_recv"));
+  { const SmsAccess access; }
+  strcpy(segment().directory[static_cast<size_t>(RuntimeDir::Nv)], "/tmp/other");
+  EXPECT_TRUE(is_sms_path(CAPI_SMS_RECEIVED, "/tmp/nv/sm_recv"));
+  EXPECT_FALSE(is_sms_path(CAPI_SMS_RECEIVED, "/tmp/other/sm_recv"));
+}
+
+TEST_F(SmsPathTest, AFallbackThatWasTakenForSentMessagesIsKnownToStay) {
+  ASSERT_EQ(capi_critical_section_lock_create(), 0);
+  start_client();
+  { const SmsAccess access; }
+  strcpy(segment().directory[static_cast<size_t>(RuntimeDir::Nv)], "/tmp/nv");
+  EXPECT_TRUE(is_sms_path(CAPI_SMS_RECEIVED, "/tmp/nv/sm_recv"));
+  EXPECT_TRUE(is_sms_path(CAPI_SMS_SENT, kSentFallback));
 }
 
 TEST_F(SmsPathTest, EveryAccessSettlesBothPathsWhicheverFileItIsFor) {
