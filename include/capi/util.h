@@ -30,7 +30,7 @@ int config_file_reader(const char *path, config_item_cb item_cb);
 
 /*
  * Produces the index-th piece (from 1) of a file: puts it into "buf" (2048 bytes) and returns its
- * length (above 2047 counts as 2047), a negative number to write nothing for this index, or 0 to
+ * length (above 2048 counts as 2048), a negative number to write nothing for this index, or 0 to
  * end the file.
  */
 typedef int (*config_line_cb)(int index, char *buf, void *ctx);

@@ -175,7 +175,7 @@ int config_file_writer(const char* path, config_line_cb line_cb, void* ctx) {
   unlink(path);
   const capi::File file = capi::open_file(path, "wb+");
   if (!file) return 0;
-  char buf[capi::kKeyValueLineSize] = {};
+  char buf[capi::kKeyValueLineSize + 1] = {};  // one for a terminator
   for (int index = 1;; ++index) {
     const int produced = line_cb(index, buf, ctx);
     if (produced == 0) break;

@@ -210,11 +210,22 @@ TEST(ConfigFileWriterTest, ANegativeResultWritesNothingAndGoesOn) {
   EXPECT_EQ(read_file(kPath), "bbd");
 }
 
+TEST(ConfigFileWriterTest, AFullBufferIsWrittenToItsLastByte) {
+  const config_line_cb fill = [](int index, char* buf, void*) {
+    for (int i = 0; i < 2048; ++i) buf[i] = static_cast<char>('a' + i % 26);
+    return index == 1 ? 2048 : 0;
+  };
+  EXPECT_EQ(config_file_writer(kPath, fill, nullptr), 1);
+  const std::string written = read_file(kPath);
+  ASSERT_EQ(written.size(), 2048u);
+  EXPECT_EQ(written.back(), 'a' + 2047 % 26);
+}
+
 TEST(ConfigFileWriterTest, CountsNoMoreThanTheBufferHolds) {
-  for (const int count : {2047, 2048, 2049, INT32_MAX}) {
+  for (const int count : {2048, 2049, INT32_MAX}) {
     Pieces pieces{.results = {count, 1, 0}, .indexes = {}};
     EXPECT_EQ(config_file_writer(kPath, produce, &pieces), 1);
-    EXPECT_EQ(read_file(kPath), std::string(2047, 'a') + "b") << count;
+    EXPECT_EQ(read_file(kPath), std::string(2048, 'a') + "b") << count;
   }
 }
 
