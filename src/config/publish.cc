@@ -25,13 +25,12 @@ void put_number(char (&field)[N], uint32_t number) {
   copy_text(field, text);
 }
 
-// A cell's global id is the eNB id in front of the 8-bit cell id. Saturates at 32 bits, as it does
-// where long has no more.
+// A cell's global id is the 20-bit eNB id in front of the 8-bit cell id, behind the network's code
+// in some. Saturates at 64 bits, whatever long has.
 void split_global_cell_id(capi_lte_net_info& info, const char* global_id) {
-  const unsigned long long number = strtoull(global_id, nullptr, 16);
-  const auto id = static_cast<uint32_t>(number < UINT32_MAX ? number : UINT32_MAX);
+  const auto id = static_cast<uint32_t>(strtoull(global_id, nullptr, 16) & 0xFFFFFFF);
   put_number(info.cellid, id & 255);
-  put_number(info.enbid, (id >> 8) & 0xFFFFF);
+  put_number(info.enbid, id >> 8);
 }
 
 void build_lte_net_info(cfg_shared_record& record) {

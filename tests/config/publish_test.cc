@@ -111,7 +111,11 @@ TEST_F(PublishTest, AGlobalCellIdMayBeAnyText) {
                                         {"FF", "255", "0"},
                                         {"FFFFFFF", "255", "1048575"},
                                         {"FFFFFFFF", "255", "1048575"},
-                                        {"FFFFFFFFFFFFFFFFFFFF", "255", "1048575"}}) {
+                                        {"001011A2B3C4", "196", "107187"},
+                                        {"1234567812345678", "120", "144470"},
+                                        {"8000000000000000", "0", "0"},
+                                        {"FFFFFFFFFFFFFF01", "1", "1048575"},
+                                        {"10000000000000000", "255", "1048575"}}) {
     publish_runtime({std::string("lte_netinfo_globalcellid=") + text});
     EXPECT_STREQ(lte().cellid, cell) << text;
     EXPECT_STREQ(lte().enbid, enb) << text;
