@@ -87,14 +87,15 @@ int get_number(const cJSON* param, const char* key, int* out) {
   return 0;
 }
 
-// What refers to another document's item is not ours to change.
+// What refers to another document's item is not ours to change, and a value of another type is not
+// made a number.
 
 bool set_text(cJSON* item, const char* text) {
   return strcmp(item->valuestring, text) == 0 || cJSON_SetValuestring(item, text) != nullptr;
 }
 
 bool set_number(cJSON* item, int number) {
-  if ((item->type & cJSON_IsReference) != 0) return false;
+  if (!cJSON_IsNumber(item) || (item->type & cJSON_IsReference) != 0) return false;
   cJSON_SetNumberHelper(item, number);
   return true;
 }
@@ -115,7 +116,7 @@ int change_value(cJSON* value, const char* text, cJSON* is_changed, int flag) {
 }
 
 int set_string_limit(cJSON* param, const char* key, int n, const char* func) {
-  cJSON* item = number_item(param, key);
+  cJSON* item = json_member(param, key);
   if (item == nullptr) {
     CAPI_LOG_AS(func, kLogWarning, "+++ Set attribute is_changed failed.\n");
     return -1;
@@ -265,12 +266,12 @@ int vkrJson_SetParamValue(cJSON* param, const char* text) {
 
 int vkrJson_SetParamIsChanged(cJSON* param, int flag) {
   if (param == nullptr) return -1;
-  cJSON* is_changed = number_item(param, "is_changed");
+  cJSON* is_changed = json_member(param, "is_changed");
   if (is_changed == nullptr) {
     CAPI_LOG(kLogWarning, "+++ Get attribute is_changed failed.\n");
     return -1;
   }
-  if (is_changed->valueint == flag) return 1;
+  if (cJSON_IsNumber(is_changed) && is_changed->valueint == flag) return 1;
   if (!set_number(is_changed, flag)) {
     CAPI_LOG(kLogWarning, "+++ Set int value failed.\n");
     return -1;

@@ -276,13 +276,30 @@ TEST_F(Schema, LengthLimitsAreChangedWhereTheyExist) {
   EXPECT_EQ(vkrJson_SetParamMaxStrlen(server, 3), -1);
   expect_logged("vkrJson_SetParamMaxStrlen", "+++ Set attribute is_changed failed.");
   EXPECT_EQ(vkrJson_GetParamMinStrlen(server, &number), -1);
-  EXPECT_EQ(vkrJson_SetParamMinStrlen(parsed(R"({"min_strlen":"1"})"), 3), -1);
-  expect_logged("vkrJson_SetParamMinStrlen", "+++ Set attribute is_changed failed.");
 
   const Json one(cJSON_CreateNumber(1));
   cJSON_AddItemReferenceToObject(server, "max_strlen", one.get());
   EXPECT_EQ(vkrJson_SetParamMaxStrlen(server, 3), -1);
   expect_logged("vkrJson_SetParamMaxStrlen", "+++ Set int value failed.");
+}
+
+TEST_F(Schema, AnAttributeThatIsNoNumberIsThereButCannotBeUpdated) {
+  for (const std::string value : {"\"1\"", "true", "null", "[]", "{}"}) {
+    const std::string text = R"({"min_strlen":)" + value + R"(,"max_strlen":)" + value +
+                             R"(,"is_changed":)" + value + "}";
+    cJSON* item = parsed(text.c_str());
+    EXPECT_EQ(vkrJson_SetParamMinStrlen(item, 3), -1);
+    expect_logged("vkrJson_SetParamMinStrlen", "+++ Set int value failed.");
+    EXPECT_EQ(vkrJson_SetParamMaxStrlen(item, 3), -1);
+    expect_logged("vkrJson_SetParamMaxStrlen", "+++ Set int value failed.");
+    for (const int flag : {0, 1}) {
+      EXPECT_EQ(vkrJson_SetParamIsChanged(item, flag), -1);
+      expect_logged("vkrJson_SetParamIsChanged", "+++ Set int value failed.");
+    }
+    char* after = cJSON_PrintUnformatted(item);
+    EXPECT_EQ(after, text);
+    cJSON_free(after);
+  }
 }
 
 TEST_F(Schema, NumbersAreAddedBehindTheOtherMembers) {
