@@ -69,10 +69,11 @@ enum {
 };
 
 /*
- * Copies a value of the carrier's configuration file into "buf" of "len" bytes, at most 255
- * characters. Index 0 is the number of APNs, 7 * (n - 1) + 1 to 7 * n are the values of APN n from
- * 1 to 6: enable, type, network type, name, authentication type, user name and password. "imsi" and
- * "iccid" are as in capi_get_carrier_info().
+ * Copies a value of the carrier's configuration file into "buf" of "len" bytes, which are zeroed
+ * first, at most 255 characters. Index 0 is the number of APNs, 7 * (n - 1) + 1 to 7 * n are the
+ * values of APN n from 1 to 6: enable, type, network type, name, authentication type, user name and
+ * password. "imsi" and "iccid" are as in capi_get_carrier_info().
+ *
  * Returns 0, or -1 for another index, or without a carrier, a file or a line in it.
  */
 int capi_get_carrier_cfg(const char *imsi, const char *iccid, unsigned index, char *buf, int len);

@@ -34,7 +34,6 @@ KeyName key_name(unsigned index) {
 
 int get_value(const char* path, unsigned index, char* buf, int len) {
   if (index >= CAPI_CARRIER_KEYS || buf == nullptr) return -1;
-  memset(buf, 0, buffer_size(len));
   char value[256] = {};
   if (!look_up_line(path, key_name(index).text, value, sizeof value)) return -1;
   copy_text(buf, buffer_size(len), value);
@@ -46,6 +45,7 @@ int get_value(const char* path, unsigned index, char* buf, int len) {
 
 int capi_get_carrier_cfg(const char* imsi, const char* iccid, unsigned index, char* buf, int len) {
   using namespace capi;
+  if (buf != nullptr) memset(buf, 0, buffer_size(len));
   capi_carrier_info carrier{};
   if (capi_get_carrier_info(imsi, iccid, &carrier) != 0) {
     CAPI_LOG(kLogWarning, "Can't get carrier file!");

@@ -170,12 +170,12 @@ int get_item(int type, char* buf, int len) {
 
 int capi_get_quorble_info(int type, void* buf, int len) {
   using namespace capi;
+  if (buf != nullptr) memset(buf, 0, buffer_size(len));
   if (type < CAPI_QUORBLE_IMS_VOICE || type > CAPI_QUORBLE_VENDOR) {
     CAPI_LOG(kLogErr, "OMG,please fix me(info_type=%d)\n", type);
     return -1;
   }
   if (buf == nullptr) return -1;
-  memset(buf, 0, buffer_size(len));
   return get_item(type, static_cast<char*>(buf), len);
 }
 

@@ -65,8 +65,8 @@ TEST_F(CarrierSettingsTest, AMissingKeyOrFileFails) {
 
 TEST_F(CarrierSettingsTest, OtherIndexesAndNullFail) {
   write_file(kFile, "apn_num=1\n");
-  EXPECT_EQ(value(43).result, -1);
-  EXPECT_EQ(value(0xffffffff).result, -1);
+  EXPECT_EQ(value(43), (Answer{-1, ""}));
+  EXPECT_EQ(value(0xffffffff), (Answer{-1, ""}));
   EXPECT_EQ(capi_get_carrier_cfg(kImsi, kIccid, 0, nullptr, 10), -1);
   EXPECT_EQ(captured_log(), lines({failure("43"), failure("-1"), failure("0")}));
 }
@@ -74,8 +74,13 @@ TEST_F(CarrierSettingsTest, OtherIndexesAndNullFail) {
 TEST_F(CarrierSettingsTest, WithoutACarrierThereIsNoFile) {
   write_file("/tmp/carrier_config/voip_TEST_XX.conf", "apn_num=1\n");
   char buf[10] = "untouched";
-  EXPECT_EQ(capi_get_carrier_cfg("999991234567890", kIccid, 0, buf, sizeof buf), -1);
-  EXPECT_STREQ(buf, "untouched");
+  EXPECT_EQ(capi_get_carrier_cfg("999991234567890", kIccid, 0, buf, sizeof buf - 1), -1);
+  EXPECT_EQ(std::string(buf, sizeof buf), std::string(10, '\0'));
+  memset(buf, '#', sizeof buf);
+  EXPECT_EQ(capi_get_carrier_cfg("999991234567890", kIccid, 0, buf, 4), -1);
+  EXPECT_EQ(std::string(buf, 6), std::string("\0\0\0\0##", 6));
+  clear_log();
+  EXPECT_EQ(capi_get_carrier_cfg("999991234567890", kIccid, 0, nullptr, 10), -1);
   EXPECT_EQ(captured_log(), lines({{4, "capi_get_carrier_cfg", "Can't get carrier file!"}}));
 }
 

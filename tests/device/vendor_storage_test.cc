@@ -308,6 +308,13 @@ TEST_F(VendorStorageTest, NoMoreOfTheVendorBlockIsCopiedThanBothHold) {
   EXPECT_EQ(stored_vendor_block(), "new" + std::string(157, 'v'));
 }
 
+TEST_F(VendorStorageTest, AnUnknownTypeZeroesTheBuffer) {
+  EXPECT_EQ(get(5, 16), (Answer{-1, zeros(16)}));
+  EXPECT_EQ(get(-1, 16), (Answer{-1, zeros(16)}));
+  EXPECT_EQ(get(5, 0), (Answer{-1, ""}));
+  EXPECT_EQ(capi_get_quorble_info(5, nullptr, 16), -1);
+}
+
 TEST_F(VendorStorageTest, UnknownTypesAreLogged) {
   EXPECT_EQ(get(5, 10).result, -1);
   EXPECT_EQ(get(-1, 10).result, -1);
