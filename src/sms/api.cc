@@ -53,13 +53,12 @@ int clean(int selector) {
 }
 
 int copy_to(int selector, const char* destination, const char* func) {
-  const SmsAccess access;
-  const char* path = access.path(selector);
-  if (strcmp(path, destination) == 0) {
+  if (is_sms_path(selector, destination)) {
     CAPI_LOG_AS(func, kLogWarning, "should not be the same file\n");
     return -1;
   }
-  copy_sms_file(path, destination);
+  const SmsAccess access;
+  copy_sms_file(access.path(selector), destination);
   return 0;
 }
 

@@ -109,7 +109,8 @@ SmsTrouble verify_sms_file(const char* path) CAPI_REQUIRES(kVoiceSmsLock) {
   uint64_t size = 0;
   if (!get_sms_file_size(path, size)) return SmsTrouble::Absent;
   if (size > kSmsMaxFileSize) {
-    CAPI_LOG_AS(kFunc, kLogWarning, "file is too large: %u\n", printed_sms_size(size));
+    const auto shown = static_cast<unsigned>(size < UINT32_MAX ? size : UINT32_MAX);
+    CAPI_LOG_AS(kFunc, kLogWarning, "file is too large: %u\n", shown);
     return SmsTrouble::Unsound;
   }
   SmsWorkBuffer buffer;

@@ -145,6 +145,19 @@ TEST_F(SmsApiTest, AFileIsNotCopiedOntoItself) {
   EXPECT_EQ(read_file(kReceived), "sent");
 }
 
+TEST_F(SmsApiTest, ACopyOntoItselfIsRefusedWithoutWaitingForTheLock) {
+  put_both();
+  for (int round = 0; round < 2; ++round) {
+    ASSERT_EQ(capi_critical_section_lock(CAPI_LOCK_VOICE_SMS), 0);
+    in_other_process([] {
+      EXPECT_EQ(capi_voip_sms_get_file(0, kReceived), -1);
+      EXPECT_EQ(capi_voip_sms_get_file(1, kSent), -1);
+    });
+    ASSERT_EQ(capi_critical_section_unlock(CAPI_LOCK_VOICE_SMS), 0);
+    EXPECT_EQ(capi_voip_sms_get_file(0, "/tmp/copy"), 0);  // settles the paths for the next round
+  }
+}
+
 TEST_F(SmsApiTest, ABackupIsACopyOfBothFiles) {
   put_both();
   EXPECT_EQ(capi_voip_sms_backup("/tmp/backup"), 0);

@@ -1,5 +1,8 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
+#include <fcntl.h>
+#include <unistd.h>
+
 #include "store_test.h"
 
 namespace capi::test {
@@ -76,6 +79,22 @@ TEST_F(SmsInitTest, InitialisingRejectsALargerFileUnread) {
                              kCreated,
                              {6, kVerify, "version 1 smCount 0"}}));
   expect_set_aside(largest + "x");
+}
+
+TEST_F(SmsInitTest, AFileOfAnySizeIsToldWithItsSize) {
+  skip_commands("cp -f ");  // which would take its time
+  for (const auto& [size, shown] : {std::pair{INT64_C(2147483648), "2147483648"},
+                                    {INT64_C(4294967295), "4294967295"},
+                                    {INT64_C(1) << 40, "4294967295"}}) {
+    put(sms_file({}), kSent);
+    put("");
+    const int fd = open(kReceived, O_WRONLY | O_LARGEFILE);
+    ASSERT_EQ(ftruncate64(fd, size), 0);
+    close(fd);
+    EXPECT_EQ(capi_voip_sms_init(), 0);
+    EXPECT_EQ(logged().at(0), (LogLine{4, kVerify, std::string("file is too large: ") + shown}));
+    expect_empty_file();
+  }
 }
 
 TEST_F(SmsInitTest, InitialisingReplacesAFileThatCannotBeExamined) {

@@ -98,7 +98,8 @@ int live_blocks() { return blocks; }
 }  // namespace capi::test
 
 // What the linker puts in the place of the C library's functions, and those functions. The names
-// with "chk" are theirs where sizes are checked.
+// with "chk" are theirs where sizes are checked, those with 64 where files may be large and long
+// has 32 bits.
 extern "C" {
 
 using capi::test::Call;
@@ -112,6 +113,7 @@ void* __real_calloc(size_t count, size_t size);
 void __real_free(void* block);
 char* __real_strndup(const char* text, size_t size);
 FILE* __real_fopen(const char* path, const char* mode);
+FILE* __real_fopen64(const char* path, const char* mode);
 int __real_open(const char* path, int flags, mode_t mode);
 size_t __real_fread(void* to, size_t size, size_t count, FILE* file);
 char* __real_fgets(char* to, int size, FILE* file);
@@ -122,6 +124,7 @@ int __real_fflush(FILE* file);
 int __real_fclose(FILE* file);
 int __real_fseek(FILE* file, long offset, int whence);
 int __real_stat(const char* path, struct stat* status);
+int __real_stat64(const char* path, struct stat64* status);
 int __real_mkdir(const char* path, mode_t mode);
 int __real_flock(int fd, int operation);
 tm* __real_localtime_r(const time_t* time, tm* result);
@@ -194,12 +197,24 @@ FILE* __wrap_fopen(const char* path, const char* mode) {
   return file_call_fails(Call::Fopen) ? nullptr : __real_fopen(path, mode);
 }
 
+FILE* __wrap_fopen64(const char* path, const char* mode) {
+  return file_call_fails(Call::Fopen) ? nullptr : __real_fopen64(path, mode);
+}
+
 int __wrap_open(const char* path, int flags, ...) {
   va_list args;
   va_start(args, flags);
   const mode_t mode = (flags & O_CREAT) != 0 ? static_cast<mode_t>(va_arg(args, int)) : 0;
   va_end(args);
   return fails(Call::Open) ? -1 : __real_open(path, flags, mode);
+}
+
+int __wrap_open64(const char* path, int flags, ...) {
+  va_list args;
+  va_start(args, flags);
+  const mode_t mode = (flags & O_CREAT) != 0 ? static_cast<mode_t>(va_arg(args, int)) : 0;
+  va_end(args);
+  return fails(Call::Open) ? -1 : __real_open(path, flags | O_LARGEFILE, mode);
 }
 
 size_t __wrap_fread(void* to, size_t size, size_t count, FILE* file) {
@@ -257,6 +272,10 @@ int __wrap_fseek(FILE* file, long offset, int whence) {
 
 int __wrap_stat(const char* path, struct stat* status) {
   return fails(Call::Stat) ? -1 : __real_stat(path, status);
+}
+
+int __wrap_stat64(const char* path, struct stat64* status) {
+  return fails(Call::Stat) ? -1 : __real_stat64(path, status);
 }
 
 int __wrap_mkdir(const char* path, mode_t mode) {
