@@ -289,7 +289,10 @@ struct cJSON *ctrlv2_siginfo_to_json(const char *name, const union capi_signal_i
 /*
  * Fills an information record from the JSON object of a signal: clears all of it, then reads the
  * attributes of the signal's name, of a name that is not in the table those of a general signal.
- * "name" is null or a buffer of CAPI_SIGNAL_NAME_SIZE bytes that takes the name.
+ * "name" is null or a buffer of CAPI_SIGNAL_NAME_SIZE bytes that takes the name. A longer name is
+ * cut to what such a buffer holds, and its attributes are those of the name as cut: nobody's
+ * message writes behind the buffer.
+ *
  * An attribute that is missing or of another JSON type reads as 0 or as its default text, which is
  * "" unless said otherwise; without "attrs" the record stays cleared. A number outside the range of
  * its field becomes the nearest in it, and a text that is too long is cut.

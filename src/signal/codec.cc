@@ -225,10 +225,8 @@ void read_object(const cJSON* object, Rows rows, char* record) {
 }
 
 // The caller's buffer has room for the names that there are, not for what somebody made up.
-void copy_name(char* to, const char* name) {
-  const size_t length = strnlen(name, CAPI_SIGNAL_NAME_SIZE - 1);
-  memcpy(to, name, length);
-  to[length] = '\0';
+std::string_view cut_name(const char* name) {
+  return {name, strnlen(name, CAPI_SIGNAL_NAME_SIZE - 1)};
 }
 
 }  // namespace
@@ -250,9 +248,13 @@ int ctrlv2_json_to_siginfo(const cJSON* json, char* name, capi_signal_info* info
   if (name != nullptr) name[0] = '\0';
   Members members(json);
   members.find("msg");  // first, where it is ours
-  const char* signal = json_text(members.find("name"));
-  if (signal == nullptr || info == nullptr) return -1;
-  if (name != nullptr) copy_name(name, signal);
+  const char* text = json_text(members.find("name"));
+  if (text == nullptr || info == nullptr) return -1;
+  const std::string_view signal = cut_name(text);
+  if (name != nullptr) {
+    memcpy(name, signal.data(), signal.size());
+    name[signal.size()] = '\0';
+  }
   memset(info, 0, sizeof *info);
   const cJSON* attrs = members.find("attrs");
   if (cJSON_IsObject(attrs)) {

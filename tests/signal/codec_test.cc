@@ -408,6 +408,9 @@ TEST(SignalCodec, NumbersOutOfRangeBecomeTheNearestInIt) {
   EXPECT_EQ(sms("bRead", "-1").bRead, 0);
   EXPECT_EQ(sms("MsgId", "-1").MsgId, 0u);
   EXPECT_EQ(sms("MsgId", "9007199254740992").MsgId, 9007199254740992u);
+  EXPECT_EQ(sms("MsgId", "9223372036854775808").MsgId, 9223372036854775808u);
+  EXPECT_EQ(sms("MsgId", "18446744073709549568").MsgId, 18446744073709549568u);
+  EXPECT_EQ(sms("MsgId", "18446744073709551615").MsgId, UINT64_MAX);
   EXPECT_EQ(sms("MsgId", "18446744073709551616").MsgId, UINT64_MAX);
   EXPECT_EQ(sms("MsgId", "1e999").MsgId, UINT64_MAX);
 }
@@ -524,6 +527,18 @@ TEST(SignalCodec, ANameThatIsTooLongIsCut) {
   EXPECT_EQ(ctrlv2_json_to_siginfo(json.get(), name, &info), 0);
   EXPECT_EQ(name, std::string(CAPI_SIGNAL_NAME_SIZE - 1, 'n'));
   EXPECT_EQ(name[CAPI_SIGNAL_NAME_SIZE], '#');
+}
+
+TEST(SignalCodec, TheAttributesAreThoseOfTheNameThatTheCallerGets) {
+  char name[CAPI_SIGNAL_NAME_SIZE] = "";
+  capi_signal_info info = {};
+  const std::string text = "vop_sig_timer_expired" + std::string(100, 'x');
+  const Json json = parse(signal_text(text, R"({"cookie":5,"iParam1":7,"param1":"a"})"));
+  EXPECT_EQ(ctrlv2_json_to_siginfo(json.get(), name, &info), 0);
+  EXPECT_EQ(name, text.substr(0, 63));
+  const Json again = parse(signal_text(name, R"({"cookie":5,"iParam1":7,"param1":"a"})"));
+  EXPECT_EQ(bytes(decoded(again.get())), bytes(info));
+  EXPECT_EQ(info.general.iParam1, 7);
 }
 
 TEST(SignalCodec, OnlyTheNameAndItsTerminatorAreWritten) {
