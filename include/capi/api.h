@@ -7,6 +7,14 @@
 #include <stddef.h>
 #include <stdint.h>
 
+/*
+ * The library exports functions of these names with other results (capi/thread.h). A program whose
+ * linker finds libcapi first calls those with the C library's arguments.
+ */
+#if defined(_THREADS_H) && !defined(CAPI_WITH_C_THREADS)
+#warning "<threads.h> with libcapi: link -lc before -lcapi, then define CAPI_WITH_C_THREADS"
+#endif
+
 /* Declarations between these two are exported from the library, with C linkage. */
 #ifdef __cplusplus
 #define CAPI_BEGIN_DECLS \

@@ -17,10 +17,13 @@
 CAPI_BEGIN_DECLS
 
 /*
- * Writes the text of one value into "buf" of "size" bytes, numbers in decimal, texts cut to size -
- * 1 characters. Sections are named as in setting files ("sip_line_1"), keys "option_" + section
- * without number + "_" + field ("option_sip_line_enable").
+ * Writes the text of one value into "buf" of "size" bytes, numbers in decimal. What does not fit is
+ * cut to size - 1 characters without a word, numbers too: 12 bytes take any. Sections are named as
+ * in setting files ("sip_line_1"), keys "option_" + section without number + "_" + field
+ * ("option_sip_line_enable").
+ *
  * ICCID and IMSI always fill 32 bytes of "buf" and IMPI 128, whatever "size" says.
+ *
  * Returns 0; -1 for a null argument, an unknown section, a number in section or key that is out of
  * range, or a segment that is not attached; for an unknown key 0 in "basic_sip" and "sms" and 1
  * elsewhere. In all cases but the first "buf" is left as it was.

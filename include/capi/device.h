@@ -152,6 +152,8 @@ int capi_get_quorble_info(int type, void *buf, int len);
  * "info.ims_voice" in the nv directory (lock 10). Type 4, of at most CAPI_VENDOR_BYTES, goes into
  * the shared record. Returns 0, or -1 for another type, for type 0 with another "len" or when the
  * file cannot be written, and for type 4 when the segment is not attached.
+ * Type 0 keeps lock 10 until sync() has written what all the system has to write. Who writes a
+ * voice-stack file may wait for that with lock 0 in hand, and everybody else for him.
  */
 int capi_set_quorble_info(int type, const void *buf, int len);
 

@@ -5,8 +5,9 @@
  *
  * Its first names are those of the C library's <threads.h>, with other types and results. A source
  * file includes one of the two headers, and capi.h does not include this one. A program that links
- * the library gets these functions; other shared libraries that were built with <threads.h> keep
- * the C library's, and the library itself always calls its own.
+ * the library gets these functions, unless it is linked with the C library before
+ * (docs/porting.md); other shared libraries that were built with <threads.h> keep the C library's,
+ * and the library itself always calls its own.
  *
  * Functions give an enum thrd_result unless a comment says otherwise; a null pointer gives
  * thrd_error. None of them logs or takes a lock of the library; all may be called before
@@ -32,7 +33,7 @@ struct timeval;
 /* An error is 0 and success 1, so that a result can be tested as a truth value. */
 enum thrd_result {
   thrd_error = 0,
-  thrd_success = 1,
+  thrd_success = 1, /* an error here: <threads.h> cannot be included together with capi/thread.h */
   thrd_timedout = 2,
   thrd_busy = 3,
   thrd_nomem = 4
