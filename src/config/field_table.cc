@@ -123,16 +123,15 @@ std::string_view field_key(std::string_view base, std::string_view key) {
   return starts_with(key, "_") ? tail(key, 1) : std::string_view{};
 }
 
-// The number of a key as "%d" writes it, which is what a suffix has to be; -1 for anything else.
-long exact_number(std::string_view text) {
-  constexpr size_t kMaxDigits = 9;
-  if (text.empty() || text.size() > kMaxDigits || (text[0] == '0' && text.size() > 1)) return -1;
-  long number = 0;
+// The number that a suffix is; -1 for one with other characters. One that "%d" would not write so,
+// or of more digits than any entry has, is 0 and so out of range.
+long suffix_number(std::string_view text) {
+  if (text.empty()) return -1;
   for (const char c : text) {
     if (c < '0' || c > '9') return -1;
-    number = number * 10 + (c - '0');
   }
-  return number;
+  constexpr size_t kMaxDigits = 9;
+  return text[0] == '0' || text.size() > kMaxDigits ? 0 : parse_int32(text.data());
 }
 
 FieldPlace numbered_place(const NumberedRow& row, long number) {
@@ -145,7 +144,7 @@ FieldPlace find_suffixed(SectionId section, std::string_view key) {
     if (row.section != section) continue;
     const std::string_view prefix = kNumberedRows.text(row.key);
     if (!starts_with(key, prefix)) continue;
-    const long number = exact_number(tail(key, prefix.size()));
+    const long number = suffix_number(tail(key, prefix.size()));
     if (number >= 0) return numbered_place(row, number);
   }
   return {.lookup = FieldLookup::UnknownKey};

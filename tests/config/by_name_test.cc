@@ -132,22 +132,31 @@ TEST_F(ByNameTest, AnUnknownSectionFails) {
 }
 
 TEST_F(ByNameTest, ANumberOutOfRangeFails) {
-  for (const auto& [section, key] : {std::pair{"sip_line_3", "option_sip_line_enable"},
-                                     {"sip_line_0", "option_sip_line_enable"},
-                                     {"voice_stack_6", "option_voice_stack_enable"},
-                                     {"sip_server_3", "option_sip_server_sip_domain"},
-                                     {"sip_feature_3", "option_nothing"},
-                                     {"call_forward_0", "option_call_forward_busy_forward"},
-                                     {"voice_parameter", "option_voice_parameter_name_13"},
-                                     {"voice_parameter", "option_voice_parameter_name_0"},
-                                     {"voice_parameter", "option_nothing"},
-                                     {"speed_dial", "option_speed_dial_entry_11"},
-                                     {"speed_dial30", "option_speed_dial30_num_31"},
-                                     {"call_block", "option_call_block_entry_0"},
-                                     {"call_block", "short"}}) {
+  for (const auto& [section, key] :
+       {std::pair{"sip_line_3", "option_sip_line_enable"},
+        {"sip_line_0", "option_sip_line_enable"},
+        {"voice_stack_6", "option_voice_stack_enable"},
+        {"sip_server_3", "option_sip_server_sip_domain"},
+        {"sip_feature_3", "option_nothing"},
+        {"call_forward_0", "option_call_forward_busy_forward"},
+        {"voice_parameter", "option_voice_parameter_name_13"},
+        {"voice_parameter", "option_voice_parameter_name_0"},
+        {"voice_parameter", "option_nothing"},
+        {"speed_dial", "option_speed_dial_entry_11"},
+        {"speed_dial30", "option_speed_dial30_num_31"},
+        {"call_block", "option_call_block_entry_0"},
+        {"call_block", "short"},
+        {"call_white_list", "option_call_white_list_entry_0"},
+        {"call_white_list", "option_call_white_list_entry_21"},
+        {"call_white_list", "option_call_white_list_entry_01"},
+        {"call_white_list", "option_call_white_list_entry_4294967297"},
+        {"call_redirection", "option_call_redirection_src_number_0"},
+        {"call_redirection", "option_call_redirection_dst_number_11"},
+        {"call_redirection", "option_call_redirection_dst_number_01"}}) {
     const Answer answer = get(section, key);
     EXPECT_EQ(answer.result, -1) << section << " " << key;
     EXPECT_EQ(answer.text, "before") << section << " " << key;
+    EXPECT_EQ(set(section, key, "1"), -1) << section << " " << key;
   }
 }
 

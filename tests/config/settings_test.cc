@@ -76,9 +76,14 @@ TEST_F(SettingsTest, ResultTellsNumbersOutOfRange) {
   EXPECT_EQ(setting_item_cb("speed_dial", "short", "1"), -1);
   EXPECT_EQ(setting_item_cb("call_white_list", "option_call_white_list_entry_21", "1"), -1);
   EXPECT_EQ(setting_item_cb("call_white_list", "option_call_white_list_entry_0", "1"), -1);
-  EXPECT_EQ(setting_item_cb("call_white_list", "option_call_white_list_entry_01", "1"), 0);
+  EXPECT_EQ(setting_item_cb("call_white_list", "option_call_white_list_entry_01", "1"), -1);
+  EXPECT_EQ(setting_item_cb("call_white_list", "option_call_white_list_entry_4294967297", "1"), -1);
+  EXPECT_EQ(
+      setting_item_cb("call_white_list", "option_call_white_list_entry_18446744073709551617", "1"),
+      -1);
   EXPECT_EQ(setting_item_cb("call_white_list", "option_call_white_list_entry_", "1"), 0);
   EXPECT_EQ(setting_item_cb("call_redirection", "option_call_redirection_src_number_11", "1"), -1);
+  EXPECT_EQ(setting_item_cb("call_redirection", "option_call_redirection_dst_number_01", "1"), -1);
   EXPECT_EQ(setting_item_cb("call_redirection", "option_call_redirection_dst_number_1x", "1"), 0);
   EXPECT_EQ(setting_item_cb("no_section", "x", "1"), 0);
   EXPECT_EQ(setting_item_cb("sip_line_1", "no_key", "1"), 0);
