@@ -13,16 +13,30 @@
 
 namespace capi::carrier_rows {
 
-struct Draft {
+template <typename Text>
+struct RowOf {
   uint8_t id;
   uint8_t attribute1;
   uint8_t attribute2;
   uint8_t mnc_length;
-  std::string_view file;
-  std::string_view iccid_prefix;
-  std::string_view mcc;
-  std::string_view mnc_list;
+  Text file;
+  Text iccid_prefix;
+  Text mcc;
+  Text mnc_list;
+
+  constexpr RowOf<TextPlace> pack(TextPool& pool) const {
+    return {id,
+            attribute1,
+            attribute2,
+            mnc_length,
+            pool.add(file),
+            pool.add(iccid_prefix),
+            pool.add(mcc),
+            pool.add(mnc_list)};
+  }
 };
+using Draft = RowOf<std::string_view>;
+using Row = RowOf<TextPlace>;
 
 #define ROW(id, attribute1, attribute2, mnc_length, file, ...) \
   Draft { id, attribute1, attribute2, mnc_length, "/tmp/carrier_config/" file, __VA_ARGS__ }
@@ -92,27 +106,7 @@ inline constexpr Draft kDrafts[] = {
 
 #undef ROW
 
-struct Row {
-  uint8_t id;
-  uint8_t attribute1;
-  uint8_t attribute2;
-  uint8_t mnc_length;
-  TextPlace file;
-  TextPlace iccid_prefix;
-  TextPlace mcc;
-  TextPlace mnc_list;
-};
-
-inline constexpr auto kRows = make_text_table<kDrafts, [](const Draft& draft, TextPool& pool) {
-  return Row{draft.id,
-             draft.attribute1,
-             draft.attribute2,
-             draft.mnc_length,
-             pool.add(draft.file),
-             pool.add(draft.iccid_prefix),
-             pool.add(draft.mcc),
-             pool.add(draft.mnc_list)};
-}>();
+inline constexpr auto kRows = make_text_table<kDrafts>();
 
 // What an unknown SIM gets.
 inline constexpr const Row& kTestRow = kRows[0];

@@ -44,13 +44,13 @@ int walk_section(SectionId id, capi_config_key_cb callback, void* user) {
   const Section& section = kSections[static_cast<size_t>(id)];
   for (const Row& row : kRows) {
     if (row.section != id) continue;
-    const capi_config_key key = describe(section, kRows.text(row.key), row.field, 0);
+    const capi_config_key key = describe(section, kRows.text(row.named.key), row.named.field, 0);
     if (const int result = callback(&key, user)) return result;
   }
   for (const NumberedRow& row : kNumberedRows) {
     if (row.section != id) continue;
     const capi_config_key key =
-        describe(section, kNumberedRows.text(row.key), row.field, row.count);
+        describe(section, kNumberedRows.text(row.named.key), row.named.field, row.count);
     if (const int result = callback(&key, user)) return result;
   }
   return 0;

@@ -40,14 +40,20 @@ enum class KeyNumber : uint8_t {
   Entry       // from the 25th character on, whatever stands in front
 };
 
-struct SectionDraft {
-  std::string_view name;
+template <typename Text>
+struct SectionOf {
+  Text name;
   uint8_t count;  // instances of a numbered section, whose name goes on with "_" and the number
   KeyNumber key_number = KeyNumber::None;
   bool unknown_key_is_success = false;
-};
 
-inline constexpr SectionDraft kSectionDrafts[] = {
+  constexpr SectionOf<TextPlace> pack(TextPool& pool) const {
+    return {pool.add(name), count, key_number, unknown_key_is_success};
+  }
+};
+using Section = SectionOf<TextPlace>;
+
+inline constexpr SectionOf<std::string_view> kSectionDrafts[] = {
     {"voice_switch", 0},
     {"voice_access", 0},
     {"basic_sip", 0, KeyNumber::None, true},
@@ -72,23 +78,18 @@ inline constexpr SectionDraft kSectionDrafts[] = {
 };
 static_assert(std::size(kSectionDrafts) == static_cast<size_t>(SectionId::Count));
 
-struct Section {
-  TextPlace name;
-  uint8_t count;
-  KeyNumber key_number;
-  bool unknown_key_is_success;
-};
+inline constexpr auto kSections = make_text_table<kSectionDrafts>();
 
-inline constexpr auto kSections = make_text_table<kSectionDrafts, [](const SectionDraft& draft,
-                                                                     TextPool& pool) {
-  return Section{pool.add(draft.name), draft.count, draft.key_number, draft.unknown_key_is_success};
-}>();
-
-// A key is "option_" + section + "_" + the field's key.
-struct Draft {
+// A key is "option_" + section + "_" + the field's key. The rows of a section stand together.
+template <typename Text>
+struct RowOf {
   SectionId section;
-  NamedField named;
+  KeyedFieldOf<Text> named;
+
+  constexpr RowOf<TextPlace> pack(TextPool& pool) const { return {section, named.pack(pool)}; }
 };
+using Draft = RowOf<std::string_view>;
+using Row = RowOf<TextPlace>;
 
 #define ROW(section, parent, member) \
   Draft { SectionId::section, CAPI_FIELD(parent, member) }
@@ -279,22 +280,21 @@ inline constexpr Draft kDrafts[] = {
     ROW(SlicParameter, slic_parameter, settings),
 };
 
-struct Row {
-  SectionId section;
-  TextPlace key;
-  Field field;
-};
-
-inline constexpr auto kRows = make_text_table<kDrafts, [](const Draft& draft, TextPool& pool) {
-  return Row{draft.section, pool.add(draft.named.key), draft.named.field};
-}>();
+inline constexpr auto kRows = make_text_table<kDrafts>();
 
 // The keys that carry a number, which chooses one of "count" elements.
-struct NumberedDraft {
+template <typename Text>
+struct NumberedRowOf {
   SectionId section;
   uint8_t count;
-  NamedField named;
+  KeyedFieldOf<Text> named;
+
+  constexpr NumberedRowOf<TextPlace> pack(TextPool& pool) const {
+    return {section, count, named.pack(pool)};
+  }
 };
+using NumberedDraft = NumberedRowOf<std::string_view>;
+using NumberedRow = NumberedRowOf<TextPlace>;
 
 #define NUMBERED(section, key, member)                                                       \
   NumberedDraft {                                                                            \
@@ -322,17 +322,7 @@ inline constexpr NumberedDraft kNumberedDrafts[] = {
     NUMBERED(CallRedirection, "dst_number_", call_redirection.dst_number),
 };
 
-struct NumberedRow {
-  SectionId section;
-  uint8_t count;
-  TextPlace key;
-  Field field;
-};
-
-inline constexpr auto kNumberedRows =
-    make_text_table<kNumberedDrafts, [](const NumberedDraft& draft, TextPool& pool) {
-      return NumberedRow{draft.section, draft.count, pool.add(draft.named.key), draft.named.field};
-    }>();
+inline constexpr auto kNumberedRows = make_text_table<kNumberedDrafts>();
 
 #undef ROW
 #undef ROW_AS

@@ -82,7 +82,7 @@ consteval std::array<uint8_t, kSlots> make_index() {
 constexpr std::array<uint8_t, kSlots> kIndex = make_index();
 
 bool is_key(const Row& row, std::string_view key) {
-  const std::string_view own = kRows.text(row.key);
+  const std::string_view own = kRows.text(row.named.key);
   return own.size() == key.size() && starts_with(own, key);
 }
 
@@ -90,7 +90,7 @@ const Field* find_row(SectionId section, std::string_view key) {
   for (size_t slot = hash(section, key) % kSlots; kIndex[slot] != kNoRow;
        slot = (slot + 1) % kSlots) {
     const Row& row = kRows[kIndex[slot]];
-    if (row.section == section && is_key(row, key)) return &row.field;
+    if (row.section == section && is_key(row, key)) return &row.named.field;
   }
   return nullptr;
 }
@@ -136,13 +136,13 @@ long suffix_number(std::string_view text) {
 
 FieldPlace numbered_place(const NumberedRow& row, long number) {
   if (number < 1 || number > row.count) return {.lookup = FieldLookup::OutOfRange};
-  return {FieldLookup::Found, &row.field, static_cast<int>(number - 1)};
+  return {FieldLookup::Found, &row.named.field, static_cast<int>(number - 1)};
 }
 
 FieldPlace find_suffixed(SectionId section, std::string_view key) {
   for (const NumberedRow& row : kNumberedRows) {
     if (row.section != section) continue;
-    const std::string_view prefix = kNumberedRows.text(row.key);
+    const std::string_view prefix = kNumberedRows.text(row.named.key);
     if (!starts_with(key, prefix)) continue;
     const long number = suffix_number(tail(key, prefix.size()));
     if (number >= 0) return numbered_place(row, number);
@@ -154,7 +154,7 @@ FieldPlace find_suffixed(SectionId section, std::string_view key) {
 const NumberedRow* find_column(SectionId section, std::string_view key, ColumnChoice choice) {
   const NumberedRow* named = nullptr;
   for (const NumberedRow& row : kNumberedRows) {
-    if (row.section != section || !contains(key, kNumberedRows.text(row.key))) continue;
+    if (row.section != section || !contains(key, kNumberedRows.text(row.named.key))) continue;
     named = &row;
     if (choice == ColumnChoice::First) break;
   }
@@ -164,7 +164,7 @@ const NumberedRow* find_column(SectionId section, std::string_view key, ColumnCh
 // The only one, where the key has nothing but a column and a number behind the section's name.
 const NumberedRow* find_only_column(SectionId section, std::string_view column) {
   for (const NumberedRow& row : kNumberedRows) {
-    if (row.section == section && kNumberedRows.text(row.key) == column) return &row;
+    if (row.section == section && kNumberedRows.text(row.named.key) == column) return &row;
   }
   return nullptr;
 }

@@ -26,15 +26,21 @@ enum class Origin : uint8_t {
   FilePrefix  // of a MAC
 };
 
-struct Draft {
-  field_rows::NamedField named;  // its key is that of the file
+template <typename Text>
+struct HardwareFactOf {
+  KeyedFieldOf<Text> named;  // its key is that of the file
   Segment segment;
   Origin origin;
-  std::string_view fallback;
+  Text fallback;
+
+  constexpr HardwareFactOf<TextPlace> pack(TextPool& pool) const {
+    return {named.pack(pool), segment, origin, pool.add(fallback)};
+  }
 };
+using HardwareFact = HardwareFactOf<TextPlace>;
 
 // By the index that callers give.
-constexpr Draft kDrafts[] = {
+constexpr HardwareFactOf<std::string_view> kDrafts[] = {
     {kHwModel, Segment::UnlessEmpty, Origin::File, "QZX"},
     {kHwVersion, Segment::UnlessEmpty, Origin::File, "V1"},
     {kHwSerial, Segment::IsNotAsked, Origin::FileOrFailure, "0000000000000"},
@@ -50,26 +56,15 @@ constexpr Draft kDrafts[] = {
 };
 static_assert(std::size(kDrafts) == CAPI_HW_LAN_MAC + 1);
 
-struct HardwareFact {
-  Segment segment;
-  Origin origin;
-  TextPlace key;
-  TextPlace fallback;
-  Field field;
-};
-
-constexpr auto kFacts = make_text_table<kDrafts, [](const Draft& draft, TextPool& pool) {
-  return HardwareFact{draft.segment, draft.origin, pool.add(draft.named.key),
-                      pool.add(draft.fallback), draft.named.field};
-}>();
+constexpr auto kFacts = make_text_table<kDrafts>();
 
 constexpr size_t kMacSize = sizeof "00:00:00:00:00:00";
 
 bool ask_segment(const HardwareFact& fact, char* buf, int len) {
   if (fact.segment == Segment::IsNotAsked) return false;
   const bool even_if_empty = fact.segment == Segment::EvenIfEmpty;
-  return get_segment_text(fact.field, buf, len, even_if_empty ? IfEmpty::Succeed : IfEmpty::Fail) ==
-         0;
+  return get_segment_text(fact.named.field, buf, len,
+                          even_if_empty ? IfEmpty::Succeed : IfEmpty::Fail) == 0;
 }
 
 char upper(char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; }
@@ -85,7 +80,7 @@ bool ask_file_for_prefix(std::string_view key, char* buf, size_t size) {
 }
 
 bool ask_file(const HardwareFact& fact, char* buf, size_t size) {
-  const std::string_view key = kFacts.text(fact.key);
+  const std::string_view key = kFacts.text(fact.named.key);
   switch (fact.origin) {
     case Origin::Constant:
       return false;

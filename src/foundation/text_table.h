@@ -70,18 +70,25 @@ class TextPool {
   size_t used_ = 0;
 };
 
-// Makes a table of "Drafts", whose texts are std::string_views. "Pack" turns one into a row and
-// adds its texts to the pool.
-template <const auto& Drafts, auto Pack>
+// Makes a table of drafts. A draft is a row whose texts are std::string_views; its "pack" returns
+// the same row with their places in the pool. Templated on the type of its texts, both are one:
+//
+//   template <typename Text>
+//   struct RowOf {
+//     int number;
+//     Text name;
+//     constexpr RowOf<TextPlace> pack(TextPool& pool) const { return {number, pool.add(name)}; }
+//   };
+template <const auto& Drafts>
 consteval auto make_text_table() {
   constexpr size_t kBytes = [] {
     TextPool pool;
-    for (const auto& draft : Drafts) Pack(draft, pool);
+    for (const auto& draft : Drafts) draft.pack(pool);
     return pool.used();
   }();
   TextPool pool;
-  TextTable<decltype(Pack(Drafts[0], pool)), std::size(Drafts), kBytes> table{};
-  for (size_t i = 0; i < std::size(Drafts); ++i) table.rows[i] = Pack(Drafts[i], pool);
+  TextTable<decltype(Drafts[0].pack(pool)), std::size(Drafts), kBytes> table{};
+  for (size_t i = 0; i < std::size(Drafts); ++i) table.rows[i] = Drafts[i].pack(pool);
   for (size_t i = 0; i < kBytes; ++i) table.texts[i] = pool[i];
   return table;
 }

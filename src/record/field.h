@@ -29,11 +29,15 @@ struct Field {
 };
 
 // A row of a table of keys.
-struct KeyedField {
-  TextPlace key;
+template <typename Text>
+struct KeyedFieldOf {
+  Text key;
   Field field;
+
+  constexpr KeyedFieldOf<TextPlace> pack(TextPool& pool) const { return {pool.add(key), field}; }
 };
 
+using KeyedField = KeyedFieldOf<TextPlace>;
 using KeyedFields = TextRows<KeyedField>;
 
 // Stores a value from its text. "index" counts instances from 0.
@@ -57,10 +61,7 @@ size_t get_field(const cfg_shared_record& record, const Field& field, int index,
 namespace field_rows {
 
 // What a row of a table is made of.
-struct NamedField {
-  std::string_view key;
-  Field field;
-};
+using NamedField = KeyedFieldOf<std::string_view>;
 
 template <typename Reference>
 consteval Field make(size_t offset) {
@@ -105,10 +106,7 @@ consteval NamedField with_clamp(NamedField named, uint8_t max) {
 // The table of an array of named fields.
 template <const auto& NamedFields>
 // NOLINTNEXTLINE(bugprone-dynamic-static-initializers): it is constant
-inline constexpr auto kKeyedFields =
-    make_text_table<NamedFields, [](const NamedField& named, TextPool& pool) {
-      return KeyedField{pool.add(named.key), named.field};
-    }>();
+inline constexpr auto kKeyedFields = make_text_table<NamedFields>();
 
 }  // namespace field_rows
 

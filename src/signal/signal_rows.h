@@ -33,15 +33,22 @@ enum class Default : uint8_t { Empty, UnRegistered, Dashes, Unknown };
 
 inline constexpr char kDefaults[][16] = {"", "UnRegistered", "---", "unknown"};
 
-struct Draft {
-  std::string_view key;
+template <typename Text>
+struct RowOf {
+  Text key;
   Kind kind;
   Default missing;
   uint8_t members;
   uint8_t count;
   uint16_t offset;  // in the information record; in an array, in the object's part of it
   uint16_t size;    // capacity of a text
+
+  constexpr RowOf<TextPlace> pack(TextPool& pool) const {
+    return {pool.add(key), kind, missing, members, count, offset, size};
+  }
 };
+using Draft = RowOf<std::string_view>;
+using Row = RowOf<TextPlace>;
 
 constexpr Draft named(Kind kind, std::string_view key) { return {key, kind, {}, 0, 0, 0, 0}; }
 
@@ -261,20 +268,7 @@ inline constexpr Draft kDrafts[] = {
 
 #undef ATTRIBUTE
 
-struct Row {
-  TextPlace key;
-  Kind kind;
-  Default missing;
-  uint8_t members;
-  uint8_t count;
-  uint16_t offset;
-  uint16_t size;
-};
-
-inline constexpr auto kRows = make_text_table<kDrafts, [](const Draft& draft, TextPool& pool) {
-  return Row{pool.add(draft.key), draft.kind,   draft.missing, draft.members,
-             draft.count,         draft.offset, draft.size};
-}>();
+inline constexpr auto kRows = make_text_table<kDrafts>();
 
 inline constexpr size_t kSignals = 24;
 

@@ -9,29 +9,27 @@
 namespace capi::test {
 namespace {
 
-struct Draft {
+template <typename Text>
+struct RowOf {
   int number;
-  std::string_view name;
-  std::string_view value;
+  Text name;
+  Text value;
+
+  constexpr RowOf<TextPlace> pack(TextPool& pool) const {
+    return {number, pool.add(name), pool.add(value)};
+  }
 };
+using Row = RowOf<TextPlace>;
 
 constexpr char kLong[] =
     "0123456789012345678901234567890123456789012345678901234567890123456789012345678901234567890123"
     "4567890123456789012345678901234567890123456789";
 static_assert(sizeof kLong > 128);
 
-constexpr Draft kDrafts[] = {
+constexpr RowOf<std::string_view> kDrafts[] = {
     {1, "port", "5060"}, {2, "", kLong}, {3, "5060", "port"}, {4, "p", ""}};
 
-struct Row {
-  int number;
-  TextPlace name;
-  TextPlace value;
-};
-
-constexpr auto kTable = make_text_table<kDrafts, [](const Draft& draft, TextPool& pool) {
-  return Row{draft.number, pool.add(draft.name), pool.add(draft.value)};
-}>();
+constexpr auto kTable = make_text_table<kDrafts>();
 
 TEST(TextTableTest, GivesEachRowItsTexts) {
   ASSERT_EQ(kTable.size(), std::size(kDrafts));
