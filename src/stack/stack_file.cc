@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <cstring>
 #include <iterator>
 
 #include "capi/backend.h"
@@ -12,14 +11,13 @@
 #include "device/sim_file.h"
 #include "foundation/file.h"
 #include "foundation/text.h"
-#include "foundation/text_file.h"
 #include "record/context.h"
-#include "stack/stack_plan.h"
+#include "stack/stack_rows.h"
 
 namespace capi {
 namespace {
 
-using namespace stack_plan;
+using namespace stack_rows;
 
 constexpr int kTransportTls = 2;
 
@@ -47,32 +45,26 @@ constexpr StackType kTypes[] = {
     {"", 0, false, false, -1, 0, nullptr, nullptr},
 };
 
-// The bound of a text is kept from the compiler: knowing one, it copies by an instruction that
-// takes longer to start than the C library takes for all of a short text.
-char* append(char* to, const char* text, size_t size) {
-  asm("" : "+r"(size));
-  memcpy(to, text, size);
-  return to + size;
-}
-
 class StackFileWriter {
  public:
-  StackFileWriter(TextFile& file, const cfg_shared_record& record, const StackType& type)
+  StackFileWriter(FILE* file, const cfg_shared_record& record, const StackType& type)
       : file_(file), record_(record), type_(type) {}
 
   void write() {
-    for (const Group& group : kGroups) {
-      const int count = instances(group.repeat);
-      for (int i = 0; i < count; ++i) {
-        instance_ = group.repeat == Repeat::ChosenStack ? type_.stack : i;
-        number_ = group.repeat == Repeat::Lines ? i + 1 : i;
-        if (group.repeat == Repeat::Codecs) look_at_codec();
-        for (size_t step = group.first; step < group.end; ++step) write(kSteps[step]);
-      }
+    const Row* section = kRows.begin();
+    while (section != kRows.end()) {
+      const Row* next = std::find_if(section + 1, kRows.end(), is_section);
+      const int count = instances(section->repeat);
+      for (int i = 0; i < count; ++i) write_section(section, next, i);
+      section = next;
     }
   }
 
  private:
+  static bool is_section(const Row& row) { return row.source == Source::Section; }
+
+  static const char* key(const Row& row) { return kRows.text(row.named.key).data(); }
+
   int instances(Repeat repeat) const {
     switch (repeat) {
       case Repeat::Lines:
@@ -93,56 +85,65 @@ class StackFileWriter {
     return std::clamp<int>(record_.voice_parameter.count, 0, CAPI_CODEC_SLOTS);
   }
 
-  // Once for all the lines of a codec that depend on it.
-  void look_at_codec() {
-    const std::string_view code_list = bounded(record_.voice_parameter.code_list[instance_]);
-    is_amr_ = contains(code_list, "AMR");
-    is_evs_ = contains(code_list, "EVS");
+  bool is_codec(std::string_view name) const {
+    return contains(bounded(record_.voice_parameter.code_list[instance_]), name);
   }
 
-  bool applies(When when) const {
-    switch (when) {
+  bool applies(const Row& row) const {
+    switch (row.when) {
       case When::Voip:
         return type_.is_voip;
       case When::Tls:
         return record_.voice_basic.transport_protocol == kTransportTls;
       case When::AmrCodec:
-        return is_amr_;
+        return is_codec("AMR");
       case When::EvsCodec:
-        return is_evs_;
+        return is_codec("EVS");
       case When::Always:
         break;
     }
-    return true;
+    return row.source != Source::PcscfAddress || type_.pcscf != nullptr;
   }
 
-  // A step is one piece of the file. The longest value is that of a text field.
-  static constexpr size_t kMaxValue = sizeof(capi_slic_parameter::settings) - 1;
-  static_assert(kLongestText + kMaxValue + 1 <= TextFile::kMaxPiece);
+  // The row of a section and those of its lines, up to "end".
+  void write_section(const Row* section, const Row* end, int i) {
+    char name[32];
+    snprintf(name, sizeof name, key(*section), section->repeat == Repeat::Lines ? i + 1 : i);
+    fprintf(file_, "[%s]\n", name);
+    instance_ = section->repeat == Repeat::ChosenStack ? type_.stack : i;
+    for (const Row* line = section + 1; line != end; ++line) {
+      if (applies(*line)) write_line(*line);
+    }
+    putc('\n', file_);
+  }
 
-  void write(const Step& step) {
-    if (step.when != When::Always && !applies(step.when)) return;
-    if (step.source == Source::PcscfAddress && type_.pcscf == nullptr) return;
+  void write_line(const Row& line) {
+    if (line.source == Source::BlockList) return write_block_list(line);
     NumberText number;
-    const std::string_view value = value_of(step, number);
-    char* to = file_.begin_piece(step.length + value.size() + 1);
-    to = append(to, &kText[step.text], step.length);
-    to = append(to, value.data(), value.size());
-    if (step.ends_line) *to++ = '\n';
-    file_.end_piece(to);
+    const std::string_view value = value_of(line, number);
+    const char* format = line.source == Source::DialPlan ? "%s=(%.*s)\n" : "%s=%.*s\n";
+    fprintf(file_, format, key(line), CAPI_TEXT_ARG(value));
   }
 
-  std::string_view value_of(const Step& step, NumberText& number) const {
-    switch (step.source) {
-      case Source::Field:
-        return field(step, number);
+  void write_block_list(const Row& list) {
+    for (int i = 0; i < CAPI_CALL_BLOCKS; ++i) {
+      NumberText number;
+      const std::string_view entry = field_text(record_, list.named.field, i, number);
+      fprintf(file_, "%s%d=%.*s\n", key(list), i, CAPI_TEXT_ARG(entry));
+    }
+  }
+
+  std::string_view value_of(const Row& line, NumberText& number) const {
+    const Field& field = line.named.field;
+    switch (line.source) {
+      case Source::Constant:
+        return kRows.text(line.constant);
       case Source::VoipField:
-        if (type_.is_voip) return field(step, number);
-        return step.kind == FieldKind::Integer ? "0" : "";
+        if (!type_.is_voip) return field.kind == FieldKind::Integer ? "0" : "";
+        break;
       case Source::EvsField:
-        return integer(step) == CAPI_EVS_UNSET ? "" : field(step, number);
-      case Source::Section:
-        return number.put(number_);
+        if (field_number(record_, field, instance_) == CAPI_EVS_UNSET) return "";
+        break;
       case Source::InterfaceName:
         return interface_name();
       case Source::NetworkType:
@@ -155,30 +156,16 @@ class StackFileWriter {
         return type_.is_voip ? "0" : "1";
       case Source::PcscfAddress:
         return bounded(record_.*type_.pcscf);
+      case Source::DialPlan:
+        return bounded(record_.voice_basic.dial_plan);
       case Source::CodecCount:
         return number.put(codec_count());
-      case Source::Constant:
+      case Source::Section:
+      case Source::Field:
       case Source::BlockList:
-      case Source::DialPlan:
         break;
     }
-    return "";
-  }
-
-  const char* place(const Step& step) const {
-    return reinterpret_cast<const char*>(&record_) + step.offset +
-           static_cast<size_t>(step.stride) * static_cast<size_t>(instance_);
-  }
-
-  int32_t integer(const Step& step) const {
-    int32_t value = 0;
-    memcpy(&value, place(step), sizeof value);
-    return value;
-  }
-
-  std::string_view field(const Step& step, NumberText& number) const {
-    if (step.kind == FieldKind::Integer) return number.put(integer(step));
-    return bounded(place(step), std::min<size_t>(step.capacity, kMaxValue));
+    return field_text(record_, field, instance_, number);
   }
 
   std::string_view interface_name() const {
@@ -192,13 +179,10 @@ class StackFileWriter {
     return type_.address != nullptr ? bounded(record_.*type_.address) : "127.0.0.1";
   }
 
-  TextFile& file_;
+  FILE* file_;
   const cfg_shared_record& record_;
   const StackType& type_;
   int instance_ = 0;  // of the fields that are shown
-  int number_ = 0;    // of the section, as it is named
-  bool is_amr_ = false;
-  bool is_evs_ = false;
 };
 
 const StackType& type_of(unsigned type) {
@@ -208,8 +192,7 @@ const StackType& type_of(unsigned type) {
 int write_file(const char* path, const cfg_shared_record& record, const StackType& type) {
   const File file = open_file(path, "wb+");
   if (!file) return -1;
-  TextFile text(file.get());
-  StackFileWriter(text, record, type).write();
+  StackFileWriter(file.get(), record, type).write();
   return 0;
 }
 

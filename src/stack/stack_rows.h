@@ -31,25 +31,33 @@ enum class When : uint8_t { Always, Voip, Tls, AmrCodec, EvsCodec };
 // How often a section is written, and which instance of its fields each time shows.
 enum class Repeat : uint8_t { Once, Lines, Codecs, Servers, ChosenStack };
 
-struct Line {
+template <typename Text>
+struct RowOf {
   Source source;
-  field_rows::NamedField named;  // its key is the line's key or the section's name
+  KeyedFieldOf<Text> named;  // its key is the line's key or the section's name
   When when = When::Always;
   Repeat repeat = Repeat::Once;
-  std::string_view constant = {};
-};
+  Text constant = {};
 
-consteval Line make(Source source, field_rows::NamedField named, When when = When::Always) {
+  constexpr RowOf<TextPlace> pack(TextPool& pool) const {
+    return {source, named.pack(pool), when, repeat, pool.add(constant)};
+  }
+};
+using Draft = RowOf<std::string_view>;
+using Row = RowOf<TextPlace>;
+
+consteval Draft make(Source source, field_rows::NamedField named, When when = When::Always) {
   return {source, named, when};
 }
 
-consteval Line named(Source source, std::string_view key) { return {source, {key, {}}}; }
+consteval Draft named(Source source, std::string_view key) { return {source, {key, {}}}; }
 
-consteval Line section(std::string_view name, Repeat repeat = Repeat::Once) {
+// "%d" in the name is the number of the instance.
+consteval Draft section(std::string_view name, Repeat repeat = Repeat::Once) {
   return {Source::Section, {name, {}}, When::Always, repeat};
 }
 
-consteval Line constant(std::string_view key, std::string_view value) {
+consteval Draft constant(std::string_view key, std::string_view value) {
   return {Source::Constant, {key, {}}, When::Always, Repeat::Once, value};
 }
 
@@ -64,7 +72,7 @@ consteval Line constant(std::string_view key, std::string_view value) {
 #define EACH_FIELD(key, array, member) make(Source::Field, EACH(array, member, key))
 #define EACH_VOIP_FIELD(key, array, member) make(Source::VoipField, EACH(array, member, key))
 
-inline constexpr Line kLines[] = {
+inline constexpr Draft kDrafts[] = {
     section("NETWORK"),
     named(Source::InterfaceName, "if_name"),
     named(Source::NetworkType, "network_type"),
@@ -277,5 +285,7 @@ inline constexpr Line kLines[] = {
 #undef EACH
 #undef EACH_FIELD
 #undef EACH_VOIP_FIELD
+
+inline constexpr auto kRows = make_text_table<kDrafts>();
 
 }  // namespace capi::stack_rows

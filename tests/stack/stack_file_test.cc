@@ -1,7 +1,9 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
 #include <gmock/gmock.h>
+#include <signal.h>
 #include <sys/ipc.h>
+#include <sys/resource.h>
 #include <sys/sem.h>
 #include <unistd.h>
 
@@ -243,6 +245,24 @@ TEST_F(StackFileTest, AFailureLeavesTheSimFile) {
 TEST_F(StackFileTest, WriteErrorsAreNotNoticed) {
   ASSERT_EQ(symlink("/dev/full", "/tmp/vosip.conf.voip"), 0);
   EXPECT_EQ(capi_make_config_file(1), 0);
+}
+
+TEST_F(StackFileTest, OnAFullDiskTheFileIsCut) {
+  constexpr size_t kRoom = 4096;
+  load_all_keys();
+  in_client([] {
+    rlimit limit{};
+    getrlimit(RLIMIT_FSIZE, &limit);
+    const rlim_t before = limit.rlim_cur;
+    limit.rlim_cur = kRoom;
+    setrlimit(RLIMIT_FSIZE, &limit);
+    signal(SIGXFSZ, SIG_IGN);
+    EXPECT_EQ(capi_cfg_backend_make_config_file(1), 0);
+    limit.rlim_cur = before;
+    setrlimit(RLIMIT_FSIZE, &limit);
+  });
+  EXPECT_EQ(read_file("/tmp/vosip.conf.voip"),
+            read_file(CAPI_SOURCE_DIR "/tests/config/golden/voip.conf").substr(0, kRoom));
 }
 
 TEST_F(StackFileTest, ThreeTypesRefreshTheSimFile) {
