@@ -34,50 +34,6 @@ bool is_sound(const capi_call_log_image& image, const capi_call_log_list& list,
   return is_walkable(image, list, direction) && is_walkable(image, list, direction.reversed());
 }
 
-// A walk over a list that looks at both links of every node. Where each link back names the node
-// that the walk came from, no node comes twice, and the way back leads over the same nodes.
-template <Direction Way>
-class TwoWayWalk {
- public:
-  explicit TwoWayWalk(const capi_call_log_list& list)
-      : index_(list.*Way.first), last_(list.*Way.last), left_(list.count) {}
-
-  bool is_over() const { return left_ == 0; }
-
-  // Visits a node, if any is left. False where the links do not fit.
-  bool step(const capi_call_log_image& image) {
-    if (left_ == 0) return true;
-    if (!is_node(index_) || image.node[index_].*Way.prev != before_) return false;
-    before_ = index_;
-    index_ = image.node[index_].*Way.next;
-    return --left_ > 0 || (before_ == last_ && index_ == kNoNode);
-  }
-
- private:
-  unsigned before_ = kNoNode;
-  unsigned index_;
-  unsigned last_;
-  unsigned left_;
-};
-
-// Whether all lists are sound, which they mostly are. They are walked side by side: a processor has
-// to wait for the link to the next node of one list only.
-bool are_sound(const capi_call_log_image& image) {
-  const capi_call_log_header& header = image.header;
-  TwoWayWalk<kOwnList> free(header.free);
-  TwoWayWalk<kAllEntries> used(header.used);
-  TwoWayWalk<kOwnList> types[] = {TwoWayWalk<kOwnList>(header.entry[0].list),
-                                  TwoWayWalk<kOwnList>(header.entry[1].list),
-                                  TwoWayWalk<kOwnList>(header.entry[2].list)};
-  while (!free.is_over() || !used.is_over() || !types[0].is_over() || !types[1].is_over() ||
-         !types[2].is_over()) {
-    const bool fits = free.step(image) && used.step(image) && types[0].step(image) &&
-                      types[1].step(image) && types[2].step(image);
-    if (!fits) return false;
-  }
-  return true;
-}
-
 void append(capi_call_log_image& image, capi_call_log_list& list, const Direction& direction,
             uint16_t index) {
   capi_call_log_record* last = find_node(image, list.tail);
@@ -172,13 +128,12 @@ CheckResult check(const capi_call_log_image& image) {
   if (header.free.count > CAPI_CALL_LOG_NODES || header.used.count > CAPI_CALL_LOG_NODES) {
     return {ImageFault::Counts, 0};
   }
-  const bool sound = are_sound(image);
-  if (!sound && !is_sound(image, header.free, kOwnList)) return {ImageFault::FreeList, 0};
-  if (!sound && !is_sound(image, header.used, kAllEntries)) return {ImageFault::AllEntries, 0};
+  if (!is_sound(image, header.free, kOwnList)) return {ImageFault::FreeList, 0};
+  if (!is_sound(image, header.used, kAllEntries)) return {ImageFault::AllEntries, 0};
   for (unsigned type = 0; type < CAPI_CALL_LOG_TYPES; ++type) {
     const capi_call_log_list& list = header.entry[type].list;
     if (list.count > CAPI_CALL_LOG_ENTRIES_PER_TYPE) return {ImageFault::Counts, type};
-    if (!sound && !is_sound(image, list, kOwnList)) return {ImageFault::TypeList, type};
+    if (!is_sound(image, list, kOwnList)) return {ImageFault::TypeList, type};
   }
   return {ImageFault::None, 0};
 }
