@@ -134,29 +134,6 @@ Json make_object(Rows rows, const char* record, int position) {
 
 // From JSON. The record was cleared before.
 
-// Looks up the members of an object. As long as they are asked for in the order in which they
-// stand, the next one is at hand; keys that are asked for differ, so that it is the first of its
-// key.
-class Members {
- public:
-  explicit Members(const cJSON* object)
-      : object_(object), next_(cJSON_IsObject(object) ? object->child : nullptr) {}
-
-  const cJSON* find(const char* key) {
-    const cJSON* item = next_;
-    if (item == nullptr || item->string == nullptr || strcmp(item->string, key) != 0) {
-      next_ = nullptr;
-      return json_member(object_, key);
-    }
-    next_ = item->next;
-    return item;
-  }
-
- private:
-  const cJSON* object_;
-  const cJSON* next_;
-};
-
 void read_object(const cJSON* object, Rows rows, char* record);
 
 // The integer part of a number, or the nearest value that the type has.
@@ -218,9 +195,8 @@ void read_value(const cJSON* item, const Row& row, char* record) {
 
 // Reads the attributes of an object; what is no object has none, so that all get their defaults.
 void read_object(const cJSON* object, Rows rows, char* record) {
-  Members attributes(object);
   for (size_t i = 0; i < rows.size(); i += rows[i].members + 1) {
-    read_value(attributes.find(key(rows[i])), rows[i], record);
+    read_value(json_member(object, key(rows[i])), rows[i], record);
   }
 }
 
@@ -246,9 +222,7 @@ cJSON* ctrlv2_siginfo_to_json(const char* name, const capi_signal_info* info) {
 int ctrlv2_json_to_siginfo(const cJSON* json, char* name, capi_signal_info* info) {
   using namespace capi;
   if (name != nullptr) name[0] = '\0';
-  Members members(json);
-  members.find("msg");  // first, where it is ours
-  const char* text = json_text(members.find("name"));
+  const char* text = json_text(json_member(json, "name"));
   if (text == nullptr || info == nullptr) return -1;
   const std::string_view signal = cut_name(text);
   if (name != nullptr) {
@@ -256,7 +230,7 @@ int ctrlv2_json_to_siginfo(const cJSON* json, char* name, capi_signal_info* info
     name[signal.size()] = '\0';
   }
   memset(info, 0, sizeof *info);
-  const cJSON* attrs = members.find("attrs");
+  const cJSON* attrs = json_member(json, "attrs");
   if (cJSON_IsObject(attrs)) {
     read_object(attrs, rows_of(signal), reinterpret_cast<char*>(info));
   }
