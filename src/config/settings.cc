@@ -2,40 +2,16 @@
 // SPDX-License-Identifier: MIT
 #include "config/settings.h"
 
-#include <cstring>
-
 #include "capi/backend.h"
 #include "capi/util.h"
 #include "config/field_table.h"
 #include "foundation/key_value.h"
 #include "foundation/log.h"
-#include "foundation/text.h"
 
 namespace capi {
 namespace {
 
-// What a section's name stands for. The items of a section follow each other, so that it has to be
-// found out for the first of them only.
-class SectionMemory {
- public:
-  SectionMemory() { name_[0] = '\0'; }
-
-  const SectionPlace& find(const char* section) {
-    if (strcmp(section, name_) == 0) return place_;
-    place_ = find_section(section);
-    const std::string_view fitting = head(section, sizeof name_ - 1);
-    memcpy(name_, fitting.data(), fitting.size());
-    name_[fitting.size()] = '\0';
-    return place_;
-  }
-
- private:
-  char name_[kKeyValueLineSize];
-  SectionPlace place_;
-};
-
-// Not inlined three times over: the look-up takes longer than the call.
-[[gnu::noinline]] int apply(cfg_shared_record& record, const FieldPlace& place, const char* value) {
+int apply(cfg_shared_record& record, const FieldPlace& place, const char* value) {
   if (place.lookup == FieldLookup::OutOfRange) return -1;
   if (place.lookup == FieldLookup::Found) set_field(record, *place.field, place.index, value);
   return 0;
@@ -84,10 +60,9 @@ int capi_cfg_backend_init_settings_from_file(const char* path) {
   const CriticalSection guard(kConfShmLock);
   cfg_backend_context* ctx = context();  // again: it may have gone while we waited
   if (ctx == nullptr) return -1;
-  SectionMemory sections;
   const auto take_item = [&](const char* section, const char* key, const char* value) {
     log_setting(section, key, value);
-    apply(ctx->staging, find_field(sections.find(section), key, ColumnChoice::First), value);
+    apply_setting(ctx->staging, section, key, value);
   };
   return for_each_item(path, take_item) ? 0 : -1;
 }
