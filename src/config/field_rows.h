@@ -80,7 +80,7 @@ static_assert(std::size(kSectionDrafts) == static_cast<size_t>(SectionId::Count)
 
 inline constexpr auto kSections = make_text_table<kSectionDrafts>();
 
-// A key is "option_" + section + "_" + the field's key. The rows of a section stand together.
+// A key is "option_" + section + "_" + the field's key. Sections stand in the order of their ids.
 template <typename Text>
 struct RowOf {
   SectionId section;

@@ -3,9 +3,7 @@
 #include "config/field_table.h"
 
 #include <array>
-#include <bit>
 #include <cstring>
-#include <type_traits>
 
 #include "config/field_rows.h"
 #include "foundation/text.h"
@@ -15,71 +13,40 @@ namespace capi {
 // Defined nowhere: what calls them at compile time does not compile.
 void row_reaches_into_live_state();
 void key_stands_twice_in_a_section();
+void rows_of_a_section_stand_apart();
 
 namespace {
 
 using namespace field_rows;
 
-constexpr size_t kRowCount = kRows.size();
-constexpr size_t kSlots = 512;
-constexpr uint8_t kNoRow = 255;
-static_assert(kRowCount < kNoRow && kRowCount * 2 < kSlots);
+constexpr size_t kSectionCount = static_cast<size_t>(SectionId::Count);
 
-constexpr uint32_t byte_at(std::string_view text, size_t i) {
-  return static_cast<unsigned char>(text[i]);
-}
-
-static_assert(std::endian::native == std::endian::little, "four characters are taken as a number");
-
-constexpr uint32_t four_at(std::string_view text, size_t i) {
-  if (std::is_constant_evaluated()) {
-    return byte_at(text, i) | byte_at(text, i + 1) << 8 | byte_at(text, i + 2) << 16 |
-           byte_at(text, i + 3) << 24;
+consteval void check_row(size_t row) {
+  const auto& [section, named] = kDrafts[row];
+  const size_t end = named.field.offset + named.field.capacity;
+  if (end > offsetof(cfg_shared_record, cs_reg_stat)) row_reaches_into_live_state();
+  for (size_t other = row; other-- > 0 && kDrafts[other].section == section;) {
+    if (kDrafts[other].named.key == named.key) key_stands_twice_in_a_section();
   }
-  uint32_t four = 0;
-  memcpy(&four, text.data() + i, sizeof four);
-  return four;
 }
 
-// Four characters a step; the ends of keys tell them apart best, so the last step takes the last
-// four once more.
-constexpr uint32_t hash(SectionId section, std::string_view key) {
-  constexpr uint32_t kPrime = 0x9E3779B1;
-  auto value = static_cast<uint32_t>(section) + static_cast<uint32_t>(key.size()) * kPrime;
-  const auto mix = [&](size_t i) {
-    value ^= four_at(key, i);
-    value *= kPrime;
-    value ^= value >> 15;
-  };
-  for (size_t i = 0; i + 4 < key.size(); i += 4) mix(i);
-  if (key.size() >= 4) mix(key.size() - 4);
-  for (size_t i = 0; key.size() < 4 && i < key.size(); ++i) {
-    value = (value ^ byte_at(key, i)) * kPrime;
-  }
-  return value ^ (value >> 15);
-}
-
-// Open addressing.
-consteval std::array<uint8_t, kSlots> make_index() {
-  std::array<uint8_t, kSlots> index{};
-  for (uint8_t& slot : index) slot = kNoRow;
-  for (size_t row = 0; row < kRowCount; ++row) {
-    const auto& [section, candidate] = kDrafts[row];
-    const size_t end = candidate.field.offset + candidate.field.capacity;
-    if (end > offsetof(cfg_shared_record, cs_reg_stat)) row_reaches_into_live_state();
-    size_t slot = hash(section, candidate.key) % kSlots;
-    for (; index[slot] != kNoRow; slot = (slot + 1) % kSlots) {
-      const Draft& other = kDrafts[index[slot]];
-      if (other.section == section && other.named.key == candidate.key) {
-        key_stands_twice_in_a_section();
-      }
+consteval std::array<uint8_t, kSectionCount + 1> find_sections() {
+  std::array<uint8_t, kSectionCount + 1> first{};
+  size_t row = 0;
+  for (size_t section = 0; section < kSectionCount; ++section) {
+    first[section] = static_cast<uint8_t>(row);
+    for (; row < kRows.size() && kRows[row].section == static_cast<SectionId>(section); ++row) {
+      check_row(row);
     }
-    index[slot] = static_cast<uint8_t>(row);
   }
-  return index;
+  if (row != kRows.size()) rows_of_a_section_stand_apart();
+  first[kSectionCount] = static_cast<uint8_t>(row);
+  return first;
 }
 
-constexpr std::array<uint8_t, kSlots> kIndex = make_index();
+// Where the rows of each section begin; the last entry is the end.
+constexpr std::array<uint8_t, kSectionCount + 1> kFirstRow = find_sections();
+static_assert(kRows.size() <= UINT8_MAX);
 
 bool is_key(const Row& row, std::string_view key) {
   const std::string_view own = kRows.text(row.named.key);
@@ -87,13 +54,19 @@ bool is_key(const Row& row, std::string_view key) {
 }
 
 const Field* find_row(SectionId section, std::string_view key) {
-  for (size_t slot = hash(section, key) % kSlots; kIndex[slot] != kNoRow;
-       slot = (slot + 1) % kSlots) {
-    const Row& row = kRows[kIndex[slot]];
-    if (row.section == section && is_key(row, key)) return &row.named.field;
+  const auto id = static_cast<size_t>(section);
+  for (size_t row = kFirstRow[id]; row < kFirstRow[id + 1]; ++row) {
+    if (is_key(kRows[row], key)) return &kRows[row].named.field;
   }
   return nullptr;
 }
+
+// A section that was looked up, for the keys in it.
+struct SectionPlace {
+  FieldLookup lookup = FieldLookup::UnknownSection;  // Found, or why not
+  uint8_t section = 0;
+  int index = 0;  // from 0, where the section carries a number
+};
 
 std::string_view base_name(size_t section) { return kSections.text(kSections[section].name); }
 
@@ -211,8 +184,6 @@ FieldPlace find_in_section(SectionId id, int index, const char* key, ColumnChoic
           .unknown_key_is_success = section.unknown_key_is_success};
 }
 
-}  // namespace
-
 SectionPlace find_section(const char* section) {
   const std::string_view name = section;
   for (size_t i = 0; i < kSections.size(); ++i) {
@@ -225,9 +196,12 @@ SectionPlace find_section(const char* section) {
   return {};
 }
 
-FieldPlace find_field(const SectionPlace& section, const char* key, ColumnChoice choice) {
-  if (section.lookup != FieldLookup::Found) return {.lookup = section.lookup};
-  return find_in_section(static_cast<SectionId>(section.section), section.index, key, choice);
+}  // namespace
+
+FieldPlace find_field(const char* section, const char* key, ColumnChoice choice) {
+  const SectionPlace place = find_section(section);
+  if (place.lookup != FieldLookup::Found) return {.lookup = place.lookup};
+  return find_in_section(static_cast<SectionId>(place.section), place.index, key, choice);
 }
 
 }  // namespace capi

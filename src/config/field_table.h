@@ -23,19 +23,6 @@ struct FieldPlace {
   bool unknown_key_is_success = false;  // how getting answers for a key that the section lacks
 };
 
-// A section that was looked up, for the keys in it.
-struct SectionPlace {
-  FieldLookup lookup = FieldLookup::UnknownSection;  // Found, or why not
-  uint8_t section = 0;
-  int index = 0;  // from 0, where the section carries a number
-};
-
-SectionPlace find_section(const char* section);
-
-FieldPlace find_field(const SectionPlace& section, const char* key, ColumnChoice choice);
-
-inline FieldPlace find_field(const char* section, const char* key, ColumnChoice choice) {
-  return find_field(find_section(section), key, choice);
-}
+FieldPlace find_field(const char* section, const char* key, ColumnChoice choice);
 
 }  // namespace capi
