@@ -179,8 +179,7 @@ FileReplacement::Step FileReplacement::take_over_attributes() {
 bool FileReplacement::open_in_place(const char* path) {
   if (has_sibling_) unlinkat(directory_.get(), sibling_, 0);
   has_sibling_ = false;
-  constexpr int kFlags = O_WRONLY | O_CREAT | O_TRUNC | O_NONBLOCK | O_CLOEXEC;
-  file_ = Descriptor(open(path, kFlags, kNewMode));
+  file_ = Descriptor(open(path, O_WRONLY | O_CREAT | O_TRUNC | O_NONBLOCK | O_CLOEXEC, kNewMode));
   return static_cast<bool>(file_);
 }
 
