@@ -35,6 +35,10 @@ int capi_critical_section_lock_create(void);
  * Waits, without limit, until this process holds the lock. The lock goes back to the kernel when
  * the process dies; a thread that ends keeps it. Not recursive: whoever takes a lock twice waits
  * for ever. Returns 0 when held, else errno.
+ *
+ * A thread is never cancelled (pthread_cancel) while the library itself holds a lock, nor within
+ * this call or the next one. Between the two that is the caller's matter: pthread_setcancelstate()
+ * before locking, or a cleanup handler that unlocks.
  */
 int capi_critical_section_lock(unsigned id);
 

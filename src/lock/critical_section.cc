@@ -223,9 +223,15 @@ int capi_critical_section_lock_create() {
   return 0;
 }
 
-int capi_critical_section_lock(unsigned id) { return capi::take(id).error; }
+int capi_critical_section_lock(unsigned id) {
+  const capi::CancellationHold hold;
+  return capi::take(id).error;
+}
 
-int capi_critical_section_unlock(unsigned id) { return capi::give_back(id, capi::kNoSet); }
+int capi_critical_section_unlock(unsigned id) {
+  const capi::CancellationHold hold;
+  return capi::give_back(id, capi::kNoSet);
+}
 
 int capi_critical_section_lock_stats() {
   using namespace capi;
