@@ -10,8 +10,6 @@
 #include <cstdio>
 #include <cstring>
 
-#include "foundation/text.h"
-
 namespace capi {
 namespace {
 
@@ -27,77 +25,30 @@ const char* level_name(int level) {
   return kNames[level];
 }
 
-// A text that grows as far as its buffer has room for it and a terminator.
-class Text {
- public:
-  Text(char* begin, size_t size) : end_(begin), limit_(begin + size - 1) {}
-
-  void add(std::string_view text) {
-    const std::string_view fitting = head(text, room());
-    memcpy(end_, fitting.data(), fitting.size());
-    end_ += fitting.size();
+// Puts what stands in front of a message; the level's name only where no sink shows it itself. It
+// shares the format's room with the format. Returns its length.
+size_t put_prefix(char* to, bool with_level, int level, const char* func, int line) {
+  int length = 0;
+  if (with_level) length = sprintf(to, "[%s] ", level_name(level));
+  if (func != nullptr) {
+    length += snprintf(to + length, kFormatSize - static_cast<size_t>(length), "%s():Line[%d] ",
+                       func, line);
   }
-
-  void add(int number) {
-    NumberText text;
-    add(text.put(number));
-  }
-
-  char* end() const { return end_; }
-  size_t room() const { return static_cast<size_t>(limit_ - end_); }
-
- private:
-  char* end_;
-  char* limit_;
-};
-
-// Puts what stands in front of a message; the level's name only where no sink shows it itself.
-void put_prefix(Text& prefix, bool with_level, int level, const char* func, int line) {
-  if (with_level) {
-    prefix.add("[");
-    prefix.add(level_name(level));
-    prefix.add("] ");
-  }
-  if (func == nullptr) return;
-  prefix.add(func);
-  prefix.add("():Line[");
-  prefix.add(line);
-  prefix.add("] ");
+  return std::min(static_cast<size_t>(length), kFormatSize - 1);
 }
 
-// Expands what most formats consist of, as vsnprintf() does but in a fraction of its time: reading
-// a value is logged, too. False at the first conversion of another kind.
-bool expand(Text& text, const char* fmt, va_list args) {
-  for (;;) {
-    const char* percent = strchrnul(fmt, '%');
-    text.add({fmt, static_cast<size_t>(percent - fmt)});
-    if (*percent == '\0') return true;
-    size_t bound = text.room();
-    fmt = percent + 2;
-    if (percent[1] == 'd') {
-      text.add(va_arg(args, int));
-      continue;
-    }
-    if (percent[1] == '.' && percent[2] == '*' && percent[3] == 's') {
-      const int precision = va_arg(args, int);
-      if (precision >= 0) bound = std::min(bound, static_cast<size_t>(precision));
-      fmt = percent + 4;
-    } else if (percent[1] != 's') {
-      return false;
-    }
-    const char* value = va_arg(args, const char*);
-    if (value == nullptr) return false;
-    text.add(bounded(value, bound));
-  }
+// Few formats are so long that their room on the stack would have to be there for all of them.
+[[gnu::noinline]] void expand_head(char* to, size_t size, const char* fmt, size_t length,
+                                   va_list args) {
+  char cut[kFormatSize];
+  *stpncpy(cut, fmt, length) = '\0';
+  vsnprintf(to, size, cut, args);
 }
 
-// Cuts a message at its last newline, which most end with.
-void cut_last_newline(const char* message, char* end) {
-  while (end != message) {
-    if (*--end != '\n') continue;
-    *end = '\0';
-    return;
-  }
+// Where the last newline of a text stands, which most end with; else the text's end.
+char* line_end(char* text) {
+  char* newline = strrchr(text, '\n');
+  return newline != nullptr ? newline : strchr(text, '\0');
 }
 
 }  // namespace
@@ -110,40 +61,27 @@ void capiv2_log_print(int level, const char* func, int line, const char* fmt, ..
   const ErrnoKeeper keeper;
   const capi_log_sink sink = log_sink.load(std::memory_order_acquire);
 
-  // Prefix and format share one buffer's worth of characters; only the format is expanded, so that
-  // a percent sign in a function's name means itself.
-  char message[kMessageSize];
-  Text prefix(message, kFormatSize);
-  put_prefix(prefix, sink == nullptr, level, func, line);
-  char cut[kFormatSize];
-  if (fmt == nullptr) {
-    fmt = "";
-  } else if (strnlen(fmt, kFormatSize) > prefix.room()) {
-    *stpncpy(cut, fmt, prefix.room()) = '\0';
-    fmt = cut;
-  }
-
-  const size_t room = kMessageSize - static_cast<size_t>(prefix.end() - message);
-  Text text(prefix.end(), room);
+  // Only the format is expanded, so that a percent sign in a function's name means itself.
+  char message[kMessageSize + 1];  // one for the newline of standard error
+  const size_t prefix = put_prefix(message, sink == nullptr, level, func, line);
+  message[prefix] = '\0';
+  const size_t room = kFormatSize - 1 - prefix;
   va_list args;
   va_start(args, fmt);
-  const bool expanded = expand(text, fmt, args);
-  va_end(args);
-  char* end = text.end();
-  *end = '\0';
-  if (!expanded) {
-    va_start(args, fmt);
-    vsnprintf(prefix.end(), room, fmt, args);
-    va_end(args);
-    end = strchr(prefix.end(), '\0');
+  if (fmt != nullptr && strnlen(fmt, kFormatSize) > room) {
+    expand_head(message + prefix, kMessageSize - prefix, fmt, room, args);
+  } else if (fmt != nullptr) {
+    vsnprintf(message + prefix, kMessageSize - prefix, fmt, args);
   }
+  va_end(args);
 
   if (sink == nullptr) {
     syslog(level, "%s", message);
-    cut_last_newline(message, end);
-    fprintf(stderr, "%s\n", message);
+    // Not by fprintf(), which takes 8 KB of stack for a stream without a buffer.
+    strcpy(line_end(message), "\n");
+    fputs(message, stderr);
   } else {
-    cut_last_newline(message, end);
+    *line_end(message) = '\0';
     sink(level, message);
   }
 }

@@ -19,7 +19,7 @@ others='
 %lu %llu %d %s %s/%s %.*s/%s %s%s %s_%%d
 option_%s_%s%%d option_%s_%s apn%u_%s %se
 %s/lte_net_info.data %s/voip_call_log %s/sm_recv %s/sm_send %s/info.ims_voice %.*s/info.simcard
-/tmp/vosip.conf%s error stats
+/tmp/vosip.conf%s error stats [%s] %s():Line[%d]
 CODEC%d LINE%d_FEATURE LINE%d_SUBSCRIBER OUTBOUNDPROXY_%d PROXYSERVER_%d REGISTRAR_%d
 '
 other_sentences=$(cat <<'TEXTS'
