@@ -6,7 +6,10 @@
 #include <unistd.h>
 
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
+
+#include "foundation/memory.h"
 
 namespace capi {
 namespace {
@@ -24,9 +27,14 @@ bool kernel_copies(void* to, const void* from, size_t size) {
   return process_vm_readv(getpid(), &target, 1, &source, 1, 0) == static_cast<ssize_t>(size);
 }
 
-// Between the pages that it reads from the kernel looks whether the process was killed.
+// Between the pages that it reads from the kernel looks whether the process was killed. The page in
+// between is a block of the heap: a thread's stack may have no room for it, and one for the whole
+// process would have to be guarded where there is no lock, that is, before there is a master.
 bool kernel_copies_page(void* to, const void* from, size_t size) {
-  alignas(kPage) char page[kPage];
+  const Allocated<char> block(static_cast<char*>(malloc(2 * kPage)));
+  if (!block) return false;
+  const auto offset = reinterpret_cast<uintptr_t>(block.get()) % kPage;
+  char* page = block.get() + (kPage - offset);  // there is a whole one in it
   memcpy(page, from, size);
   return kernel_copies(to, page, size);
 }
@@ -39,7 +47,7 @@ void write_whole(void* to, const void* from, size_t size) {
                                     : kernel_copies_page(to, from, size))) {
     return;
   }
-  memcpy(to, from, size);  // a kernel without the call: then a kill may cut
+  memcpy(to, from, size);  // without memory, or the kernel's call: then a kill may cut
 }
 
 }  // namespace capi
