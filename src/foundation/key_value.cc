@@ -8,9 +8,11 @@
 #include <array>
 #include <cstdint>
 #include <cstring>
+#include <new>
 
 #include "capi/util.h"
 #include "foundation/file.h"
+#include "foundation/memory.h"
 #include "foundation/text.h"
 
 namespace capi {
@@ -148,19 +150,24 @@ void KeyValueParser::enter_section(const char* line) {
   section_[length] = '\0';
 }
 
-void for_each_item(FILE* file, ItemHandler handle) {
-  KeyValueParser parser;
-  PieceReader pieces(file);
+bool for_each_item(FILE* file, ItemHandler handle) {
+  // A thread's stack may be too small for them, and for the handler behind them.
+  struct Reading {
+    PieceReader pieces;
+    KeyValueParser parser;
+  };
+  const Allocated<Reading> reading(static_cast<Reading*>(malloc(sizeof(Reading))));
+  if (!reading) return false;
+  auto& [pieces, parser] = *new (reading.get()) Reading{PieceReader(file), {}};
   while (char* piece = pieces.next()) {
     if (parser.parse(piece)) handle(parser.section(), parser.key(), parser.value());
   }
+  return true;
 }
 
 bool for_each_item(const char* path, ItemHandler handle) {
   const File file = open_file(path, "r+t");
-  if (!file) return false;
-  for_each_item(file.get(), handle);
-  return true;
+  return file && for_each_item(file.get(), handle);
 }
 
 }  // namespace capi

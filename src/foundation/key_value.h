@@ -34,11 +34,11 @@ class KeyValueParser {
 
 using ItemHandler = FunctionRef<void(const char* section, const char* key, const char* value)>;
 
-// Hands every item that is left in an open file to "handle".
-void for_each_item(FILE* file, ItemHandler handle);
+// Hands every item that is left in an open file to "handle". False without the memory to do so.
+bool for_each_item(FILE* file, ItemHandler handle);
 
-// Hands every item of a file to "handle". False when the file cannot be opened for reading and
-// writing: a file without write permission is not one of ours.
+// Hands every item of a file to "handle". False without the memory to do so, and when the
+// file cannot be opened for reading and writing: one without write permission is not one of ours.
 bool for_each_item(const char* path, ItemHandler handle);
 
 }  // namespace capi
