@@ -86,7 +86,8 @@ typedef int (*thrd_start_t)(void *arg);
 /*
  * Starts a thread. Its stack has stack_kib KiB, above 4096 4 MiB, and for 0 or less 20480 bytes;
  * less than the system needs is raised to that. Gives thrd_nomem without memory; *thread is 0 after
- * a failure.
+ * a failure. Every function of the library works on a stack of 20480 bytes, and leaves 4096 of them
+ * to its caller, callbacks and log sink.
  */
 int thrd_create(thrd_t *thread, int stack_kib, thrd_start_t function, void *arg);
 
