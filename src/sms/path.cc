@@ -38,7 +38,7 @@ SmsAccess::NvDir::NvDir() {
   get_nv_dir(text);
 }
 
-SmsAccess::SmsAccess() : section_(kVoiceSmsLock) {
+SmsAccess::SmsAccess() : section_(kVoiceSmsLock), paths_(process_paths) {
   settle_sms_paths(process_paths, nv_dir_.text);
   for (const int selector : {CAPI_SMS_RECEIVED, CAPI_SMS_SENT}) {
     if (is_open(process_paths[selector])) continue;
@@ -48,7 +48,7 @@ SmsAccess::SmsAccess() : section_(kVoiceSmsLock) {
 
 SmsAccess::~SmsAccess() = default;
 
-const char* SmsAccess::path(int selector) const { return process_paths[selector]; }
+const char* SmsAccess::path(int selector) const { return paths_[selector]; }
 
 bool is_sms_path(int selector, const char* path) {
   if (stays(selector)) return strcmp(path, process_paths[selector]) == 0;

@@ -44,6 +44,7 @@ class CAPI_SCOPED_CAPABILITY SmsAccess {
 
   const NvDir nv_dir_;  // before the lock
   const CriticalSection section_;
+  const SmsPaths& paths_;
 };
 
 }  // namespace capi

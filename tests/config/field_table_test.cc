@@ -186,10 +186,10 @@ TEST(FieldTableTest, ListKeysEndInTheirPlainNumber) {
     FieldLookup lookup;
   } others[] = {
       {"0", FieldLookup::OutOfRange},   {"21", FieldLookup::OutOfRange},
-      {"999", FieldLookup::OutOfRange}, {"01", FieldLookup::UnknownKey},
+      {"999", FieldLookup::OutOfRange}, {"01", FieldLookup::OutOfRange},
       {"1x", FieldLookup::UnknownKey},  {"+1", FieldLookup::UnknownKey},
       {" 1", FieldLookup::UnknownKey},  {"-1", FieldLookup::UnknownKey},
-      {"", FieldLookup::UnknownKey},    {"4294967297", FieldLookup::UnknownKey},
+      {"", FieldLookup::UnknownKey},    {"4294967297", FieldLookup::OutOfRange},
   };
   for (const auto& [number, result] : others) {
     EXPECT_EQ(lookup("call_white_list", std::string("option_call_white_list_entry_") + number),

@@ -154,7 +154,7 @@ TEST_F(VendorStorageTest, AFullDiskIsLoggedOnly) {
 }
 
 TEST_F(VendorStorageTest, APathOfMoreThan127CharactersCannotBeOpened) {
-  const std::string dir = "/tmp/nv/" + std::string(103, 'd');
+  const std::string dir = "/tmp/nv/" + std::string(104, 'd');
   write_file(dir + "d/info.ims_voic", "a stranger's");
   strcpy(segment().directory[4], (dir + "d").c_str());
   EXPECT_EQ(set(0, kBlock), -1);
