@@ -16,16 +16,9 @@ trap 'rm -rf "$scratch"' EXIT
 
 # Paths and names that are put together, shell lines, file contents, values.
 others='
-<<<<<<< ours
-%lu %llu %d %s %s/%s %.*s/%s %s%s %s_%%d
-option_%s_%s%%d option_%s_%s apn%u_%s %se
-%s/lte_net_info.data %s/voip_call_log %s/sm_recv %s/sm_send %s/info.ims_voice %.*s/info.simcard
-/tmp/vosip.conf%s error stats [%s] %s():Line[%d]
-=======
 %lu %llu %d %s %s/%s %.*s/%.*s %s%s %s_%%d
-option_%s_%s%%d option_%s_%s apn%u_%s
-/tmp/vosip.conf%s error stats
->>>>>>> theirs
+option_%s_%s%%d option_%s_%s apn%u_%s %se
+/tmp/vosip.conf%s [%s] %s():Line[%d] %s=%.*s %s=(%.*s) %s%d=%.*s error stats
 CODEC%d LINE%d_FEATURE LINE%d_SUBSCRIBER OUTBOUNDPROXY_%d PROXYSERVER_%d REGISTRAR_%d
 '
 other_sentences=$(cat <<'TEXTS'
