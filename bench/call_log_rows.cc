@@ -97,10 +97,10 @@ Rows read_rows(const std::string& path) {
   const auto ignore = [](const capi_call_log_record*, void*) { return 0; };
   return {
       {"call log: read",
-       1.10,
+       0,
        {{"ours", repeat([=] { capi_voip_read_call_log(image.get()); })}, floor, checked}},
       {"call log: dump",
-       1.10,
+       0,
        {{"ours", repeat([=] { capi_voip_call_log_dump(0, ignore, nullptr); })}, floor, checked}}};
 }
 

@@ -54,7 +54,7 @@ void fill(Store& store, const Value& value) {
 
 Row get_row(const Value& value) {
   Row row{std::string("get ") + value.kind,
-          1.10,
+          1.15,
           {{"ours", repeat([=] {
               char buf[256];
               capi_config_get(value.section, value.key, buf, sizeof buf);

@@ -50,7 +50,7 @@ Row load_row() {
   const auto load = [](const char* file) { capi_init_settings_from_file(file); };
   const auto log = [](const char* file) { config_file_reader(file, log_item); };
   return {"load that file into the staging copy",
-          1.3,
+          1.6,
           {reader("ours", path, load), reader("reading and logging", path, log)}};
 }
 
@@ -60,7 +60,7 @@ Row stack_file_row() {
   require(capi_make_config_file(kVoip) == 0, "the voice stack's file can be made");
   const std::string content = read_file(kPath);
   return {"make the voice stack's file",
-          1.25,
+          0,
           {{"ours", repeat([=] { capi_make_config_file(kVoip); })},
            {"floor", repeat([=] {
               const floor::Lock guard(CAPI_LOCK_CONF_SHM);

@@ -139,7 +139,7 @@ Row get_row(const StockPtr& stock) {
   const auto message = std::make_shared<Message>();
   const Memory memory = make_memory();
   return {"short messages: get one of " + stock->name(),
-          1.15,
+          0,
           {{"ours", repeat_on(stock, [=] { get(stock->middle_id(), *message); })},
            {"floor", repeat_on(stock,
                                [=] {
@@ -169,7 +169,7 @@ Row count_row(const StockPtr& stock) {
   const Memory memory = make_memory();
   return {
       "short messages: count the new ones of " + stock->name(),
-      1.15,
+      0,
       {{"ours", repeat_on(stock, [=] { count_new(*seen); })},
        {"floor",
         repeat_on(
