@@ -2,14 +2,12 @@
 // SPDX-License-Identifier: MIT
 #include "record/whole_write.h"
 
+#include <sys/mman.h>
 #include <sys/uio.h>
 #include <unistd.h>
 
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
-
-#include "foundation/memory.h"
 
 namespace capi {
 namespace {
@@ -27,16 +25,30 @@ bool kernel_copies(void* to, const void* from, size_t size) {
   return process_vm_readv(getpid(), &target, 1, &source, 1, 0) == static_cast<ssize_t>(size);
 }
 
-// Between the pages that it reads from the kernel looks whether the process was killed. The page in
-// between is a block of the heap: a thread's stack may have no room for it, and one for the whole
-// process would have to be guarded where there is no lock, that is, before there is a master.
+// A page of its own. A thread's stack may have no room for one, and a page for the whole process
+// would have to be guarded where there is no lock, that is, before there is a master.
+class Page {
+ public:
+  Page() = default;
+  ~Page() {
+    if (*this) munmap(memory_, kPage);
+  }
+  Page(const Page&) = delete;
+  Page& operator=(const Page&) = delete;
+
+  explicit operator bool() const { return memory_ != MAP_FAILED; }
+  void* get() const { return memory_; }
+
+ private:
+  void* memory_ = mmap(nullptr, kPage, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+};
+
+// Between the pages that it reads from the kernel looks whether the process was killed.
 bool kernel_copies_page(void* to, const void* from, size_t size) {
-  const Allocated<char> block(static_cast<char*>(malloc(2 * kPage)));
-  if (!block) return false;
-  const auto offset = reinterpret_cast<uintptr_t>(block.get()) % kPage;
-  char* page = block.get() + (kPage - offset);  // there is a whole one in it
-  memcpy(page, from, size);
-  return kernel_copies(to, page, size);
+  const Page page;
+  if (!page) return false;
+  memcpy(page.get(), from, size);
+  return kernel_copies(to, page.get(), size);
 }
 
 }  // namespace
