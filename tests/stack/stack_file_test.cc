@@ -262,7 +262,7 @@ TEST_F(StackFileTest, OnAFullDiskTheFileIsCut) {
     setrlimit(RLIMIT_FSIZE, &limit);
   });
   EXPECT_EQ(read_file("/tmp/vosip.conf.voip"),
-            read_file(CAPI_SOURCE_DIR "/tests/config/golden/voip.conf").substr(0, kRoom));
+            read_file(CAPI_SOURCE_DIR "/tests/stack/golden/voip.conf").substr(0, kRoom));
 }
 
 TEST_F(StackFileTest, ThreeTypesRefreshTheSimFile) {
