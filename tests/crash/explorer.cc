@@ -122,7 +122,8 @@ class Exploration {
     const Trace first = record(disk_.read(contents_), scene_.operate, scene_.failures);
     Result result;
     explore(first, 1, result);
-    if (options_.fails && options_.plant == Plant::None && options_.state.empty()) {
+    const bool fails = options_.fails && scene_.failures.syncs == 0;
+    if (fails && options_.plant == Plant::None && options_.state.empty()) {
       explore_failures(first, result);
     }
     return result;
@@ -252,7 +253,7 @@ class Exploration {
     const Sight& after = known.by[0].after;
     const bool fails = scene_.failures.syncs > 0;
     const bool is_fine = before.finished && after.finished && before.next_done && after.next_done &&
-                         (fails || (trace.succeeded && before.parts != after.parts));
+                         (fails || (trace.succeeded && known.before.key() != known.after.key()));
     if (is_fine) return;
     fprintf(stderr, "%s: does nothing, or fails: before %s (%d), after %s (%d)\n",
             scene_.name.c_str(), joined(before.parts).c_str(), before.next_done,
@@ -263,14 +264,21 @@ class Exploration {
   void count(char kind, const std::vector<State>& states, const Case& known, Tally& tally,
              std::vector<State>& sound) {
     for (const State& state : states) {
-      if (!options_.state.empty() && short_id(kind, state) != options_.state) continue;
+      const std::string id = start_ + short_id(kind, state);
+      if (!is_wanted(id)) continue;
       ++tally.states;
-      if (count(kind, state, known, tally)) sound.push_back(state);
+      if (count(id, state, known, tally)) sound.push_back(state);
     }
   }
 
+  // To find a state of the next change, all of the first are needed.
+  bool is_wanted(const std::string& id) const {
+    const std::string& only = options_.state;
+    return only.empty() || only == id || (start_.empty() && only.starts_with('s'));
+  }
+
   // Returns whether nothing is wrong with a state.
-  bool count(char kind, const State& state, const Case& known, Tally& tally) {
+  bool count(const std::string& id, const State& state, const Case& known, Tally& tally) {
     const Outcome outcome = judge(state, known);
     const std::vector<std::string> left = left_over(state);
     tally.lost += outcome >= Outcome::Lost ? 1 : 0;
@@ -280,9 +288,9 @@ class Exploration {
     tally.earlier += outcome == Outcome::Earlier ? 1 : 0;
     tally.left_over += left.empty() ? 0 : 1;
     const bool sound = outcome <= Outcome::Earlier && left.empty();
-    if (!options_.state.empty() || (!sound && shown_ < options_.shown)) {
+    if (id == options_.state || (!sound && shown_ < options_.shown)) {
       ++shown_;
-      show(kind, state, known, outcome, left);
+      show(id, state, known, outcome, left);
     }
     return sound;
   }
@@ -320,13 +328,12 @@ class Exploration {
     return result;
   }
 
-  void show(char kind, const State& state, const Case& known, Outcome outcome,
+  void show(const std::string& id, const State& state, const Case& known, Outcome outcome,
             const std::vector<std::string>& left) {
     constexpr const char* kOutcomes[] = {"kept", "kept, the earlier one", "undone",
                                          "lost", "lost silently",         "wrong"};
-    printf("%s %s (%s%s): %s\n", short_id(kind, state).c_str(), scene_.name.c_str(),
-           state.how.c_str(), state.promised ? ", success was reported" : "",
-           kOutcomes[static_cast<size_t>(outcome)]);
+    printf("%s %s (%s%s): %s\n", id.c_str(), scene_.name.c_str(), state.how.c_str(),
+           state.promised ? ", success was reported" : "", kOutcomes[static_cast<size_t>(outcome)]);
     for (const auto& [name, inode] : state.tree.names) {
       const Node& node = state.tree.nodes.at(inode);
       printf("    %s: file %u, mode %04o, owner %u, %s\n", name.c_str(), inode, node.meta.mode,
@@ -351,16 +358,20 @@ class Exploration {
   // Crashes of the next change in what a crash has left: the states that hold more than before and
   // after, each once.
   void explore_again(const std::vector<State>& sound, const Case& known, Result& result) {
-    std::map<std::string, const Tree*> starts;
-    for (const State& state : sound) starts.emplace(state.tree.key(), &state.tree);
+    std::map<std::string, const State*> starts;
+    for (const State& state : sound) starts.emplace(state.tree.key(), &state);
     starts.erase(known.before.key());
     starts.erase(known.after.key());
-    for (const auto& [key, tree] : starts) {
-      explore(record(*tree, scene_.next, {}), 2, result);
+    for (const auto& [key, state] : starts) {
+      start_ = short_id('s', *state) + '.';
+      if (!options_.state.empty() && !options_.state.starts_with(start_)) continue;
+      explore(record(state->tree, scene_.next, {}), 2, result);
     }
+    start_.clear();
   }
 
-  // Each call of the operation fails once: it may succeed all the same or fail, but not lie.
+  // Each call of the operation fails once: the old content or the new one is there. Some of the
+  // library's calls report success whatever happens; that is their contract.
   void explore_failures(const Trace& first, Result& result) {
     const Case known = make_case(first);
     constexpr int kErrors[] = {EIO, ENOSPC, EACCES};
@@ -368,15 +379,14 @@ class Exploration {
       for (int call = 1;; ++call) {
         const Failures failure{.action = call, .error = error};
         const Trace failed = record(known.before, scene_.operate, failure);
-        const bool was_made = failed.record.actions.size() >= static_cast<size_t>(call) - 1;
-        if (!was_made || call > static_cast<int>(first.record.actions.size())) break;
+        if (!failed.met_failure) break;
         ++result.calls_failed;
         const State state{.tree = after(failed.record, contents_),
-                          .promised = failed.succeeded,
+                          .promised = failed.succeeded && !scene_.uses_library,
                           .how = "call " + std::to_string(call) + ": " + strerror(error)};
         Tally tally;
         Case with_failure{failed.record, known.before, known.after, {known.by[0], known.by[1]}};
-        if (!count('f', state, with_failure, tally)) ++result.failures_lost;
+        if (!count(short_id('f', state), state, with_failure, tally)) ++result.failures_lost;
       }
     }
   }
@@ -389,6 +399,7 @@ class Exploration {
   std::map<std::string, Sight> sights_[std::size(kOpeners)];
   std::map<std::pair<Opener, std::string>, std::string> next_after_;
   Expectation expected_[std::size(kOpeners)];
+  std::string start_;  // the state that a second operation begins in
   unsigned shown_ = 0;
 };
 

@@ -51,7 +51,7 @@ void make_unsound(int selector) {
   test::write_file(path_of(selector), unsound_bytes());
 }
 
-// An empty file is made with an identity of its own each time.
+// A file that is made anew has an identity that nobody can foresee.
 std::string read_file_of(int selector) {
   const bool is_there = access(path_of(selector).c_str(), F_OK) == 0;
   void* image = nullptr;
@@ -60,7 +60,7 @@ std::string read_file_of(int selector) {
   std::string bytes = test::read_file(path_of(selector));
   uint32_t count = 0;
   memcpy(&count, bytes.data() + kCountOffset, sizeof count);
-  if (count == 0) bytes.replace(kIdentityOffset, kIdentitySize, kIdentitySize, '\0');
+  bytes.replace(kIdentityOffset, kIdentitySize, kIdentitySize, '\0');
   return summary(std::to_string(count) + " messages", bytes);
 }
 

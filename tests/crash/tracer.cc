@@ -339,7 +339,10 @@ class Tracer {
                   [](const Action& action) { return action.act == Act::Promise; });
   }
 
-  void promise() { add({.act = Act::Promise}); }
+  void promise() {
+    const auto& actions = trace_.record.actions;
+    if (actions.empty() || actions.back().act != Act::Promise) add({.act = Act::Promise});
+  }
 
   void check_refused(pid_t process, const Call& call) {
     const auto& a = call.args;
@@ -377,15 +380,20 @@ class Tracer {
     }
   }
 
+  void fail(pid_t process, Call& call, int error) {
+    trace_.met_failure = true;
+    suppress(process, call, error);
+  }
+
   void fail_maybe(pid_t process, Call& call) {
     const bool wanted = failures_.syncs > 0 || failures_.action > 0;
     if (!wanted || returned_ || !changes_ours(process, call)) return;
     ++actions_;
-    if (actions_ == failures_.action) return suppress(process, call, failures_.error);
+    if (actions_ == failures_.action) return fail(process, call, failures_.error);
     if (kind(call) != Kind::Sync || inode_of(process, call.args[0]) == nullptr) return;
     ++syncs_;
     if (syncs_ >= failures_.first_sync && syncs_ < failures_.first_sync + failures_.syncs) {
-      suppress(process, call, EIO);
+      fail(process, call, EIO);
     }
   }
 

@@ -25,8 +25,9 @@ struct Failures {
 
 struct Trace {
   Record record;
-  bool succeeded = false;  // what the operation returned
-  std::string trouble{};   // what could not be recorded; empty is well
+  bool succeeded = false;    // what the operation returned
+  bool met_failure = false;  // a call was made to fail
+  std::string trouble{};     // what could not be recorded; empty is well
 };
 
 // Runs "operation" in a forked process after "start", which is not recorded. The directories must
