@@ -374,7 +374,7 @@ class Exploration {
   // library's calls report success whatever happens; that is their contract.
   void explore_failures(const Trace& first, Result& result) {
     const Case known = make_case(first);
-    constexpr int kErrors[] = {EIO, ENOSPC, EACCES};
+    constexpr int kErrors[] = {EIO, ENOSPC, EDQUOT, EINTR, EMFILE, EBUSY, EACCES};
     for (const int error : kErrors) {
       for (int call = 1;; ++call) {
         const Failures failure{.action = call, .error = error};

@@ -14,8 +14,8 @@ bool write(char letter, Care care) {
   return replace_file(kDirectory, kName, std::string(kSize, letter), care);
 }
 
-Scene scene(const char* name, Care care, const Failures& failures = {}) {
-  return {.group = "reference",
+Scene scene(const char* group, const char* name, Care care, const Failures& failures = {}) {
+  return {.group = group,
           .name = name,
           .directories = {kDirectory},
           .promise = Promise::Durable,
@@ -32,20 +32,20 @@ constexpr Failures kOneSync{.first_sync = 1, .syncs = 1};
 }  // namespace
 
 std::vector<Scene> reference_scenes() {
-  Scene create = scene("reference: create", Care::Full);
+  Scene create = scene("reference", "reference: create", Care::Full);
   create.set_up = [] {};
   return {
-      scene("reference: replace", Care::Full),
+      scene("reference", "reference: replace", Care::Full),
       create,
-      scene("reference: the sync fails", Care::Full, kOneSync),
-      scene("fault: no sync of the file", Care::NoFileSync),
-      scene("fault: no sync of the directory", Care::NoDirectorySync),
-      scene("fault: a sync that fails is ignored", Care::SyncIgnored, kOneSync),
-      scene("fault: a sync that fails is tried again", Care::SyncTriedAgain, kOneSync),
-      scene("fault: the mode is set after the sync", Care::ModeAfterSync),
-      scene("fault: the mode is set after the rename", Care::ModeAfterRename),
-      scene("fault: siblings have unique names", Care::UniqueSibling),
-      scene("fault: in place", Care::InPlace),
+      scene("reference", "reference: the sync fails", Care::Full, kOneSync),
+      scene("faults", "fault: no sync of the file", Care::NoFileSync),
+      scene("faults", "fault: no sync of the directory", Care::NoDirectorySync),
+      scene("faults", "fault: a sync that fails is ignored", Care::SyncIgnored, kOneSync),
+      scene("faults", "fault: a sync that fails is tried again", Care::SyncTriedAgain, kOneSync),
+      scene("faults", "fault: the mode is set after the sync", Care::ModeAfterSync),
+      scene("faults", "fault: the mode is set after the rename", Care::ModeAfterRename),
+      scene("faults", "fault: siblings have unique names", Care::UniqueSibling),
+      scene("faults", "fault: in place", Care::InPlace),
   };
 }
 
