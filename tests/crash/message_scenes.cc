@@ -124,6 +124,10 @@ std::vector<Scene> message_scenes() {
   Scene create = scene(
       CAPI_SMS_RECEIVED, "", [](int) {}, [](int) { return init(); });
   create.name = "messages: create both files";
+  create.next = [] {
+    const bool received = add(CAPI_SMS_RECEIVED, 99);
+    return add(CAPI_SMS_SENT, 99) && received;
+  };
   create.read = [] {
     std::string received = read_file_of(CAPI_SMS_RECEIVED);
     return Parts{received, read_file_of(CAPI_SMS_SENT)};
