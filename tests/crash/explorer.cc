@@ -223,6 +223,7 @@ class Exploration {
       expected = {.before = look(result.before, opener),
                   .after = look(result.after, opener),
                   .gone = look({}, opener),
+                  .fresh = look({}, Opener::Master).parts,
                   .durable = scene_.promise == Promise::Durable};
       for (const Sight* sight : {&expected.before, &expected.after}) {
         next_after_[{opener, joined(sight->parts)}] = joined(sight->next_parts);

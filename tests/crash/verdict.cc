@@ -25,6 +25,11 @@ Outcome judge_part(const Sight& sight, const Expectation& expected, bool promise
     if (!promised) return Outcome::Kept;
     return expected.durable ? Outcome::Undone : Outcome::Earlier;
   }
+  // Where nothing could be read before, nothing is lost when an empty store takes its place.
+  const bool had_nothing = old_part == kAbsent || old_part == kUnreadable;
+  if (had_nothing && part == expected.fresh[i]) {
+    return promised && expected.durable ? Outcome::Undone : Outcome::Kept;
+  }
   if (part != expected.gone.parts[i] && part != kAbsent && part != kUnreadable) {
     return Outcome::Wrong;
   }

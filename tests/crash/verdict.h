@@ -39,7 +39,8 @@ struct Sight {
 struct Expectation {
   Sight before;
   Sight after;
-  Sight gone;  // when there is no file at all
+  Sight gone;   // when there is no file at all
+  Parts fresh;  // what the master makes where there is nothing
   bool durable;
 };
 

@@ -19,6 +19,7 @@ Expectation expected(bool durable) {
   return {.before = sees({"7 calls"}, {"as usual"}),
           .after = sees({"8 calls"}),
           .gone = sees({"0 calls"}),
+          .fresh = {"0 calls"},
           .durable = durable};
 }
 
@@ -55,6 +56,16 @@ TEST(CrashVerdict, AnotherContentThatReadsAsSoundIsWrong) {
   EXPECT_EQ(judged(sees({"3 calls"}, {"whatever is logged"})), Outcome::Wrong);
 }
 
+TEST(CrashVerdict, AnEmptyStoreIsNoLossWhereNothingCouldBeRead) {
+  Expectation expectation = expected(true);
+  for (const char* nothing : {kAbsent, kUnreadable}) {
+    expectation.before = sees({nothing});
+    EXPECT_EQ(judge(sees({"0 calls"}), expectation, false), Outcome::Kept) << nothing;
+    EXPECT_EQ(judge(sees({"0 calls"}), expectation, true), Outcome::Undone) << nothing;
+    EXPECT_EQ(judge(sees({"3 calls"}), expectation, false), Outcome::Wrong) << nothing;
+  }
+}
+
 TEST(CrashVerdict, AReaderThatHangsOrDiesIsWrong) {
   EXPECT_EQ(judged({}), Outcome::Wrong);
   Sight hung = sees({"8 calls"});
@@ -66,6 +77,7 @@ TEST(CrashVerdict, TheWorstOfSeveralFilesCounts) {
   const Expectation two{.before = sees({"a", "x"}),
                         .after = sees({"b", "y"}),
                         .gone = sees({kAbsent, kAbsent}),
+                        .fresh = {kAbsent, kAbsent},
                         .durable = true};
   EXPECT_EQ(judge(sees({"a", "y"}), two, false), Outcome::Kept);
   EXPECT_EQ(judge(sees({"b", "x"}), two, true), Outcome::Undone);
