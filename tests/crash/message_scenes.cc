@@ -1,7 +1,5 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
-#include <unistd.h>
-
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -53,9 +51,9 @@ void make_unsound(int selector) {
 
 // A file that is made anew has an identity that nobody can foresee.
 std::string read_file_of(int selector) {
-  const bool is_there = access(path_of(selector).c_str(), F_OK) == 0;
+  if (!test::exists(path_of(selector))) return kAbsent;  // reading would make it
   void* image = nullptr;
-  if (capi_voip_sms_load(selector, &image) != 0) return is_there ? kUnreadable : kAbsent;
+  if (capi_voip_sms_load(selector, &image) != 0) return kUnreadable;
   capi_voip_sms_unload(&image);
   std::string bytes = test::read_file(path_of(selector));
   uint32_t count = 0;

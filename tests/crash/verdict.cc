@@ -30,7 +30,8 @@ Outcome judge_part(const Sight& sight, const Expectation& expected, bool promise
   if (had_nothing && part == expected.fresh[i]) {
     return promised && expected.durable ? Outcome::Undone : Outcome::Kept;
   }
-  if (part != expected.gone.parts[i] && part != kAbsent && part != kUnreadable) {
+  if (part != expected.gone.parts[i] && part != expected.fresh[i] && part != kAbsent &&
+      part != kUnreadable) {
     return Outcome::Wrong;
   }
   return logs_something_new(sight, expected.before) ? Outcome::Lost : Outcome::LostSilently;

@@ -47,6 +47,12 @@ TEST(CrashVerdict, WhatIsGoneOrUnreadableIsLost) {
   }
 }
 
+TEST(CrashVerdict, AnEmptyStoreThatWasMadeMeanwhileIsALoss) {
+  Expectation expectation = expected(true);
+  expectation.gone = sees({kAbsent});
+  EXPECT_EQ(judge(sees({"0 calls"}, {"invalid file"}), expectation, false), Outcome::Lost);
+}
+
 TEST(CrashVerdict, ALossWithoutAWordMoreThanUsualIsSilent) {
   EXPECT_EQ(judged(sees({kAbsent})), Outcome::LostSilently);
   EXPECT_EQ(judged(sees({kAbsent}, {"as usual"})), Outcome::LostSilently);
