@@ -31,7 +31,7 @@ struct Action {
   Inode inode = 0;
   std::string path{};
   std::string to{};
-  uint64_t offset = 0;
+  size_t offset = 0;
   Content content = 0;
   Meta meta{};
 };

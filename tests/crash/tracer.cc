@@ -515,7 +515,7 @@ class Tracer {
     if (call.number == SYS_fallocate && (call.args[1] & ~uint64_t{1}) != 0) {
       return refuse("a fallocate() that does more than allocate");
     }
-    add({.act = Act::Truncate, .inode = *inode, .offset = static_cast<uint64_t>(status.st_size)});
+    add({.act = Act::Truncate, .inode = *inode, .offset = static_cast<size_t>(status.st_size)});
   }
 
   void renamed(const Call& call) {
