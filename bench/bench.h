@@ -45,6 +45,9 @@ std::function<void(benchmark::State&)> repeat(Operation operation) {
 // The name of one who copies into the segment without the kernel's help.
 inline constexpr char kCuttable[] = "cut by a kill";
 
+// The name of one who writes over a file, so that a kill or a power cut loses what was in it.
+inline constexpr char kInPlace[] = "in place";
+
 // Ends the program: a benchmark of what does not work says nothing.
 void require(bool holds, const char* what);
 

@@ -10,6 +10,7 @@
 #include "call_log/path.h"
 #include "call_log/store.h"
 #include "capi.h"
+#include "device.h"
 #include "floor.h"
 #include "stores.h"
 
@@ -25,65 +26,68 @@ capi_call_log_record some_call() {
   return call;
 }
 
-int add(const capi_call_log_record& call) {
-  const capi::CallLogPath path = capi::call_log_path();
+template <typename Operation>
+int under_lock(Operation operation) {
   const capi::CriticalSection guard(capi::kCallLogLock);
-  return capi::add_call_log(path.text, 0, &call);
-}
-
-int remove(unsigned node) {
-  const capi::CallLogPath path = capi::call_log_path();
-  const capi::CriticalSection guard(capi::kCallLogLock);
-  return capi::delete_call_log_by_node(path.text, 0, node);
+  return operation();
 }
 
 // A log in which type 0 is full, so that every call that is added evicts one.
-void fill_log() {
+void fill_log(const std::string& path) {
   const capi_call_log_record call = some_call();
+  require(under_lock([&] { return capi::create_call_log_file(path.c_str()); }) == 0,
+          "a call log can be made");
   for (int i = 0; i < CAPI_CALL_LOG_ENTRIES_PER_TYPE; ++i) {
-    require(add(call) == 0, "a call can be added");
+    require(under_lock([&] { return capi::add_call_log(path.c_str(), 0, &call); }) == 0,
+            "a call can be added");
   }
 }
 
-Row add_row(const std::string& path) {
+// An operation that writes the whole file, which is put back before each run of anybody.
+template <typename Operation>
+Row write_row(const char* what, const Medium& medium, const std::string& path,
+              Operation operation) {
+  const std::string full = read_file(path);
+  const auto put_back = [=] { floor::replace_file(path.c_str(), full); };
   const auto image = std::make_shared<Image>();
-  Row row{
-      "call log: add a call, evicting one",
-      1.10,
-      {{"ours", repeat([call = some_call()] { add(call); })},
-       {"floor", repeat([=] { floor::add_call_log(path.c_str(), image.get(), sizeof(Image)); })}}};
+  const auto floor = [=](floor::Writing how) {
+    return repeat([=] {
+      put_back();
+      floor::rewrite_call_log(path.c_str(), image.get(), sizeof(Image), how);
+    });
+  };
+  return {"call log: " + std::string(what) + medium.where,
+          1.15,
+          {{"ours", repeat([=] {
+              put_back();
+              require(under_lock([&] { return operation(path.c_str()); }) == 0, what);
+            })},
+           {"floor", floor(floor::Writing::Safely)},
+           {kInPlace, floor(floor::Writing::InPlace)}},
+          medium.clock};
+}
+
+void add_peers(Row& row) {
   const std::string record(sizeof(capi_call_log_record), 'x');
   for (const StorePtr& store : open_stores("calls")) {
     row.contestants.push_back({store->name(), repeat([=] { store->append(record); })});
   }
-  return row;
 }
 
-// The one in the middle of a type's list: what it leaves behind is written in six pieces, then the
-// header. The file is put back before every operation, of both.
-Row delete_row(const std::string& path) {
-  const auto image = std::make_shared<Image>();
-  require(capi_voip_read_call_log(image.get()) == 0, "the call log can be read");
-  const unsigned middle = image->node[image->header.entry[0].list.head].next;
-  const auto put_back = [=] {
-    const std::string_view bytes(reinterpret_cast<const char*>(image.get()), sizeof(Image));
-    floor::replace_file(path.c_str(), bytes);
-  };
-  const auto scratch = std::make_shared<Image>();
-  return {"call log: delete a call, and put it back",
-          1.10,
-          {{"ours", repeat([=] {
-              put_back();
-              remove(middle);
-            })},
-           {"floor", repeat([=] {
-              put_back();
-              std::vector<floor::Piece> pieces(
-                  6, {sizeof(capi_call_log_header), sizeof(capi_call_log_record)});
-              pieces.push_back({0, sizeof(capi_call_log_header)});
-              floor::delete_call_log(path.c_str(), scratch.get(), sizeof(Image), pieces.data(),
-                                     pieces.size());
-            })}}};
+Rows write_rows(const Medium& medium) {
+  const std::string path = medium.dir + "/voip_call_log";
+  fill_log(path);
+  Image image;
+  memcpy(&image, read_file(path).data(), sizeof image);
+  const unsigned middle = image.node[image.header.entry[0].list.head].next;
+  return {
+      write_row(
+          "add a call, evicting one", medium, path,
+          [call = some_call()](const char* file) { return capi::add_call_log(file, 0, &call); }),
+      write_row("delete a call", medium, path,
+                [=](const char* file) { return capi::delete_call_log_by_node(file, 0, middle); }),
+      write_row("clean a type", medium, path,
+                [](const char* file) { return capi::clean_call_log_by_type(file, 0); })};
 }
 
 Rows read_rows(const std::string& path) {
@@ -107,11 +111,13 @@ Rows read_rows(const std::string& path) {
 }  // namespace
 
 Rows call_log_rows() {
-  fill_log();
   const std::string path = capi::call_log_path().text;
+  fill_log(path);
   Rows rows = read_rows(path);
-  rows.push_back(add_row(path));
-  rows.push_back(delete_row(path));
+  for (const Medium& medium : media()) {
+    for (Row& row : write_rows(medium)) rows.push_back(std::move(row));
+  }
+  add_peers(rows[2]);
   return rows;
 }
 

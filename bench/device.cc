@@ -60,6 +60,16 @@ std::string write_settings(int lines) {
   return path;
 }
 
+const std::vector<Medium>& media() {
+  static const std::vector<Medium> all = [] {
+    const std::vector<Medium> result{{"/tmp/stores", "", Clock::Processor},
+                                     {CAPI_BENCH_DISK, ", on a disk", Clock::Wall}};
+    for (const Medium& medium : result) std::filesystem::create_directories(medium.dir);
+    return result;
+  }();
+  return all;
+}
+
 std::string read_file(const std::string& path) {
   std::ifstream in(path, std::ios::binary);
   std::ostringstream content;

@@ -4,7 +4,9 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
+#include "bench.h"
 #include "capi.h"
 
 namespace bench {
@@ -18,6 +20,16 @@ void start_device();
 
 // Writes a setting file of so many lines, such as a device has them. Returns its path.
 std::string write_settings(int lines);
+
+// Where a store's files may be. What a disk is waited for is no processor time.
+struct Medium {
+  std::string dir;
+  const char* where;  // behind the name of a row
+  Clock clock;
+};
+
+// In memory, and on the disk of the checkout.
+const std::vector<Medium>& media();
 
 // The whole of a file.
 std::string read_file(const std::string& path);

@@ -12,6 +12,8 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
+#include <string>
 
 #include "bench.h"
 #include "capi/lock.h"
@@ -43,6 +45,35 @@ void read_exactly(int fd, void* to, size_t size) {
 
 void write_exactly(int fd, const void* from, size_t size) {
   require(write(fd, from, size) == static_cast<ssize_t>(size), "the floor's write");
+}
+
+void write_in_place(const char* path, const void* from, size_t size) {
+  const int fd = open_file(path, O_WRONLY | O_TRUNC);
+  write_exactly(fd, from, size);
+  close(fd);
+}
+
+// A sibling that is on the medium with the file's mode gets its name, and the name is synced too.
+void write_safely(const char* path, const void* from, size_t size) {
+  const std::filesystem::path file(path);
+  const std::string name = file.filename();
+  const std::string sibling = "." + name + ".new";
+  const int directory = open_file(file.parent_path().c_str(), O_RDONLY | O_DIRECTORY);
+  struct stat status {};
+  require(fstatat(directory, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) == 0, "the floor's file");
+  const int fd = openat(directory, sibling.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+  require(fd != -1, "the floor's sibling");
+  require(fchmod(fd, status.st_mode & 07777) == 0, "the floor's mode");
+  write_exactly(fd, from, size);
+  require(fsync(fd) == 0, "the floor's sync");
+  require(renameat(directory, sibling.c_str(), directory, name.c_str()) == 0, "the floor's name");
+  require(fsync(directory) == 0, "the floor's sync of the directory");
+  close(fd);
+  close(directory);
+}
+
+void write_whole(const char* path, const void* from, size_t size, Writing how) {
+  (how == Writing::Safely ? write_safely : write_in_place)(path, from, size);
 }
 
 // A file whose size is asked for first.
@@ -113,30 +144,13 @@ void read_call_log(const char* path, void* image, size_t size) {
   close(fd);
 }
 
-void add_call_log(const char* path, void* image, size_t size) {
+void rewrite_call_log(const char* path, void* image, size_t size, Writing how) {
   const Lock guard(CAPI_LOCK_CALL_LOG);
-  int fd = open_file(path, O_RDONLY);
+  const int fd = open_file(path, O_RDONLY);
   read_exactly(fd, image, size);
   close(fd);
-  fd = open_file(path, O_WRONLY | O_TRUNC);
-  write_exactly(fd, image, size);
+  write_whole(path, image, size, how);
   sync();
-  close(fd);
-}
-
-void delete_call_log(const char* path, void* image, size_t size, const Piece* pieces,
-                     size_t count) {
-  const Lock guard(CAPI_LOCK_CALL_LOG);
-  int fd = open_file(path, O_RDONLY);
-  read_exactly(fd, image, size);
-  close(fd);
-  fd = open_file(path, O_RDWR);
-  for (size_t i = 0; i < count; ++i) {
-    lseek(fd, static_cast<off_t>(pieces[i].offset), SEEK_SET);
-    write_exactly(fd, static_cast<char*>(image) + pieces[i].offset, pieces[i].size);
-  }
-  sync();
-  close(fd);
 }
 
 void read_sms_file(const char* path, void* memory, size_t size, Piece message, void* to) {
@@ -145,12 +159,16 @@ void read_sms_file(const char* path, void* memory, size_t size, Piece message, v
   if (to != nullptr) memcpy(to, static_cast<char*>(memory) + message.offset, message.size);
 }
 
-void rewrite_sms_file(const char* path, void* memory, size_t size, size_t new_size) {
+void rewrite_sms_file(const char* path, void* memory, size_t size, size_t new_size, Writing how) {
   const Lock guard(CAPI_LOCK_VOICE_SMS);
   read_sized_file(path, memory, size);
-  const int fd = open_file(path, O_WRONLY | O_TRUNC);
-  write_exactly(fd, memory, new_size);
-  close(fd);
+  write_whole(path, memory, new_size, how);
+  sync();
+}
+
+void make_sms_file(const char* path, const void* memory, size_t size, Writing how) {
+  const Lock guard(CAPI_LOCK_VOICE_SMS);
+  write_whole(path, memory, size, how);
   sync();
 }
 

@@ -43,21 +43,24 @@ void read_whole(const char* path);
 // Replaces a file by these bytes.
 void replace_file(const char* path, std::string_view bytes);
 
+// How a file of a store is written: so that neither a kill nor a power cut loses what was in it, or
+// over what was in it.
+enum class Writing { Safely, InPlace };
+
 // The call log's operations on a file of this size, under lock 2.
 void read_call_log(const char* path, void* image, size_t size);
-void add_call_log(const char* path, void* image, size_t size);
+void rewrite_call_log(const char* path, void* image, size_t size, Writing how);
 
-// Deleting rewrites pieces in place.
 struct Piece {
   size_t offset;
   size_t size;
 };
-void delete_call_log(const char* path, void* image, size_t size, const Piece* pieces, size_t count);
 
 // The short messages' operations on a file of this size, under lock 18: reading it, whereof a piece
-// goes to a caller, and writing it again with another size.
+// goes to a caller, writing it again with another size, and making it anew.
 void read_sms_file(const char* path, void* memory, size_t size, Piece message, void* to);
-void rewrite_sms_file(const char* path, void* memory, size_t size, size_t new_size);
+void rewrite_sms_file(const char* path, void* memory, size_t size, size_t new_size, Writing how);
+void make_sms_file(const char* path, const void* memory, size_t size, Writing how);
 
 // What a file has to be checked for costs at the least: both pairs of links of every call, in the
 // order in which they stand in memory, and both lengths of every message. No floor has this in

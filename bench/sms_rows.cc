@@ -9,8 +9,8 @@
 #include "capi.h"
 #include "device.h"
 #include "floor.h"
+#include "sms/file.h"
 #include "sms/image.h"
-#include "sms/path.h"
 #include "sms/store.h"
 
 namespace bench {
@@ -19,8 +19,6 @@ namespace {
 using Message = capi_sms_record;
 
 constexpr int kFile = CAPI_SMS_RECEIVED;
-
-std::string file_path() { return capi::SmsAccess().path(kFile); }
 
 // A message of the usual length.
 Message some_message() {
@@ -33,39 +31,35 @@ Message some_message() {
   return message;
 }
 
-int add(Message& message) {
+template <typename Operation>
+int under_lock(Operation operation) {
+  const capi::CriticalSection guard(capi::kVoiceSmsLock);
+  return operation();
+}
+
+int add(const char* path, Message& message) {
   uint64_t id = 0;
-  const capi::SmsAccess access;
-  return capi::add_sms(access.path(kFile), message, id);
+  return under_lock([&] { return capi::add_sms(path, message, id); });
 }
 
-int get(uint64_t id, Message& message) {
-  const capi::SmsAccess access;
-  return capi::get_sms(access.path(kFile), id, message);
-}
-
-int update(const Message& message) {
-  const capi::SmsAccess access;
-  return capi::update_sms(access.path(kFile), message);
-}
-
-int count_new(const capi_sms_counter& previous) {
-  capi_sms_counter state{};
-  const capi::SmsAccess access;
-  return capi::count_new_sms(access.path(kFile), kFile, previous, state);
+int count_new(const char* path, const capi_sms_counter& previous, capi_sms_counter& state) {
+  state = {};
+  return under_lock([&] { return capi::count_new_sms(path, kFile, previous, state); });
 }
 
 // The file with so many messages in it.
 class Stock {
  public:
-  explicit Stock(int messages) : messages_(messages), path_(file_path()) {
-    require(capi_voip_sms_init() == 0, "the short messages can be set up");
-    floor::replace_file(path_.c_str(), "");
-    capi_voip_sms_clean(kFile);
+  Stock(int messages, const Medium& medium)
+      : messages_(messages), medium_(medium), path_(medium.dir + "/sm_recv") {
+    require(under_lock([&] { return capi::create_sms_file(path()) ? 0 : -1; }) == 0,
+            "a file of messages can be made");
     Message message = some_message();
-    for (int i = 0; i < messages; ++i) require(add(message) == 0, "a message can be added");
+    for (int i = 0; i < messages; ++i) require(add(path(), message) == 0, "a message can be added");
     file_ = read_file(path_);
   }
+
+  const Medium& medium() const { return medium_; }
 
   const char* path() const { return path_.c_str(); }
   size_t size() const { return file_.size(); }
@@ -80,13 +74,15 @@ class Stock {
             kItemSize - capi::kSmsItemHead};
   }
 
-  // The size of the file with one message more.
+  // The size of the file with one message more or less.
   size_t grown_size() const { return is_full() ? size() : size() + kItemSize; }
+  size_t shrunk_size() const { return size() - kItemSize; }
 
  private:
   static constexpr size_t kItemSize = capi::kSmsItemHead + capi::kSmsFixedPart + 162;
 
   int messages_;
+  Medium medium_;
   std::string path_;
   std::string file_;
 };
@@ -105,26 +101,71 @@ using Memory = std::shared_ptr<std::string>;
 
 Memory make_memory() { return std::make_shared<std::string>(2 * capi::kSmsMaxFileSize, 'x'); }
 
-// A file that is not full grows, and is put back before every operation, of both.
-Row add_row(const StockPtr& stock) {
+// An operation that writes the file; where it does so with another size, the file is put back
+// before each run of anybody.
+template <typename Operation>
+Row write_row(const StockPtr& stock, const std::string& what, size_t new_size,
+              Operation operation) {
   const auto put_back = [=] {
-    if (!stock->is_full()) stock->put_back();
+    if (new_size != stock->size()) stock->put_back();
   };
-  const auto message = std::make_shared<Message>(some_message());
   const Memory memory = make_memory();
-  const std::string what = stock->is_full() ? ", evicting one" : ", and put them back";
-  return {"short messages: add to " + stock->name() + what,
+  const auto floor = [=](floor::Writing how) {
+    return repeat_on(stock, [=] {
+      put_back();
+      floor::rewrite_sms_file(stock->path(), memory->data(), stock->size(), new_size, how);
+    });
+  };
+  return {"short messages: " + what + " " + stock->name() + stock->medium().where,
           1.15,
           {{"ours", repeat_on(stock,
                               [=] {
                                 put_back();
-                                add(*message);
+                                require(operation(stock->path()) == 0, what.c_str());
                               })},
-           {"floor", repeat_on(stock, [=] {
-              put_back();
-              floor::rewrite_sms_file(stock->path(), memory->data(), stock->size(),
-                                      stock->grown_size());
-            })}}};
+           {"floor", floor(floor::Writing::Safely)},
+           {kInPlace, floor(floor::Writing::InPlace)}},
+          stock->medium().clock};
+}
+
+Row add_row(const StockPtr& stock) {
+  const auto message = std::make_shared<Message>(some_message());
+  return write_row(stock, stock->is_full() ? "add one, evicting one, to" : "add one to",
+                   stock->grown_size(), [=](const char* path) { return add(path, *message); });
+}
+
+Row update_row(const StockPtr& stock) {
+  const auto message = std::make_shared<Message>(some_message());
+  message->id = stock->middle_id();
+  return write_row(stock, "update one of", stock->size(), [=](const char* path) {
+    return under_lock([&] { return capi::update_sms(path, *message); });
+  });
+}
+
+Row delete_row(const StockPtr& stock) {
+  return write_row(stock, "delete one of", stock->shrunk_size(), [=](const char* path) {
+    return under_lock([&] { return capi::delete_sms(path, stock->middle_id()); });
+  });
+}
+
+Row clean_row(const StockPtr& stock) {
+  const Memory memory = make_memory();
+  const auto floor = [=](floor::Writing how) {
+    return repeat_on(stock, [=] {
+      stock->put_back();
+      floor::make_sms_file(stock->path(), memory->data(), sizeof(capi::SmsFileHeader), how);
+    });
+  };
+  return {"short messages: clean " + stock->name() + stock->medium().where,
+          1.15,
+          {{"ours", repeat_on(stock,
+                              [=] {
+                                stock->put_back();
+                                under_lock([&] { return capi::create_sms_file(stock->path()); });
+                              })},
+           {"floor", floor(floor::Writing::Safely)},
+           {kInPlace, floor(floor::Writing::InPlace)}},
+          stock->medium().clock};
 }
 
 // Reads the file and looks once at every message in it.
@@ -140,7 +181,12 @@ Row get_row(const StockPtr& stock) {
   const Memory memory = make_memory();
   return {"short messages: get one of " + stock->name(),
           0,
-          {{"ours", repeat_on(stock, [=] { get(stock->middle_id(), *message); })},
+          {{"ours", repeat_on(stock,
+                              [=] {
+                                under_lock([&] {
+                                  return capi::get_sms(stock->path(), stock->middle_id(), *message);
+                                });
+                              })},
            {"floor", repeat_on(stock,
                                [=] {
                                  floor::read_sms_file(stock->path(), memory->data(), stock->size(),
@@ -149,28 +195,19 @@ Row get_row(const StockPtr& stock) {
            checked_floor(stock, memory)}};
 }
 
-Row update_row(const StockPtr& stock) {
-  const auto message = std::make_shared<Message>(some_message());
-  message->id = stock->middle_id();
-  const Memory memory = make_memory();
-  return {"short messages: update one of " + stock->name(),
-          1.15,
-          {{"ours", repeat_on(stock, [=] { update(*message); })},
-           {"floor", repeat_on(stock, [=] {
-              floor::rewrite_sms_file(stock->path(), memory->data(), stock->size(), stock->size());
-            })}}};
-}
-
 Row count_row(const StockPtr& stock) {
   const auto seen = std::make_shared<capi_sms_counter>();
-  require(capi_voip_sms_get_unread_sm_num(kFile, seen.get(), seen.get()) == 0,
-          "messages can be counted");
+  require(count_new(stock->path(), *seen, *seen) == 0, "messages can be counted");
   seen->last_new_id = stock->middle_id();
   const Memory memory = make_memory();
   return {
       "short messages: count the new ones of " + stock->name(),
       0,
-      {{"ours", repeat_on(stock, [=] { count_new(*seen); })},
+      {{"ours", repeat_on(stock,
+                          [=] {
+                            capi_sms_counter state;
+                            count_new(stock->path(), *seen, state);
+                          })},
        {"floor",
         repeat_on(
             stock,
@@ -184,10 +221,15 @@ Row count_row(const StockPtr& stock) {
 
 Rows sms_rows() {
   Rows rows;
-  for (const int messages : {1, 50, CAPI_SMS_MAX_MESSAGES + 0}) {
-    const auto stock = std::make_shared<const Stock>(messages);
-    for (Row (*make)(const StockPtr&) : {add_row, get_row, update_row, count_row}) {
-      rows.push_back(make(stock));
+  for (const Medium& medium : media()) {
+    for (const int messages : {1, 50, CAPI_SMS_MAX_MESSAGES + 0}) {
+      const auto stock = std::make_shared<const Stock>(messages, medium);
+      for (Row (*make)(const StockPtr&) : {add_row, update_row, delete_row, clean_row}) {
+        rows.push_back(make(stock));
+      }
+      if (medium.where[0] != '\0') continue;
+      rows.push_back(get_row(stock));
+      rows.push_back(count_row(stock));
     }
   }
   return rows;
