@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: MIT
 #include "lock/critical_section.h"
 
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/ipc.h>
 #include <sys/sem.h>
 #include <unistd.h>
@@ -11,6 +13,7 @@
 #include <cstring>
 #include <ctime>
 
+#include "foundation/descriptor.h"
 #include "foundation/log.h"
 #include "foundation/shell.h"
 #include "lock/lock_order.h"
@@ -22,6 +25,7 @@ constexpr char kKeyPath[] = "/tmp/m_data";
 constexpr int kKeyProject = 'l';
 constexpr int kMode = 0666;
 constexpr int kNoSet = -1;
+constexpr char kCreate[] = "capi_critical_section_lock_create";
 constexpr char kLock[] = "capi_critical_section_lock";
 constexpr char kUnlock[] = "capi_critical_section_unlock";
 constexpr char kStatsPath[] = "/tmp/capi_lock_stats";
@@ -121,6 +125,47 @@ int give_back(unsigned id, int taken_from) {
   return change_semaphore(set, id, 1, kUnlock, "UNLOCK");
 }
 
+// Masters make the set one at a time, or a late one would free what a client took meanwhile. Death
+// ends a turn. Who locks this file for ends of his own only delays a start.
+Descriptor await_turn() {
+  constexpr int kPauses = 100;
+  constexpr timespec kPause{0, 10'000'000};
+  Descriptor turn(open(kKeyPath, O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+  for (int i = 0; turn && i < kPauses; ++i) {
+    if (flock(turn.get(), LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK) break;
+    nanosleep(&kPause, nullptr);
+  }
+  return turn;
+}
+
+// Frees the locks from "first" on. Returns 0 or errno.
+int free_locks(int set, int first) {
+  for (int id = first; id < CAPI_LOCK_COUNT; ++id) {
+    if (semctl(set, id, SETVAL, 1) != -1) continue;
+    const int error = errno;
+    CAPI_LOG_AS(kCreate, kLogErr,
+                "CAPI critical section lock failed [semctl] lock_type = [%s], reason = [%s]\n",
+                lock_name(static_cast<unsigned>(id)), strerror(error));
+    return error;
+  }
+  return 0;
+}
+
+// A master that died while it made the set left its last locks as the kernel makes them: taken, but
+// by nobody. The kernel knows the process that touched a lock last, and that of a held one is never
+// none. Who operated on the set's other locks meanwhile does not matter.
+void finish_set(int set) {
+  int first = CAPI_LOCK_COUNT;
+  while (first > 0 && semctl(set, first - 1, GETVAL) == 0 && semctl(set, first - 1, GETPID) == 0) {
+    --first;
+  }
+  if (first == CAPI_LOCK_COUNT) return;
+  CAPI_LOG_AS(kCreate, kLogWarning,
+              "CAPI critical section lock set was left unfinished, freeing %d locks\n",
+              CAPI_LOCK_COUNT - first);
+  free_locks(set, first);
+}
+
 struct TimeText {
   char text[64] = {};
 };
@@ -209,16 +254,14 @@ int capi_critical_section_lock_create() {
     CAPI_LOG(kLogErr, "CAPI critical section lock failed [ftok], reason = [%s]\n", strerror(error));
     return error;
   }
+  const Descriptor turn = await_turn();
   const int set = semget(key, CAPI_LOCK_COUNT, IPC_CREAT | IPC_EXCL | kMode);
-  if (set == -1) return errno;
-  for (unsigned id = 0; id < CAPI_LOCK_COUNT; ++id) {
-    if (semctl(set, static_cast<int>(id), SETVAL, 1) != -1) continue;
+  if (set == -1) {
     const int error = errno;
-    CAPI_LOG(kLogErr,
-             "CAPI critical section lock failed [semctl] lock_type = [%s], reason = [%s]\n",
-             lock_name(id), strerror(error));
+    if (error == EEXIST) finish_set(semget(key, CAPI_LOCK_COUNT, kMode));
     return error;
   }
+  if (const int error = free_locks(set, 0)) return error;
   CAPI_LOG(kLogInfo, "CAPI critical section lock CREATED\n");
   return 0;
 }

@@ -41,6 +41,7 @@ const Fault* fault_of(Call call) {
   Plan& plan = plan_of(call);
   const int past = ++plan.seen - plan.fault.nth;
   if (!plan.is_set || past < 0 || past >= plan.fault.times) return nullptr;
+  if (plan.fault.is_deadly) kill(getpid(), SIGKILL);
   errno = plan.fault.error;
   return &plan.fault;
 }
@@ -114,6 +115,7 @@ void __real_free(void* block);
 char* __real_strndup(const char* text, size_t size);
 FILE* __real_fopen(const char* path, const char* mode);
 FILE* __real_fopen64(const char* path, const char* mode);
+FILE* __real_fdopen(int fd, const char* mode);
 int __real_open(const char* path, int flags, mode_t mode);
 size_t __real_fread(void* to, size_t size, size_t count, FILE* file);
 char* __real_fgets(char* to, int size, FILE* file);
@@ -199,6 +201,10 @@ FILE* __wrap_fopen(const char* path, const char* mode) {
 
 FILE* __wrap_fopen64(const char* path, const char* mode) {
   return file_call_fails(Call::Fopen) ? nullptr : __real_fopen64(path, mode);
+}
+
+FILE* __wrap_fdopen(int fd, const char* mode) {
+  return file_call_fails(Call::Fopen) ? nullptr : __real_fdopen(fd, mode);
 }
 
 int __wrap_open(const char* path, int flags, ...) {

@@ -12,7 +12,7 @@ namespace capi::test {
 // By kind: each stands for all the calls that do the like.
 enum class Call : uint8_t {
   Malloc,  // calloc, strndup, asprintf
-  Fopen,
+  Fopen,  // fdopen
   Open,
   Fread,   // fgets, getc
   Fwrite,  // fputs
@@ -55,6 +55,7 @@ struct Fault {
   int times = 1;
   int error = EIO;
   bool half = false;
+  bool is_deadly = false;  // kills this process instead
 };
 
 void inject(const Fault& fault);
