@@ -47,6 +47,9 @@ struct capi_callbacks {
  * attaches only. "log_sink" is as in capiv2_log_init().
  * Returns 0 always: what failed is logged, and the calls that need the segment then return -1.
  * A second call in a process changes nothing but the log sink. Takes lock 0.
+ * If the segment is removed later and made anew, or the tool that names it is replaced, every
+ * process goes on with the new segment within a second of its next call, and logs that; until there
+ * is one, it uses the one that it has.
  */
 int capi_init(const struct capi_callbacks *callbacks, int is_master, capi_log_sink log_sink);
 

@@ -3,11 +3,14 @@
 #include "record/context.h"
 
 #include <sys/ipc.h>
+#include <sys/mman.h>
 #include <sys/shm.h>
+#include <unistd.h>
 
 #include <atomic>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 
 #include "capi/backend.h"
 #include "foundation/log.h"
@@ -20,29 +23,98 @@ namespace {
 constexpr int kKeyProject = 250;
 constexpr int kMode = 0666;
 
+constexpr size_t kSize = sizeof(cfg_shared_record);
+constexpr char kFunc[] = "__cfg_backend_init_shm";
+void* const kNotAttached = reinterpret_cast<void*>(-1);
+
 constinit std::atomic<cfg_backend_context*> process_context{nullptr};
+
+// No system call where the kernel lends its clock.
+time_t coarse_seconds() {
+  timespec now{};
+  clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
+  return now.tv_sec;
+}
+
+// The key of the segment. Remembers what it was made of, or returns -1.
+key_t make_key(cfg_backend_context& ctx) {
+  constexpr char kTool[] = "/usr/sbin/vsdk_cmd";
+  constexpr char kToolHere[] = "./usr/sbin/vsdk_cmd";
+  const key_t key = ftok(kToolHere, kKeyProject);
+  if (key == -1) {
+    strcpy(ctx.key_path, kTool);
+    return ftok(kTool, kKeyProject);
+  }
+  if (getcwd(ctx.key_path, sizeof ctx.key_path - sizeof kTool) == nullptr) {
+    strcpy(ctx.key_path, ".");
+  }
+  strcat(ctx.key_path, kTool);
+  return key;
+}
+
+// Finds the segment, or makes it where there is none. Returns its id or -1.
+int find_or_make_segment(key_t key, bool is_master) {
+  int id = shmget(key, kSize, kMode);
+  if (id == -1 && errno == ENOENT) {
+    id = shmget(key, kSize, IPC_CREAT | kMode);
+    if (id != -1 && !is_master) {
+      CAPI_LOG_AS(kFunc, kLogWarning, "there was no segment, made an empty one\n");
+    }
+  }
+  return id;
+}
 
 // Attaches the segment, making it where there is none. What fails leaves the context without one.
 void attach(cfg_backend_context& ctx) {
-  constexpr char kFunc[] = "__cfg_backend_init_shm";
-  key_t key = ftok("./usr/sbin/vsdk_cmd", kKeyProject);
-  if (key == -1) key = ftok("/usr/sbin/vsdk_cmd", kKeyProject);
+  const key_t key = make_key(ctx);
   if (key == -1) {
     CAPI_LOG_AS(kFunc, kLogErr, "ERROR ftok, reason = [%s]\n", strerror(errno));
     return;
   }
-  ctx.shm_id = shmget(key, sizeof(cfg_shared_record), IPC_CREAT | kMode);
+  ctx.shm_id = find_or_make_segment(key, ctx.is_master != 0);
   if (ctx.shm_id == -1) {
     const int error = errno;
     CAPI_LOG_AS(kFunc, kLogErr, "ERROR shmget ret[%3d:%s]\n", error, strerror(error));
     return;
   }
   ctx.shm_addr = shmat(ctx.shm_id, nullptr, 0);
-  if (ctx.shm_addr == reinterpret_cast<void*>(-1)) {
+  if (ctx.shm_addr == kNotAttached) {
     CAPI_LOG_AS(kFunc, kLogErr, "ERROR shmat, reason = [%s]\n", strerror(errno));
     return;
   }
   ctx.shm = static_cast<cfg_shared_record*>(ctx.shm_addr);
+  ctx.seen_id = ctx.shm_id;
+  ctx.looked_at = coarse_seconds();
+}
+
+// Puts another segment in the place of the attached one. Not with SHM_REMAP: ARM's kernels refuse
+// addresses that they chose themselves.
+bool replace_segment(cfg_backend_context& ctx, int id) {
+  void* const other = shmat(id, nullptr, 0);
+  if (other == kNotAttached) return false;
+  if (mremap(other, kSize, kSize, MREMAP_MAYMOVE | MREMAP_FIXED, ctx.shm_addr) == MAP_FAILED) {
+    const ErrnoKeeper keeper;
+    shmdt(other);
+    return false;
+  }
+  ctx.shm_id = id;
+  return true;
+}
+
+// Looks whether the attached segment is the one that others find, and tells of what has changed.
+// One that is gone is kept until there is another: its values are better than none.
+void look_at_segment(cfg_backend_context& ctx) {
+  const key_t key = ftok(ctx.key_path, kKeyProject);
+  const int id = key != -1 ? shmget(key, kSize, kMode) : -1;
+  const bool is_news = id != ctx.seen_id;
+  ctx.seen_id = id;
+  if (id == ctx.shm_id) return;
+  if (id != -1 && replace_segment(ctx, id)) {
+    CAPI_LOG_AS(kFunc, kLogWarning, "another segment has taken the place of ours, using that\n");
+  } else if (is_news) {
+    CAPI_LOG_AS(kFunc, kLogWarning, "the segment is lost, reason = [%s], using the old one\n",
+                strerror(errno));
+  }
 }
 
 void fill_defaults(cfg_shared_record& record) {
@@ -85,8 +157,15 @@ void start_master(cfg_backend_context& ctx) {
 cfg_backend_context* context() { return process_context.load(std::memory_order_acquire); }
 
 cfg_shared_record* shared_record() {
-  const cfg_backend_context* ctx = context();
-  return ctx != nullptr ? ctx->shm : nullptr;
+  cfg_backend_context* ctx = context();
+  if (ctx == nullptr || ctx->shm == nullptr) return nullptr;
+  const time_t now = coarse_seconds();
+  // Threads come here at once where there are no locks.
+  if (ctx->looked_at.load(std::memory_order_relaxed) != now &&
+      ctx->looked_at.exchange(now) != now) {
+    look_at_segment(*ctx);
+  }
+  return ctx->shm;
 }
 
 }  // namespace capi
