@@ -15,6 +15,7 @@
 #include "call_log/store.h"
 #include "capi/call_log.h"
 #include "capi/event.h"
+#include "foundation/file.h"
 #include "foundation/shell.h"
 
 namespace capi {
@@ -126,7 +127,7 @@ int capi_voip_read_call_log_node(const capi_call_log_image* image, unsigned node
 int capi_voip_call_log_backup(const char* destination) {
   if (destination == nullptr) return -1;
   return with_call_log([&](const char* path) {
-    if (access(path, F_OK) != 0) return -1;
+    if (access(path, F_OK) != 0 || capi::is_odd_file(path)) return -1;
     const capi::Text command = capi::copy_command(path, destination);
     if (!command) return -1;
     capi::run_shell(command.get());

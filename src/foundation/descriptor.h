@@ -28,6 +28,9 @@ class Descriptor {
   explicit operator bool() const { return fd_ >= 0; }
   int get() const { return fd_; }
 
+  // Gives it away, as to a stream that closes it.
+  int release() { return std::exchange(fd_, -1); }
+
   // False, with errno set, where that did not go well; it is closed all the same. Who does not need
   // to know leaves it to the destructor, which leaves errno alone.
   bool close() { return fd_ < 0 || ::close(std::exchange(fd_, -1)) == 0; }

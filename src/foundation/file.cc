@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 #include "foundation/file.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -10,7 +11,10 @@
 #include <cstring>
 
 #include "capi/util.h"
+#include "foundation/descriptor.h"
+#include "foundation/log.h"
 
+namespace capi {
 namespace {
 
 constexpr size_t kPathSize = 256;
@@ -19,15 +23,46 @@ bool make_directory(const char* path, mode_t mode) {
   return mkdir(path, mode) == 0 || errno == EEXIST;
 }
 
+// Sets errno as if the file were missing where it is anything else.
+bool is_regular(const struct stat& status, const char* path) {
+  if (S_ISREG(status.st_mode)) return true;
+  CAPI_LOG_AS("open_file", kLogWarning, "%s is not a regular file\n", path);
+  errno = ENOENT;
+  return false;
+}
+
+// Nobody may have to wait for the writer of a FIFO.
+Descriptor open_at_once(const char* path, int direction) {
+  return Descriptor(open(path, direction | O_NONBLOCK | O_CLOEXEC));
+}
+
+File open_regular_file(const char* path, const char* mode) {
+  Descriptor fd = open_at_once(path, strchr(mode, '+') != nullptr ? O_RDWR : O_RDONLY);
+  struct stat status {};
+  if (!fd || fstat(fd.get(), &status) != 0 || !is_regular(status, path)) return nullptr;
+  File file(fdopen(fd.get(), mode));
+  if (file) fd.release();
+  return file;
+}
+
 }  // namespace
 
-capi::File capi::open_file(const char* path, const char* mode) {
+File open_file(const char* path, const char* mode) {
+  if (mode[0] == 'r') return open_regular_file(path, mode);
   char closing_mode[8];
   snprintf(closing_mode, sizeof closing_mode, "%se", mode);
   return File(fopen(path, closing_mode));
 }
 
+bool is_odd_file(const char* path) {
+  struct stat status {};
+  return stat(path, &status) == 0 && !is_regular(status, path);
+}
+
+}  // namespace capi
+
 int mkdir_recur(const char* path, mode_t mode) {
+  using namespace capi;
   if (path == nullptr) return -1;
   const size_t length = strlen(path);
   if (length >= kPathSize) return -1;
@@ -54,7 +89,7 @@ int utils_write_to_file(const char* path, const void* buf, int size) {
 
 int utils_read_from_file(const char* path, void* buf, int n) {
   if (path == nullptr || buf == nullptr || n <= 0) return 0;
-  const capi::File file = capi::open_file(path, "rb");
+  const capi::File file(fopen(path, "rbe"));  // whatever it is: the caller's business
   if (!file) return 0;
   const size_t count = fread(buf, 1, static_cast<size_t>(n), file.get());
   if (count > 0) static_cast<char*>(buf)[count] = '\0';
@@ -62,5 +97,5 @@ int utils_read_from_file(const char* path, void* buf, int n) {
 }
 
 int utils_file_exist(const char* path) {
-  return path != nullptr && capi::open_file(path, "rb") ? 1 : 0;
+  return path != nullptr && capi::open_at_once(path, O_RDONLY) ? 1 : 0;
 }

@@ -67,7 +67,7 @@ bool write_content(const char* path, std::span<const uint8_t> bytes, const char*
 // A command that does not fit names a path that cannot exist. Nothing is copied of a file that has
 // no path: cp would take what follows for it.
 void run_copy(const char* from, const char* to, const char* suffix) {
-  if (from[0] == '\0') return;
+  if (from[0] == '\0' || is_odd_file(from)) return;
   char command[kCommandSize];
   const int length = snprintf(command, sizeof command, "cp -f %s %s%s", from, to, suffix);
   if (length >= 0 && static_cast<size_t>(length) < sizeof command) run_shell(command);

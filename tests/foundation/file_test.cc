@@ -11,9 +11,12 @@
 #include <cerrno>
 #include <filesystem>
 #include <string>
+#include <vector>
 
+#include "capi/log.h"
 #include "capi/util.h"
 #include "support/files.h"
+#include "support/log_capture.h"
 
 namespace capi::test {
 namespace {
@@ -32,6 +35,43 @@ TEST(OpenFileTest, NoProgramInheritsAFile) {
     ASSERT_TRUE(file) << mode;
     EXPECT_EQ(fcntl(fileno(file.get()), F_GETFD), FD_CLOEXEC) << mode;
   }
+}
+
+TEST(OpenFileTest, OnlyRegularFilesAreRead) {
+  capiv2_log_init(capture_log);
+  std::filesystem::remove_all(kPath);
+  ASSERT_EQ(mkfifo(kPath, 0666), 0);
+  for (const char* path : {kPath, "/dev/null", "/tmp"}) {
+    for (const char* mode : {"r", "rb", "r+t"}) {
+      if (path == std::string("/tmp") && mode[1] == '+') continue;  // the kernel's own refusal
+      clear_log();
+      errno = 0;
+      EXPECT_FALSE(open_file(path, mode)) << path;
+      EXPECT_EQ(errno, ENOENT) << path;
+      EXPECT_EQ(
+          captured_log(),
+          (std::vector<LogLine>{{4, "open_file", std::string(path) + " is not a regular file"}}));
+    }
+  }
+  EXPECT_TRUE(is_odd_file(kPath));
+  std::filesystem::remove(kPath);
+  clear_log();
+  EXPECT_FALSE(is_odd_file(kPath));
+  EXPECT_FALSE(open_file(kPath, "rb"));
+  write_file(kPath, "text");
+  EXPECT_FALSE(is_odd_file(kPath));
+  ASSERT_EQ(symlink(kPath, "/tmp/file.link"), 0);
+  EXPECT_TRUE(open_file("/tmp/file.link", "rb"));
+  EXPECT_TRUE(captured_log().empty());
+  std::filesystem::remove("/tmp/file.link");
+  capiv2_log_init(nullptr);
+}
+
+TEST(UtilsFileExistTest, DoesNotWaitForTheWriterOfAFifo) {
+  std::filesystem::remove_all(kPath);
+  ASSERT_EQ(mkfifo(kPath, 0666), 0);
+  EXPECT_EQ(utils_file_exist(kPath), 1);
+  std::filesystem::remove(kPath);
 }
 
 TEST(OpenFileTest, AModeKeepsItsMeaning) {
