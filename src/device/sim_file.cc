@@ -23,7 +23,8 @@ int put_line(int index, char* buf, void* ctx) {
   const auto& [key, field] = kSimFields[number];
   char value[sizeof record.sim_info.IMPI + 1];  // a field may lack its terminator
   get_field(record, field, 0, value, sizeof value);
-  return snprintf(buf, kBufferSize, "%s=%s\n", kSimFields.text(key).data(), value);
+  const std::string_view text = first_line(value);
+  return snprintf(buf, kBufferSize, "%s=%.*s\n", kSimFields.text(key).data(), CAPI_TEXT_ARG(text));
 }
 
 constexpr char kName[] = "info.simcard";

@@ -21,6 +21,12 @@ std::string_view without_line_end(std::string_view line) {
   return line;
 }
 
+std::string_view first_line(std::string_view text) {
+  size_t length = 0;
+  while (length < text.size() && text[length] != '\n' && text[length] != '\r') ++length;
+  return head(text, length);
+}
+
 int32_t parse_int32(const char* text) {
   // Most numbers are plain, and short enough to fit in any case.
   const bool is_negative = *text == '-';

@@ -58,6 +58,10 @@ inline std::string_view tail(std::string_view text, size_t count) {
 // A line without its end: at most two characters go, "\r\n" in either order.
 std::string_view without_line_end(std::string_view line);
 
+// A text up to its first line end. A value that goes into a line of a file ends there: the rest
+// would be lines of its own.
+std::string_view first_line(std::string_view text);
+
 // What strtol makes of a decimal number where long has 32 bits: saturated, and 0 for no number.
 int32_t parse_int32(const char* text);
 

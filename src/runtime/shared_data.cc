@@ -36,7 +36,7 @@ constexpr Slot kSlots[] = {SLOT(shared_reg_summary[0]),  SLOT(shared_reg_summary
 constexpr size_t kFileSize = 1024;
 
 int format(char* buf, size_t size, const capi_shared_reg_summary& block) {
-  const std::string_view status = bounded(block.regstatus);
+  const std::string_view status = first_line(bounded(block.regstatus));
   return snprintf(buf, size, "line=%d,regstatus=%.*s,vm=%d,noe911=%d,simdeactived=%d,callfailed=%d",
                   block.line, CAPI_TEXT_ARG(status), block.vm, block.noe911, block.simdeactived,
                   block.callfailed);
@@ -46,8 +46,8 @@ int format(char* buf, size_t size, const capi_shared_call_state& block) {
   int length = snprintf(buf, size, "line=%d", block.line);
   for (int i = 0; i < CAPI_CALLS_PER_LINE; ++i) {
     const capi_shared_call& call = block.call[i];
-    const std::string_view name = bounded(call.name);
-    const std::string_view number = bounded(call.number);
+    const std::string_view name = first_line(bounded(call.name));
+    const std::string_view number = first_line(bounded(call.number));
     length += snprintf(buf + length, size - static_cast<size_t>(length),
                        ",state%d=%d,name%d=%.*s,number%d=%.*s", i + 1, call.state, i + 1,
                        CAPI_TEXT_ARG(name), i + 1, CAPI_TEXT_ARG(number));

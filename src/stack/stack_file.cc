@@ -120,7 +120,7 @@ class StackFileWriter {
   void write_line(const Row& line) {
     if (line.source == Source::BlockList) return write_block_list(line);
     NumberText number;
-    const std::string_view value = value_of(line, number);
+    const std::string_view value = first_line(value_of(line, number));
     const char* format = line.source == Source::DialPlan ? "%s=(%.*s)\n" : "%s=%.*s\n";
     fprintf(file_, format, key(line), CAPI_TEXT_ARG(value));
   }
@@ -128,7 +128,7 @@ class StackFileWriter {
   void write_block_list(const Row& list) {
     for (int i = 0; i < CAPI_CALL_BLOCKS; ++i) {
       NumberText number;
-      const std::string_view entry = field_text(record_, list.named.field, i, number);
+      const std::string_view entry = first_line(field_text(record_, list.named.field, i, number));
       fprintf(file_, "%s%d=%.*s\n", key(list), i, CAPI_TEXT_ARG(entry));
     }
   }

@@ -48,6 +48,13 @@ TEST_F(SimFileTest, HoldsTheSevenValuesInOrder) {
   EXPECT_EQ(read_file(kPath), kContent);
 }
 
+TEST_F(SimFileTest, ALineEndInAValueMakesNoSecondLine) {
+  strcpy(segment().sim_info.IMPU, "sip:impu@x\nMSISDN=666");
+  strcpy(segment().sim_info.MBDN, "1666\r\n[SIM]");
+  refresh();
+  EXPECT_EQ(read_file(kPath), kContent);
+}
+
 TEST_F(SimFileTest, ReplacesWhatWasThere) {
   write_file(kPath, std::string(4096, 'x'));
   refresh();

@@ -27,6 +27,14 @@ std::string trimmed_right(std::string text, char ch) {
   return text.c_str();
 }
 
+TEST(FirstLineTest, EndsAtTheFirstLineEnd) {
+  EXPECT_EQ(first_line("one\ntwo"), "one");
+  EXPECT_EQ(first_line("one\r\ntwo"), "one");
+  EXPECT_EQ(first_line("one"), "one");
+  EXPECT_EQ(first_line("\none"), "");
+  EXPECT_EQ(first_line(""), "");
+}
+
 TEST(StrcpySafeTest, CopiesOneCharacterLessThanTheSize) {
   char buf[4];
   strcpy_safe(buf, "abcdef", 4);

@@ -69,6 +69,21 @@ constexpr char kCall[] =
     "line=2,state1=4,name1=caller 0,number1=5550000,state2=5,name2=caller 1,number2=5550001,"
     "state3=6,name3=caller 2,number3=5550002";
 
+TEST_F(SharedDataTest, ALineEndInAValueMakesNoSecondLine) {
+  capi_shared_reg_summary reg{};
+  strcpy(reg.regstatus, "ok\nline=1");
+  capi_shared_call_state call{};
+  strcpy(call.call[0].name, "a\nb");
+  strcpy(call.call[2].number, "1\r\n2");
+  EXPECT_EQ(capi_set_shared_data(0, &reg), 0);
+  EXPECT_EQ(capi_set_shared_data(2, &call), 0);
+  expect_files(
+      both("line=0,regstatus=ok,vm=0,noe911=0,simdeactived=0,callfailed=0", kNoReg),
+      both("line=0,state1=0,name1=a,number1=,state2=0,name2=,number2=,state3=0,name3=,number3=1",
+           kNoCall),
+      both(kNoPhone, kNoPhone));
+}
+
 TEST_F(SharedDataTest, EveryTypeHasItsBlockAndItsLine) {
   const capi_shared_reg_summary reg = reg_summary();
   const capi_shared_call_state call = call_state();

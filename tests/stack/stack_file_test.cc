@@ -203,6 +203,20 @@ TEST_F(StackFileTest, TextsAreWrittenAsTheyAre) {
   EXPECT_THAT(section(1, "RADV"), Contains("user_agent=%s%n \xc3\xa4=;#"));
 }
 
+TEST_F(StackFileTest, ALineEndInAValueMakesNoSecondLine) {
+  const std::string plain = make(1);
+  cfg_shared_record& record = segment();
+  const auto add_line_end = [](auto& field) { strcat(field, "\n[RADV]\nuser_agent=stranger"); };
+  add_line_end(record.sim_info.IMPU);
+  add_line_end(record.sim_info.IMPI);
+  add_line_end(record.voice_basic.user_agent);
+  add_line_end(record.voice_basic.dial_plan);
+  add_line_end(record.call_block.entry[0]);
+  strcat(record.bb_if_name, "\r\nx=1");
+  for (const FileType& type : kTypes) EXPECT_THAT(make(type.type), Not(HasSubstr("stranger")));
+  EXPECT_EQ(make(1), plain);
+}
+
 TEST_F(StackFileTest, TextsWithoutTerminatorEndAtTheirWidth) {
   cfg_shared_record& record = segment();
   memset(record.directory, 'x', offsetof(cfg_shared_record, cs_reg_stat));
