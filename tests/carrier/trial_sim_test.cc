@@ -11,7 +11,7 @@ namespace {
 
 constexpr char kFile[] = "/quorbleconf/config/test_sim_info";
 
-class TestSimTest : public Adapter {
+class TrialSimTest : public Adapter {
  protected:
   // "MCC/MNC/id" of a file of this content, or "<-1>".
   static std::string read(const std::string& content) {
@@ -36,14 +36,14 @@ class TestSimTest : public Adapter {
   }
 };
 
-TEST_F(TestSimTest, ALineHoldsMccMncAndId) {
+TEST_F(TrialSimTest, ALineHoldsMccMncAndId) {
   EXPECT_EQ(read("999 99 1\n"), "999/99/1");
   EXPECT_EQ(read("999 123 38"), "999/123/38");
   EXPECT_EQ(read(" \t999\t99   007 and more\nsecond\n"), "999/99/7");
   EXPECT_EQ(captured_log().size(), 0u);
 }
 
-TEST_F(TestSimTest, WithoutAFileNothingIsSaid) {
+TEST_F(TrialSimTest, WithoutAFileNothingIsSaid) {
   char mcc[4];
   char mnc[4];
   uint32_t id = 0;
@@ -51,7 +51,7 @@ TEST_F(TestSimTest, WithoutAFileNothingIsSaid) {
   EXPECT_EQ(captured_log().size(), 0u);
 }
 
-TEST_F(TestSimTest, ALineWithFewerThanThreeFieldsIsShown) {
+TEST_F(TrialSimTest, ALineWithFewerThanThreeFieldsIsShown) {
   EXPECT_EQ(read("999 99"), "<-1>");
   expect_log("invalid sim info format: 999 99");
   EXPECT_EQ(read("999 99 one\n999 99 1\n"), "<-1>");
@@ -64,7 +64,7 @@ TEST_F(TestSimTest, ALineWithFewerThanThreeFieldsIsShown) {
   expect_log("invalid sim info format: ");
 }
 
-TEST_F(TestSimTest, ValuesOutOfRangeAreShown) {
+TEST_F(TrialSimTest, ValuesOutOfRangeAreShown) {
   for (const char* line : {"99 99 1", "9999 99 1", "999 9 1", "999 9999 1", "999 99 0", "999 99 39",
                            "999 99 -1", "999 99 4294967297", "999 99 99999999999999999999999999"}) {
     EXPECT_EQ(read(line), "<-1>");
@@ -72,7 +72,7 @@ TEST_F(TestSimTest, ValuesOutOfRangeAreShown) {
   }
 }
 
-TEST_F(TestSimTest, AnyContentIsNoHarm) {
+TEST_F(TrialSimTest, AnyContentIsNoHarm) {
   EXPECT_EQ(read(std::string(100000, '9')), "<-1>");
   expect_log("invalid sim info format: " + std::string(511, '9'));
   const std::string words = std::string(300, '9') + " " + std::string(300, '9');
@@ -83,7 +83,7 @@ TEST_F(TestSimTest, AnyContentIsNoHarm) {
   expect_log("invalid sim info format: 999");
 }
 
-TEST_F(TestSimTest, ADirectoryHasNoLine) {
+TEST_F(TrialSimTest, ADirectoryHasNoLine) {
   std::filesystem::create_directories(kFile);
   char mcc[4];
   char mnc[4];
@@ -92,7 +92,7 @@ TEST_F(TestSimTest, ADirectoryHasNoLine) {
   expect_log("invalid sim info format: ");
 }
 
-TEST_F(TestSimTest, NullFails) {
+TEST_F(TrialSimTest, NullFails) {
   write_file(kFile, "999 99 1\n");
   char text[4];
   uint32_t id = 0;
