@@ -1,13 +1,14 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
-// Which carrier a SIM belongs to.
-#include "capi/carrier.h"
+#include "carrier/carrier.h"
 
 #include <cstring>
 
 #include "capi/backend.h"
 #include "capi/device.h"
 #include "carrier/carrier_rows.h"
+#include "carrier/trial_sim.h"
+#include "device/sim_info.h"
 #include "foundation/log.h"
 #include "foundation/text.h"
 #include "record/context.h"
@@ -15,7 +16,6 @@
 namespace capi {
 namespace {
 
-using carrier_rows::begins_with_plmn;
 using carrier_rows::kRows;
 using carrier_rows::kTestRow;
 using carrier_rows::Row;
@@ -27,7 +27,7 @@ void get_sim_id(char (&id)[kSimIdSize], const char* given, int index) {
   if (given != nullptr) {
     strcpy_safe(id, given, kSimIdSize);
   } else {
-    capi_get_simcard_info(index, id, kSimIdSize - 1);
+    get_sim_info(index, id, kSimIdSize - 1);
   }
 }
 
@@ -71,40 +71,41 @@ capi_carrier_info to_record(const Row& row) {
 }
 
 // A SIM that is tried out stands for a carrier that the device knows.
-bool find_test_carrier(std::string_view imsi, capi_carrier_info& out) {
-  char mcc[4];
-  char mnc[4];
-  uint32_t id = 0;
-  if (capi_get_test_sim_info(mcc, mnc, &id) != 0) return false;
-  const Row* row = find_row(id);
-  if (row == nullptr || !begins_with_plmn(imsi, mcc, mnc)) return false;
+bool find_trial_carrier(std::string_view imsi, capi_carrier_info& out) {
+  TrialSim sim;
+  if (!read_trial_sim(sim)) return false;
+  const Row* row = find_row(sim.id);
+  if (row == nullptr || !sim.has_network_of(imsi)) return false;
   out = to_record(*row);
-  out.mnc_length = static_cast<uint32_t>(strlen(mnc));
+  out.mnc_length = static_cast<uint32_t>(strlen(sim.mnc));
   return true;
 }
 
 }  // namespace
-}  // namespace capi
 
-int capi_get_carrier_info(const char* imsi, const char* iccid, capi_carrier_info* out) {
-  using namespace capi;
-  if (out == nullptr) return -1;
-  *out = {};
+int find_carrier(const char* imsi, const char* iccid, capi_carrier_info& out) {
+  out = {};
   char own_imsi[kSimIdSize] = {};
   char own_iccid[kSimIdSize] = {};
   get_sim_id(own_imsi, imsi, CAPI_SIM_IMSI);
   get_sim_id(own_iccid, iccid, CAPI_SIM_ICCID);
   if (own_imsi[0] == '\0' || own_iccid[0] == '\0') {
-    CAPI_LOG(kLogWarning, "no imsi or iccid data\n");
+    CAPI_LOG_AS("capi_get_carrier_info", kLogWarning, "no imsi or iccid data\n");
     return -1;
   }
   if (const Row* row = find_row(own_imsi, own_iccid)) {
-    *out = to_record(*row);
+    out = to_record(*row);
     return 0;
   }
-  if (find_test_carrier(own_imsi, *out)) return 0;
-  *out = to_record(kTestRow);
+  if (find_trial_carrier(own_imsi, out)) return 0;
+  out = to_record(kTestRow);
   return -1;
+}
+
+}  // namespace capi
+
+int capi_get_carrier_info(const char* imsi, const char* iccid, capi_carrier_info* out) {
+  return out != nullptr ? capi::find_carrier(imsi, iccid, *out) : -1;
 }
 
 int capi_get_carrier_info_ext(const char* name, capi_carrier_info* out) {

@@ -6,7 +6,7 @@
 #include <cstring>
 #include <iterator>
 
-#include "capi/carrier.h"
+#include "carrier/carrier.h"
 #include "foundation/line_lookup.h"
 #include "foundation/log.h"
 #include "foundation/text.h"
@@ -47,7 +47,7 @@ int capi_get_carrier_cfg(const char* imsi, const char* iccid, unsigned index, ch
   using namespace capi;
   if (buf != nullptr) memset(buf, 0, buffer_size(len));
   capi_carrier_info carrier{};
-  if (capi_get_carrier_info(imsi, iccid, &carrier) != 0) {
+  if (find_carrier(imsi, iccid, carrier) != 0) {
     CAPI_LOG(kLogWarning, "Can't get carrier file!");
     return -1;
   }

@@ -10,6 +10,7 @@
 #include "capi/backend.h"
 #include "capi/carrier.h"
 #include "carrier/carrier_rows.h"
+#include "carrier/trial_sim.h"
 #include "device/sim_file.h"
 #include "foundation/file.h"
 #include "foundation/log.h"
@@ -34,11 +35,9 @@ bool is_supported(std::string_view text) {
   return false;
 }
 
-bool is_test_sim(std::string_view imsi) {
-  char mcc[4];
-  char mnc[4];
-  uint32_t id = 0;
-  return capi_get_test_sim_info(mcc, mnc, &id) == 0 && begins_with_plmn(imsi, mcc, mnc);
+bool is_tried_out(std::string_view imsi) {
+  TrialSim sim;
+  return read_trial_sim(sim) && sim.has_network_of(imsi);
 }
 
 struct Identity {
@@ -92,6 +91,6 @@ int capi_check_simcard() {
   Identity identity{};
   if (!read_sim_file(identity)) return 1;
   const bool usable =
-      is_supported(identity.imsi) || is_supported(identity.impi) || is_test_sim(identity.imsi);
+      is_supported(identity.imsi) || is_supported(identity.impi) || is_tried_out(identity.imsi);
   return usable ? 0 : 1;
 }

@@ -1,12 +1,13 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
-// The file with which people try out a SIM that the device does not know.
+#include "carrier/trial_sim.h"
 
 #include <cstdio>
 #include <cstdlib>
-#include <string_view>
+#include <cstring>
 
 #include "capi/carrier.h"
+#include "carrier/carrier_rows.h"
 #include "foundation/file.h"
 #include "foundation/log.h"
 #include "foundation/text.h"
@@ -17,7 +18,8 @@ namespace {
 constexpr char kPath[] = "/quorbleconf/config/test_sim_info";
 constexpr char kBlanks[] = " \t\n\v\f\r";
 
-struct TestSim {
+// The fields of the line.
+struct Fields {
   std::string_view mcc;
   std::string_view mnc;
   unsigned long id;
@@ -32,7 +34,7 @@ std::string_view next_word(std::string_view& text) {
 }
 
 // False when the line, which is terminated, does not hold two words and a number.
-bool parse(std::string_view line, TestSim& sim) {
+bool parse(std::string_view line, Fields& sim) {
   sim.mcc = next_word(line);
   sim.mnc = next_word(line);
   char* end = nullptr;
@@ -40,32 +42,47 @@ bool parse(std::string_view line, TestSim& sim) {
   return end != line.data();
 }
 
-bool is_valid(const TestSim& sim) {
+bool is_valid(const Fields& sim) {
   return sim.mcc.size() == 3 && (sim.mnc.size() == 2 || sim.mnc.size() == 3) && sim.id >= 1 &&
          sim.id <= 38;
 }
 
 }  // namespace
+
+bool TrialSim::has_network_of(std::string_view imsi) const {
+  return carrier_rows::begins_with_plmn(imsi, mcc, mnc);
+}
+
+bool read_trial_sim(TrialSim& sim) {
+  constexpr char kFunc[] = "capi_get_test_sim_info";
+  const File file = open_file(kPath, "r");
+  if (!file) return false;
+  char line[512] = {};
+  if (fgets(line, sizeof line, file.get()) == nullptr) line[0] = '\0';
+  Fields fields{};
+  if (!parse(line, fields)) {
+    CAPI_LOG_AS(kFunc, kLogErr, "invalid sim info format: %s\n", line);
+    return false;
+  }
+  if (!is_valid(fields)) {
+    CAPI_LOG_AS(kFunc, kLogErr, "invalid sim info value: %s\n", line);
+    return false;
+  }
+  copy_text(sim.mcc, fields.mcc);
+  copy_text(sim.mnc, fields.mnc);
+  sim.id = static_cast<uint32_t>(fields.id);
+  return true;
+}
+
 }  // namespace capi
 
 int capi_get_test_sim_info(char* mcc, char* mnc, uint32_t* id) {
   using namespace capi;
   if (mcc == nullptr || mnc == nullptr || id == nullptr) return -1;
-  const File file = open_file(kPath, "r");
-  if (!file) return -1;
-  char line[512] = {};
-  if (fgets(line, sizeof line, file.get()) == nullptr) line[0] = '\0';
-  TestSim sim{};
-  if (!parse(line, sim)) {
-    CAPI_LOG(kLogErr, "invalid sim info format: %s\n", line);
-    return -1;
-  }
-  if (!is_valid(sim)) {
-    CAPI_LOG(kLogErr, "invalid sim info value: %s\n", line);
-    return -1;
-  }
-  copy_text(mcc, sizeof "999", sim.mcc);
-  copy_text(mnc, sizeof "999", sim.mnc);
-  *id = static_cast<uint32_t>(sim.id);
+  TrialSim sim;
+  if (!read_trial_sim(sim)) return -1;
+  memcpy(mcc, sim.mcc, sizeof sim.mcc);
+  memcpy(mnc, sim.mnc, sizeof sim.mnc);
+  *id = sim.id;
   return 0;
 }

@@ -1,6 +1,6 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
-// The values of the SIM.
+#include "device/sim_info.h"
 
 #include "capi/device.h"
 #include "device/sim_file.h"
@@ -15,6 +15,8 @@
 namespace capi {
 namespace {
 
+constexpr char kFunc[] = "capi_get_simcard_info";
+
 const KeyedField* sim_field(int index) {
   const bool known = index >= 0 && static_cast<size_t>(index) < kSimFields.size();
   return known ? &kSimFields[static_cast<size_t>(index)] : nullptr;
@@ -27,7 +29,7 @@ int look_up_sim_file(const KeyedField* row, char* buf, int len) {
   const CriticalSection section(kVopRunInfoLock);
   const File file = open_file(path, "r");
   if (!file) {
-    CAPI_LOG_AS("capi_get_simcard_info", kLogWarning, "open %s failed!", path);
+    CAPI_LOG_AS(kFunc, kLogWarning, "open %s failed!", path);
     return -1;
   }
   if (row == nullptr) return -1;
@@ -43,12 +45,19 @@ int get_sim_value(int index, char* buf, int len) {
 }
 
 }  // namespace
+
+int get_sim_info(int index, char* buf, int len) {
+  const int result = get_sim_value(index, buf, len);
+  if (result == -1) {
+    CAPI_LOG_AS(kFunc, kLogNotice, "Can't get simcard info index-%d,  error!", index);
+  }
+  return result;
+}
+
 }  // namespace capi
 
 int capi_get_simcard_info(int index, char* buf, int len) {
-  const int result = capi::get_sim_value(index, buf, len);
-  if (result == -1) CAPI_LOG(capi::kLogNotice, "Can't get simcard info index-%d,  error!", index);
-  return result;
+  return capi::get_sim_info(index, buf, len);
 }
 
 int capi_cfg_update_simcard_file() {

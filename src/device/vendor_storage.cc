@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
 // Vendor storage: two opaque blocks, one of them kept in a file as well, and three facts to read.
+#include "device/vendor_storage.h"
 
 #include <unistd.h>
 
@@ -70,12 +71,11 @@ int write_voice_file(const void* buf) {
   return done ? 0 : -1;
 }
 
-int get_ims_voice(void* buf, int len) {
+void copy_ims_voice(void* block) {
   with_shared_record([&](const cfg_shared_record& record) {
-    memcpy(buf, record.ims_voice, sizeof record.ims_voice);
+    memcpy(block, record.ims_voice, sizeof record.ims_voice);
     return 0;
   });
-  return len == CAPI_IMS_VOICE_BYTES ? read_voice_file(buf) : -1;
 }
 
 int set_ims_voice(const void* buf, int len) {
@@ -153,7 +153,9 @@ int get_item(int type, char* buf, int len) {
   constexpr Field kUuid = CAPI_FIELD_OF(sys_uuid);
   switch (type) {
     case CAPI_QUORBLE_IMS_VOICE:
-      return get_ims_voice(buf, len);
+      if (len == CAPI_IMS_VOICE_BYTES) return get_ims_voice(buf);
+      copy_ims_voice(buf);
+      return -1;
     case CAPI_QUORBLE_MSISDN:
       return get_msisdn(buf, len);
     case CAPI_QUORBLE_SERVING_CELL:
@@ -166,6 +168,12 @@ int get_item(int type, char* buf, int len) {
 }
 
 }  // namespace
+
+int get_ims_voice(void* block) {
+  copy_ims_voice(block);
+  return read_voice_file(block);
+}
+
 }  // namespace capi
 
 int capi_get_quorble_info(int type, void* buf, int len) {

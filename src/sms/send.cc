@@ -9,8 +9,11 @@
 #include "capi/device.h"
 #include "capi/event.h"
 #include "capi/sms.h"
+#include "device/sim_info.h"
+#include "device/vendor_storage.h"
 #include "foundation/log.h"
 #include "foundation/text.h"
+#include "record/segment_text.h"
 #include "sms/id_text.h"
 #include "sms/message.h"
 #include "sms/path.h"
@@ -34,7 +37,7 @@ void put_international(Number& local, std::string_view number) {
 bool put_ims_number(Number& local) {
   constexpr size_t kOffset = 448;
   char block[CAPI_IMS_VOICE_BYTES] = {};
-  if (capi_get_quorble_info(CAPI_QUORBLE_IMS_VOICE, block, sizeof block) != 0) return false;
+  if (get_ims_voice(block) != 0) return false;
   const std::string_view number = bounded(block + kOffset, sizeof block - kOffset);
   if (number.empty()) return false;
   put_international(local, number);
@@ -42,10 +45,10 @@ bool put_ims_number(Number& local) {
 }
 
 void put_lte_number(Number& local) {
-  constexpr size_t kOffset = 4;
-  char answer[36] = {};
-  if (capi_get_quorble_info(CAPI_QUORBLE_MSISDN, answer, sizeof answer) != 0) return;
-  const std::string_view number = bounded(answer + kOffset, sizeof answer - kOffset);
+  constexpr Field kMsisdn = CAPI_FIELD_OF(serving_cell.msisdn);
+  char text[kMsisdn.capacity];
+  if (get_segment_text(kMsisdn, text, sizeof text, IfEmpty::Succeed) != 0) return;
+  const std::string_view number = bounded(text);
   if (starts_with(number, "+")) {
     copy_text(local, number);
   } else if (!number.empty()) {
@@ -55,7 +58,7 @@ void put_lte_number(Number& local) {
 
 // False when no SIM is known.
 bool put_sender(capi_sms_record& message) {
-  if (capi_get_simcard_info(CAPI_SIM_IMSI, message.imsi, sizeof message.imsi) != 0) {
+  if (get_sim_info(CAPI_SIM_IMSI, message.imsi, sizeof message.imsi) != 0) {
     CAPI_LOG_AS(kFunc, kLogWarning, "SIM is not ready\n");
     return false;
   }

@@ -6,10 +6,13 @@
 
 #include "capi/device.h"
 #include "capi/sms.h"
+#include "device/sim_info.h"
 #include "foundation/log.h"
 #include "foundation/text.h"
 #include "sms/image.h"
 #include "sms/message.h"
+#include "sms/path.h"
+#include "sms/store.h"
 
 namespace capi {
 namespace {
@@ -27,7 +30,7 @@ struct Filter {
 // False when it takes the SIM's IMSI and that is not known.
 bool make_filter(int all, Filter& filter) {
   filter = {.all = all != 0, .imsi = {}};
-  return filter.all || capi_get_simcard_info(CAPI_SIM_IMSI, filter.imsi, sizeof filter.imsi) == 0;
+  return filter.all || get_sim_info(CAPI_SIM_IMSI, filter.imsi, sizeof filter.imsi) == 0;
 }
 
 // What a message is found again by.
@@ -141,6 +144,12 @@ int get_beside(const void* image, const capi_sms_record* current, capi_sms_recor
   return make_filter(all, filter) ? give(find(image, mark, filter), *record) : -1;
 }
 
+// The lock is held while the file is read only: callbacks may call the library.
+Allocated<uint8_t> load(int selector) {
+  const SmsAccess access;
+  return load_sms_file(access.path(selector));
+}
+
 // Hands out a copy: what stands in the image is only as long as its text.
 void dump_image(const void* image, capi_sms_record& copy, capi_sms_dump_cb callback,
                 void* context) {
@@ -179,12 +188,10 @@ int capi_voip_sms_dump(int selector, capi_sms_dump_cb callback, void* context) {
   using namespace capi;
   if (callback == nullptr) return -1;
   const auto copy = allocate_sms(__func__);
-  if (!copy) return -1;
-  void* image = nullptr;
-  const int result = capi_voip_sms_load(selector, &image);
-  if (result != 0) return result;
-  dump_image(image, *copy, callback, context);
-  capi_voip_sms_unload(&image);
+  if (!copy || !is_sms_selector(selector)) return -1;
+  const auto image = load(selector);
+  if (!image) return -1;
+  dump_image(image.get(), *copy, callback, context);
   return 0;
 }
 
