@@ -1,13 +1,11 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
-// The public calls: each settles the path, takes lock 2 for one operation on the file and posts a
-// signal where it may have changed something.
+// The public calls: an operation on the file under its lock, and the signal where it may have
+// changed something.
 
 #include <unistd.h>
 
 #include <cstdio>
-#include <cstdlib>
-#include <memory>
 
 #include "call_log/assembly.h"
 #include "call_log/file.h"
@@ -16,32 +14,22 @@
 #include "capi/call_log.h"
 #include "capi/event.h"
 #include "foundation/file.h"
+#include "foundation/memory.h"
 #include "foundation/shell.h"
 
 namespace capi {
 namespace {
-
-template <typename Operation>
-int with_call_log(const Operation& operation) {
-  const CallLogPath path = call_log_path();
-  const CriticalSection section(kCallLogLock);
-  return operation(path.text);
-}
 
 int tell_others(int result) {
   capi_fire_internal_event("vop_sig_voip_call_log_event_updated");
   return result;
 }
 
-struct TextFreer {
-  void operator()(char* text) const { free(text); }
-};
-using Text = std::unique_ptr<char, TextFreer>;
-
 // A path of the caller's may have any length, and a command that is cut would copy elsewhere.
-Text copy_command(const char* from, const char* to) {
+Allocated<char> copy_command(const char* from, const char* to) {
   char* command = nullptr;
-  return Text(asprintf(&command, "cp %s %s &> /dev/null", from, to) != -1 ? command : nullptr);
+  const int length = asprintf(&command, "cp %s %s &> /dev/null", from, to);
+  return Allocated<char>(length != -1 ? command : nullptr);
 }
 
 // Belongs to the one thread that reports calls in halves.
@@ -128,7 +116,7 @@ int capi_voip_call_log_backup(const char* destination) {
   if (destination == nullptr) return -1;
   return with_call_log([&](const char* path) {
     if (access(path, F_OK) != 0 || capi::is_odd_file(path)) return -1;
-    const capi::Text command = capi::copy_command(path, destination);
+    const auto command = capi::copy_command(path, destination);
     if (!command) return -1;
     capi::run_shell(command.get());
     return 0;

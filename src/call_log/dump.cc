@@ -3,6 +3,7 @@
 #include "call_log/dump.h"
 
 #include "call_log/file.h"
+#include "call_log/path.h"
 #include "call_log/store.h"
 #include "capi/call_log.h"
 #include "foundation/log.h"
@@ -39,6 +40,12 @@ int walk(const capi_call_log_image& image, const Walk& way, capi_call_log_cb cal
   return 0;
 }
 
+// The lock is held while the file is read only: callbacks may call the library.
+int read_image(capi_call_log_image& image) {
+  return with_call_log([&](const char* path)
+                           CAPI_REQUIRES(kCallLogLock) { return read_call_log(path, &image); });
+}
+
 }  // namespace
 
 int dump_image(const capi_call_log_image& image, unsigned selector, capi_call_log_cb callback,
@@ -61,14 +68,12 @@ int dump_whole_image(const capi_call_log_image& image, capi_call_log_cb callback
 
 }  // namespace capi
 
-// The lock is held while the file is read only: callbacks may call the library.
-
 int capi_voip_call_log_dump(unsigned selector, capi_call_log_cb callback, void* user) {
   using namespace capi;
   if (selector > CAPI_CALL_LOG_TYPES) return -1;
   const ImageOwner image = make_image(__func__);
   if (!image) return -1;
-  const int result = capi_voip_read_call_log(image.get());
+  const int result = read_image(*image);
   if (result != 0) {
     CAPI_LOG(kLogErr, "ERROR: capi_voip_read_call_log, result: %d\n", result);
     return result;
@@ -80,7 +85,7 @@ int capi_voip_call_log_dump_all(capi_call_log_cb callback, void* user) {
   using namespace capi;
   const ImageOwner image = make_image(__func__);
   if (!image) return -1;
-  const int result = capi_voip_read_call_log(image.get());
+  const int result = read_image(*image);
   if (result != 0) {
     CAPI_LOG(kLogWarning, "Read call log failed\n");
     return result;

@@ -6,19 +6,15 @@
 
 #include <bit>
 #include <cstdint>
-#include <cstdlib>
-#include <memory>
 
 #include "capi/call_log.h"
+#include "foundation/memory.h"
 
 namespace capi {
 
 static_assert(std::endian::native == std::endian::little, "the file's bytes are used as they are");
 
-struct ImageFreer {
-  void operator()(capi_call_log_image* image) const { free(image); }
-};
-using ImageOwner = std::unique_ptr<capi_call_log_image, ImageFreer>;
+using ImageOwner = Allocated<capi_call_log_image>;
 
 // Memory for an image, which is yet to be read or made; null without memory.
 ImageOwner new_image();

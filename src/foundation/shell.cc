@@ -7,15 +7,12 @@
 #include <cstring>
 
 #include "capi/util.h"
+#include "foundation/memory.h"
 #include "foundation/text.h"
 
 namespace {
 
 constexpr size_t kLineSize = 1024;
-
-struct Freer {
-  void operator()(void* memory) const { free(memory); }
-};
 
 // A signal that is handled meanwhile is no end.
 int next_character(FILE* file) {
@@ -49,12 +46,12 @@ int get_linedata_from_pipe(const char* command, int line_no, char* buf, int len)
   if (command == nullptr || buf == nullptr || len <= 0) return -1;
   const auto size = static_cast<size_t>(len);
   memset(buf, 0, size);
-  const std::unique_ptr<char, Freer> line(static_cast<char*>(malloc(kLineSize)));
+  const capi::Allocated<char> line(static_cast<char*>(malloc(kLineSize)));
   if (!line) return -1;
-  const capi::Pipe pipe(popen(command, "re"));
-  if (!pipe) return -1;
+  const capi::CommandOutput output(popen(command, "re"));
+  if (!output) return -1;
 
-  for (int number = 1; read_line(pipe.get(), line.get(), kLineSize); ++number) {
+  for (int number = 1; read_line(output.get(), line.get(), kLineSize); ++number) {
     if (number != line_no) continue;
     capi::copy_text(buf, size, capi::without_line_end(line.get()));
     return 0;

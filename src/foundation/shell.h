@@ -8,10 +8,11 @@
 
 namespace capi {
 
-struct PipeCloser {
-  void operator()(FILE* pipe) const { pclose(pipe); }
+// What a command prints, as popen() hands it out. The destructor waits for the command to end.
+struct CommandEnder {
+  void operator()(FILE* output) const { pclose(output); }
 };
-using Pipe = std::unique_ptr<FILE, PipeCloser>;
+using CommandOutput = std::unique_ptr<FILE, CommandEnder>;
 
 // Runs a command; nobody looks at how it ended.
 void run_shell(const char* command);

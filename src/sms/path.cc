@@ -2,7 +2,6 @@
 // SPDX-License-Identifier: MIT
 #include "sms/path.h"
 
-#include <atomic>
 #include <cstring>
 
 namespace capi {
@@ -10,53 +9,51 @@ namespace {
 
 constexpr char kSmsFallbackDir[] = "/quorbleconf/ims_data";
 constexpr char kReceivedFallback[] = "/quorbleconf/ims_data/sm_recv";
+constexpr char kNames[][8] = {"sm_recv", "sm_send"};  // by selector
+static_assert(CAPI_SMS_RECEIVED == 0 && CAPI_SMS_SENT == 1);
+constexpr int kSelectors[] = {CAPI_SMS_RECEIVED, CAPI_SMS_SENT};
 
-// Of this process, under lock 18.
-SmsPaths process_paths;
+constinit SmsPaths process_paths;
 
-// Whether these stay as they are, received and sent: then no lock is needed to look at them.
-constinit std::atomic<bool> paths_stay[2];
-
-bool stays(int selector) { return paths_stay[selector].load(std::memory_order_acquire); }
-
-bool is_open(const char* path) { return path[0] == '\0' || strcmp(path, kReceivedFallback) == 0; }
+// The fallback of the sent messages is not asked for here: once taken, it stays.
+bool stays(const char* path) {
+  return path[0] != '\0' && strcmp(path, kReceivedFallback) != 0;
+}
 
 }  // namespace
 
-void settle_sms_paths(SmsPaths& paths, std::string_view nv_dir) {
-  if (is_open(paths[CAPI_SMS_RECEIVED])) {
-    make_path(paths[CAPI_SMS_RECEIVED], nv_dir, "sm_recv", kSmsFallbackDir);
-  }
-  // The fallback of the sent messages is not asked for here: once taken, it stays.
-  if (is_open(paths[CAPI_SMS_SENT])) {
-    make_path(paths[CAPI_SMS_SENT], nv_dir, "sm_send", kSmsFallbackDir);
-  }
+FilePath SmsPaths::find(int selector, std::string_view nv_dir) const {
+  if (is_kept(selector)) return kept_[selector].path();
+  FilePath path;
+  make_path(path.text, kSmsPathSize, nv_dir, kNames[selector], kSmsFallbackDir);
+  return path;
 }
 
-SmsAccess::NvDir::NvDir() {
-  if (stays(CAPI_SMS_RECEIVED) && stays(CAPI_SMS_SENT)) return;
-  get_nv_dir(text);
+const FilePath& SmsPaths::keep(int selector, const FilePath& path) {
+  if (stays(path.text)) kept_[selector].keep(path);
+  return is_kept(selector) ? kept_[selector].path() : path;
 }
 
-SmsAccess::SmsAccess() : section_(kVoiceSmsLock), paths_(process_paths) {
-  settle_sms_paths(process_paths, nv_dir_.text);
-  for (const int selector : {CAPI_SMS_RECEIVED, CAPI_SMS_SENT}) {
-    if (is_open(process_paths[selector])) continue;
-    paths_stay[selector].store(true, std::memory_order_release);
+SmsAccess::Found::Found() {
+  paths[0].text[0] = paths[1].text[0] = '\0';
+  if (process_paths.are_kept()) return;
+  char nv_dir[kDirSize];
+  get_nv_dir(nv_dir);
+  for (const int selector : kSelectors) paths[selector] = process_paths.find(selector, nv_dir);
+}
+
+SmsAccess::SmsAccess() : section_(kVoiceSmsLock) {
+  for (const int selector : kSelectors) {
+    paths_[selector] = process_paths.keep(selector, found_.paths[selector]).text;
   }
 }
 
 SmsAccess::~SmsAccess() = default;
 
-const char* SmsAccess::path(int selector) const { return paths_[selector]; }
-
 bool is_sms_path(int selector, const char* path) {
-  if (stays(selector)) return strcmp(path, process_paths[selector]) == 0;
-  char nv_dir[kDirSize];
-  get_nv_dir(nv_dir);
-  SmsPaths paths{};
-  settle_sms_paths(paths, nv_dir);
-  return strcmp(path, paths[selector]) == 0;
+  char nv_dir[kDirSize] = {};
+  if (!process_paths.is_kept(selector)) get_nv_dir(nv_dir);
+  return strcmp(path, process_paths.find(selector, nv_dir).text) == 0;
 }
 
 }  // namespace capi

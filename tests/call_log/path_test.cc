@@ -100,10 +100,10 @@ TEST_F(CallLogPathTest, ThreadsThatSettleThePathAtOnceAgree) {
 class UnreadablePath {
  public:
   UnreadablePath() {
-    page_ = mmap(nullptr, sizeof(CallLogPath), PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS,
+    page_ = mmap(nullptr, sizeof(FilePath), PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS,
                  -1, 0);
     strcpy(path().text, "/tmp/nv/voip_call_log");
-    mprotect(page_, sizeof(CallLogPath), PROT_NONE);
+    mprotect(page_, sizeof(FilePath), PROT_NONE);
     current = this;
     struct sigaction action {};
     action.sa_handler = [](int) {
@@ -112,12 +112,12 @@ class UnreadablePath {
     };
     sigaction(SIGSEGV, &action, nullptr);
   }
-  ~UnreadablePath() { munmap(page_, sizeof(CallLogPath)); }
+  ~UnreadablePath() { munmap(page_, sizeof(FilePath)); }
 
-  CallLogPath& path() { return *static_cast<CallLogPath*>(page_); }
+  FilePath& path() { return *static_cast<FilePath*>(page_); }
   void wait_for_a_reader() { is_read_.await(); }
   void allow() {
-    mprotect(page_, sizeof(CallLogPath), PROT_READ);
+    mprotect(page_, sizeof(FilePath), PROT_READ);
     is_allowed_.pass();
   }
 

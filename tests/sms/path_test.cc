@@ -16,42 +16,51 @@ constexpr char kSentFallback[] = "/quorbleconf/ims_data/sm_send";
 
 class SmsPathTest : public Adapter {
  protected:
-  void expect(const std::string& received, const std::string& sent) const {
-    EXPECT_STREQ(paths_[CAPI_SMS_RECEIVED], received.c_str());
-    EXPECT_STREQ(paths_[CAPI_SMS_SENT], sent.c_str());
+  // As an access does while this is the nv directory.
+  void settle(std::string_view nv_dir) {
+    for (const int selector : {CAPI_SMS_RECEIVED, CAPI_SMS_SENT}) {
+      used_[selector] = paths_.keep(selector, paths_.find(selector, nv_dir)).text;
+    }
   }
 
-  SmsPaths paths_{};
+  void expect(const std::string& received, const std::string& sent) const {
+    EXPECT_EQ(used_[CAPI_SMS_RECEIVED], received);
+    EXPECT_EQ(used_[CAPI_SMS_SENT], sent);
+  }
+
+ private:
+  SmsPaths paths_;
+  std::string used_[2];
 };
 
 TEST_F(SmsPathTest, BothFilesAreInTheNvDirectory) {
-  settle_sms_paths(paths_, "/nv");
+  settle("/nv");
   expect("/nv/sm_recv", "/nv/sm_send");
 }
 
 TEST_F(SmsPathTest, APathInAnNvDirectoryStays) {
-  settle_sms_paths(paths_, "/nv");
-  settle_sms_paths(paths_, "/other");
-  settle_sms_paths(paths_, "");
+  settle("/nv");
+  settle("/other");
+  settle("");
   expect("/nv/sm_recv", "/nv/sm_send");
 }
 
 TEST_F(SmsPathTest, WithoutAnNvDirectoryThereAreFallbacks) {
-  settle_sms_paths(paths_, "");
+  settle("");
   expect(kReceivedFallback, kSentFallback);
 }
 
 TEST_F(SmsPathTest, OnlyTheReceivedMessagesLeaveTheirFallback) {
-  settle_sms_paths(paths_, "");
-  settle_sms_paths(paths_, "/nv");
+  settle("");
+  settle("/nv");
   expect("/nv/sm_recv", kSentFallback);
 }
 
 TEST_F(SmsPathTest, APathThatDoesNotFitIsNoneAndIsAskedForAgain) {
   const std::string longest(247, 'd');
-  settle_sms_paths(paths_, longest + "d");
+  settle(longest + "d");
   expect("", "");
-  settle_sms_paths(paths_, longest);
+  settle(longest);
   expect(longest + "/sm_recv", longest + "/sm_send");
 }
 
