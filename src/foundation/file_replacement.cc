@@ -12,6 +12,8 @@
 #include <cstring>
 #include <ctime>
 
+#include "foundation/uninterrupted.h"
+
 namespace capi {
 namespace {
 
@@ -21,8 +23,7 @@ constexpr mode_t kModeBits = 07777;
 bool write_all(int fd, const void* bytes, size_t size) {
   const auto* from = static_cast<const char*>(bytes);
   while (size > 0) {
-    const ssize_t written = ::write(fd, from, size);
-    if (written < 0 && errno == EINTR) continue;
+    const ssize_t written = uninterrupted([&] { return ::write(fd, from, size); });
     if (written == 0) errno = ENOSPC;
     if (written <= 0) return false;
     from += written;

@@ -14,11 +14,14 @@
 #include <cstring>
 
 #include "capi/thread.h"
+#include "port/retries.h"
 
 static_assert(sizeof(sockaddr_in) == 16);
 
 namespace capi {
 namespace {
+
+constexpr int kRetries = 16;  // in a call
 
 sockaddr_in address_of(in_addr_t host, uint16_t port) {
   sockaddr_in address{};
@@ -38,34 +41,12 @@ int connect_to(int fd, const sockaddr_in& address) {
   return result;
 }
 
-// Says whether to try again what failed, after a pause where the socket was not ready. There are
-// so many tries in a call.
-class Retries {
- public:
-  bool again(int error) {
-    if (!may_pass(error) || left_ == 0) return false;
-    --left_;
-    if (error == EAGAIN) os_sleep(kPause);
-    return true;
-  }
-
-  // Whether a failure is one that only lasted too long.
-  bool used_up(int error) const { return may_pass(error) && left_ == 0; }
-
- private:
-  static constexpr int kPause = 10;  // milliseconds
-
-  static bool may_pass(int error) { return error == EINTR || error == EAGAIN; }
-
-  int left_ = 16;
-};
-
 int send_all(int fd, const void* buf, int len, const sockaddr_in* to) {
   if (buf == nullptr || fd < 0 || len < 0) return -1;
   const auto size = static_cast<size_t>(len);
   const sockaddr* address = to != nullptr ? generic(*to) : nullptr;
   const socklen_t address_size = to != nullptr ? sizeof *to : 0;
-  Retries retries;
+  Retries retries(kRetries);
   size_t sent = 0;
   ssize_t last = 0;
   int error = 0;
@@ -167,7 +148,7 @@ ssize_t receive_once(int fd, char* to, size_t size, sockaddr_in* from) {
 // Fills the buffer of a message as far as possible. Returns the number of bytes, 0 for an empty
 // message, or -1 when there was none.
 ssize_t receive_all(int fd, const Message& message) {
-  Retries retries;
+  Retries retries(kRetries);
   size_t total = 0;
   while (total < message.size) {
     const ssize_t received = receive_once(fd, static_cast<char*>(message.buf) + total,

@@ -6,19 +6,16 @@
 #include <cerrno>
 
 #include "capi/thread.h"
+#include "port/retries.h"
 
+namespace capi {
 namespace {
-
-constexpr int kRetries = 10;
-constexpr int kRetryPause = 10;  // milliseconds
 
 template <typename Transfer>
 int with_retries(Transfer transfer) {
+  Retries retries(10);
   ssize_t moved = transfer();
-  for (int i = 0; i < kRetries && moved < 0 && (errno == EAGAIN || errno == EINTR); ++i) {
-    if (errno == EAGAIN) os_sleep(kRetryPause);
-    moved = transfer();
-  }
+  while (moved < 0 && retries.again(errno)) moved = transfer();
   return static_cast<int>(moved);
 }
 
@@ -28,6 +25,9 @@ void close_end(int& fd) {
 }
 
 }  // namespace
+}  // namespace capi
+
+using namespace capi;
 
 int setSocketNonBlocking(int fd) {
   const int flags = fcntl(fd, F_GETFL);
