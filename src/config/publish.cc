@@ -7,6 +7,7 @@
 #include <iterator>
 
 #include "capi/backend.h"
+#include "foundation/member.h"
 #include "foundation/text.h"
 #include "record/context.h"
 #include "record/directory.h"
@@ -51,7 +52,7 @@ void build_lte_net_info(cfg_shared_record& record) {
 
 void fill_lte_net_info(cfg_shared_record& record) {
   if (read_lte_net_info(record, data_dir(record))) return;
-  if (read_lte_net_info(record, "/tmp")) return;
+  if (read_lte_net_info(record, kFallbackDir)) return;
   build_lte_net_info(record);
 }
 
@@ -82,8 +83,7 @@ static_assert(are_pieces_small_enough());
 
 void publish_configuration(cfg_shared_record& to, const cfg_shared_record& from) {
   for (size_t i = 1; i < std::size(kCuts); ++i) {
-    write_whole(reinterpret_cast<char*>(&to) + kCuts[i - 1],
-                reinterpret_cast<const char*>(&from) + kCuts[i - 1], kCuts[i] - kCuts[i - 1]);
+    write_whole(bytes_at(to, kCuts[i - 1]), bytes_at(from, kCuts[i - 1]), kCuts[i] - kCuts[i - 1]);
   }
 }
 

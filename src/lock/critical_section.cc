@@ -15,13 +15,13 @@
 
 #include "foundation/descriptor.h"
 #include "foundation/log.h"
+#include "foundation/paths.h"
 #include "foundation/shell.h"
 #include "lock/lock_order.h"
 
 namespace capi {
 namespace {
 
-constexpr char kKeyPath[] = "/tmp/m_data";
 constexpr int kKeyProject = 'l';
 constexpr int kMode = 0666;
 constexpr int kNoSet = -1;
@@ -59,7 +59,7 @@ const char* lock_name(unsigned id) {
 
 // Finds the set. Returns it, or -1 with errno set and logged under the operation's words.
 int find_set(const char* func, const char* operation) {
-  const key_t key = ftok(kKeyPath, kKeyProject);
+  const key_t key = ftok(kManufacturingFile, kKeyProject);
   const int set = key == -1 ? -1 : semget(key, CAPI_LOCK_COUNT, kMode);
   if (set == -1) {
     CAPI_LOG_AS(func, kLogWarning, "CAPI critical section lock%s failed [%s], reason = [%s]\n",
@@ -248,7 +248,7 @@ CriticalSection::~CriticalSection() {
 
 int capi_critical_section_lock_create() {
   using namespace capi;
-  const key_t key = ftok(kKeyPath, kKeyProject);
+  const key_t key = ftok(kManufacturingFile, kKeyProject);
   if (key == -1) {
     const int error = errno;
     CAPI_LOG(kLogErr, "CAPI critical section lock failed [ftok], reason = [%s]\n", strerror(error));

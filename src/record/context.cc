@@ -14,6 +14,7 @@
 
 #include "capi/backend.h"
 #include "foundation/log.h"
+#include "foundation/paths.h"
 #include "foundation/text.h"
 #include "record/info_files.h"
 
@@ -119,7 +120,7 @@ void look_at_segment(cfg_backend_context& ctx) {
 
 void fill_defaults(cfg_shared_record& record) {
   memset(&record, 0, sizeof record);
-  for (int i = 0; i < 3; ++i) copy_text(record.directory[i], "/tmp");  // work, data, log
+  for (int i = 0; i < 3; ++i) copy_text(record.directory[i], kFallbackDir);  // work, data, log
   copy_text(record.wan_mac, "00:00:00:00:00:00");
   copy_text(record.fw_version, "v1.0.0");
   record.sip_registration.reg_interval = 600000;
@@ -177,7 +178,6 @@ int capiv2_cfg_backend_init(const capi_callbacks* callbacks, int is_master) {
   if (context() != nullptr) return 0;  // another thread was first
   auto* ctx = static_cast<cfg_backend_context*>(calloc(1, sizeof(cfg_backend_context)));
   if (ctx == nullptr) return 0;
-  ctx->is_master = is_master;
   ctx->shm_id = -1;
   attach(*ctx);
   if (callbacks != nullptr) {

@@ -16,7 +16,6 @@ namespace capi {
 inline constexpr size_t kKeyPathSize = 512;
 
 struct cfg_backend_context {
-  int32_t is_master;
   int32_t shm_id;          // -1 until there is one
   void* shm_addr;          // what shmat() gave, good or not
   cfg_shared_record* shm;  // null unless attached

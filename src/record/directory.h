@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "capi/records.h"
+#include "foundation/paths.h"
 
 namespace capi {
 
@@ -27,9 +28,6 @@ bool get_nv_dir(char (&dir)[kDirSize]);
 
 // A directory as it stands in a record; empty where none is named yet.
 std::string_view data_dir(const cfg_shared_record& record);
-
-// Where files go while no directory is named, which is where the master will put most of them.
-inline constexpr char kFallbackDir[] = "/tmp";
 
 // Makes the path of a file of ours, "dir/name", with "fallback" for a directory that is empty. A
 // path that does not fit is empty, which no call of the system opens, deletes or runs: cut, it

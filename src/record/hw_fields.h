@@ -3,11 +3,10 @@
 // What manufacturing wrote into "/tmp/m_data", under the keys of that file.
 #pragma once
 
+#include "foundation/paths.h"
 #include "record/field.h"
 
 namespace capi {
-
-inline constexpr char kManufacturingFile[] = "/tmp/m_data";
 
 inline constexpr field_rows::NamedField kHwWanMac =
     CAPI_FIELD_AS("m_mac6_wan_addr", hw_info.wan_mac);

@@ -15,7 +15,7 @@ int get_segment_text(const Field& field, char* buf, int len, IfEmpty if_empty) {
   memset(buf, 0, buffer_size(len));
   if (context() == nullptr) return -1;
   return with_shared_record([&](const cfg_shared_record& record) {
-    const bool is_empty = reinterpret_cast<const char*>(&record)[field.offset] == '\0';
+    const bool is_empty = *bytes_at(record, field.offset) == '\0';
     if (is_empty && if_empty == IfEmpty::Fail) return -1;
     get_field(record, field, 0, buf, buffer_size(len));
     return 0;
