@@ -23,7 +23,7 @@ std::vector<Sim> sims() {
   std::vector<Sim> result;
   using capi::carrier_rows::kRows;
   for (const auto& row : kRows) {
-    const auto text = [](capi::TextPlace place) { return std::string(kRows.text(place)); };
+    const auto text = [](capi::TextOffset place) { return std::string(kRows.text(place)); };
     const std::string mnc = text(row.mnc_list).substr(0, row.mnc_length);
     result.push_back({text(row.mcc) + mnc + "0123456789", text(row.iccid_prefix) + "012345678901"});
   }

@@ -48,14 +48,13 @@ int read_image(capi_call_log_image& image) {
 
 }  // namespace
 
-int dump_image(const capi_call_log_image& image, unsigned selector, capi_call_log_cb callback,
-               void* user) {
+void dump_image(const capi_call_log_image& image, unsigned selector, capi_call_log_cb callback,
+                void* user) {
   uint16_t index = 0;
   if (walk(image, newest_first(image.header, selector), callback, user, index) != 0) {
     CAPI_LOG_AS("capi_voip_call_log_dump", kLogErr,
                 "ERROR: capi_voip_read_call_log_node, node_idx: %d, result: %d\n", index, -1);
   }
-  return 0;
 }
 
 int dump_whole_image(const capi_call_log_image& image, capi_call_log_cb callback, void* user) {
@@ -78,7 +77,8 @@ int capi_voip_call_log_dump(unsigned selector, capi_call_log_cb callback, void* 
     CAPI_LOG(kLogErr, "ERROR: capi_voip_read_call_log, result: %d\n", result);
     return result;
   }
-  return dump_image(*image, selector, callback, user);
+  dump_image(*image, selector, callback, user);
+  return 0;
 }
 
 int capi_voip_call_log_dump_all(capi_call_log_cb callback, void* user) {

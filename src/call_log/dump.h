@@ -8,8 +8,8 @@
 namespace capi {
 
 // Newest first. The selector is one of the public call's. Always 0.
-int dump_image(const capi_call_log_image& image, unsigned selector, capi_call_log_cb callback,
-               void* user);
+void dump_image(const capi_call_log_image& image, unsigned selector, capi_call_log_cb callback,
+                void* user);
 
 // All entries, oldest first. Returns 0, or -1 at a link to no node.
 int dump_whole_image(const capi_call_log_image& image, capi_call_log_cb callback, void* user);

@@ -45,8 +45,8 @@ void append(capi_call_log_image& image, capi_call_log_list& list, const Directio
   ++list.count;
 }
 
-void remove_first(capi_call_log_image& image, capi_call_log_list& list, const Direction& direction,
-                  uint16_t second, bool was_alone) {
+void take_out_first(capi_call_log_image& image, capi_call_log_list& list,
+                    const Direction& direction, uint16_t second, bool was_alone) {
   list.*direction.first = second;
   if (was_alone) list.*direction.last = second;
   if (auto* node = find_node(image, second)) node->*direction.prev = kNoNode;
@@ -54,15 +54,15 @@ void remove_first(capi_call_log_image& image, capi_call_log_list& list, const Di
 
 // Takes a node out of a list, whose other end follows when the node "was alone". The node keeps its
 // own links.
-void remove(capi_call_log_image& image, capi_call_log_list& list, const Direction& direction,
-            uint16_t index, bool was_alone) {
+void take_out(capi_call_log_image& image, capi_call_log_list& list, const Direction& direction,
+              uint16_t index, bool was_alone) {
   const uint16_t prev = image.node[index].*direction.prev;
   const uint16_t next = image.node[index].*direction.next;
   if (list.count > 0) --list.count;
   if (index == list.*direction.first) {
-    remove_first(image, list, direction, next, was_alone);
+    take_out_first(image, list, direction, next, was_alone);
   } else if (index == list.*direction.last) {
-    remove_first(image, list, direction.reversed(), prev, was_alone);
+    take_out_first(image, list, direction.reversed(), prev, was_alone);
   } else {
     if (auto* node = find_node(image, prev)) node->*direction.next = next;
     if (auto* node = find_node(image, next)) node->*direction.prev = prev;
@@ -145,13 +145,13 @@ void release_node(capi_call_log_image& image, unsigned type, unsigned node, Lone
   capi_call_log_list& of_type = header.entry[type].list;
   capi_call_log_record& freed = image.node[index];
 
-  remove(image, of_type, kOwnList, index, of_type.count <= 1);
+  take_out(image, of_type, kOwnList, index, of_type.count <= 1);
   const bool was_empty = !is_node(header.free.tail);
   append(image, header.free, kOwnList, index);
   if (was_empty) freed.prev = lone == LoneFreeNode::LinksItself ? index : kNoNode;
   clear(freed);
 
-  remove(image, header.used, kAllEntries, index, header.used.count == 1);
+  take_out(image, header.used, kAllEntries, index, header.used.count == 1);
   freed.all_prev = kNoNode;
   freed.all_next = kNoNode;
 }
@@ -162,7 +162,7 @@ void add_record(capi_call_log_image& image, unsigned type, const capi_call_log_r
   if (!is_node(index) || !is_call_type(type)) return;
   capi_call_log_record& node = image.node[index];
 
-  remove(image, header.free, kOwnList, index, node.next == kNoNode);
+  take_out(image, header.free, kOwnList, index, node.next == kNoNode);
   if (header.next_sequence == UINT16_MAX) header.next_sequence = 0;
   fill(node, type, record);
   node.sequence = header.next_sequence++;

@@ -24,7 +24,7 @@ struct RowOf {
   Text mcc;
   Text mnc_list;
 
-  constexpr RowOf<TextPlace> pack(TextPool& pool) const {
+  constexpr RowOf<TextOffset> pack(TextPool& pool) const {
     return {id,
             attribute1,
             attribute2,
@@ -35,13 +35,13 @@ struct RowOf {
             pool.add(mnc_list)};
   }
 };
-using Draft = RowOf<std::string_view>;
-using Row = RowOf<TextPlace>;
+using CarrierDraft = RowOf<std::string_view>;
+using Row = RowOf<TextOffset>;
 
 #define ROW(id, attribute1, attribute2, mnc_length, file, ...) \
-  Draft { id, attribute1, attribute2, mnc_length, "/tmp/carrier_config/" file, __VA_ARGS__ }
+  CarrierDraft { id, attribute1, attribute2, mnc_length, "/tmp/carrier_config/" file, __VA_ARGS__ }
 
-inline constexpr Draft kDrafts[] = {
+inline constexpr CarrierDraft kDrafts[] = {
     ROW(38, 0, 0, 2, "voip_TEST_XX.conf", "", "001", "01"),
     ROW(1, 1, 0, 3, "voip_TMobile_US.conf", "", "310",
         "160,200,210,220,230,240,250,260,270,310,490,660,800"),

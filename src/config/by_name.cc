@@ -15,12 +15,12 @@ namespace capi {
 GetResult get_by_name(const cfg_shared_record& record, const char* section, const char* name,
                       char* buf, size_t size) {
   constexpr int kUnknownKey = 1;
-  const FieldPlace place = find_field(section, name, ColumnChoice::Last);
-  switch (place.lookup) {
+  const FieldMatch match = find_field(section, name, ColumnChoice::Last);
+  switch (match.lookup) {
     case FieldLookup::Found:
-      return {0, get_field(record, *place.field, place.index, buf, size)};
+      return {0, get_field(record, *match.field, match.index, buf, size)};
     case FieldLookup::UnknownKey:
-      return {place.unknown_key_is_success ? 0 : kUnknownKey, size};
+      return {match.unknown_key_is_success ? 0 : kUnknownKey, size};
     case FieldLookup::UnknownSection:
     case FieldLookup::OutOfRange:
       break;

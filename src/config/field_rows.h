@@ -47,11 +47,11 @@ struct SectionOf {
   KeyNumber key_number = KeyNumber::None;
   bool unknown_key_is_success = false;
 
-  constexpr SectionOf<TextPlace> pack(TextPool& pool) const {
+  constexpr SectionOf<TextOffset> pack(TextPool& pool) const {
     return {pool.add(name), count, key_number, unknown_key_is_success};
   }
 };
-using Section = SectionOf<TextPlace>;
+using Section = SectionOf<TextOffset>;
 
 inline constexpr SectionOf<std::string_view> kSectionDrafts[] = {
     {"voice_switch", 0},
@@ -86,23 +86,23 @@ struct RowOf {
   SectionId section;
   KeyedFieldOf<Text> named;
 
-  constexpr RowOf<TextPlace> pack(TextPool& pool) const { return {section, named.pack(pool)}; }
+  constexpr RowOf<TextOffset> pack(TextPool& pool) const { return {section, named.pack(pool)}; }
 };
-using Draft = RowOf<std::string_view>;
-using Row = RowOf<TextPlace>;
+using KeyDraft = RowOf<std::string_view>;
+using Row = RowOf<TextOffset>;
 
 #define ROW(section, parent, member) \
-  Draft { SectionId::section, CAPI_FIELD(parent, member) }
+  KeyDraft { SectionId::section, CAPI_FIELD(parent, member) }
 #define ROW_AS(section, key, member) \
-  Draft { SectionId::section, CAPI_FIELD_AS(key, member) }
+  KeyDraft { SectionId::section, CAPI_FIELD_AS(key, member) }
 // A member of the records of a numbered section.
 #define ROW_OF(section, array, member)                                                  \
-  Draft {                                                                               \
+  KeyDraft {                                                                            \
     SectionId::section, with_stride(CAPI_FIELD(array[0], member),                       \
                                     sizeof std::declval<cfg_shared_record&>().array[0]) \
   }
 
-inline constexpr Draft kDrafts[] = {
+inline constexpr KeyDraft kDrafts[] = {
     ROW(VoiceSwitch, voice_switch, mode),
     ROW(VoiceAccess, system_access, mode),
 
@@ -289,12 +289,12 @@ struct NumberedRowOf {
   uint8_t count;
   KeyedFieldOf<Text> named;
 
-  constexpr NumberedRowOf<TextPlace> pack(TextPool& pool) const {
+  constexpr NumberedRowOf<TextOffset> pack(TextPool& pool) const {
     return {section, count, named.pack(pool)};
   }
 };
 using NumberedDraft = NumberedRowOf<std::string_view>;
-using NumberedRow = NumberedRowOf<TextPlace>;
+using NumberedRow = NumberedRowOf<TextOffset>;
 
 #define NUMBERED(section, key, member)                                                       \
   NumberedDraft {                                                                            \

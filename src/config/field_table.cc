@@ -62,7 +62,7 @@ const Field* find_row(SectionId section, std::string_view key) {
 }
 
 // A section that was looked up, for the keys in it.
-struct SectionPlace {
+struct SectionMatch {
   FieldLookup lookup = FieldLookup::UnknownSection;  // Found, or why not
   uint8_t section = 0;
   int index = 0;  // from 0, where the section carries a number
@@ -80,7 +80,7 @@ bool is_name(std::string_view base, bool is_numbered, std::string_view name) {
   return starts_with(name, base);
 }
 
-SectionPlace numbered_section(size_t section, std::string_view number_text) {
+SectionMatch numbered_section(size_t section, std::string_view number_text) {
   const long number = parse_int32(number_text.data());
   if (number < 1 || number > kSections[section].count) return {FieldLookup::OutOfRange};
   return {FieldLookup::Found, static_cast<uint8_t>(section), static_cast<int>(number - 1)};
@@ -107,18 +107,18 @@ long suffix_number(std::string_view text) {
   return text[0] == '0' || text.size() > kMaxDigits ? 0 : parse_int32(text.data());
 }
 
-FieldPlace numbered_place(const NumberedRow& row, long number) {
+FieldMatch numbered_match(const NumberedRow& row, long number) {
   if (number < 1 || number > row.count) return {.lookup = FieldLookup::OutOfRange};
   return {FieldLookup::Found, &row.named.field, static_cast<int>(number - 1)};
 }
 
-FieldPlace find_suffixed(SectionId section, std::string_view key) {
+FieldMatch find_suffixed(SectionId section, std::string_view key) {
   for (const NumberedRow& row : kNumberedRows) {
     if (row.section != section) continue;
     const std::string_view prefix = kNumberedRows.text(row.named.key);
     if (!starts_with(key, prefix)) continue;
     const long number = suffix_number(tail(key, prefix.size()));
-    if (number >= 0) return numbered_place(row, number);
+    if (number >= 0) return numbered_match(row, number);
   }
   return {.lookup = FieldLookup::UnknownKey};
 }
@@ -142,7 +142,7 @@ const NumberedRow* find_only_column(SectionId section, std::string_view column) 
   return nullptr;
 }
 
-FieldPlace find_codec_slot(SectionId section, const char* key, std::string_view rest,
+FieldMatch find_codec_slot(SectionId section, const char* key, std::string_view rest,
                            ColumnChoice choice) {
   const char* underscore = strrchr(key, '_');
   const long number = underscore != nullptr ? parse_int32(underscore + 1) : 0;
@@ -154,19 +154,19 @@ FieldPlace find_codec_slot(SectionId section, const char* key, std::string_view 
   }
   if (row == nullptr) row = find_column(section, key, choice);
   if (row == nullptr) return {.lookup = FieldLookup::UnknownKey};
-  return numbered_place(*row, number);
+  return numbered_match(*row, number);
 }
 
-FieldPlace find_entry(SectionId section, std::string_view key) {
+FieldMatch find_entry(SectionId section, std::string_view key) {
   constexpr size_t kPrefix = 24;
   const long number = key.size() > kPrefix ? parse_int32(key.data() + kPrefix) : 0;
   for (const NumberedRow& row : kNumberedRows) {
-    if (row.section == section) return numbered_place(row, number);
+    if (row.section == section) return numbered_match(row, number);
   }
   return {};
 }
 
-FieldPlace find_in_section(SectionId id, int index, const char* key, ColumnChoice choice) {
+FieldMatch find_in_section(SectionId id, int index, const char* key, ColumnChoice choice) {
   const Section& section = kSections[static_cast<size_t>(id)];
   const std::string_view rest = field_key(base_name(static_cast<size_t>(id)), key);
   if (const Field* field = find_row(id, rest)) return {FieldLookup::Found, field, index};
@@ -184,7 +184,7 @@ FieldPlace find_in_section(SectionId id, int index, const char* key, ColumnChoic
           .unknown_key_is_success = section.unknown_key_is_success};
 }
 
-SectionPlace find_section(const char* section) {
+SectionMatch find_section(const char* section) {
   const std::string_view name = section;
   for (size_t i = 0; i < kSections.size(); ++i) {
     const std::string_view base = base_name(i);
@@ -198,10 +198,10 @@ SectionPlace find_section(const char* section) {
 
 }  // namespace
 
-FieldPlace find_field(const char* section, const char* key, ColumnChoice choice) {
-  const SectionPlace place = find_section(section);
-  if (place.lookup != FieldLookup::Found) return {.lookup = place.lookup};
-  return find_in_section(static_cast<SectionId>(place.section), place.index, key, choice);
+FieldMatch find_field(const char* section, const char* key, ColumnChoice choice) {
+  const SectionMatch match = find_section(section);
+  if (match.lookup != FieldLookup::Found) return {.lookup = match.lookup};
+  return find_in_section(static_cast<SectionId>(match.section), match.index, key, choice);
 }
 
 }  // namespace capi

@@ -16,13 +16,13 @@ enum class FieldLookup : uint8_t { Found, UnknownSection, UnknownKey, OutOfRange
 // the device's software has always relied on.
 enum class ColumnChoice : uint8_t { First, Last };
 
-struct FieldPlace {
+struct FieldMatch {
   FieldLookup lookup = FieldLookup::UnknownSection;
   const Field* field = nullptr;  // these two when found
   int index = 0;
   bool unknown_key_is_success = false;  // how getting answers for a key that the section lacks
 };
 
-FieldPlace find_field(const char* section, const char* key, ColumnChoice choice);
+FieldMatch find_field(const char* section, const char* key, ColumnChoice choice);
 
 }  // namespace capi

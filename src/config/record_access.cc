@@ -8,144 +8,139 @@
 #include "capi/backend.h"
 #include "capi/config.h"
 #include "foundation/log.h"
+#include "foundation/member.h"
 #include "record/context.h"
 #include "record/whole_write.h"
 
 namespace capi {
 namespace {
 
-struct Bytes {
-  size_t offset;  // in the segment
+// The records of a section, which stand one after another in the segment.
+struct Records {
+  size_t offset;  // of the first
   size_t size;
-  int count;  // of the records of a numbered section, which stand one after another
+  int count;  // 1 where the section has no number
 };
 
 template <typename Record>
-struct Place : Bytes {};
+struct RecordsOf : Records {};
 
 template <typename Section>
-constexpr auto place_at(size_t offset) {
+constexpr auto records_at(size_t offset) {
   using Record = std::remove_extent_t<Section>;
   constexpr int kCount = std::is_array_v<Section> ? std::extent_v<Section> : 1;
-  return Place<Record>{{offset, sizeof(Record), kCount}};
+  return RecordsOf<Record>{{offset, sizeof(Record), kCount}};
 }
 
-#define PLACE(section) \
-  place_at<decltype(cfg_shared_record::section)>(offsetof(cfg_shared_record, section))
+#define RECORDS(section) CAPI_MEMBER(records_at, cfg_shared_record, section)
 
-// Records are counted from 1.
-bool in_range(const Bytes& bytes, int index) { return index >= 1 && index <= bytes.count; }
+// Callers count records from 1.
+bool in_range(const Records& records, int index) { return index >= 1 && index <= records.count; }
 
-size_t position(const Bytes& bytes, int index) {
-  return bytes.offset + static_cast<size_t>(index - 1) * bytes.size;
-}
-
-int read_bytes(const Bytes& bytes, int index, void* out) {
+int read_bytes(const Records& records, int index, void* out) {
   if (out == nullptr) return -1;
   return with_shared_record([&](const cfg_shared_record& record) {
-    if (!in_range(bytes, index)) return -1;
-    memcpy(out, reinterpret_cast<const char*>(&record) + position(bytes, index), bytes.size);
+    if (!in_range(records, index)) return -1;
+    memcpy(out, bytes_at(record, records.offset, records.size, index - 1), records.size);
     return 0;
   });
 }
 
-int write_bytes(const Bytes& bytes, int index, const void* in) {
+int write_bytes(const Records& records, int index, const void* in) {
   if (in == nullptr) return -1;
   return with_shared_record([&](cfg_shared_record& record) {
-    if (!in_range(bytes, index)) return -1;
-    write_whole(reinterpret_cast<char*>(&record) + position(bytes, index), in, bytes.size);
+    if (!in_range(records, index)) return -1;
+    write_whole(bytes_at(record, records.offset, records.size, index - 1), in, records.size);
     return 0;
   });
 }
 
 template <typename Record>
-int copy_out(const Place<Record>& place, Record* out, int index = 1) {
-  return read_bytes(place, index, out);
+int copy_out(const RecordsOf<Record>& records, Record* out, int index = 1) {
+  return read_bytes(records, index, out);
 }
 
 template <typename Record>
-int copy_in(const Place<Record>& place, const Record* in, int index = 1) {
-  return write_bytes(place, index, in);
+int copy_in(const RecordsOf<Record>& records, const Record* in, int index = 1) {
+  return write_bytes(records, index, in);
 }
 
 }  // namespace
 }  // namespace capi
 
-using capi::copy_in;
-using capi::copy_out;
-using capi::place_at;
+using namespace capi;
 
 // ---- Backend -----------------------------------------------------------------------------------
 
 int capi_cfg_backend_get_voice_stack(capi_voice_stack* record, int index) {
-  return copy_out(PLACE(voice_stack), record, index);
+  return copy_out(RECORDS(voice_stack), record, index);
 }
 int capi_cfg_backend_set_voice_stack(const capi_voice_stack* record, int index) {
-  return copy_in(PLACE(voice_stack), record, index);
+  return copy_in(RECORDS(voice_stack), record, index);
 }
 int capi_cfg_backend_get_voice_switch(capi_voice_switch* record) {
-  return copy_out(PLACE(voice_switch), record);
+  return copy_out(RECORDS(voice_switch), record);
 }
 int capi_cfg_backend_get_system_access(capi_system_access* record) {
-  return copy_out(PLACE(system_access), record);
+  return copy_out(RECORDS(system_access), record);
 }
 int capi_cfg_backend_get_voice_basic(capi_voice_basic* record) {
-  return copy_out(PLACE(voice_basic), record);
+  return copy_out(RECORDS(voice_basic), record);
 }
 int capi_cfg_backend_set_voice_basic(const capi_voice_basic* record) {
-  return copy_in(PLACE(voice_basic), record);
+  return copy_in(RECORDS(voice_basic), record);
 }
 int capi_cfg_backend_get_voice_sip_line(capi_voice_sip_line* record, int index) {
-  return copy_out(PLACE(sip_line), record, index);
+  return copy_out(RECORDS(sip_line), record, index);
 }
 int capi_cfg_backend_set_voice_sip_line(const capi_voice_sip_line* record, int index) {
-  return copy_in(PLACE(sip_line), record, index);
+  return copy_in(RECORDS(sip_line), record, index);
 }
 int capi_cfg_backend_get_voice_sip_line_features(capi_voice_sip_line_feature* record, int index) {
-  return copy_out(PLACE(sip_line_feature), record, index);
+  return copy_out(RECORDS(sip_line_feature), record, index);
 }
 int capi_cfg_backend_set_voice_sip_line_features(const capi_voice_sip_line_feature* record,
                                                  int index) {
-  return copy_in(PLACE(sip_line_feature), record, index);
+  return copy_in(RECORDS(sip_line_feature), record, index);
 }
 int capi_cfg_backend_get_voice_parameter(capi_voice_parameter* record) {
-  return copy_out(PLACE(voice_parameter), record);
+  return copy_out(RECORDS(voice_parameter), record);
 }
 int capi_cfg_backend_set_voice_parameter(const capi_voice_parameter* record) {
-  return copy_in(PLACE(voice_parameter), record);
+  return copy_in(RECORDS(voice_parameter), record);
 }
 int capi_cfg_backend_get_slic_parameter(capi_slic_parameter* record) {
-  return copy_out(PLACE(slic_parameter), record);
+  return copy_out(RECORDS(slic_parameter), record);
 }
 int capi_cfg_backend_set_slic_parameter(const capi_slic_parameter* record) {
-  return copy_in(PLACE(slic_parameter), record);
+  return copy_in(RECORDS(slic_parameter), record);
 }
 int capi_cfg_backend_set_voice_call_forward(const capi_voice_call_forward* record, int index) {
-  return copy_in(PLACE(call_forward), record, index);
+  return copy_in(RECORDS(call_forward), record, index);
 }
 int capi_cfg_backend_get_voice_speed_dial(capi_voice_speed_dial* record) {
-  return copy_out(PLACE(speed_dial), record);
+  return copy_out(RECORDS(speed_dial), record);
 }
 int capi_cfg_backend_set_voice_speed_dial(const capi_voice_speed_dial* record) {
-  return copy_in(PLACE(speed_dial), record);
+  return copy_in(RECORDS(speed_dial), record);
 }
 int capi_cfg_backend_get_voice_speed_dial30(capi_voice_speed_dial30* record) {
-  return copy_out(PLACE(speed_dial30), record);
+  return copy_out(RECORDS(speed_dial30), record);
 }
 int capi_cfg_backend_set_voice_speed_dial30(const capi_voice_speed_dial30* record) {
-  return copy_in(PLACE(speed_dial30), record);
+  return copy_in(RECORDS(speed_dial30), record);
 }
 int capi_cfg_backend_get_voice_call_white_list(capi_voice_call_white_list* record) {
-  return copy_out(PLACE(call_white_list), record);
+  return copy_out(RECORDS(call_white_list), record);
 }
 int capi_cfg_backend_get_voice_call_redirection(capi_voice_call_redirection* record) {
-  return copy_out(PLACE(call_redirection), record);
+  return copy_out(RECORDS(call_redirection), record);
 }
 int capi_cfg_backend_get_voice_sms_cfg(capi_voice_sms_cfg* record) {
-  return copy_out(PLACE(sms_cfg), record);
+  return copy_out(RECORDS(sms_cfg), record);
 }
 
-#undef PLACE
+#undef RECORDS
 
 // ---- Public ------------------------------------------------------------------------------------
 

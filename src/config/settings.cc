@@ -11,9 +11,9 @@
 namespace capi {
 namespace {
 
-int apply(cfg_shared_record& record, const FieldPlace& place, const char* value) {
-  if (place.lookup == FieldLookup::OutOfRange) return -1;
-  if (place.lookup == FieldLookup::Found) set_field(record, *place.field, place.index, value);
+int apply(cfg_shared_record& record, const FieldMatch& match, const char* value) {
+  if (match.lookup == FieldLookup::OutOfRange) return -1;
+  if (match.lookup == FieldLookup::Found) set_field(record, *match.field, match.index, value);
   return 0;
 }
 
@@ -35,11 +35,11 @@ int apply_setting_everywhere(const char* section, const char* key, const char* v
   cfg_backend_context* ctx = context();
   if (ctx == nullptr) return -1;
   if (section == nullptr) return 0;
-  const FieldPlace place = find_field(section, key, ColumnChoice::First);
-  const int result = apply(ctx->staging, place, value);
+  const FieldMatch match = find_field(section, key, ColumnChoice::First);
+  const int result = apply(ctx->staging, match, value);
   cfg_shared_record* record = shared_record();
-  if (record != nullptr && place.lookup == FieldLookup::Found) {
-    copy_field(*record, ctx->staging, *place.field, place.index);
+  if (record != nullptr && match.lookup == FieldLookup::Found) {
+    copy_field(*record, ctx->staging, *match.field, match.index);
   }
   return result;
 }

@@ -33,11 +33,11 @@ struct HardwareFactOf {
   Origin origin;
   Text fallback;
 
-  constexpr HardwareFactOf<TextPlace> pack(TextPool& pool) const {
+  constexpr HardwareFactOf<TextOffset> pack(TextPool& pool) const {
     return {named.pack(pool), segment, origin, pool.add(fallback)};
   }
 };
-using HardwareFact = HardwareFactOf<TextPlace>;
+using HardwareFact = HardwareFactOf<TextOffset>;
 
 // By the index that callers give.
 constexpr HardwareFactOf<std::string_view> kDrafts[] = {

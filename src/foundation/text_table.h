@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 // Constant tables whose rows have texts. An array in each row would be as long as the longest text,
 // and a pointer would be relocated in every process: so all texts of a table stand behind its rows,
-// each once, and a row holds the place of its own. Texts are terminated.
+// each once, and a row holds the offset of its own. Texts are terminated.
 #pragma once
 
 #include <cstddef>
@@ -14,11 +14,11 @@
 namespace capi {
 
 // Where a text of a table begins.
-using TextPlace = uint16_t;
+using TextOffset = uint16_t;
 
-// The text at a place; the byte in front of it is its length.
-constexpr std::string_view text_at(const char* texts, TextPlace place) {
-  return {texts + place, static_cast<unsigned char>(texts[place - 1])};
+// The text at an offset; the byte in front of it is its length.
+constexpr std::string_view text_at(const char* texts, TextOffset offset) {
+  return {texts + offset, static_cast<unsigned char>(texts[offset - 1])};
 }
 
 // A table of any size.
@@ -27,7 +27,7 @@ struct TextRows {
   std::span<const Row> rows;
   const char* texts;
 
-  std::string_view text(TextPlace place) const { return text_at(texts, place); }
+  std::string_view text(TextOffset offset) const { return text_at(texts, offset); }
 };
 
 template <typename Row, size_t RowCount, size_t ByteCount>
@@ -39,7 +39,7 @@ struct TextTable {
   constexpr const Row* end() const { return rows + RowCount; }
   constexpr size_t size() const { return RowCount; }
   constexpr const Row& operator[](size_t i) const { return rows[i]; }
-  constexpr std::string_view text(TextPlace place) const { return text_at(texts, place); }
+  constexpr std::string_view text(TextOffset offset) const { return text_at(texts, offset); }
   constexpr operator TextRows<Row>() const { return {rows, texts}; }
 };
 
@@ -49,17 +49,17 @@ void text_of_a_table_is_too_long();
 // The texts of a table while it is made.
 class TextPool {
  public:
-  constexpr TextPlace add(std::string_view text) {
-    for (size_t i = 1; i < used_; i += text_at(bytes_, static_cast<TextPlace>(i)).size() + 2) {
-      const auto place = static_cast<TextPlace>(i);
-      if (text == text_at(bytes_, place)) return place;
+  constexpr TextOffset add(std::string_view text) {
+    for (size_t i = 1; i < used_; i += text_at(bytes_, static_cast<TextOffset>(i)).size() + 2) {
+      const auto offset = static_cast<TextOffset>(i);
+      if (text == text_at(bytes_, offset)) return offset;
     }
     if (text.size() > UINT8_MAX) text_of_a_table_is_too_long();
     bytes_[used_++] = static_cast<char>(text.size());
-    const auto place = static_cast<TextPlace>(used_);
+    const auto offset = static_cast<TextOffset>(used_);
     for (const char c : text) bytes_[used_++] = c;  // too many: does not compile
     bytes_[used_++] = '\0';
-    return place;
+    return offset;
   }
 
   constexpr size_t used() const { return used_; }
@@ -77,7 +77,7 @@ class TextPool {
 //   struct RowOf {
 //     int number;
 //     Text name;
-//     constexpr RowOf<TextPlace> pack(TextPool& pool) const { return {number, pool.add(name)}; }
+//     constexpr RowOf<TextOffset> pack(TextPool& pool) const { return {number, pool.add(name)}; }
 //   };
 template <const auto& Drafts>
 consteval auto make_text_table() {

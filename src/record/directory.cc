@@ -16,11 +16,11 @@ namespace capi {
 namespace {
 
 std::string_view directory(const cfg_shared_record& record, RuntimeDir which) {
-  const auto slot = [&](RuntimeDir dir) {
+  const auto entry = [&](RuntimeDir dir) {
     return bounded(record.directory[static_cast<size_t>(dir)]);
   };
-  const std::string_view dir = slot(which);
-  return which == RuntimeDir::Nv && dir.empty() ? slot(RuntimeDir::Data) : dir;
+  const std::string_view dir = entry(which);
+  return which == RuntimeDir::Nv && dir.empty() ? entry(RuntimeDir::Data) : dir;
 }
 
 // Writes no more than the text and its terminator: callers bring 256 bytes, but only for a text

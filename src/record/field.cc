@@ -11,41 +11,42 @@
 namespace capi {
 namespace {
 
-size_t position(const Field& field, int index) {
-  return field.offset + static_cast<size_t>(field.stride) * static_cast<size_t>(index);
+template <typename Record>
+auto* bytes_of(Record& record, const Field& field, int index) {
+  return bytes_at(record, field.offset, field.stride, index);
 }
 
 }  // namespace
 
 void set_field(cfg_shared_record& record, const Field& field, int index, const char* value) {
-  char* place = reinterpret_cast<char*>(&record) + position(field, index);
+  char* bytes = bytes_of(record, field, index);
   if (field.kind == FieldKind::Text) {
-    strcpy_safe(place, value, field.set_size);
+    strcpy_safe(bytes, value, field.set_size);
     return;
   }
   int32_t number = parse_int32(value);
   if (field.clamp_max != 0) number = std::clamp<int32_t>(number, 0, field.clamp_max);
-  memcpy(place, &number, sizeof number);
+  memcpy(bytes, &number, sizeof number);
 }
 
 void copy_field(cfg_shared_record& to, const cfg_shared_record& from, const Field& field,
                 int index) {
-  char* target = reinterpret_cast<char*>(&to) + position(field, index);
-  const char* source = reinterpret_cast<const char*>(&from) + position(field, index);
+  char* target = bytes_of(to, field, index);
+  const char* source = bytes_of(from, field, index);
   if (field.kind == FieldKind::Text) return write_whole(target, source, field.set_size);
   memcpy(target, source, sizeof(int32_t));  // a single store
 }
 
 int32_t field_number(const cfg_shared_record& record, const Field& field, int index) {
   int32_t number = 0;
-  memcpy(&number, reinterpret_cast<const char*>(&record) + position(field, index), sizeof number);
+  memcpy(&number, bytes_of(record, field, index), sizeof number);
   return number;
 }
 
 std::string_view field_text(const cfg_shared_record& record, const Field& field, int index,
                             NumberText& number) {
   if (field.kind == FieldKind::Integer) return number.put(field_number(record, field, index));
-  return bounded(reinterpret_cast<const char*>(&record) + position(field, index), field.capacity);
+  return bounded(bytes_of(record, field, index), field.capacity);
 }
 
 size_t get_field(const cfg_shared_record& record, const Field& field, int index, char* buf,

@@ -7,9 +7,9 @@
 #include <cstdint>
 #include <string_view>
 #include <type_traits>
-#include <utility>
 
 #include "capi/records.h"
+#include "foundation/member.h"
 #include "foundation/text.h"
 #include "foundation/text_table.h"
 
@@ -34,10 +34,10 @@ struct KeyedFieldOf {
   Text key;
   Field field;
 
-  constexpr KeyedFieldOf<TextPlace> pack(TextPool& pool) const { return {pool.add(key), field}; }
+  constexpr KeyedFieldOf<TextOffset> pack(TextPool& pool) const { return {pool.add(key), field}; }
 };
 
-using KeyedField = KeyedFieldOf<TextPlace>;
+using KeyedField = KeyedFieldOf<TextOffset>;
 using KeyedFields = TextRows<KeyedField>;
 
 // Stores a value from its text. "index" counts instances from 0.
@@ -63,9 +63,8 @@ namespace field_rows {
 // What a row of a table is made of.
 using NamedField = KeyedFieldOf<std::string_view>;
 
-template <typename Reference>
+template <typename Member>
 consteval Field make(size_t offset) {
-  using Member = std::remove_reference_t<Reference>;
   using Element = std::remove_all_extents_t<Member>;
   static_assert(std::is_same_v<Element, int32_t> || std::is_same_v<Element, char>);
   constexpr bool kIsText = std::is_same_v<Element, char>;
@@ -111,9 +110,7 @@ inline constexpr auto kKeyedFields = make_text_table<NamedFields>();
 }  // namespace field_rows
 
 // A member of cfg_shared_record.
-#define CAPI_FIELD_OF(member)                                                      \
-  ::capi::field_rows::make<decltype((std::declval<cfg_shared_record&>().member))>( \
-      offsetof(cfg_shared_record, member))
+#define CAPI_FIELD_OF(member) CAPI_MEMBER(::capi::field_rows::make, cfg_shared_record, member)
 
 // The same under a key.
 #define CAPI_FIELD_AS(key, member) \

@@ -10,6 +10,7 @@
 #include "capi/runtime.h"
 #include "capi/util.h"
 #include "foundation/log.h"
+#include "foundation/member.h"
 #include "foundation/text.h"
 #include "record/context.h"
 #include "record/directory.h"
@@ -18,19 +19,24 @@
 namespace capi {
 namespace {
 
-struct Slot {
+// Where a block stands in the record.
+struct BlockBytes {
   uint16_t offset;
   uint16_t size;
 };
 
-#define SLOT(member) \
-  { offsetof(cfg_shared_record, member), sizeof(std::declval<cfg_shared_record&>().member) }
+template <typename Block>
+consteval BlockBytes block_at(size_t offset) {
+  return {static_cast<uint16_t>(offset), sizeof(Block)};
+}
+
+#define BLOCK(member) CAPI_MEMBER(block_at, cfg_shared_record, member)
 
 // By type.
-constexpr Slot kSlots[] = {SLOT(shared_reg_summary[0]),  SLOT(shared_reg_summary[1]),
-                           SLOT(shared_call_state[0]),   SLOT(shared_call_state[1]),
-                           SLOT(shared_phone_status[0]), SLOT(shared_phone_status[1])};
-#undef SLOT
+constexpr BlockBytes kBlocks[] = {BLOCK(shared_reg_summary[0]),  BLOCK(shared_reg_summary[1]),
+                                  BLOCK(shared_call_state[0]),   BLOCK(shared_call_state[1]),
+                                  BLOCK(shared_phone_status[0]), BLOCK(shared_phone_status[1])};
+#undef BLOCK
 
 // The longest line is well below half of this.
 constexpr size_t kFileSize = 1024;
@@ -78,13 +84,13 @@ void write_files(const cfg_shared_record& record) {
 }
 
 int store(cfg_shared_record& record, int type, const void* block) {
-  if (type < 0 || static_cast<size_t>(type) >= std::size(kSlots)) {
+  if (type < 0 || static_cast<size_t>(type) >= std::size(kBlocks)) {
     CAPI_LOG_AS("capi_cfg_backend_set_shared_data", kLogErr, "not support share data type %d!",
                 type);
     return -1;
   }
   if (block == nullptr) return -1;
-  write_whole(reinterpret_cast<char*>(&record) + kSlots[type].offset, block, kSlots[type].size);
+  write_whole(bytes_at(record, kBlocks[type].offset), block, kBlocks[type].size);
   return 0;
 }
 

@@ -8,9 +8,9 @@
 #include <cstdint>
 #include <string_view>
 #include <type_traits>
-#include <utility>
 
 #include "capi/signal.h"
+#include "foundation/member.h"
 #include "foundation/text_table.h"
 
 namespace capi::signal_rows {
@@ -43,14 +43,16 @@ struct RowOf {
   uint16_t offset;  // in the information record; in an array, in the object's part of it
   uint16_t size;    // capacity of a text
 
-  constexpr RowOf<TextPlace> pack(TextPool& pool) const {
+  constexpr RowOf<TextOffset> pack(TextPool& pool) const {
     return {pool.add(key), kind, missing, members, count, offset, size};
   }
 };
-using Draft = RowOf<std::string_view>;
-using Row = RowOf<TextPlace>;
+using AttributeDraft = RowOf<std::string_view>;
+using Row = RowOf<TextOffset>;
 
-constexpr Draft named(Kind kind, std::string_view key) { return {key, kind, {}, 0, 0, 0, 0}; }
+constexpr AttributeDraft named(Kind kind, std::string_view key) {
+  return {key, kind, {}, 0, 0, 0, 0};
+}
 
 template <typename Field>
 constexpr Kind kind_of() {
@@ -62,35 +64,35 @@ constexpr Kind kind_of() {
 }
 
 template <typename Field>
-constexpr Draft attribute(std::string_view key, size_t offset) {
+constexpr AttributeDraft attribute(size_t offset, std::string_view key) {
   static_assert(std::is_integral_v<Field> || std::is_same_v<std::remove_extent_t<Field>, char>);
-  Draft draft = named(kind_of<Field>(), key);
+  AttributeDraft draft = named(kind_of<Field>(), key);
   draft.offset = static_cast<uint16_t>(offset);
   draft.size = static_cast<uint16_t>(sizeof(Field));
   return draft;
 }
 
-constexpr Draft signal(std::string_view name) { return named(Kind::Signal, name); }
+constexpr AttributeDraft signal(std::string_view name) { return named(Kind::Signal, name); }
 
-constexpr Draft or_else(Default missing, Draft draft) {
+constexpr AttributeDraft or_else(Default missing, AttributeDraft draft) {
   draft.missing = missing;
   return draft;
 }
 
-constexpr Draft as_decimal_text(Draft draft) {
+constexpr AttributeDraft as_decimal_text(AttributeDraft draft) {
   draft.kind = Kind::DecimalText;
   return draft;
 }
 
-constexpr Draft object(std::string_view key, uint8_t members) {
-  Draft draft = named(Kind::Object, key);
+constexpr AttributeDraft object(std::string_view key, uint8_t members) {
+  AttributeDraft draft = named(Kind::Object, key);
   draft.members = members;
   return draft;
 }
 
-constexpr Draft array(std::string_view key, uint8_t members, uint8_t count, size_t offset,
-                      size_t size) {
-  Draft draft = named(Kind::Array, key);
+constexpr AttributeDraft array(std::string_view key, uint8_t members, uint8_t count, size_t offset,
+                               size_t size) {
+  AttributeDraft draft = named(Kind::Array, key);
   draft.members = members;
   draft.count = count;
   draft.offset = static_cast<uint16_t>(offset);
@@ -99,11 +101,9 @@ constexpr Draft array(std::string_view key, uint8_t members, uint8_t count, size
 }
 
 // A field of a record, under its own name.
-#define ATTRIBUTE(record, field)                                   \
-  attribute<decltype(std::declval<capi_signal_##record>().field)>( \
-      #field, offsetof(capi_signal_##record, field))
+#define ATTRIBUTE(record, field) CAPI_MEMBER(attribute, capi_signal_##record, field, #field)
 
-inline constexpr Draft kDrafts[] = {
+inline constexpr AttributeDraft kDrafts[] = {
     signal("VOP_SIG_GENERAL_SIGNAL"),
     ATTRIBUTE(general, param1),
     ATTRIBUTE(general, param2),

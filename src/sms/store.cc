@@ -220,7 +220,7 @@ Allocated<uint8_t> load_sms_file(const char* path) {
   if (image) {
     trouble = read_image(path, SmsImage(image.get(), static_cast<size_t>(size)));
   } else {
-    CAPI_LOG_AS(name_of(kLoad), kLogWarning, "calloc %d failed!\n", printed_sms_size(size));
+    CAPI_LOG_AS(name_of(kLoad), kLogWarning, "calloc %d failed!\n", size_for_log(size));
   }
   apply_remedy(trouble, kLoad, path);
   return trouble == SmsTrouble::None ? std::move(image) : nullptr;

@@ -23,7 +23,7 @@ bool is_in_use() { return user == getpid(); }
 uint8_t* request_sms_memory(uint64_t size) {
   constexpr char kFunc[] = "_vkr_voip_sms_request_mem";
   if (size > kSmsWorkBufferSize) {
-    CAPI_LOG_AS(kFunc, kLogWarning, "too large memory: %d\n", printed_sms_size(size));
+    CAPI_LOG_AS(kFunc, kLogWarning, "too large memory: %d\n", size_for_log(size));
     return nullptr;
   }
   if (work_memory == nullptr) work_memory = static_cast<uint8_t*>(calloc(1, kSmsWorkBufferSize));
@@ -56,7 +56,7 @@ void release_sms_memory(const void* memory) {
 uint8_t* SmsWorkBuffer::request(uint64_t size, const char* func) {
   memory_ = request_sms_memory(size);
   if (memory_ == nullptr) {
-    CAPI_LOG_AS(func, kLogWarning, "calloc %d failed!\n", printed_sms_size(size));
+    CAPI_LOG_AS(func, kLogWarning, "calloc %d failed!\n", size_for_log(size));
   }
   return memory_;
 }

@@ -15,7 +15,7 @@ namespace capi {
 inline constexpr uint64_t kSmsWorkBufferSize = 160332;
 
 // A size as the log shows it, where it takes an int: never as a negative one.
-inline int printed_sms_size(uint64_t size) {
+inline int size_for_log(uint64_t size) {
   return static_cast<int>(size < INT32_MAX ? size : INT32_MAX);
 }
 

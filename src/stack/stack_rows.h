@@ -39,25 +39,25 @@ struct RowOf {
   Repeat repeat = Repeat::Once;
   Text constant = {};
 
-  constexpr RowOf<TextPlace> pack(TextPool& pool) const {
+  constexpr RowOf<TextOffset> pack(TextPool& pool) const {
     return {source, named.pack(pool), when, repeat, pool.add(constant)};
   }
 };
-using Draft = RowOf<std::string_view>;
-using Row = RowOf<TextPlace>;
+using LineDraft = RowOf<std::string_view>;
+using Row = RowOf<TextOffset>;
 
-consteval Draft make(Source source, field_rows::NamedField named, When when = When::Always) {
+consteval LineDraft make(Source source, field_rows::NamedField named, When when = When::Always) {
   return {source, named, when};
 }
 
-consteval Draft named(Source source, std::string_view key) { return {source, {key, {}}}; }
+consteval LineDraft named(Source source, std::string_view key) { return {source, {key, {}}}; }
 
 // "%d" in the name is the number of the instance.
-consteval Draft section(std::string_view name, Repeat repeat = Repeat::Once) {
+consteval LineDraft section(std::string_view name, Repeat repeat = Repeat::Once) {
   return {Source::Section, {name, {}}, When::Always, repeat};
 }
 
-consteval Draft constant(std::string_view key, std::string_view value) {
+consteval LineDraft constant(std::string_view key, std::string_view value) {
   return {Source::Constant, {key, {}}, When::Always, Repeat::Once, value};
 }
 
@@ -72,7 +72,7 @@ consteval Draft constant(std::string_view key, std::string_view value) {
 #define EACH_FIELD(key, array, member) make(Source::Field, EACH(array, member, key))
 #define EACH_VOIP_FIELD(key, array, member) make(Source::VoipField, EACH(array, member, key))
 
-inline constexpr Draft kDrafts[] = {
+inline constexpr LineDraft kDrafts[] = {
     section("NETWORK"),
     named(Source::InterfaceName, "if_name"),
     named(Source::NetworkType, "network_type"),

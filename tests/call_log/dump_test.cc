@@ -132,7 +132,7 @@ TEST_F(CallLogDump, ALinkToNoNodeEndsTheWalk) {
   image->node[1].all_prev = 300;
   image->node[1].all_next = 400;
   Numbers numbers;
-  EXPECT_EQ(dump_image(*image, 0, collect, &numbers), 0);
+  dump_image(*image, 0, collect, &numbers);
   EXPECT_EQ(numbers, (Numbers{2, 1}));
   EXPECT_EQ(captured_log(),
             (Lines{{4, kReadNode, " check node index [300] error !"},
@@ -151,10 +151,10 @@ TEST_F(CallLogDump, AWalkEndsAtTheFarEndAndWhereThereIsNoLink) {
   image->node[1].all_prev = kNoNode;
   image->node[2].all_next = kNoNode;
   Numbers numbers;
-  EXPECT_EQ(dump_image(*image, 2, collect, &numbers), 0);
+  dump_image(*image, 2, collect, &numbers);
   EXPECT_EQ(numbers, (Numbers{3, 2}));
   numbers.clear();
-  EXPECT_EQ(dump_image(*image, 0, collect, &numbers), 0);
+  dump_image(*image, 0, collect, &numbers);
   EXPECT_EQ(numbers, (Numbers{3, 2, 1}));
   numbers.clear();
   EXPECT_EQ(dump_whole_image(*image, collect, &numbers), 0);

@@ -11,7 +11,7 @@
 namespace capi::test {
 namespace {
 
-FieldPlace find(const std::string& section, const std::string& key,
+FieldMatch find(const std::string& section, const std::string& key,
                 ColumnChoice choice = ColumnChoice::First) {
   return find_field(section.c_str(), key.c_str(), choice);
 }
@@ -21,7 +21,7 @@ FieldLookup lookup(const std::string& section, const std::string& key) {
 }
 
 // Where a place stands in the record, in bytes.
-size_t offset(const FieldPlace& place) {
+size_t offset(const FieldMatch& place) {
   EXPECT_EQ(place.lookup, FieldLookup::Found);
   if (place.field == nullptr) return 0;
   return place.field->offset + size_t{place.field->stride} * static_cast<size_t>(place.index);
@@ -88,7 +88,7 @@ TEST(FieldTableTest, UnknownKeysSucceedInTwoSectionsOnly) {
        {"voice_switch", "voice_access", "voice_stack_1", "sim_info", "hw_info", "runtime_info",
         "sip_feature_1", "sip_line_1", "sip_server_1", "voice_nat", "call_forward_1",
         "call_white_list", "call_redirection", "sip_registration", "slic_parameter"}) {
-    const FieldPlace place = find(section, "option_nothing");
+    const FieldMatch place = find(section, "option_nothing");
     EXPECT_EQ(place.lookup, FieldLookup::UnknownKey) << section;
     EXPECT_FALSE(place.unknown_key_is_success) << section;
   }
@@ -123,7 +123,7 @@ TEST(FieldTableTest, ACodecKeyEndsInItsSlot) {
 TEST(FieldTableTest, SettingTakesTheFirstCodecColumnAndGettingTheLast) {
   const char key[] = "option_code_bitrate_name_mode_set_5";
   EXPECT_EQ(offset(find("voice_parameter", key, ColumnChoice::First)), 8436u + 4 + 4 * 64);
-  const FieldPlace last = find("voice_parameter", key, ColumnChoice::Last);
+  const FieldMatch last = find("voice_parameter", key, ColumnChoice::Last);
   EXPECT_EQ(offset(last), 8436u + 4 + 3 * 12 * 64 + 12 * 4 + 4 * 4);  // the bit rate
 }
 
@@ -145,7 +145,7 @@ TEST(FieldTableTest, CodecColumnsMayStandAnywhereInAKey) {
 }
 
 TEST(FieldTableTest, ATelephoneEventNameIsNoCodecName) {
-  const FieldPlace place = find("voice_parameter", "option_voice_parameter_rfc2833_name");
+  const FieldMatch place = find("voice_parameter", "option_voice_parameter_rfc2833_name");
   EXPECT_EQ(place.field->capacity, 256);
 }
 

@@ -15,11 +15,11 @@ struct RowOf {
   Text name;
   Text value;
 
-  constexpr RowOf<TextPlace> pack(TextPool& pool) const {
+  constexpr RowOf<TextOffset> pack(TextPool& pool) const {
     return {number, pool.add(name), pool.add(value)};
   }
 };
-using Row = RowOf<TextPlace>;
+using Row = RowOf<TextOffset>;
 
 constexpr char kLong[] =
     "0123456789012345678901234567890123456789012345678901234567890123456789012345678901234567890123"

@@ -16,7 +16,7 @@ void apply_and_read_back(cfg_shared_record& record, const char* section, const c
                          const char* value) {
   using namespace capi;
   const int result = apply_setting(record, section, key, value);
-  const FieldPlace place = find_field(section, key, ColumnChoice::Last);
+  const FieldMatch place = find_field(section, key, ColumnChoice::Last);
   fuzz::require((result == -1) == (place.lookup == FieldLookup::OutOfRange));
   if (place.lookup != FieldLookup::Found) return;
   char text[1024];
