@@ -38,87 +38,82 @@ constinit CallAssembly assembly{};
 }  // namespace
 }  // namespace capi
 
-using capi::kCallLogLock;
-using capi::tell_others;
-using capi::with_call_log;
+using namespace capi;
 
-int capi_voip_init_call_log_file() { return with_call_log(capi::init_call_log_file); }
+int capi_voip_init_call_log_file() { return with_call_log(init_call_log_file); }
 
-int capi_voip_verify_call_log_file() { return with_call_log(capi::verify_call_log_file); }
+int capi_voip_verify_call_log_file() { return with_call_log(verify_call_log_file); }
 
 int capi_voip_delete_call_log_file() {
   return tell_others(with_call_log([](const char* path) CAPI_REQUIRES(kCallLogLock) {
-    capi::delete_call_log_file(path);
+    delete_call_log_file(path);
     return 0;
   }));
 }
 
 int capi_voip_clean_all_call_log() {
   return tell_others(with_call_log([](const char* path) CAPI_REQUIRES(kCallLogLock) {
-    capi::delete_call_log_file(path);
-    return capi::create_call_log_file(path);
+    delete_call_log_file(path);
+    return create_call_log_file(path);
   }));
 }
 
 int capi_voip_clean_call_log_by_type(unsigned type) {
   return tell_others(with_call_log([&](const char* path) CAPI_REQUIRES(kCallLogLock) {
-    return capi::clean_call_log_by_type(path, type);
+    return clean_call_log_by_type(path, type);
   }));
 }
 
 int capi_voip_read_call_log(capi_call_log_image* image) {
-  return with_call_log([&](const char* path) CAPI_REQUIRES(kCallLogLock) {
-    return capi::read_call_log(path, image);
-  });
+  return with_call_log([&](const char* path)
+                           CAPI_REQUIRES(kCallLogLock) { return read_call_log(path, image); });
 }
 
 int capi_voip_add_call_log(unsigned type, const capi_call_log_record* record) {
   return tell_others(with_call_log([&](const char* path) CAPI_REQUIRES(kCallLogLock) {
-    return capi::add_call_log(path, type, record);
+    return add_call_log(path, type, record);
   }));
 }
 
 int capi_voip_add_call_log1(unsigned type, const capi_call_log_record* record) {
-  using namespace capi;
   if (refuse_null(record, __func__)) return -1;
   return take_description(assembly, type, *record, capi_voip_add_call_log);
 }
 
 int capi_voip_add_call_log2(const capi_call_log_record* record) {
-  using namespace capi;
   if (refuse_null(record, __func__)) return -1;
   return take_statistics(assembly, *record, capi_voip_add_call_log);
 }
 
 int capi_voip_delete_call_log_by_node(unsigned type, unsigned node) {
   return tell_others(with_call_log([&](const char* path) CAPI_REQUIRES(kCallLogLock) {
-    return capi::delete_call_log_by_node(path, type, node);
+    return delete_call_log_by_node(path, type, node);
   }));
 }
 
 int capi_voip_read_call_log_entry_header(const capi_call_log_image* image, unsigned type,
                                          capi_call_log_entry_header* header) {
-  if (image != nullptr) return capi::read_call_log_entry_header(*image, type, header);
+  if (image != nullptr) return read_call_log_entry_header(*image, type, header);
   return with_call_log([&](const char* path) CAPI_REQUIRES(kCallLogLock) {
-    return capi::read_call_log_entry_header(path, type, header);
+    return read_call_log_entry_header(path, type, header);
   });
 }
 
 int capi_voip_read_call_log_node(const capi_call_log_image* image, unsigned node,
                                  capi_call_log_record* record) {
-  if (image != nullptr) return capi::read_call_log_node(*image, node, record);
+  if (image != nullptr) return read_call_log_node(*image, node, record);
   return with_call_log([&](const char* path) CAPI_REQUIRES(kCallLogLock) {
-    return capi::read_call_log_node(path, node, record);
+    return read_call_log_node(path, node, record);
   });
 }
 
 int capi_voip_call_log_backup(const char* destination) {
   if (destination == nullptr) return -1;
   return with_call_log([&](const char* path) {
-    if (access(path, F_OK) != 0 || capi::is_odd_file(path)) return -1;
-    const auto command = capi::copy_command(path, destination);
+    if (access(path, F_OK) != 0 || is_odd_file(path)) return -1;
+    const auto command = copy_command(path, destination);
     if (!command) return -1;
-    capi::run_shell(command.get());
+    run_shell(command.get());
     return 0;
   });
 }

@@ -67,8 +67,9 @@ int dump_whole_image(const capi_call_log_image& image, capi_call_log_cb callback
 
 }  // namespace capi
 
+using namespace capi;
+
 int capi_voip_call_log_dump(unsigned selector, capi_call_log_cb callback, void* user) {
-  using namespace capi;
   if (selector > CAPI_CALL_LOG_TYPES) return -1;
   const ImageOwner image = make_image(__func__);
   if (!image) return -1;
@@ -82,7 +83,6 @@ int capi_voip_call_log_dump(unsigned selector, capi_call_log_cb callback, void* 
 }
 
 int capi_voip_call_log_dump_all(capi_call_log_cb callback, void* user) {
-  using namespace capi;
   const ImageOwner image = make_image(__func__);
   if (!image) return -1;
   const int result = read_image(*image);

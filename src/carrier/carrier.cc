@@ -104,12 +104,13 @@ int find_carrier(const char* imsi, const char* iccid, capi_carrier_info& out) {
 
 }  // namespace capi
 
+using namespace capi;
+
 int capi_get_carrier_info(const char* imsi, const char* iccid, capi_carrier_info* out) {
-  return out != nullptr ? capi::find_carrier(imsi, iccid, *out) : -1;
+  return out != nullptr ? find_carrier(imsi, iccid, *out) : -1;
 }
 
 int capi_get_carrier_info_ext(const char* name, capi_carrier_info* out) {
-  using namespace capi;
   if (name == nullptr || name[0] == '\0') {
     CAPI_LOG(kLogWarning, "Invalid carrier file\n");
     return -1;
@@ -125,7 +126,6 @@ int capi_get_carrier_info_ext(const char* name, capi_carrier_info* out) {
 
 int capi_carrier_for_each(const char* imsi, const char* iccid, capi_carrier_cb callback,
                           void* user) {
-  using namespace capi;
   if (callback == nullptr) return -1;
   for (const Row& row : kRows) {
     int fits = 0;
@@ -138,14 +138,12 @@ int capi_carrier_for_each(const char* imsi, const char* iccid, capi_carrier_cb c
 }
 
 int capi_cfg_backend_get_carrier_info(const char*, const char*, capi_carrier_info*) {
-  using namespace capi;
   CAPI_LOG(kLogErr, "OMG,please fix me\n");
   const CriticalSection section(kConfShmLock);
   return -1;
 }
 
 int capi_cfg_backend_get_carrier_info_ext(const char*, capi_carrier_info* out) {
-  using namespace capi;
   CAPI_LOG(kLogErr, "OMG,please fix me\n");
   if (out == nullptr) return -1;
   *out = {};

@@ -43,8 +43,9 @@ int get_value(const char* path, unsigned index, char* buf, int len) {
 }  // namespace
 }  // namespace capi
 
+using namespace capi;
+
 int capi_get_carrier_cfg(const char* imsi, const char* iccid, unsigned index, char* buf, int len) {
-  using namespace capi;
   if (buf != nullptr) memset(buf, 0, buffer_size(len));
   capi_carrier_info carrier{};
   if (find_carrier(imsi, iccid, carrier) != 0) {

@@ -78,15 +78,15 @@ bool read_sim_file(Identity& identity) {
 }  // namespace
 }  // namespace capi
 
+using namespace capi;
+
 int capi_cfg_backend_check_simcard() {
-  using namespace capi;
   const int result = with_shared_record(
       [](const cfg_shared_record& record) { return record.sim_check_flag == 0 ? 1 : 0; });
   return result == 0 ? 0 : 1;
 }
 
 int capi_check_simcard() {
-  using namespace capi;
   if (capi_cfg_backend_check_simcard() == 0) return 0;
   Identity identity{};
   if (!read_sim_file(identity)) return 1;

@@ -76,8 +76,9 @@ bool read_trial_sim(TrialSim& sim) {
 
 }  // namespace capi
 
+using namespace capi;
+
 int capi_get_test_sim_info(char* mcc, char* mnc, uint32_t* id) {
-  using namespace capi;
   if (mcc == nullptr || mnc == nullptr || id == nullptr) return -1;
   TrialSim sim;
   if (!read_trial_sim(sim)) return -1;

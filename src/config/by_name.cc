@@ -30,8 +30,9 @@ GetResult get_by_name(const cfg_shared_record& record, const char* section, cons
 
 }  // namespace capi
 
+using namespace capi;
+
 int capi_cfg_backend_get_config(const char* section, const char* name, char* buf, int size) {
-  using namespace capi;
   if (section == nullptr || name == nullptr || buf == nullptr) return -1;
   const CriticalSection guard(kConfShmLock);
   const cfg_shared_record* record = shared_record();
@@ -44,7 +45,6 @@ int capi_cfg_backend_get_config(const char* section, const char* name, char* buf
 }
 
 int capi_cfg_backend_set_config(const char* section, const char* name, int, const char* value) {
-  using namespace capi;
   if (name == nullptr || value == nullptr) return -1;
   const CriticalSection guard(kConfShmLock);
   // The staging copy too, or the next publishing would undo the change.

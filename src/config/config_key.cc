@@ -59,8 +59,9 @@ int walk_section(SectionId id, capi_config_key_cb callback, void* user) {
 }  // namespace
 }  // namespace capi
 
+using namespace capi;
+
 int capi_config_for_each(capi_config_key_cb callback, void* user) {
-  using namespace capi;
   if (callback == nullptr) return -1;
   for (size_t id = 0; id < kSections.size(); ++id) {
     if (const int result = walk_section(static_cast<SectionId>(id), callback, user)) return result;

@@ -99,8 +99,9 @@ void publish(cfg_shared_record& record, cfg_shared_record& staging) {
 }  // namespace
 }  // namespace capi
 
+using namespace capi;
+
 int capi_cfg_backend_config_finish() {
-  using namespace capi;
   const CriticalSection section(kConfShmLock);
   cfg_backend_context* ctx = context();
   if (ctx == nullptr) return -1;

@@ -146,9 +146,9 @@ int capi_cfg_backend_get_voice_sms_cfg(capi_voice_sms_cfg* record) {
 
 // Hands a result on, logging under the public function's name when it is -1. The rest is the
 // message and its argument.
-#define RETURN_LOGGING_FAILURE(call, ...)                     \
-  const int result = call;                                    \
-  if (result == -1) CAPI_LOG(capi::kLogWarning, __VA_ARGS__); \
+#define RETURN_LOGGING_FAILURE(call, ...)               \
+  const int result = call;                              \
+  if (result == -1) CAPI_LOG(kLogWarning, __VA_ARGS__); \
   return result
 
 int capi_get_system_access(capi_system_access* record) {

@@ -46,8 +46,9 @@ int apply_setting_everywhere(const char* section, const char* key, const char* v
 
 }  // namespace capi
 
+using namespace capi;
+
 int setting_item_cb(const char* section, const char* key, const char* value) {
-  using namespace capi;
   if (key == nullptr || value == nullptr) return -1;
   log_setting(section, key, value);
   cfg_backend_context* ctx = context();
@@ -55,7 +56,6 @@ int setting_item_cb(const char* section, const char* key, const char* value) {
 }
 
 int capi_cfg_backend_init_settings_from_file(const char* path) {
-  using namespace capi;
   if (path == nullptr || context() == nullptr) return -1;
   const CriticalSection guard(kConfShmLock);
   cfg_backend_context* ctx = context();  // again: it may have gone while we waited

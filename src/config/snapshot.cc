@@ -6,9 +6,11 @@
 #include "foundation/text.h"
 #include "record/context.h"
 
+using namespace capi;
+
 int capi_snapshot_take(cfg_shared_record* snapshot) {
   if (snapshot == nullptr) return -1;
-  return capi::with_shared_record([&](const cfg_shared_record& record) {
+  return with_shared_record([&](const cfg_shared_record& record) {
     *snapshot = record;
     return 0;
   });
@@ -16,7 +18,6 @@ int capi_snapshot_take(cfg_shared_record* snapshot) {
 
 int capi_snapshot_get(const cfg_shared_record* snapshot, const char* section, const char* name,
                       char* buf, int size) {
-  using namespace capi;
   if (snapshot == nullptr || section == nullptr || name == nullptr || buf == nullptr) return -1;
   return get_by_name(*snapshot, section, name, buf, buffer_size(size)).result;
 }

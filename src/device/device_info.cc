@@ -27,8 +27,9 @@ void read_firmware_file(char* buf, int len) {
 }  // namespace
 }  // namespace capi
 
+using namespace capi;
+
 int capi_get_firmware_version(char* buf, int len) {
-  using namespace capi;
   constexpr Field kVersion = CAPI_FIELD_OF(fw_version);
   if (buf == nullptr) {
     CAPI_LOG(kLogNotice, "Can't get firmware version");
@@ -39,13 +40,11 @@ int capi_get_firmware_version(char* buf, int len) {
 }
 
 int capi_get_fw_build_number(char* buf, int len) {
-  using namespace capi;
   constexpr Field kBuildNumber = CAPI_FIELD_OF(fw_build_number);
   return get_segment_text(__func__, "failed to get fw build number", kBuildNumber, buf, len);
 }
 
 int capi_get_device_imei(char* buf, int len) {
-  using namespace capi;
   constexpr Field kImei = CAPI_FIELD_OF(device_imei);
   if (get_segment_text(kImei, buf, len) == 0) return 0;
   const int result = get_hardware_info(CAPI_HW_IMEI, buf, len);
@@ -54,7 +53,6 @@ int capi_get_device_imei(char* buf, int len) {
 }
 
 int capi_get_device_name(char* buf, int len) {
-  using namespace capi;
   constexpr Field kName = CAPI_FIELD_OF(device_name);
   return get_segment_text(__func__, "failed to get device name", kName, buf, len);
 }

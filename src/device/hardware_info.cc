@@ -108,8 +108,10 @@ int get_hardware_info(int index, char* buf, int len) {
 
 }  // namespace capi
 
+using namespace capi;
+
 int capi_get_hardware_info(int index, char* buf, int len) {
-  const int result = capi::get_hardware_info(index, buf, len);
-  if (result == -1) CAPI_LOG(capi::kLogNotice, "Can't get info index-%d,  error!", index);
+  const int result = get_hardware_info(index, buf, len);
+  if (result == -1) CAPI_LOG(kLogNotice, "Can't get info index-%d,  error!", index);
   return result;
 }

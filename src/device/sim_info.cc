@@ -56,12 +56,11 @@ int get_sim_info(int index, char* buf, int len) {
 
 }  // namespace capi
 
-int capi_get_simcard_info(int index, char* buf, int len) {
-  return capi::get_sim_info(index, buf, len);
-}
+using namespace capi;
+
+int capi_get_simcard_info(int index, char* buf, int len) { return get_sim_info(index, buf, len); }
 
 int capi_cfg_update_simcard_file() {
-  using namespace capi;
   with_shared_record([](const cfg_shared_record& record) CAPI_REQUIRES(kConfShmLock) {
     refresh_sim_file(record);
     return 0;

@@ -54,10 +54,11 @@ char* line_end(char* text) {
 }  // namespace
 }  // namespace capi
 
-void capiv2_log_init(capi_log_sink sink) { capi::log_sink.store(sink, std::memory_order_release); }
+using namespace capi;
+
+void capiv2_log_init(capi_log_sink sink) { log_sink.store(sink, std::memory_order_release); }
 
 void capiv2_log_print(int level, const char* func, int line, const char* fmt, ...) {
-  using namespace capi;
   const ErrnoKeeper keeper;
   const capi_log_sink sink = log_sink.load(std::memory_order_acquire);
 

@@ -41,10 +41,12 @@ int32_t parse_int32(const char* text) {
 
 }  // namespace capi
 
+using namespace capi;
+
 void strcpy_safe(char* dst, const char* src, int size) {
   if (dst == nullptr || size < 2) return;
   const auto capacity = static_cast<size_t>(size);
-  capi::copy_text(dst, capacity, capi::bounded(src != nullptr ? src : "", capacity - 1));
+  copy_text(dst, capacity, bounded(src != nullptr ? src : "", capacity - 1));
 }
 
 void utils_str_trim(char* s, char ch) {

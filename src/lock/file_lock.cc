@@ -66,8 +66,9 @@ bool wait_for_lock(int fd) {
 }  // namespace
 }  // namespace capi
 
+using namespace capi;
+
 int capi_lock_file(const char* path) {
-  using namespace capi;
   const int fd = open_lock_file(path);
   if (fd == kNone) {
     CAPI_LOG(kLogWarning, "File open ERROR!\n!");
@@ -91,7 +92,6 @@ int capi_lock_file(const char* path) {
 }
 
 int capi_unlock_file(const char* path) {
-  using namespace capi;
   HeldLock* lock = path != nullptr ? find_held(path) : nullptr;
   if (lock == nullptr) {
     CAPI_LOG(kLogWarning, "File fd ERROR!\n!");

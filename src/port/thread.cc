@@ -14,6 +14,7 @@
 
 #include "foundation/memory.h"
 
+namespace capi {
 namespace {
 
 int result_of(int error) { return error == 0 ? thrd_success : thrd_error; }
@@ -83,6 +84,9 @@ void sleep_for(int64_t microseconds) {
 }
 
 }  // namespace
+}  // namespace capi
+
+using namespace capi;
 
 int mtx_init(mtx_t* mutex, int type) {
   if (mutex == nullptr) return thrd_error;
@@ -139,7 +143,7 @@ int cnd_destroy(cnd_t* condition) {
 int thrd_create(thrd_t* thread, int stack_kib, thrd_start_t function, void* arg) {
   if (thread == nullptr || function == nullptr) return thrd_error;
   *thread = 0;
-  capi::Allocated<Start> start(static_cast<Start*>(malloc(sizeof(Start))));
+  Allocated<Start> start(static_cast<Start*>(malloc(sizeof(Start))));
   if (!start) return thrd_nomem;
   *start = {function, arg};
   const ThreadAttributes attributes(stack_size(stack_kib));

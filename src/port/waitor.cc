@@ -6,6 +6,7 @@
 
 #include "capi/thread.h"
 
+namespace capi {
 namespace {
 
 class Guard {
@@ -36,6 +37,9 @@ timespec time_after(int milliseconds) {
 }
 
 }  // namespace
+}  // namespace capi
+
+using namespace capi;
 
 int waitor_init(waitor_t* waitor) {
   if (waitor == nullptr) return thrd_error;

@@ -66,24 +66,23 @@ void make_path(char* path, size_t size, std::string_view dir, std::string_view n
 
 }  // namespace capi
 
-using capi::RuntimeDir;
+using namespace capi;
 
-char* capiv2_cfg_backend_get_work_dir(char* dst) { return capi::copy_dir(RuntimeDir::Work, dst); }
-char* capiv2_cfg_backend_get_data_dir(char* dst) { return capi::copy_dir(RuntimeDir::Data, dst); }
-char* capiv2_cfg_backend_get_log_dir(char* dst) { return capi::copy_dir(RuntimeDir::Log, dst); }
-char* capiv2_cfg_backend_get_bin_dir(char* dst) { return capi::copy_dir(RuntimeDir::Bin, dst); }
-char* capiv2_cfg_backend_get_nv_dir(char* dst) { return capi::copy_dir(RuntimeDir::Nv, dst); }
-char* capiv2_cfg_backend_get_ivr_dir(char* dst) { return capi::copy_dir(RuntimeDir::Ivr, dst); }
+char* capiv2_cfg_backend_get_work_dir(char* dst) { return copy_dir(RuntimeDir::Work, dst); }
+char* capiv2_cfg_backend_get_data_dir(char* dst) { return copy_dir(RuntimeDir::Data, dst); }
+char* capiv2_cfg_backend_get_log_dir(char* dst) { return copy_dir(RuntimeDir::Log, dst); }
+char* capiv2_cfg_backend_get_bin_dir(char* dst) { return copy_dir(RuntimeDir::Bin, dst); }
+char* capiv2_cfg_backend_get_nv_dir(char* dst) { return copy_dir(RuntimeDir::Nv, dst); }
+char* capiv2_cfg_backend_get_ivr_dir(char* dst) { return copy_dir(RuntimeDir::Ivr, dst); }
 
 int capi_get_runtime_dir(int index, char* buf, int len) {
   if (buf == nullptr) return -1;
   if (len > 0) memset(buf, 0, static_cast<size_t>(len));
   if (index < 0 || index >= CAPI_RUNTIME_DIRS) return -1;
-  return capi::copy_dir(static_cast<RuntimeDir>(index), buf) != nullptr ? 0 : -1;
+  return copy_dir(static_cast<RuntimeDir>(index), buf) != nullptr ? 0 : -1;
 }
 
 char* capi_get_runtime_path(int index, const char* name, char* buf, int len) {
-  using namespace capi;
   if (buf == nullptr || len <= 0) return buf;
   const auto size = static_cast<size_t>(len);
   memset(buf, 0, size);
@@ -95,7 +94,6 @@ char* capi_get_runtime_path(int index, const char* name, char* buf, int len) {
 }
 
 int capiv2_cfg_backend_post_init() {
-  using namespace capi;
   if (context() == nullptr) return 0;
   with_shared_record([](const cfg_shared_record& record) {
     char dirs[CAPI_RUNTIME_DIRS][kDirSize];

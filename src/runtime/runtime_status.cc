@@ -70,10 +70,11 @@ capi_line_reg_stat never_published() {
 }  // namespace
 }  // namespace capi
 
+using namespace capi;
+
 // ---- Backend -----------------------------------------------------------------------------------
 
 int capi_cfg_backend_set_runtime_line_reg_stat(int line, capi_line_reg_stat* record, int stack) {
-  using namespace capi;
   if (record == nullptr) return -1;
   return with_shared_record([&](cfg_shared_record& shared) {
     if (!is_line(line) || !is_stack(stack)) return -1;
@@ -87,7 +88,6 @@ int capi_cfg_backend_set_runtime_line_reg_stat(int line, capi_line_reg_stat* rec
 }
 
 int capi_cfg_backend_get_runtime_line_reg_stat(int line, capi_line_reg_stat* record, int stack) {
-  using namespace capi;
   if (record == nullptr) return -1;
   return with_shared_record([&](const cfg_shared_record& shared) {
     if (!is_line(line) || !is_stack(stack)) return -1;
@@ -99,7 +99,6 @@ int capi_cfg_backend_get_runtime_line_reg_stat(int line, capi_line_reg_stat* rec
 }
 
 int capi_cfg_backend_set_runtime_line_cs_reg_stat(int line, const capi_line_cs_reg_stat* record) {
-  using namespace capi;
   if (record == nullptr) return -1;
   return with_shared_record([&](cfg_shared_record& shared) {
     if (!is_line(line)) return -1;
@@ -113,7 +112,6 @@ int capi_cfg_backend_set_runtime_line_cs_reg_stat(int line, const capi_line_cs_r
 }
 
 int capi_cfg_backend_get_runtime_line_cs_reg_stat(int line, capi_line_cs_reg_stat* record) {
-  using namespace capi;
   if (record == nullptr) return -1;
   return with_shared_record([&](const cfg_shared_record& shared) {
     if (!is_line(line)) return -1;
@@ -123,7 +121,6 @@ int capi_cfg_backend_get_runtime_line_cs_reg_stat(int line, capi_line_cs_reg_sta
 }
 
 int capi_cfg_backend_set_runtime_line_phone_phy_status(int line, const char* text) {
-  using namespace capi;
   if (text == nullptr) return -1;
   return with_shared_record([&](cfg_shared_record& shared) {
     if (!is_line(line)) return -1;
@@ -135,7 +132,6 @@ int capi_cfg_backend_set_runtime_line_phone_phy_status(int line, const char* tex
 }
 
 int capi_cfg_backend_get_runtime_line_phone_phy_status(int line, char* buf, int len) {
-  using namespace capi;
   if (buf == nullptr) return -1;
   memset(buf, 0, buffer_size(len));
   return with_shared_record([&](const cfg_shared_record& shared) {
@@ -150,38 +146,38 @@ int capi_cfg_backend_get_runtime_line_phone_phy_status(int line, char* buf, int 
 
 int capi_set_runtime_line_reg_stat(int line, capi_line_reg_stat* record, int stack) {
   const int result = capi_cfg_backend_set_runtime_line_reg_stat(line, record, stack);
-  if (result == -1) CAPI_LOG(capi::kLogWarning, "line index-%d, error!", line);
+  if (result == -1) CAPI_LOG(kLogWarning, "line index-%d, error!", line);
   return result;
 }
 
 int capi_get_runtime_line_reg_stat(int line, capi_line_reg_stat* record, int stack) {
   const int result = capi_cfg_backend_get_runtime_line_reg_stat(line, record, stack);
-  if (result == -1) CAPI_LOG(capi::kLogNotice, "Can't get line index-%d reg status, error!", line);
+  if (result == -1) CAPI_LOG(kLogNotice, "Can't get line index-%d reg status, error!", line);
   return result;
 }
 
 int capi_set_runtime_line_cs_reg_stat(int line, const capi_line_cs_reg_stat* record) {
   const int result = capi_cfg_backend_set_runtime_line_cs_reg_stat(line, record);
-  if (result == -1) CAPI_LOG(capi::kLogWarning, "line index-%d, error!", line);
+  if (result == -1) CAPI_LOG(kLogWarning, "line index-%d, error!", line);
   return result;
 }
 
 int capi_get_runtime_line_cs_reg_stat(int line, capi_line_cs_reg_stat* record) {
   const int result = capi_cfg_backend_get_runtime_line_cs_reg_stat(line, record);
-  if (result == -1) CAPI_LOG(capi::kLogNotice, "Can't get line index-%d reg status, error!", line);
+  if (result == -1) CAPI_LOG(kLogNotice, "Can't get line index-%d reg status, error!", line);
   return result;
 }
 
 int capi_set_runtime_line_phone_phy_status(int line, const char* text) {
   const int result = capi_cfg_backend_set_runtime_line_phone_phy_status(line, text);
-  if (result == -1) CAPI_LOG(capi::kLogWarning, "line index-%d, error!", line);
+  if (result == -1) CAPI_LOG(kLogWarning, "line index-%d, error!", line);
   return result;
 }
 
 int capi_get_runtime_line_phone_phy_status(int line, char* buf, int len) {
   const int result = capi_cfg_backend_get_runtime_line_phone_phy_status(line, buf, len);
   if (result == -1) {
-    CAPI_LOG(capi::kLogNotice, "Can't get line index-%d phone phy status, error!", line);
+    CAPI_LOG(kLogNotice, "Can't get line index-%d phone phy status, error!", line);
   }
   return result;
 }

@@ -208,8 +208,9 @@ std::string_view cut_name(const char* name) {
 }  // namespace
 }  // namespace capi
 
+using namespace capi;
+
 cJSON* ctrlv2_siginfo_to_json(const char* name, const capi_signal_info* info) {
-  using namespace capi;
   if (name == nullptr || info == nullptr) return nullptr;
   Json root(cJSON_CreateObject());
   Json attrs = make_object(rows_of(name), reinterpret_cast<const char*>(info), 0);
@@ -220,7 +221,6 @@ cJSON* ctrlv2_siginfo_to_json(const char* name, const capi_signal_info* info) {
 }
 
 int ctrlv2_json_to_siginfo(const cJSON* json, char* name, capi_signal_info* info) {
-  using namespace capi;
   if (name != nullptr) name[0] = '\0';
   const char* text = json_text(json_member(json, "name"));
   if (text == nullptr || info == nullptr) return -1;

@@ -73,37 +73,39 @@ void back_up(int selector, const char* base_path, const char* suffix) {
 }  // namespace
 }  // namespace capi
 
+using namespace capi;
+
 int capi_voip_sms_init() {
-  const capi::SmsAccess access;
-  const int received = capi::init_sms_file(access.path(CAPI_SMS_RECEIVED));
-  const int sent = capi::init_sms_file(access.path(CAPI_SMS_SENT));
+  const SmsAccess access;
+  const int received = init_sms_file(access.path(CAPI_SMS_RECEIVED));
+  const int sent = init_sms_file(access.path(CAPI_SMS_SENT));
   return received | sent;
 }
 
 int capi_voip_sms_add(int selector, capi_sms_record* record) {
   uint64_t id = 0;
-  const int result = capi::add(selector, record, id);
-  capi::announce(capi::kAdded, result == 0 ? id : 0);
+  const int result = add(selector, record, id);
+  announce(kAdded, result == 0 ? id : 0);
   return result;
 }
 
 int capi_voip_sms_update(int selector, const capi_sms_record* record) {
   if (record == nullptr) return -1;
   const uint64_t id = record->id;
-  const int result = capi::update(selector, *record);
-  capi::announce(capi::kUpdated, id);
+  const int result = update(selector, *record);
+  announce(kUpdated, id);
   return result;
 }
 
 int capi_voip_sms_get(int selector, uint64_t id, capi_sms_record* record) {
-  if (!capi::is_sms_selector(selector) || record == nullptr) return -1;
-  const capi::SmsAccess access;
-  return capi::get_sms(access.path(selector), id, *record);
+  if (!is_sms_selector(selector) || record == nullptr) return -1;
+  const SmsAccess access;
+  return get_sms(access.path(selector), id, *record);
 }
 
 int capi_voip_sms_del_by_id(int selector, uint64_t id) {
-  const int result = capi::del(selector, id);
-  capi::announce(capi::kDeleted, id);
+  const int result = del(selector, id);
+  announce(kDeleted, id);
   return result;
 }
 
@@ -112,23 +114,23 @@ int capi_voip_sms_get_unread_sm_num(int selector, const capi_sms_counter* previo
   if (previous == nullptr || state == nullptr) return -1;
   const capi_sms_counter seen = *previous;  // a caller may pass the same twice
   *state = {};
-  if (!capi::is_sms_selector(selector)) return -1;
-  const capi::SmsAccess access;
-  return capi::count_new_sms(access.path(selector), selector, seen, *state);
+  if (!is_sms_selector(selector)) return -1;
+  const SmsAccess access;
+  return count_new_sms(access.path(selector), selector, seen, *state);
 }
 
 int capi_voip_sms_clean(int selector) {
-  const int result = capi::clean(selector);
-  capi::announce(capi::kCleaned, 0);
+  const int result = clean(selector);
+  announce(kCleaned, 0);
   return result;
 }
 
 int capi_voip_sms_load(int selector, void** image) {
   if (image == nullptr) return -1;
   *image = nullptr;
-  if (!capi::is_sms_selector(selector)) return -1;
-  const capi::SmsAccess access;
-  *image = capi::load_sms_file(access.path(selector)).release();
+  if (!is_sms_selector(selector)) return -1;
+  const SmsAccess access;
+  *image = load_sms_file(access.path(selector)).release();
   return *image != nullptr ? 0 : -1;
 }
 
@@ -140,13 +142,13 @@ int capi_voip_sms_unload(void** image) {
 }
 
 int capi_voip_sms_get_file(int selector, const char* destination) {
-  if (!capi::is_sms_selector(selector) || destination == nullptr) return -1;
-  return capi::copy_to(selector, destination, __func__);
+  if (!is_sms_selector(selector) || destination == nullptr) return -1;
+  return copy_to(selector, destination, __func__);
 }
 
 int capi_voip_sms_backup(const char* base_path) {
   if (base_path == nullptr) return -1;
-  capi::back_up(CAPI_SMS_RECEIVED, base_path, ".recv");
-  capi::back_up(CAPI_SMS_SENT, base_path, ".send");
+  back_up(CAPI_SMS_RECEIVED, base_path, ".recv");
+  back_up(CAPI_SMS_SENT, base_path, ".send");
   return 0;
 }

@@ -16,9 +16,7 @@ constexpr int kSelectors[] = {CAPI_SMS_RECEIVED, CAPI_SMS_SENT};
 constinit SmsPaths process_paths;
 
 // The fallback of the sent messages is not asked for here: once taken, it stays.
-bool stays(const char* path) {
-  return path[0] != '\0' && strcmp(path, kReceivedFallback) != 0;
-}
+bool stays(const char* path) { return path[0] != '\0' && strcmp(path, kReceivedFallback) != 0; }
 
 }  // namespace
 

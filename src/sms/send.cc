@@ -81,9 +81,10 @@ int store(capi_sms_record& message, uint64_t& id) {
 }  // namespace
 }  // namespace capi
 
+using namespace capi;
+
 int capi_voip_sms_send(const char* remote_number, uint32_t text_type, const void* text,
                        uint32_t text_len) {
-  using namespace capi;
   if (remote_number == nullptr || text == nullptr || text_len > CAPI_SMS_MAX_TEXT) {
     CAPI_LOG(kLogWarning, "invalid paramters: pRemoteNum %p, pText %p, TextLen %u\n",
              static_cast<const void*>(remote_number), text, text_len);

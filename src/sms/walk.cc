@@ -166,26 +166,27 @@ void dump_image(const void* image, capi_sms_record& copy, capi_sms_dump_cb callb
 }  // namespace
 }  // namespace capi
 
+using namespace capi;
+
 int capi_voip_sms_get_first(const void* image, capi_sms_record* record, int all) {
-  return capi::get_end(image, record, all, capi::find_first, __func__);
+  return get_end(image, record, all, find_first, __func__);
 }
 
 int capi_voip_sms_get_last(const void* image, capi_sms_record* record, int all) {
-  return capi::get_end(image, record, all, capi::find_last, __func__);
+  return get_end(image, record, all, find_last, __func__);
 }
 
 int capi_voip_sms_get_next(const void* image, const capi_sms_record* current,
                            capi_sms_record* record, int all) {
-  return capi::get_beside(image, current, record, all, capi::find_next);
+  return get_beside(image, current, record, all, find_next);
 }
 
 int capi_voip_sms_get_previous(const void* image, const capi_sms_record* current,
                                capi_sms_record* record, int all) {
-  return capi::get_beside(image, current, record, all, capi::find_previous);
+  return get_beside(image, current, record, all, find_previous);
 }
 
 int capi_voip_sms_dump(int selector, capi_sms_dump_cb callback, void* context) {
-  using namespace capi;
   if (callback == nullptr) return -1;
   const auto copy = allocate_sms(__func__);
   if (!copy || !is_sms_selector(selector)) return -1;

@@ -100,8 +100,8 @@ TEST_F(CallLogPathTest, ThreadsThatSettleThePathAtOnceAgree) {
 class UnreadablePath {
  public:
   UnreadablePath() {
-    page_ = mmap(nullptr, sizeof(FilePath), PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS,
-                 -1, 0);
+    page_ =
+        mmap(nullptr, sizeof(FilePath), PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     strcpy(path().text, "/tmp/nv/voip_call_log");
     mprotect(page_, sizeof(FilePath), PROT_NONE);
     current = this;
