@@ -1,6 +1,12 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
 // The two halves in which a call may be reported: its description and its statistics.
+//
+// They come from two parts of the voice application, in either order, for one call after the other.
+// The first half waits until the second one comes; what is stored is a call with both. A half that
+// comes twice replaces the one that waits.
+//
+// Free of files and locks. Leaves to its callers that one thread reports at a time, and the adding.
 #pragma once
 
 #include <cstdint>

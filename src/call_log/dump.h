@@ -1,6 +1,12 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
-// Handing the entries of an image to a callback. Image and links may hold anything.
+// Handing the entries of an image to a callback.
+//
+// Image and links may hold anything, so a walk ends at a link to no node and after as many entries
+// as the list says to have; a circle of links does not hold it up. A missing callback is no error:
+// the walk is made all the same, and with it the check.
+//
+// Leaves to its callers the image and its memory. No lock is held: callbacks may call the library.
 #pragma once
 
 #include "capi/call_log.h"

@@ -1,7 +1,18 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
 // The call log as bytes in memory: its lists and what is done with them. Free of files, locks and
-// logs. Every function survives any bytes at all, for files come from anywhere.
+// logs.
+//
+// An image is a header and 300 nodes, linked by their indexes. Each node is in one list of its own,
+// that of a type or that of the free ones, and each used node in the list of all entries as well;
+// all lists lead both ways, oldest first. A list has at most as many nodes as its type may have
+// entries, so there is always a free node for a type that is not full.
+//
+// Every function survives any bytes at all, for files come from anywhere: no index is used before
+// it is known to be one of a node. check() tells whether an image keeps what is said above; the
+// functions that change one keep it, if it was so before.
+//
+// Leaves to call_log/store.h which changes make an operation, and to call_log/file.h the file.
 #pragma once
 
 #include <bit>

@@ -1,7 +1,13 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
 // The carriers that the device knows. The order counts: the first row that fits an IMSI wins,
-// unless a later one fits the ICCID as well.
+// unless a later one fits the ICCID as well. A new carrier is one more row, or several with one id.
+//
+// An IMSI fits a row that has its MCC and, in the list, the digits behind it, of which "mnc_length"
+// are the MNC. An ICCID prefix tells apart those who use another network's numbers; most rows have
+// none. Ids and file names are known to other programs and stay.
+//
+// Leaves to carrier/carrier.cc how IMSI and ICCID are had, and to carrier_settings.cc the files.
 #pragma once
 
 #include <cstddef>

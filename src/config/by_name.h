@@ -1,6 +1,8 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
-// Getting a value by section and key from any record.
+// Getting a value by section and key from any record: the segment's or a snapshot of it.
+//
+// Leaves to its callers the lock, where the record is the segment's, and the null checks.
 #pragma once
 
 #include <cstddef>

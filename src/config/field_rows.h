@@ -1,6 +1,15 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
 // The sections and keys of the configuration, as rows. A new key is one more row.
+//
+// Setting files, setting and getting by name, and the list of keys that tools show all walk these
+// rows; nothing else knows a key. What is checked when they are compiled stands in
+// config/field_table.cc: that a section's rows are together, that it has no plain key twice, and
+// that none of them leads to what is not configuration. What cannot be checked: that a key keeps
+// its name and its field for ever, since the files of devices in use have it.
+//
+// Plain keys are in kRows; keys that carry a number of their own, for one element of an array, are
+// in kNumberedRows.
 #pragma once
 
 #include "record/field.h"

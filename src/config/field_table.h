@@ -1,7 +1,13 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
-// The key table of the configuration: section and key to a field of the record. Loading setting
-// files, setting by name and getting by name all go through it.
+// The key table of the configuration: from section and key to a field of the record. Loading
+// setting files, setting by name and getting by name all go through it.
+//
+// Names come from files and from programs and may be anything; a look-up says why it found nothing,
+// because the answers differ: a key that a section lacks is no error in some sections, and a number
+// out of range always is.
+//
+// Leaves to its callers the value, and the lock of the record.
 #pragma once
 
 #include <cstdint>

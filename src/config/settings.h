@@ -1,6 +1,13 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
-// Setting files and the items in them.
+// Setting files and the items in them: how a value gets into the configuration.
+//
+// An item is logged before anything else, so that the log shows what was asked for. It goes into
+// the staging copy; setting by name goes into the segment as well, or the next publishing would
+// undo it. Items for keys that are unknown are ignored: setting files are shared by firmware of
+// several ages.
+//
+// Leaves to publishing (config/publish.cc) to make a staging copy the configuration of all.
 #pragma once
 
 #include "record/context.h"

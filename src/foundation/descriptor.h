@@ -1,6 +1,10 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
-// The owner of a file descriptor.
+// The owner of a file descriptor: whatever way a function is left, its descriptors are closed, and
+// errno is still that of what went wrong before.
+//
+// Leaves to its callers how a file is opened. Close-on-exec is theirs to ask for: programs that
+// other threads start must inherit nothing of ours.
 #pragma once
 
 #include <unistd.h>

@@ -1,6 +1,11 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
-// Owners of files, and writing a file whole.
+// The owner of a stream of the C library, and opening one.
+//
+// Leaves to its callers what is in the file. Who must know whether closing went well, because that
+// is when the last bytes are written, takes the stream out by release() and closes it; the owner
+// does not tell. For content that must never be seen half there is FileReplacement
+// (foundation/file_replacement.h).
 #pragma once
 
 #include <cstdio>

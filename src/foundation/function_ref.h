@@ -1,6 +1,10 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
-// A callable handed down for the duration of a call: no allocation, no ownership.
+// A callable handed down for the duration of a call: no allocation, no ownership, two pointers.
+//
+// For functions that walk something and hand out what they find: they are compiled once, in a
+// source, and not once for each callback, as templates would be. Who takes one must not keep it:
+// what it refers to is a temporary of the caller's most of the time.
 #pragma once
 
 #include <type_traits>

@@ -1,6 +1,13 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
 // JSON values from outside, which may be anything: looking at them never takes a wrong type.
+//
+// Every look-up answers null for what is not there, is of another type or is looked for in
+// something that is no object, and takes the null of the look-up before it. So a path through a
+// document is written down without a check at each step, and the check is one at its end.
+//
+// Leaves to its callers the numbers (a value's type says nothing about its range), and what a
+// missing member means.
 #pragma once
 
 #include <cjson/cJSON.h>

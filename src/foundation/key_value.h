@@ -1,6 +1,13 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
 // The key=value files in which the device keeps its settings and its status.
+//
+// A file is "[section]" lines and "key=value" lines; ";" and "#" begin a comment; blanks do not
+// count, also not inside a value. What is neither is skipped without a word: the files are written
+// by several programs and by people, and one bad line must not cost the device its settings.
+//
+// Leaves to the handler what sections and keys mean, and what to do about those that it does not
+// know. A handler runs inside the walk over the file; texts that it gets are gone when it returns.
 #pragma once
 
 #include <cstddef>

@@ -1,7 +1,13 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
-// Looking up single values in the device's files of "key=value" lines. Unlike the settings reader,
-// this one takes a value as it stands: blanks, ";" and "#" belong to it.
+// Looking up single values in the device's files of "key=value" lines.
+//
+// Unlike the reader of settings (foundation/key_value.h), this one knows no sections and takes a
+// value as it stands: blanks, ";" and "#" belong to it. These files hold names and numbers of SIM,
+// hardware and carriers, written by programs.
+//
+// Leaves to its callers what they answer for a missing value. A file that cannot be opened has
+// none.
 #pragma once
 
 #include <cstddef>

@@ -1,6 +1,14 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
 // Logging from inside the library, and keeping errno over it.
+//
+// A line shows the name of a function. People and scripts on the device look for these names, so
+// many of them are not those of the functions in our sources: what an operation has always been
+// called is its name in the log, and moving code must not change it (CAPI_LOG_AS). The same holds
+// for texts and levels; docs/troubleshooting.md lists all of them.
+//
+// The sink is a function of the program's that runs on our caller's thread, maybe under our locks.
+// Whoever logs may still look at errno afterwards: a sink's failures do not reach us.
 #pragma once
 
 #include <cerrno>

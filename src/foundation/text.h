@@ -1,6 +1,16 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
 // Bounded texts: the fields of our records may lack a terminator, so every look at one is bounded.
+//
+// Records come from other processes and from files. So a field becomes a text by bounded(), which
+// never looks behind the field, and a text becomes a field by copy_text(), which always terminates
+// and clears the rest: no byte of an older, longer text stays in what other processes read or what
+// goes into a file.
+//
+// Views do not own. One of a field of the segment is good only while its lock is held, and shows
+// whatever the field has at the time.
+//
+// None of this depends on the locale.
 #pragma once
 
 #include <charconv>

@@ -1,8 +1,16 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
-// Constant tables whose rows have texts. An array in each row would be as long as the longest text,
-// and a pointer would be relocated in every process: so all texts of a table stand behind its rows,
-// each once, and a row holds the offset of its own. Texts are terminated.
+// Constant tables whose rows have texts.
+//
+// An array in each row would be as long as the longest text, and a pointer would be relocated in
+// every process: so all texts of a table stand behind its rows, each once, and a row holds the
+// offset of its own. The whole table is in the part of the library that all processes share.
+//
+// A table is written as drafts, rows with plain texts in them, and packed by the compiler; drafts
+// do not get into the library. Texts are terminated, so that they can be handed to C, and have at
+// most 255 characters.
+//
+// Leaves to each table the order of its rows, and checks of them.
 #pragma once
 
 #include <cstddef>

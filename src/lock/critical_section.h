@@ -1,6 +1,15 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
 // The library's own way to take a critical section: a guard on one of the locks below.
+//
+// The locks are between processes, one System V semaphore each, and the kernel gives back what a
+// process held that dies. They are not recursive, and between the threads of a process they are no
+// different. They are taken in the order of their ids and never for longer than a piece of work on
+// memory or one file; no signal is posted and no callback called under the locks of the stores. The
+// callbacks of capi_init() run under lock 0, which is why they must not call back.
+//
+// Clang checks at compile time who takes and who expects what (lock/thread_safety.h); debug builds
+// check the order when they run (lock/lock_order.h).
 #pragma once
 
 #include <pthread.h>

@@ -1,6 +1,11 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
 // Clang's thread-safety annotations: which function takes, gives back or expects which lock.
+//
+// They stand on declarations, where they are part of the contract, and cost nothing: other
+// compilers do not see them. A function that works on what a lock guards says CAPI_REQUIRES; one
+// that takes the lock itself says CAPI_EXCLUDES, for a lock that is held already would be waited
+// for, for ever. A lambda is a function of its own and needs its own annotation.
 #pragma once
 
 #if defined(__clang__)

@@ -1,6 +1,14 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
 // What a process knows about the shared record: where it is attached, and its own staging copy.
+//
+// The record is one flat structure in a System V segment, the same for all processes; its layout is
+// part of the interface (include/capi/records.h). The staging copy is the process's own: setting
+// files are read into it, and only publishing takes it over into the segment. A process works
+// without either when it could not attach; every access asks first.
+//
+// Leaves to its callers the checks of what they find: any process may have written anything into
+// the segment, and may do so between two looks at it, where it does not keep to lock 0.
 #pragma once
 
 #include <atomic>

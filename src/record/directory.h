@@ -1,6 +1,15 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
 // The runtime directories of the device, and the paths of the files in them.
+//
+// The directories are texts of the record, which the master fills and settings change. They may be
+// empty, for the segment is all zero until the master has started; then a file has a fallback,
+// which its owner chooses.
+//
+// A path is either whole or empty: cut, it would be that of somebody else's file. An empty one
+// needs no check of its own, since no call of the system opens, deletes or runs it.
+//
+// Leaves to its callers how long a path is good for (record/kept_path.h), and the file.
 #pragma once
 
 #include <cstddef>

@@ -1,6 +1,17 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
 // One value of the shared record: where it stands and how its text goes in and comes out.
+//
+// Settings, the values that clients ask for, info files and the voice stack's files are all texts,
+// and the record is of numbers and texts of fixed size. A Field says all that is needed to go from
+// one to the other, so the tables of keys, lines and files hold Fields, and nobody writes code for
+// a single value. Rows are made from a member's name by the macros below: type, offset and width
+// follow from it and cannot disagree with the record.
+//
+// What copy_field() hands to the segment changes as a whole, also when the writer is killed. Texts
+// in the record may lack a terminator; what is set here always has one.
+//
+// Leaves to its callers the lock, and that "index" is one that the field has.
 #pragma once
 
 #include <cstddef>

@@ -1,6 +1,10 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
-// What manufacturing wrote into "/tmp/m_data", under the keys of that file.
+// What manufacturing wrote, under the keys of its file: the fields of the record that hold it.
+//
+// Two ways lead to these values: the master reads the file once into the record
+// (record/info_files.h), and the getters of the device fall back on the file
+// (device/hardware_info.h). The rows are here so that key and field are paired once.
 #pragma once
 
 #include "foundation/paths.h"

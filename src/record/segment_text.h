@@ -1,6 +1,12 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
 // Single texts of the shared record for a caller's buffer.
+//
+// This is what most public getters are: the buffer is cleared first, so that it is a text whatever
+// happens, then one field is copied under lock 0. Whether an empty field is an answer or a failure
+// is the getter's to say.
+//
+// Leaves to its callers the fallback for a value that the record does not have.
 #pragma once
 
 #include <cstddef>

@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: MIT
 // The seven SIM values under the keys of "info.simcard", in the order in which callers number them
 // and in which that file is written.
+//
+// The numbers are part of the interface (include/capi/device.h): a new value goes to the end.
 #pragma once
 
 #include "record/field.h"

@@ -1,6 +1,15 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
 // The signals and their attributes, as rows. The order of the rows is that of the JSON members.
+//
+// Both directions walk the same rows: what can be written can be read. A signal is a row, and the
+// rows behind it are its attributes; an object or an array is a row that says how many of the next
+// ones are in it. The end is a row as well.
+//
+// A key is the name of the record's member; what is no member has a key of its own. The first
+// signal is the general one, which also stands for names that are in no row.
+//
+// Leaves to signal/codec.cc what values of the wrong type or range become.
 #pragma once
 
 #include <array>

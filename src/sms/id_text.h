@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
-// A message's id as signals carry it.
+// A message's id as signals carry it: a number of 64 bits, which their readers' JSON would round,
+// so it travels as a text.
 #pragma once
 
 #include <cstdint>

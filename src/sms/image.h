@@ -2,6 +2,16 @@
 // SPDX-License-Identifier: MIT
 // A short-message file in memory: its layout, the walk over its messages, and what changes it. Free
 // of I/O, locks and logs; the bytes may be anything.
+//
+// The file is a header and then the messages, oldest first, each as long as its text; there is no
+// index and no padding. So a message is found by walking, appended at the end and taken out by
+// moving what is behind it. Ids rise and are never given twice, also after a message is gone.
+//
+// Reading takes any bytes: a walk stops, and says why, where a message does not keep to the layout
+// or does not fit into what is there. Changing takes a sound image only, which check_sms_image()
+// tells.
+//
+// Leaves to sms/store.h which changes make an operation, and to sms/file.h the file.
 #pragma once
 
 #include <cstddef>

@@ -1,6 +1,6 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
-// A message in memory of its own: it is larger than the stack of some threads.
+// A message in memory of its own: with its 39 KB it is larger than the stack of some threads.
 #pragma once
 
 #include "capi/sms.h"

@@ -2,6 +2,12 @@
 // SPDX-License-Identifier: MIT
 // The memory in which short-message files are worked on. A process gets it once and keeps it: an
 // operation must not fail for want of memory after days of running.
+//
+// There is one buffer, for one operation at a time, which is what lock 18 allows; who asks twice is
+// refused. It is not cleared in between: an operation reads a file into it and looks at no more
+// than that.
+//
+// Leaves to its callers to ask for the size of the file and of what they are going to append.
 #pragma once
 
 #include <cstddef>

@@ -1,6 +1,15 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
 // The lines of a voice-stack file, as rows. The order of the rows is the order of the file.
+//
+// The file is the voice stack's own configuration, one for each kind of stack, of the same lines
+// but for the values that depend on the kind. A line is a row: its key, where its value comes from,
+// and when it is written at all. A section is a row, too, and the rows behind it are its lines.
+//
+// The voice stack knows keys, order and empty values as they are here: whoever changes a row
+// changes an interface.
+//
+// Leaves to stack/stack_file.cc what is worked out from record and kind, and the writing.
 #pragma once
 
 #include "record/field.h"
