@@ -5,11 +5,11 @@
  * processes share. It is "voip_call_log" in the nv directory, or in "/tmp" until a directory is
  * known; once found outside "/tmp" it stays there for the life of the process.
  *
- * Every call on the file takes lock 0 briefly, until its directory is one to stay in, then lock 2 for
- * the file, and gives -1 when the file cannot be read or fails its check. A call on an image of the
- * caller's takes none, and of the two halves of a call only the one that completes it. Every call
- * that changes the log posts the signal "vop_sig_voip_call_log_event_updated" (capi/event.h) after
- * its lock is free, also when it failed. Not to be called from a callback of capi_init().
+ * Every call on the file takes lock 0 briefly, until its directory is one to stay in, then lock 2
+ * for the file, and gives -1 when the file cannot be read or fails its check. A call on an image of
+ * the caller's takes none, and of the two halves of a call only the one that completes it. Every
+ * call that changes the log posts the signal "vop_sig_voip_call_log_event_updated" (capi/event.h)
+ * after its lock is free, also when it failed. Not to be called from a callback of capi_init().
  */
 #ifndef CAPI_CALL_LOG_H
 #define CAPI_CALL_LOG_H

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
-// The public calls on the file: each is an operation under its lock and, where that may have changed
-// something, a signal afterwards. Here, too, the first half of a call waits for the second one.
+// The public calls on the file: each is an operation under its lock and, where that may have
+// changed something, a signal afterwards. The first half of a call waits here for the second one.
 
 #include <unistd.h>
 

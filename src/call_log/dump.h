@@ -13,7 +13,7 @@
 
 namespace capi {
 
-// Newest first. The selector is one of the public call's. Always 0.
+// Newest first. The selector is one of the public call's. A link to no node ends it and is logged.
 void dump_image(const capi_call_log_image& image, unsigned selector, capi_call_log_cb callback,
                 void* user);
 

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
-// The operations on the files as the device's programs call them: the work under the lock, then the
-// signal.
+// The operations on the files as the device's programs call them: the work under the lock and,
+// where that is to change a message, the signal afterwards.
 
 #include <cstdio>
 #include <cstdlib>

@@ -125,7 +125,6 @@ class SmsImage {
   bool remove(uint64_t id);
 
  private:
-  // Removes the message at an offset.
   void erase(size_t offset);
 
   uint8_t* data_ = nullptr;
