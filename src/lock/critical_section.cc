@@ -130,7 +130,7 @@ int give_back(unsigned id, int taken_from) {
 Descriptor await_turn() {
   constexpr int kPauses = 100;
   constexpr timespec kPause{0, 10'000'000};
-  Descriptor turn(open(kKeyPath, O_RDONLY | O_NONBLOCK | O_CLOEXEC));
+  Descriptor turn(open(kManufacturingFile, O_RDONLY | O_NONBLOCK | O_CLOEXEC));
   for (int i = 0; turn && i < kPauses; ++i) {
     if (flock(turn.get(), LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK) break;
     nanosleep(&kPause, nullptr);
@@ -138,32 +138,38 @@ Descriptor await_turn() {
   return turn;
 }
 
-// Frees the locks from "first" on. Returns 0 or errno.
-int free_locks(int set, int first) {
-  for (int id = first; id < CAPI_LOCK_COUNT; ++id) {
-    if (semctl(set, id, SETVAL, 1) != -1) continue;
-    const int error = errno;
-    CAPI_LOG_AS(kCreate, kLogErr,
-                "CAPI critical section lock failed [semctl] lock_type = [%s], reason = [%s]\n",
-                lock_name(static_cast<unsigned>(id)), strerror(error));
-    return error;
-  }
-  return 0;
+// Sets a lock that nobody holds free. Returns 0 or errno.
+int free_lock(int set, int id) {
+  if (semctl(set, id, SETVAL, 1) != -1) return 0;
+  const int error = errno;
+  CAPI_LOG_AS(kCreate, kLogErr,
+              "CAPI critical section lock failed [semctl] lock_type = [%s], reason = [%s]\n",
+              lock_name(static_cast<unsigned>(id)), strerror(error));
+  return error;
 }
 
-// A master that died while it made the set left its last locks as the kernel makes them: taken, but
-// by nobody. The kernel knows the process that touched a lock last, and that of a held one is never
-// none. Who operated on the set's other locks meanwhile does not matter.
+// Whether any process ever took or gave back a lock of the set.
+bool was_operated_on(int set) {
+  semid_ds status{};
+  return semctl(set, 0, IPC_STAT, &status) == -1 || status.sem_otime != 0;
+}
+
+// A master that died while it made the set left locks as the kernel makes them: taken, but by
+// nobody. Such a lock was touched by no process, or the set was never operated on: then what was
+// zero before that was looked at has no holder either.
 void finish_set(int set) {
-  int first = CAPI_LOCK_COUNT;
-  while (first > 0 && semctl(set, first - 1, GETVAL) == 0 && semctl(set, first - 1, GETPID) == 0) {
-    --first;
+  unsigned short values[CAPI_LOCK_COUNT] = {};
+  if (semctl(set, 0, GETALL, values) == -1) return;
+  const bool operated_on = was_operated_on(set);
+  int freed = 0;
+  for (int id = 0; id < CAPI_LOCK_COUNT; ++id) {
+    if (values[id] != 0 || (operated_on && semctl(set, id, GETPID) != 0)) continue;
+    if (free_lock(set, id) != 0) return;
+    ++freed;
   }
-  if (first == CAPI_LOCK_COUNT) return;
+  if (freed == 0) return;
   CAPI_LOG_AS(kCreate, kLogWarning,
-              "CAPI critical section lock set was left unfinished, freeing %d locks\n",
-              CAPI_LOCK_COUNT - first);
-  free_locks(set, first);
+              "CAPI critical section lock set was left unfinished, freed %d locks\n", freed);
 }
 
 struct TimeText {
@@ -261,7 +267,9 @@ int capi_critical_section_lock_create() {
     if (error == EEXIST) finish_set(semget(key, CAPI_LOCK_COUNT, kMode));
     return error;
   }
-  if (const int error = free_locks(set, 0)) return error;
+  for (int id = 0; id < CAPI_LOCK_COUNT; ++id) {
+    if (const int error = free_lock(set, id)) return error;
+  }
   CAPI_LOG(kLogInfo, "CAPI critical section lock CREATED\n");
   return 0;
 }

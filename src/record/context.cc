@@ -66,13 +66,13 @@ int find_or_make_segment(key_t key, bool is_master) {
 }
 
 // Attaches the segment, making it where there is none. What fails leaves the context without one.
-void attach(cfg_backend_context& ctx) {
+void attach(cfg_backend_context& ctx, bool is_master) {
   const key_t key = make_key(ctx);
   if (key == -1) {
     CAPI_LOG_AS(kFunc, kLogErr, "ERROR ftok, reason = [%s]\n", strerror(errno));
     return;
   }
-  ctx.shm_id = find_or_make_segment(key, ctx.is_master != 0);
+  ctx.shm_id = find_or_make_segment(key, is_master);
   if (ctx.shm_id == -1) {
     const int error = errno;
     CAPI_LOG_AS(kFunc, kLogErr, "ERROR shmget ret[%3d:%s]\n", error, strerror(error));
@@ -179,7 +179,7 @@ int capiv2_cfg_backend_init(const capi_callbacks* callbacks, int is_master) {
   auto* ctx = static_cast<cfg_backend_context*>(calloc(1, sizeof(cfg_backend_context)));
   if (ctx == nullptr) return 0;
   ctx->shm_id = -1;
-  attach(*ctx);
+  attach(*ctx, is_master != 0);
   if (callbacks != nullptr) {
     ctx->callbacks = *callbacks;
     if (is_master != 0) start_master(*ctx);

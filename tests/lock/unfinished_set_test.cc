@@ -37,7 +37,7 @@ void leave_unfinished(int at_lock) {
 
 LogLine finishing_line(int locks) {
   return {4, "capi_critical_section_lock_create",
-          "CAPI critical section lock set was left unfinished, freeing " + std::to_string(locks) +
+          "CAPI critical section lock set was left unfinished, freed " + std::to_string(locks) +
               " locks"};
 }
 
@@ -86,13 +86,23 @@ TEST_F(UnfinishedSetTest, ALockThatAClientHoldsByThenStaysHeld) {
 TEST_F(UnfinishedSetTest, MayBeLeftUnfinishedOnceMore) {
   leave_unfinished(1);
   Process second([] {
-    // Two looks at each of 18 locks and one at the 19th come first.
-    inject({.call = Call::Semctl, .nth = 2 * 18 + 1 + 9, .is_deadly = true});
+    // The values of all locks and the set's times are asked for first.
+    inject({.call = Call::Semctl, .nth = 2 + 9, .is_deadly = true});
     capi_critical_section_lock_create();
   });
   EXPECT_FALSE(second.succeeded());
   EXPECT_EQ(lock_value(8), 1);
   EXPECT_EQ(lock_value(9), 0);
+  expect_master_starts();
+}
+
+TEST_F(UnfinishedSetTest, WhatNobodyEverOperatedOnIsFreedWhoeverTouchedIt) {
+  ASSERT_EQ(capi_critical_section_lock_create(), 0);
+  const int set = semget(ftok("/tmp/m_data", 'l'), kLocks, 0);
+  for (int id = 0; id < kLocks; ++id) ASSERT_EQ(semctl(set, id, SETVAL, 0), 0);
+  clear_log();
+  EXPECT_EQ(capi_critical_section_lock_create(), EEXIST);
+  EXPECT_THAT(captured_log(), ElementsAre(finishing_line(19)));
   expect_master_starts();
 }
 
