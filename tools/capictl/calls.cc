@@ -107,19 +107,27 @@ std::string quoted(const std::string& text) {
   return result + "\"";
 }
 
-void write_csv(FILE* out, const Calls& calls) {
-  const bool shows_progress = isatty(STDERR_FILENO) != 0 && isatty(fileno(out)) == 0;
+std::string csv_head() {
   std::string head;
   for (const auto& [name, value] : values_of({})) head += (head.empty() ? "" : ",") + name;
-  fprintf(out, "%s\n", head.c_str());
+  return head;
+}
+
+std::string csv_row(const Calls::value_type& call) {
+  std::string row;
+  for (const auto& [name, value] : values_of(call)) {
+    const bool is_text = name == "name" || name == "number";
+    row += (row.empty() ? "" : ",") + (is_text ? quoted(value) : value);
+  }
+  return row;
+}
+
+void write_csv(FILE* out, const Calls& calls) {
+  const bool shows_progress = isatty(STDERR_FILENO) != 0 && isatty(fileno(out)) == 0;
+  fprintf(out, "%s\n", csv_head().c_str());
   size_t done = 0;
   for (const auto& call : calls) {
-    std::string row;
-    for (const auto& [name, value] : values_of(call)) {
-      const bool is_text = name == "name" || name == "number";
-      row += (row.empty() ? "" : ",") + (is_text ? quoted(value) : value);
-    }
-    fprintf(out, "%s\n", row.c_str());
+    fprintf(out, "%s\n", csv_row(call).c_str());
     if (shows_progress) fprintf(stderr, "\r%zu of %zu calls", ++done, calls.size());
   }
   if (shows_progress) fputs("\n", stderr);

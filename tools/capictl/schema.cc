@@ -53,6 +53,13 @@ void add_row(Table& table, const cJSON* section, const cJSON* param) {
              limits(param)});
 }
 
+void add_section(Table& table, const Args& args, const cJSON* section) {
+  const cJSON* param = nullptr;
+  cJSON_ArrayForEach(param, section) {
+    if (args.param.empty() || args.param == param->string) add_row(table, section, param);
+  }
+}
+
 void show(const Context& context, const Args& args, const cJSON* root) {
   Table table("parameters", {{"section"},
                              {"parameter"},
@@ -63,15 +70,9 @@ void show(const Context& context, const Args& args, const cJSON* root) {
                              {"limits"}});
   const cJSON* section = nullptr;
   cJSON_ArrayForEach(section, root) {
-    if (!args.section.empty() && args.section != section->string) continue;
-    const cJSON* param = nullptr;
-    cJSON_ArrayForEach(param, section) {
-      if (args.param.empty() || args.param == param->string) add_row(table, section, param);
-    }
+    if (args.section.empty() || args.section == section->string) add_section(table, args, section);
   }
-  if (table.rows().empty() && !args.section.empty()) {
-    throw_missing(args);
-  }
+  if (table.rows().empty() && !args.section.empty()) throw_missing(args);
   print(table, context);
 }
 

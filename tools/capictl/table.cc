@@ -22,19 +22,42 @@ struct TextFreer {
   void operator()(char* text) const { cJSON_free(text); }
 };
 
-// How many bytes of the text are its first character in UTF-8; 0 when they are none.
+// Whether a character may begin so: not too long a spelling, no surrogate, and nothing behind the
+// last character there is.
+bool may_begin_with(uint8_t first, uint8_t second) {
+  switch (first) {
+    case 0xE0:
+      return second >= 0xA0;
+    case 0xED:
+      return second <= 0x9F;
+    case 0xF0:
+      return second >= 0x90;
+    case 0xF4:
+      return second <= 0x8F;
+    default:
+      return true;
+  }
+}
+
+// How many bytes a character has that begins with this one; 0 when none does.
+size_t announced_size(uint8_t first) {
+  if (first < 0x80) return 1;
+  if (first < 0xC2 || first > 0xF4) return 0;
+  if (first < 0xE0) return 2;
+  return first < 0xF0 ? 3 : 4;
+}
+
+// How many bytes of the text, which is not empty, are its first character in UTF-8; 0 when they are
+// none.
 size_t character_size(std::string_view text) {
-  const auto byte = [&](size_t i) { return i < text.size() ? static_cast<uint8_t>(text[i]) : 0; };
-  if (byte(0) < 0x80) return 1;
-  const size_t size = byte(0) >= 0xF0 ? 4 : byte(0) >= 0xE0 ? 3 : 2;
-  if (byte(0) < 0xC2 || byte(0) > 0xF4) return 0;
+  const auto byte = [&](size_t i) { return static_cast<uint8_t>(text[i]); };
+  const size_t size = announced_size(byte(0));
+  if (size <= 1) return size;
+  if (text.size() < size || !may_begin_with(byte(0), byte(1))) return 0;
   for (size_t i = 1; i < size; ++i) {
     if ((byte(i) & 0xC0) != 0x80) return 0;
   }
-  // Too long a spelling, a surrogate, or behind the last character there is.
-  const bool is_bad = (byte(0) == 0xE0 && byte(1) < 0xA0) || (byte(0) == 0xED && byte(1) > 0x9F) ||
-                      (byte(0) == 0xF0 && byte(1) < 0x90) || (byte(0) == 0xF4 && byte(1) > 0x8F);
-  return is_bad ? 0 : size;
+  return size;
 }
 
 // A text as JSON and cJSON can carry it: what they cannot becomes the sign for that.
@@ -195,24 +218,35 @@ void print_more(const Table& table, const Context& context) {
   }
 }
 
-void print(const std::vector<Table>& tables, const Context& context) {
-  if (context.json) {
-    const Json object(cJSON_CreateObject());
-    for (const Table& table : tables) {
-      cJSON_AddItemToObject(object.get(), table.name().c_str(), to_json(table));
-    }
-    print_json(object.get());
-    return;
-  }
+namespace {
+
+void print_as_json(const std::vector<Table>& tables) {
+  const Json object(cJSON_CreateObject());
   for (const Table& table : tables) {
-    if (on_terminal()) {
-      printf("%s%s\n", &table == tables.data() ? "" : "\n", heading(table.name()).c_str());
-      if (table.rows().empty()) puts("none");
-      if (!table.rows().empty()) print_set(table);
+    cJSON_AddItemToObject(object.get(), table.name().c_str(), to_json(table));
+  }
+  print_json(object.get());
+}
+
+void print_on_terminal(const std::vector<Table>& tables) {
+  const char* gap = "";
+  for (const Table& table : tables) {
+    printf("%s%s\n", gap, heading(table.name()).c_str());
+    gap = "\n";
+    if (table.rows().empty()) {
+      puts("none");
     } else {
-      print_plain(table, table.name());
+      print_set(table);
     }
   }
+}
+
+}  // namespace
+
+void print(const std::vector<Table>& tables, const Context& context) {
+  if (context.json) return print_as_json(tables);
+  if (on_terminal()) return print_on_terminal(tables);
+  for (const Table& table : tables) print_plain(table, table.name());
 }
 
 }  // namespace capictl
