@@ -80,7 +80,7 @@ int capi_get_carrier_cfg(const char *imsi, const char *iccid, unsigned index, ch
 
 /*
  * Reads the test SIM file "/quorbleconf/config/test_sim_info", a line of MCC (3 characters), MNC (2
- * or 3) and carrier id (1 to 38). "mcc" and "mnc" must hold 4 bytes each.
+ * or 3) and carrier id (1 to the highest that there is). "mcc" and "mnc" must hold 4 bytes each.
  * Returns 0, or -1 with all three untouched when there is no such file or its content is wrong.
  * Takes no lock.
  */

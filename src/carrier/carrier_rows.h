@@ -10,6 +10,7 @@
 // Leaves to carrier/carrier.cc how IMSI and ICCID are had, and to carrier_settings.cc the files.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <string_view>
@@ -113,6 +114,13 @@ inline constexpr CarrierDraft kDrafts[] = {
 #undef ROW
 
 inline constexpr auto kRows = make_text_table<kDrafts>();
+
+// The highest id that a row has.
+inline constexpr uint8_t kMaxId = [] {
+  uint8_t max = 0;
+  for (const Draft& row : kDrafts) max = std::max(max, row.id);
+  return max;
+}();
 
 // What an unknown SIM gets.
 inline constexpr const Row& kTestRow = kRows[0];

@@ -44,7 +44,7 @@ bool parse(std::string_view line, Fields& sim) {
 
 bool is_valid(const Fields& sim) {
   return sim.mcc.size() == 3 && (sim.mnc.size() == 2 || sim.mnc.size() == 3) && sim.id >= 1 &&
-         sim.id <= 38;
+         sim.id <= carrier_rows::kMaxId;
 }
 
 }  // namespace
