@@ -26,7 +26,7 @@ expect 0 '[{
 		"value":	"2"
 	}]' config list voice_access --json
 expect 0 "$("${tool[@]}" config list | sed -n 's/^sip_line_/&/p')" config list sip_line
-[ "$("${tool[@]}" config list | wc -l)" -eq 386 ] || fail 'the list is not of all keys'
+[ "$("${tool[@]}" config list | wc -l)" -eq "$(count_of_keys)" ] || fail 'the list is not of all keys'
 expect 3 '' config list nothing
 [[ $errors == 'capictl: there is no section nothing. The sections: voice_switch voice_access basic_sip voice_stack_1 '* ]] ||
   fail "said: $errors"

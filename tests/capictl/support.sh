@@ -32,6 +32,9 @@ start_adapter() {
 emulator=("${tool[@]:0:${#tool[@]}-1}")
 others() { "${emulator[@]}" "$others" "$@" || fail "others $*"; }
 
+# How many keys there are.
+count_of_keys() { grep -c '^option_' "$source_dir/tests/data/all_keys.settings"; }
+
 # expect CODE OUTPUT ARG...: runs the tool; what it writes on standard error is then in $errors.
 errors=
 expect() {

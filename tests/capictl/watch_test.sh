@@ -11,7 +11,7 @@ watch() {
   "${tool[@]}" config watch --interval 20 "$@" >/tmp/changes 2>/tmp/ready &
   watcher=$!
   read -r ready </tmp/ready
-  [ "$ready" = 'Watching 386 values. Ctrl-C ends.' ] || fail "watch began with: $ready"
+  [ "$ready" = "Watching $(count_of_keys) values. Ctrl-C ends." ] || fail "watch began with: $ready"
 }
 
 # What others change is shown as it happens.

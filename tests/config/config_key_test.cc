@@ -12,6 +12,7 @@
 #include "capi/snapshot.h"
 #include "support/adapter.h"
 #include "support/all_keys.h"
+#include "support/golden.h"
 
 namespace capi::test {
 namespace {
@@ -59,7 +60,45 @@ void for_each_single_key(Visit visit) {
   }
 }
 
+// The value of a single key, as its bytes stand in the record.
+std::string value_at(const cfg_shared_record& record, const capi_config_key& key, int number) {
+  const char* field =
+      reinterpret_cast<const char*>(&record) + key.offset + key.stride * (number - 1);
+  if (key.kind == CAPI_CONFIG_TEXT) return field;
+  int32_t value = 0;
+  memcpy(&value, field, sizeof value);
+  return std::to_string(value);
+}
+
+// The number that a single key or its section carries, 1 for none.
+int number_of(const capi_config_key& key, const std::string& section, const std::string& name) {
+  if (key.section_max != 0) return number_of(section);
+  return key.name_max != 0 ? number_of(name) : 1;
+}
+
 class ConfigKey : public Adapter {};
+
+TEST_F(ConfigKey, TheTableIsAsItsGoldenFile) {
+  std::string table;
+  for (const capi_config_key& key : all_keys()) {
+    char line[256];
+    snprintf(line, sizeof line, "%5d %4d %4d %s %s.%s\n", key.offset, key.stride, key.capacity,
+             key.kind == CAPI_CONFIG_TEXT ? "text  " : "number", key.section, key.name);
+    table += line;
+  }
+  expect_golden(table, "tests/config/golden/keys.txt");
+}
+
+TEST_F(ConfigKey, EverySettingStandsWhereTheTableSays) {
+  start_master();
+  ASSERT_EQ(capi_init_settings_from_file(copy_all_keys()), 0);
+  ASSERT_EQ(capi_config_finish(), 0);
+  for_each_single_key(
+      [](const std::string& section, const std::string& name, const capi_config_key& key) {
+        EXPECT_EQ(value_at(segment(), key, number_of(key, section, name)), value_of(section, name))
+            << section << " " << name;
+      });
+}
 
 TEST_F(ConfigKey, TheWalkSeesExactlyTheKeysOfASettingFile) {
   std::set<std::string> walked;
@@ -107,8 +146,7 @@ TEST_F(ConfigKey, TellsWhatIsPeculiarToAKey) {
 TEST_F(ConfigKey, TellsWhereTheValueStandsInTheRecord) {
   for_each_single_key(
       [](const std::string& section, const std::string& name, const capi_config_key& key) {
-        const bool has_number = key.section_max != 0 || key.name_max != 0;
-        const int number = has_number ? number_of(key.section_max != 0 ? section : name) : 1;
+        const int number = number_of(key, section, name);
         cfg_shared_record record{};
         char* field = reinterpret_cast<char*>(&record) + key.offset + key.stride * (number - 1);
         const int32_t value = 57;  // the text "9"

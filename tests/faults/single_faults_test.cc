@@ -4,17 +4,14 @@
 // to come of it stands in outcomes.txt: after each operation the kinds of calls that it makes, in
 // brackets those of them that fail, then the result, the state of the files and what is logged
 // (level, function, text) or printed (behind ">").
-#include <algorithm>
 #include <cerrno>
 
 #include "support/adapter.h"
+#include "support/golden.h"
 #include "trial.h"
 
 namespace capi::test {
 namespace {
-
-constexpr char kExpected[] = CAPI_SOURCE_DIR "/tests/faults/outcomes.txt";
-constexpr char kActual[] = CAPI_BINARY_DIR "/outcomes.txt";
 
 constexpr FaultKind kKinds[] = {
     {"malloc", Call::Malloc, ENOMEM},
@@ -85,8 +82,7 @@ class SingleFaults : public Adapter {
   void finish() {
     printf("%d single faults tried\n", faults_);
     EXPECT_EQ(mistakes_, "");
-    write_file(kActual, outcomes_);
-    expect_same(read_lines(kActual), read_lines(kExpected));
+    expect_golden(outcomes_, "tests/faults/outcomes.txt");
   }
 
  private:
@@ -109,16 +105,6 @@ class SingleFaults : public Adapter {
              const Outcome& good) {
     if (range.empty() || (is_lock_call(kind.call) && told == good.told)) return;
     outcomes_ += std::string("  ") + kind.name + " [" + range + "]\n  -> " + told + "\n";
-  }
-
-  // Shows where two tables part, and no more.
-  static void expect_same(const std::vector<std::string>& actual,
-                          const std::vector<std::string>& expected) {
-    const auto [a, e] =
-        std::mismatch(actual.begin(), actual.end(), expected.begin(), expected.end());
-    if (a == actual.end() && e == expected.end()) return;
-    ADD_FAILURE() << "line " << e - expected.begin() + 1 << " of " << kExpected << " is now in "
-                  << kActual << " " << (a != actual.end() ? *a : "missing");
   }
 
   // Told at the end: a failed check would be handed down to the trials that follow.

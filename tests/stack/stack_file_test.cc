@@ -15,6 +15,7 @@
 #include "capi/snapshot.h"
 #include "support/adapter.h"
 #include "support/all_keys.h"
+#include "support/golden.h"
 
 namespace capi::test {
 namespace {
@@ -79,9 +80,7 @@ TEST_F(StackFileTest, EveryTypeIsAsItsGoldenFile) {
   for (const FileType& type : kTypes) {
     std::filesystem::remove(type.path);
     EXPECT_EQ(capi_make_config_file(type.type), 0);
-    EXPECT_EQ(read_file(type.path), read_file(std::string(CAPI_SOURCE_DIR "/tests/stack/golden/") +
-                                              type.golden + ".conf"))
-        << type.path;
+    expect_golden(read_file(type.path), std::string("tests/stack/golden/") + type.golden + ".conf");
   }
   EXPECT_THAT(captured_log(), IsEmpty());
 }

@@ -46,18 +46,16 @@ const std::vector<Setting>& all_settings() {
   return settings;
 }
 
-std::string setting(const std::string& section, const std::string& field) {
+std::string value_of(const std::string& section, const std::string& key) {
   for (const Setting& setting : all_settings()) {
-    if (setting.section == section && setting.key == "option_" + base_of(section) + "_" + field) {
-      return setting.value;
-    }
+    if (setting.section == section && setting.key == key) return setting.value;
   }
-  ADD_FAILURE() << "the file lacks " << field << " of " << section;
+  ADD_FAILURE() << "the file lacks " << key << " of " << section;
   return {};
 }
 
-int setting_number(const std::string& section, const std::string& field) {
-  return std::stoi(setting(section, field));
+std::string setting(const std::string& section, const std::string& field) {
+  return value_of(section, "option_" + base_of(section) + "_" + field);
 }
 
 }  // namespace capi::test

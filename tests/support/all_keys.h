@@ -20,8 +20,8 @@ struct Setting {
 
 const std::vector<Setting>& all_settings();
 
-// The value of a key, given without "option_" and the section's name.
+// The value of a key, given whole, or without "option_" and the section's name.
+std::string value_of(const std::string& section, const std::string& key);
 std::string setting(const std::string& section, const std::string& field);
-int setting_number(const std::string& section, const std::string& field);
 
 }  // namespace capi::test
