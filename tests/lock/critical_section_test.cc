@@ -27,8 +27,6 @@ class CriticalSectionTest : public Adapter {
   static int find_set() { return semget(ftok("/tmp/m_data", 108), 19, 0666); }
 };
 
-std::vector<LogLine> lines(std::initializer_list<LogLine> expected) { return expected; }
-
 TEST_F(CriticalSectionTest, CreateMakesNineteenFreeSemaphores) {
   EXPECT_EQ(capi_critical_section_lock_create(), 0);
   EXPECT_EQ(

@@ -157,8 +157,6 @@ std::vector<std::string> SmsTest::new_signals() {
   return signals;
 }
 
-std::vector<LogLine> lines(std::initializer_list<LogLine> expected) { return expected; }
-
 std::string update_signal(const std::string& change, const std::string& id) {
   return R"(signal json {"msg":"signal","name":"vop_sig_voip_sms_updated_out","attrs":{"param1":")" +
          change + R"(","param2":")" + id + R"(","param3":""}})";

@@ -84,8 +84,6 @@ class SmsTest : public Adapter {
   std::ptrdiff_t seen_signals_ = 0;
 };
 
-std::vector<LogLine> lines(std::initializer_list<LogLine> expected);
-
 // What vsdk_cmd gets for the change of a message.
 std::string update_signal(const std::string& change, const std::string& id);
 

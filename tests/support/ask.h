@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <ostream>
 #include <string>
-#include <vector>
 
 #include "support/log_capture.h"
 
@@ -37,7 +36,5 @@ Answer ask(Getter getter, int len = 64) {
   const std::string text = buf.substr(0, size);
   return {result, text.substr(0, text.find('\0'))};
 }
-
-inline std::vector<LogLine> lines(std::initializer_list<LogLine> expected) { return expected; }
 
 }  // namespace capi::test

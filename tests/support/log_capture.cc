@@ -10,8 +10,8 @@
 namespace capi::test {
 namespace {
 
-std::vector<LogLine> lines;
-std::mutex lines_mutex;
+std::vector<LogLine> captured_lines;
+std::mutex captured_mutex;
 
 }  // namespace
 
@@ -27,19 +27,19 @@ void capture_log(int level, const char* text) {
   const size_t end = mark == std::string::npos ? mark : line.find("] ", mark);
   if (end != std::string::npos) captured = {level, line.substr(0, mark), line.substr(end + 2)};
   {
-    const std::lock_guard guard(lines_mutex);
-    lines.push_back(captured);
+    const std::lock_guard guard(captured_mutex);
+    captured_lines.push_back(captured);
   }
   errno = ENOTTY;
 }
 
-const std::vector<LogLine>& captured_log() { return lines; }
+const std::vector<LogLine>& captured_log() { return captured_lines; }
 
-void clear_log() { lines.clear(); }
+void clear_log() { captured_lines.clear(); }
 
 std::vector<LogLine> captured_log(int max_level) {
   std::vector<LogLine> result;
-  std::copy_if(lines.begin(), lines.end(), std::back_inserter(result),
+  std::copy_if(captured_lines.begin(), captured_lines.end(), std::back_inserter(result),
                [&](const LogLine& line) { return line.level <= max_level; });
   return result;
 }

@@ -3,14 +3,17 @@
 // What the library logs, line by line.
 #pragma once
 
+#include <initializer_list>
 #include <ostream>
 #include <string>
 #include <vector>
 
+#include "foundation/log.h"
+
 namespace capi::test {
 
 struct LogLine {
-  int level;
+  int level;  // kLogErr and so on
   std::string func;
   std::string text;
 
@@ -18,6 +21,9 @@ struct LogLine {
 };
 
 std::ostream& operator<<(std::ostream& out, const LogLine& line);
+
+// Lines to compare the captured ones with.
+inline std::vector<LogLine> lines(std::initializer_list<LogLine> expected) { return expected; }
 
 // The log sink: hand it to capi_init() or capiv2_log_init(). Sets errno, as a sink may.
 void capture_log(int level, const char* text);
