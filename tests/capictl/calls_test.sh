@@ -71,11 +71,13 @@ expect_on_terminal 0 $'\r1 of 2 calls\r2 of 2 calls' calls export /tmp/calls.csv
 expect_error 3 'capictl: /nowhere/calls.csv cannot be written' calls export /nowhere/calls.csv
 expect_error 3 'capictl: /dev/full is not complete: is the disk full?' calls export /dev/full
 
-# A copy of it.
+in_case 'A backup is a copy of the file, at a path without blanks'
 expect 0 '' calls backup /tmp/copy
 until cmp --silent /tmp/copy /quorbleconf/nv/voip_call_log; do :; done # it may still be written
 expect_error 3 'capictl: the path goes to the shell as it is; choose one without blanks and such signs' \
   calls backup '/tmp/a b'
+
+in_case 'Calls are deleted by node, by type, or all of them'
 expect 0 '' calls delete 0
 expect_error 3 'capictl: there is no call in node 0. All calls: capictl calls list' calls delete 0
 expect_error 2 $'NODE: Value 300 not in range 0 to 299\nRun with --help for more information.' calls delete 300

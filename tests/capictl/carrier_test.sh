@@ -45,7 +45,7 @@ expect 0 "${csl}yes: first that fits the IMSI
 ${webbing}IMSI"$'\tno' carrier 454001234567890
 [ "$("${tool[@]}" carrier list --json | grep -c '"row"')" -eq "$all" ] || fail 'the JSON is not whole'
 
-# Without a SIM there is nothing to tell, unless one is named.
+in_case 'Without a SIM there is nothing to tell, unless one is named'
 expect 0 '' config set sim_info.IMSI ''
 expect_error 3 'capictl: no SIM is inserted; name an IMSI and an ICCID: capictl carrier IMSI ICCID' carrier
 expect 0 "$test_row"$'\tIMSI\tyes: first that fits the IMSI' carrier 001010123456789 1

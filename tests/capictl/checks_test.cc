@@ -124,45 +124,47 @@ class SettingLine : public Adapter {
   }
 };
 
+// What may stand behind a key, and what between them.
+const std::string kValues[] = {"1",
+                               "12",
+                               "-3",
+                               "0",
+                               "2147483647",
+                               "2147483648",
+                               "on",
+                               "3x",
+                               "a b",
+                               "a#b",
+                               "a;b",
+                               "#",
+                               "=",
+                               "a=b",
+                               "",
+                               " 5 ",
+                               "[x]",
+                               std::string(15, 'l'),
+                               std::string(16, 'l'),
+                               std::string(31, 'l'),
+                               std::string(32, 'l'),
+                               std::string(255, 'l'),
+                               std::string(256, 'l'),
+                               std::string(1023, 'l'),
+                               std::string(1024, 'l'),
+                               "\xC3\xA4"};
+const std::string kEquals[] = {"=", " = ", "\t=", "", ";=", "_="};
+
 TEST_F(SettingLine, WithoutAFindingIsTakenAsItStandsAndOthersAreNot) {
   start_master();
   std::mt19937 random(kSeed);
   const auto pick = [&](size_t count) {
     return std::uniform_int_distribution<size_t>(0, count - 1)(random);
   };
-  const std::string values[] = {"1",
-                                "12",
-                                "-3",
-                                "0",
-                                "2147483647",
-                                "2147483648",
-                                "on",
-                                "3x",
-                                "a b",
-                                "a#b",
-                                "a;b",
-                                "#",
-                                "=",
-                                "a=b",
-                                "",
-                                " 5 ",
-                                "[x]",
-                                std::string(15, 'l'),
-                                std::string(16, 'l'),
-                                std::string(31, 'l'),
-                                std::string(32, 'l'),
-                                std::string(255, 'l'),
-                                std::string(256, 'l'),
-                                std::string(1023, 'l'),
-                                std::string(1024, 'l'),
-                                "\xC3\xA4"};
-  const std::string equals[] = {"=", " = ", "\t=", "", ";=", "_="};
   int taken = 0;
   constexpr int kLines = 3000;
   for (int trial = 0; trial < kLines; ++trial) {
     const capictl::Key& key = capictl::all_keys()[pick(capictl::all_keys().size())];
-    const std::string& value = values[pick(std::size(values))];
-    const std::string line = key.name + equals[pick(12) % std::size(equals)] + value;
+    const std::string& value = kValues[pick(std::size(kValues))];
+    const std::string line = key.name + kEquals[pick(12) % std::size(kEquals)] + value;
     const auto findings = capictl::lint("[" + key.section + "]\n" + line + "\n");
     const bool is_as_it_stands = loaded(key, line) == written_value(line);
     ASSERT_EQ(findings.empty(), is_as_it_stands)

@@ -5,7 +5,7 @@ source "$(dirname "$0")/support.sh"
 
 start_adapter
 
-# One value alone, several with their keys, keys from standard input.
+in_case 'One value alone, several with their keys, keys from standard input'
 expect 0 '15551230001' config get sip_line_1.user_name
 expect 0 '15551230001' config get sip_line_1.option_sip_line_user_name
 expect 0 $'sip_line_1.user_name\t15551230001\nsip_line_2.enable\t0' \
@@ -31,7 +31,7 @@ expect 3 '' config list nothing
 [[ $errors == 'capictl: there is no section nothing. The sections: voice_switch voice_access basic_sip voice_stack_1 '* ]] ||
   fail "said: $errors"
 
-# A change is seen by the next process; one that would be lost in part is refused.
+in_case 'A change is seen by the next process; one that would be lost in part is refused'
 expect 0 '' config set sip_line_1.display_name 'Front desk'
 expect 0 'Front desk' config get sip_line_1.display_name
 expect 0 '' config set sip_line_1.display_name ''

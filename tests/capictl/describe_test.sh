@@ -110,7 +110,7 @@ expect 0 '{
 expect_error 3 'capictl: there is no key sms.nothing. All keys: capictl config list' \
   config describe sms.nothing
 
-# It is so: a value that is set stands where it is told to stand.
+in_case 'A value that is set stands where it is told to stand'
 start_adapter
 expect 0 '' config set sim_info.MBDN 5551
 expect 0 /tmp/vosip.conf.volte stack-file volte

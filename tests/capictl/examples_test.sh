@@ -16,12 +16,12 @@ example() {
   fi
 }
 
-# Without an adapter each says so.
+in_case 'Without an adapter each example says so'
 example 1 '' monitor 1
 example 1 '' web_front_end 1 Kitchen
 example 2 '' web_front_end
 
-# On one, one after the other.
+in_case 'On an adapter they work one after the other'
 start_adapter
 example 0 $'line 1: Unregistered, Unknown\nline 2: Unregistered, Unknown' monitor 1
 example 0 'line 1 is Kitchen now' web_front_end 1 Kitchen
@@ -29,7 +29,7 @@ expect 0 Kitchen config get sip_line_1.display_name
 grep -qx 'displayname=Kitchen' /tmp/vosip.conf.voip || fail 'the voice stack was not told'
 example 1 '' web_front_end 3 Kitchen
 
-# The daemon tells of a change, and stops when it is told to.
+in_case 'The daemon tells of a change, and stops when it is told to'
 "${emulator[@]}" "$examples/example_monitor" >/tmp/watched 2>/dev/null &
 monitor=$!
 told() { until [ "$(wc -l </tmp/watched)" -ge "$1" ]; do sleep 0.1; done; }

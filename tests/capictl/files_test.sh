@@ -5,7 +5,7 @@ source "$(dirname "$0")/support.sh"
 
 start_adapter
 
-# A dump loads back to the same record, in an adapter that has never seen another file.
+in_case 'A dump loads back to the same record, in an adapter that has never seen another file'
 expect 0 '' config set call_redirection.dst_number_10 55512
 "${tool[@]}" config dump >/tmp/dump.settings || fail 'the dump is not whole'
 "${tool[@]}" config list >/tmp/before
@@ -23,7 +23,7 @@ option_voice_switch_mode=1
 option_voice_access_mode=2
 ') || fail 'the dump begins otherwise'
 
-# So does one of a record in which every key has a value.
+in_case 'A dump of a record in which every key has a value loads back, too'
 sed 's/^option_sip_server_\(.*_port\)=0$/option_sip_server_\1=1/' \
   "$source_dir/tests/data/all_keys.settings" >/tmp/all.settings
 expect 0 '' master --force --settings /tmp/all.settings
@@ -35,7 +35,7 @@ expect 0 '' master --settings /tmp/dump.settings
 expect 0 "$(cat /tmp/before)" config list
 expect 0 "$(cat /tmp/dump.settings)" config dump
 
-# Values that a setting file cannot hold are told of.
+in_case 'Values that a setting file cannot hold are told of'
 ipcrm --all
 start_adapter
 expect 0 '' config set sip_line_1.display_name 'Front desk'
@@ -49,7 +49,7 @@ END
 grep -qx '# option_sip_line_display_name cannot be kept in a setting file: Front desk' \
   /tmp/dump.settings || fail 'the dump does not tell what it lacks'
 
-# What a file would change, a later line before an earlier one.
+in_case 'What a file would change, a later line before an earlier one'
 printf '[sms]\noption_sms_sca=1\noption_sms_sca=+15550000001\noption_sms_enable=0x\n' >/tmp/a.settings
 expect 1 $'sms.enable\t1\t0' config diff /tmp/a.settings
 expect 1 '[{

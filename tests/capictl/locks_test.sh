@@ -25,7 +25,7 @@ locks_but() {
 }
 expect 0 "$(locks_but none)" locks
 
-# Somebody holds a lock; then others wait for it. Who asks does not wait.
+in_case 'Somebody holds a lock; then others wait for it. Who asks does not wait'
 for held in '0 CONF_SHM' '2 CALL_LOG'; do
   read -r id name <<<"$held"
   coproc HOLDER { exec "${emulator[@]}" "$others" hold "$id"; }

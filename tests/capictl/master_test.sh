@@ -3,7 +3,7 @@
 # SPDX-License-Identifier: MIT
 source "$(dirname "$0")/support.sh"
 
-# Without an adapter every command that needs one says what to do.
+in_case 'Without an adapter every command that needs one says what to do'
 set_up_device
 down='capictl: the adapter is not running: its shared record is not there or empty. Start its master process, or bring it up from setting files: capictl master --settings FILE'
 for command in status 'config list' 'config get sms.sca' 'config set sms.sca 1' 'config dump' \
@@ -16,7 +16,7 @@ for command in status 'config list' 'config get sms.sca' 'config set sms.sca 1' 
 done
 [ -e /tmp/posted_signals ] && fail 'a signal was posted without an adapter'
 
-# What it is brought up from has to be there; then later files go before earlier ones.
+in_case 'What it is brought up from has to be there; then later files go before earlier ones'
 expect_error 3 'capictl: /nowhere cannot be read: No such file or directory' master --settings /nowhere
 expect_error 3 "$down" status
 printf '[sms]\noption_sms_sca=1\noption_sms_enable=1\n' >/tmp/first
@@ -32,7 +32,7 @@ expect 0 1 config get sms.sca
 expect 0 '' master --force
 expect 0 '' config get sms.sca
 
-# The files by which segment and locks are found.
+in_case 'The files by which segment and locks are found'
 rm /tmp/m_data /usr/sbin/vsdk_cmd
 expect_error 3 'capictl: there is no shared record: /usr/sbin/vsdk_cmd and /tmp/m_data must exist' master
 

@@ -5,7 +5,7 @@ source "$(dirname "$0")/support.sh"
 
 start_adapter
 
-# Nobody reads the output: the tool ends, and says so where that is no reader's choice.
+in_case "Nobody reads the output: the tool ends, and says so where that is no reader's choice"
 said='capictl: the output is not complete: standard output cannot be written'
 for command in status 'config list' 'config dump' 'sms list sent' 'calls export' 'carrier list' \
   'stack-file voip --print' 'page keys' 'config list --json'; do
@@ -37,12 +37,12 @@ for command in 'config list' 'sms list sent'; do
   [ -s /tmp/errors ] && fail "with its reader gone $command says: $(cat /tmp/errors)"
 done
 
-# Nothing that is printed without an output gets into a store.
+in_case 'Nothing that is printed without an output gets into a store'
 cp /quorbleconf/nv/sm_send /tmp/before
 "${tool[@]}" --verbose sms list sent >&- 2>&- <&-
 cmp /quorbleconf/nv/sm_send /tmp/before || fail 'the output went into the messages'
 
-# Arguments without end, and none at all.
+in_case 'Arguments without end, and none at all'
 long=$(printf %0100000d 7)
 expect 3 '' config get "$long"
 expect 3 '' config get "sip_line_1.$long"
@@ -73,7 +73,7 @@ expect 0 "$("${tool[@]}" config list)" config list ''
 printf '%s\n' "$long" | tr -d '\n' >/tmp/keys
 expect 3 '' config get - </tmp/keys
 
-# Files that are none of ours, and files without end.
+in_case 'Files that are none of ours, and files without end'
 head -c 3000000 /dev/urandom >/tmp/random
 "${tool[@]}" calls check /tmp/random >/dev/null 2>&1
 [ $? -eq 1 ] || fail 'a random file passes for a call log'

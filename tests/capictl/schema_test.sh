@@ -3,7 +3,7 @@
 # SPDX-License-Identifier: MIT
 source "$(dirname "$0")/support.sh"
 
-# No adapter is needed.
+in_case 'A schema document needs no adapter'
 document=/tmp/schema.json
 cat >$document <<'END'
 {"sip": {"expires": {"type": "int", "value": "", "default_value": "60", "is_changed": 0,
@@ -33,7 +33,7 @@ expect 0 '[{
 expect_on_terminal 0 'section  parameter  type  value  default  changed  limits
 sip      expires    int   60     60             0  1..9' schema $document sip expires
 
-# A change goes into the file, and the default out of it again.
+in_case 'A change goes into the file, and the default out of it again'
 expect 0 '' schema $document sip expires 5
 expect 0 'sip	expires	int	5	60	1	1..9' schema $document sip expires
 cp $document /tmp/before

@@ -47,7 +47,7 @@ expect 0 '{
 expect_on_terminal 0 "id  read  status  time                  local         remote        type  text
  1     1       2  $time  +15551230001  +15551230002     0  On my way\\n" sms list sent
 
-# Texts that are too long, and bytes that are no text: what could steer a terminal is written out.
+in_case 'Texts that are too long, and bytes that are no text: what could steer a terminal is written out'
 expect_error 3 'capictl: the number is too long: it has up to 23 characters' \
   sms send +12345678901234567890123 hi
 expect_error 3 'capictl: the message was not stored: is there a SIM, and is the text at most 39100 bytes?' \

@@ -20,7 +20,7 @@ sos /tmp/vosip.conf.sos
 generic /tmp/vosip.conf
 END
 
-# What a change would do to a file, before it is written.
+in_case 'What a change would do to a file, before it is written'
 cp /tmp/vosip.conf.voip /tmp/before
 expect 0 '' config set basic_sip.local_port 5070
 expect 0 '' config set sip_line_2.display_name 'Fax; 2nd floor'

@@ -30,7 +30,7 @@ stores	calls of type 2	0	sound
 stores	received messages	0	sound
 stores	sent messages	0	sound'
 
-# An adapter on which nothing happens yet.
+in_case 'An adapter on which nothing happens yet'
 expect 0 "$device
 lines	1	1	Frontdesk	15551230001	Unknown	0	0	0
 lines	2	0	Fax	15551230002	Unknown	0	0	0
@@ -39,7 +39,7 @@ $locks" status
 expect 0 $'lines\t2\t0\tFax\t15551230002\tUnknown\t0\t0\t0' line 2
 expect_error 2 $'LINE: Value 3 not in range 1 to 2\nRun with --help for more information.' line 3
 
-# One with lines that are in use.
+in_case 'An adapter with lines that are in use'
 others lines
 lines='lines	1	1	Frontdesk	15551230001	Off-hook	1	1	1
 lines	2	0	Fax	15551230002	Unknown	0	0	0
@@ -79,7 +79,7 @@ registrations
 line  stack  type   status        since                 reason           detail
    2      1  volte  Unregistered  2001-09-09T01:47:40Z  Server Rejected  403' line 2
 
-# Stores that hold something, one that is damaged and one that is gone. Looking leaves them so.
+in_case 'Stores that hold something, one that is damaged and one that is gone. Looking leaves them so'
 others calls
 cp /quorbleconf/nv/sm_recv /tmp/sound
 printf x >>/quorbleconf/nv/sm_recv

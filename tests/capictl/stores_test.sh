@@ -6,7 +6,7 @@ source "$(dirname "$0")/support.sh"
 # put OFFSET BYTES FILE: overwrites a part of a file. BYTES is for printf.
 put() { printf "$2" | dd of="$3" bs=1 seek="$1" conv=notrunc status=none; }
 
-# Files that are sound, with something in each list.
+in_case 'Files that are sound, with something in each list'
 start_adapter
 others calls
 "${tool[@]}" sms send +15551230002 'first'
@@ -112,7 +112,7 @@ head -c 81865 /dev/zero >>/tmp/a
 expect 1 "it has 82160 bytes, more than 81920$later
 at byte $end: no message begins here$refused" sms check sent /tmp/a
 
-# A list of a damaged file fails and says where it went.
+in_case 'A list of a damaged file fails and says where it went'
 printf x >$sent
 expect_error 3 'capictl: the messages cannot be read. If their file was damaged, there is an empty one now, and a copy whose name ends in .err' \
   sms list sent

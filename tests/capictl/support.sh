@@ -13,8 +13,12 @@ shift 2
 tool=("$@")
 failures=0
 
+# in_case NAME: what follows shows that NAME is so, and fails under it.
+current=
+in_case() { current=$1; }
+
 fail() {
-  echo "FAILED: $*"
+  echo "FAILED: ${current:+$current: }$*"
   failures=$((failures + 1))
 }
 

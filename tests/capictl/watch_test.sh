@@ -14,7 +14,7 @@ watch() {
   [ "$ready" = "Watching $(count_of_keys) values. Ctrl-C ends." ] || fail "watch began with: $ready"
 }
 
-# What others change is shown as it happens.
+in_case 'What others change is shown as it happens'
 watch --count 2
 expect 0 '' config set sms.sca +15550000002
 expect 0 '' config set sms.enable 0
@@ -22,14 +22,14 @@ wait $watcher || fail "watch ended with $?"
 [ "$(sort /tmp/changes)" = $'sms.enable\t1\t0\nsms.sca\t+15550000001\t+15550000002' ] ||
   fail "watch saw: $(cat /tmp/changes)"
 
-# As JSON a change is a line.
+in_case 'As JSON a change is a line'
 watch --count 1 --json
 expect 0 '' config set sms.sca +15550000003
 wait $watcher || fail "watch ended with $?"
 [ "$(cat /tmp/changes)" = '{"key":"sms.sca","old":"+15550000002","new":"+15550000003"}' ] ||
   fail "watch saw: $(cat /tmp/changes)"
 
-# Ctrl-C ends it well, and what it saw is not lost.
+in_case 'Ctrl-C ends it well, and what it saw is not lost'
 for signal in INT TERM; do
   watch
   expect 0 '' config set sms.sca "$signal"
