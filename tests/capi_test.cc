@@ -50,7 +50,7 @@ TEST_F(CapiTest, InitStoresTheSinkBeforeAnythingElse) {
   std::filesystem::remove("/tmp/m_data");
   EXPECT_EQ(capi_init(&no_callbacks_, 1, capture_log), 0);
   EXPECT_EQ(captured_log().at(0),
-            (LogLine{3, "capi_critical_section_lock_create",
+            (LogLine{kLogErr, "capi_critical_section_lock_create",
                      "CAPI critical section lock failed [ftok], reason = [No such file or "
                      "directory]"}));
 }

@@ -87,7 +87,7 @@ TEST_F(CallLogApi, TheSignalIsPostedWithoutTheLock) {
   static Baton* baton = nullptr;
   baton = &free_again;
   const capi_log_sink sink = [](int level, const char* text) {
-    const bool is_command = level == 7 && strstr(text, "signal simple") != nullptr;
+    const bool is_command = level == kLogDebug && strstr(text, "signal simple") != nullptr;
     if (is_command && lock_value(CAPI_LOCK_CALL_LOG) == 1) baton->pass();
   };
   capiv2_log_init(sink);
@@ -148,7 +148,7 @@ TEST_F(CallLogApi, CleanAllLeavesANewFile) {
 
 TEST_F(CallLogApi, DeleteOfAMissingFileSucceeds) {
   EXPECT_EQ(capi_voip_delete_call_log_file(), 0);
-  EXPECT_EQ(captured_log(6), Lines{});
+  EXPECT_EQ(captured_log(kLogInfo), lines({}));
 }
 
 TEST_F(CallLogApi, BackupCopiesTheFile) {
@@ -158,7 +158,7 @@ TEST_F(CallLogApi, BackupCopiesTheFile) {
   await_size("/tmp/backup", sizeof *image);
   EXPECT_EQ(bytes_of(*read_image("/tmp/backup")), bytes_of(*image));
   EXPECT_EQ(posted(), Calls{});
-  EXPECT_EQ(captured_log(), Lines{});
+  EXPECT_EQ(captured_log(), lines({}));
 }
 
 TEST_F(CallLogApi, BackupToAVeryLongPathIsNotCut) {
@@ -181,7 +181,7 @@ TEST_F(CallLogApi, BackupNeedsAFileAndADestination) {
   EXPECT_FALSE(exists("/tmp/ran"));
   write_image(*empty_image());
   EXPECT_EQ(capi_voip_call_log_backup(nullptr), -1);
-  EXPECT_EQ(captured_log(), Lines{});
+  EXPECT_EQ(captured_log(), lines({}));
 }
 
 }  // namespace

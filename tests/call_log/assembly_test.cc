@@ -48,7 +48,7 @@ TEST_F(CallLogAssembly, DescriptionThenStatisticsAddACall) {
   expect_nothing_added();
   EXPECT_EQ(second(2), 0);
   expect_added(1, 2, 2);
-  EXPECT_EQ(captured_log(6), Lines{});
+  EXPECT_EQ(captured_log(kLogInfo), lines({}));
 }
 
 TEST_F(CallLogAssembly, StatisticsThenDescriptionAddACall) {
@@ -56,13 +56,13 @@ TEST_F(CallLogAssembly, StatisticsThenDescriptionAddACall) {
   expect_nothing_added();
   EXPECT_EQ(first(1, 1), 0);
   expect_added(1, 2, 1);
-  EXPECT_EQ(captured_log(6), Lines{});
+  EXPECT_EQ(captured_log(kLogInfo), lines({}));
 }
 
 TEST_F(CallLogAssembly, AnotherDescriptionReplacesTheOneThatWaits) {
   EXPECT_EQ(first(0, 1), 0);
   EXPECT_EQ(first(1, 2), 0);
-  EXPECT_EQ(captured_log(), (Lines{{4, kFirst, "call_log_entry_body1 to be replaced!"}}));
+  EXPECT_EQ(captured_log(), lines({{kLogWarning, kFirst, "call_log_entry_body1 to be replaced!"}}));
   expect_nothing_added();
   EXPECT_EQ(second(3), 0);
   expect_added(2, 3, 1);
@@ -71,7 +71,8 @@ TEST_F(CallLogAssembly, AnotherDescriptionReplacesTheOneThatWaits) {
 TEST_F(CallLogAssembly, OtherStatisticsReplaceThoseThatWait) {
   EXPECT_EQ(second(1), 0);
   EXPECT_EQ(second(2), 0);
-  EXPECT_EQ(captured_log(), (Lines{{4, kSecond, "call_log_entry_body2 to be replaced!"}}));
+  EXPECT_EQ(captured_log(),
+            lines({{kLogWarning, kSecond, "call_log_entry_body2 to be replaced!"}}));
   expect_nothing_added();
   EXPECT_EQ(first(0, 3), 0);
   expect_added(3, 2, 0);
@@ -83,7 +84,7 @@ TEST_F(CallLogAssembly, AfterACallIsAddedNothingWaits) {
   EXPECT_EQ(second(2), 0);
   EXPECT_EQ(first(0, 2), 0);
   EXPECT_EQ(first(0, 3), 0);
-  EXPECT_EQ(captured_log(6), Lines{}) << "the last one replaces nothing";
+  EXPECT_EQ(captured_log(kLogInfo), lines({})) << "the last one replaces nothing";
   EXPECT_EQ(read_image()->header.used.count, 2);
   EXPECT_EQ(second(3), 0);
 }
@@ -97,15 +98,15 @@ TEST_F(CallLogAssembly, NothingWaitsAfterAFailedAddEither) {
   EXPECT_EQ(posted(), std::vector<std::string>(3, kUpdated));
   clear_log();
   EXPECT_EQ(first(0, 3), 0);
-  EXPECT_EQ(captured_log(), Lines{});
+  EXPECT_EQ(captured_log(), lines({}));
   EXPECT_EQ(second(3), -1);
 }
 
 TEST_F(CallLogAssembly, ABadTypeIsNoticedWhenTheCallIsAdded) {
   EXPECT_EQ(first(3, 1), 0);
   EXPECT_EQ(second(1), -1);
-  EXPECT_EQ(captured_log(6),
-            (Lines{{4, "_vkr_voip_add_call_log", " invalid parameter call_type = 3"}}));
+  EXPECT_EQ(captured_log(kLogInfo),
+            lines({{kLogWarning, "_vkr_voip_add_call_log", " invalid parameter call_type = 3"}}));
   EXPECT_EQ(posted().size(), 1u);
 }
 
@@ -113,8 +114,8 @@ TEST_F(CallLogAssembly, AMissingHalfIsRefusedAndChangesNothing) {
   EXPECT_EQ(first(0, 1), 0);
   EXPECT_EQ(capi_voip_add_call_log1(1, nullptr), -1);
   EXPECT_EQ(capi_voip_add_call_log2(nullptr), -1);
-  EXPECT_EQ(captured_log(),
-            (Lines{{4, kFirst, "Invalid NULL pointer"}, {4, kSecond, "Invalid NULL pointer"}}));
+  EXPECT_EQ(captured_log(), lines({{kLogWarning, kFirst, "Invalid NULL pointer"},
+                                   {kLogWarning, kSecond, "Invalid NULL pointer"}}));
   expect_nothing_added();
   EXPECT_EQ(second(2), 0);
   expect_added(1, 2, 0);
@@ -146,8 +147,9 @@ TEST_F(CallLogAssembly, AFlagThatIsNoneIsRefused) {
   };
   EXPECT_EQ(take_description(assembly, 0, call(1), add), -1);
   EXPECT_EQ(take_statistics(assembly, call(1), add), -1);
-  EXPECT_EQ(captured_log(), (Lines{{4, kFirst, "Invalid call_log_entry_body_flag 3 !"},
-                                   {4, kSecond, "Invalid call_log_entry_body_flag 3 !"}}));
+  EXPECT_EQ(captured_log(),
+            lines({{kLogWarning, kFirst, "Invalid call_log_entry_body_flag 3 !"},
+                   {kLogWarning, kSecond, "Invalid call_log_entry_body_flag 3 !"}}));
   EXPECT_EQ(assembly.flag, 3);
 }
 

@@ -21,8 +21,6 @@ namespace capi::test {
 inline constexpr char kLogPath[] = "/tmp/voip_call_log";
 inline constexpr char kUpdated[] = "signal simple vop_sig_voip_call_log_event_updated";
 
-using Lines = std::vector<LogLine>;
-
 // The nth call of a test, different from the others in every field.
 inline capi_call_log_record call(unsigned n) {
   capi_call_log_record record{};

@@ -37,7 +37,7 @@ class CallLogDump : public CallLog {
 TEST_F(CallLogDump, DumpGoesFromTheNewestToTheOldest) {
   write_image(*image_of({0, 1, 2, 0, 1, 2}));
   EXPECT_EQ(dump(0), (Numbers{5, 4, 3, 2, 1, 0}));
-  EXPECT_EQ(captured_log(), Lines{});
+  EXPECT_EQ(captured_log(), lines({}));
   EXPECT_EQ(posted().size(), 0u);
 }
 
@@ -51,7 +51,7 @@ TEST_F(CallLogDump, SelectorsOneAndTwoAreCrossed) {
 TEST_F(CallLogDump, DumpAllGoesFromTheOldestToTheNewest) {
   write_image(*image_of({0, 1, 2, 0, 1, 2}));
   EXPECT_EQ(dump_all(), (Numbers{0, 1, 2, 3, 4, 5}));
-  EXPECT_EQ(captured_log(), Lines{});
+  EXPECT_EQ(captured_log(), lines({}));
   EXPECT_EQ(posted().size(), 0u);
 }
 
@@ -68,20 +68,20 @@ TEST_F(CallLogDump, AnEmptyListDumpsNothing) {
   write_image(*empty_image());
   for (const unsigned selector : {0u, 1u, 2u, 3u}) EXPECT_EQ(dump(selector), Numbers{});
   EXPECT_EQ(dump_all(), Numbers{});
-  EXPECT_EQ(captured_log(), Lines{});
+  EXPECT_EQ(captured_log(), lines({}));
 }
 
 TEST_F(CallLogDump, AnotherSelectorReadsNothing) {
   EXPECT_EQ(dump(4, -1), Numbers{});
   EXPECT_EQ(dump(0xFFFFFFFF, -1), Numbers{});
-  EXPECT_EQ(captured_log(), Lines{}) << "the missing file is not even looked for";
+  EXPECT_EQ(captured_log(), lines({})) << "the missing file is not even looked for";
 }
 
 TEST_F(CallLogDump, AMissingCallbackIsNotCalled) {
   write_image(*image_of({0, 1}));
   EXPECT_EQ(capi_voip_call_log_dump(0, nullptr, nullptr), 0);
   EXPECT_EQ(capi_voip_call_log_dump_all(nullptr, nullptr), 0);
-  EXPECT_EQ(captured_log(), Lines{});
+  EXPECT_EQ(captured_log(), lines({}));
 }
 
 TEST_F(CallLogDump, ACallbackGetsTheWholeNode) {
@@ -107,15 +107,15 @@ TEST_F(CallLogDump, ACallbackMayCallTheLibrary) {
 }
 
 TEST_F(CallLogDump, AFileThatCannotBeReadIsReported) {
-  const LogLine no_file{4, kRead,
+  const LogLine no_file{kLogWarning, kRead,
                         " can not read call log file /tmp/voip_call_log, error = No such file or "
                         "directory !"};
   EXPECT_EQ(dump(1, -1), Numbers{});
   EXPECT_EQ(dump_all(-1), Numbers{});
-  EXPECT_EQ(captured_log(), (Lines{no_file,
-                                   {3, kDump, "ERROR: capi_voip_read_call_log, result: -1"},
+  EXPECT_EQ(captured_log(), lines({no_file,
+                                   {kLogErr, kDump, "ERROR: capi_voip_read_call_log, result: -1"},
                                    no_file,
-                                   {4, kDumpAll, "Read call log failed"}}));
+                                   {kLogWarning, kDumpAll, "Read call log failed"}}));
 }
 
 TEST_F(CallLogDump, ALackOfMemoryIsReported) {
@@ -124,7 +124,8 @@ TEST_F(CallLogDump, ALackOfMemoryIsReported) {
   EXPECT_EQ(dump(0, -1), Numbers{});
   fail_call(Call::Malloc);
   EXPECT_EQ(dump_all(-1), Numbers{});
-  EXPECT_EQ(captured_log(), (Lines{{4, kDump, "Malloc failed"}, {4, kDumpAll, "Malloc failed"}}));
+  EXPECT_EQ(captured_log(), lines({{kLogWarning, kDump, "Malloc failed"},
+                                   {kLogWarning, kDumpAll, "Malloc failed"}}));
 }
 
 TEST_F(CallLogDump, ALinkToNoNodeEndsTheWalk) {
@@ -134,15 +135,17 @@ TEST_F(CallLogDump, ALinkToNoNodeEndsTheWalk) {
   Numbers numbers;
   dump_image(*image, 0, collect, &numbers);
   EXPECT_EQ(numbers, (Numbers{2, 1}));
-  EXPECT_EQ(captured_log(),
-            (Lines{{4, kReadNode, " check node index [300] error !"},
-                   {3, kDump, "ERROR: capi_voip_read_call_log_node, node_idx: 300, result: -1"}}));
+  EXPECT_EQ(
+      captured_log(),
+      lines({{kLogWarning, kReadNode, " check node index [300] error !"},
+             {kLogErr, kDump, "ERROR: capi_voip_read_call_log_node, node_idx: 300, result: -1"}}));
   clear_log();
   numbers.clear();
   EXPECT_EQ(dump_whole_image(*image, collect, &numbers), -1);
   EXPECT_EQ(numbers, (Numbers{0, 1}));
-  EXPECT_EQ(captured_log(), (Lines{{4, kReadNode, " check node index [400] error !"},
-                                   {4, kDumpAll, "capi_voip_read_call_log_node, node_idx: 400"}}));
+  EXPECT_EQ(captured_log(),
+            lines({{kLogWarning, kReadNode, " check node index [400] error !"},
+                   {kLogWarning, kDumpAll, "capi_voip_read_call_log_node, node_idx: 400"}}));
 }
 
 TEST_F(CallLogDump, AWalkEndsAtTheFarEndAndWhereThereIsNoLink) {
@@ -159,7 +162,7 @@ TEST_F(CallLogDump, AWalkEndsAtTheFarEndAndWhereThereIsNoLink) {
   numbers.clear();
   EXPECT_EQ(dump_whole_image(*image, collect, &numbers), 0);
   EXPECT_EQ(numbers, (Numbers{0, 1, 2}));
-  EXPECT_EQ(captured_log(), Lines{});
+  EXPECT_EQ(captured_log(), lines({}));
 }
 
 TEST_F(CallLogDump, NoDumpVisitsMoreNodesThanTheListCounts) {

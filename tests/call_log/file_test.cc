@@ -17,8 +17,8 @@ constexpr char kRead[] = "_vkr_voip_read_call_log";
 constexpr char kVerify[] = "_vkr_voip_verify_call_log_file";
 constexpr char kInit[] = "_vkr_voip_init_call_log_file";
 
-const LogLine kCreated{6, kCreate, " create file /tmp/voip_call_log success !"};
-const LogLine kNotCreated{4, kCreate,
+const LogLine kCreated{kLogInfo, kCreate, " create file /tmp/voip_call_log success !"};
+const LogLine kNotCreated{kLogWarning, kCreate,
                           " can not create  file /tmp/voip_call_log, error : Is a directory !"};
 
 class CallLogFile : public CallLog {
@@ -31,7 +31,7 @@ class CallLogFile : public CallLog {
 
 TEST_F(CallLogFile, InitCreatesAMissingFile) {
   EXPECT_EQ(capi_voip_init_call_log_file(), 0);
-  EXPECT_EQ(captured_log(), (Lines{kCreated}));
+  EXPECT_EQ(captured_log(), lines({kCreated}));
   expect_empty_log();
   EXPECT_EQ(count_calls(Call::Sync), 1);
   EXPECT_EQ(posted().size(), 0u);
@@ -41,7 +41,7 @@ TEST_F(CallLogFile, InitLeavesAValidFileAlone) {
   const Image image = image_of({0, 1, 2});
   write_image(*image);
   EXPECT_EQ(capi_voip_init_call_log_file(), 0);
-  EXPECT_EQ(captured_log(), Lines{});
+  EXPECT_EQ(captured_log(), lines({}));
   EXPECT_EQ(bytes_of(*read_image()), bytes_of(*image));
   EXPECT_EQ(count_calls(Call::Sync), 0);
 }
@@ -51,18 +51,20 @@ TEST_F(CallLogFile, InitSaysThatNoFileCanBeCreated) {
   EXPECT_EQ(capi_voip_init_call_log_file(), -1);
   EXPECT_EQ(
       captured_log(),
-      (Lines{{4, kCreate, " can not create  file /tmp/voip_call_log, error : Input/output error !"},
-             {4, kInit, " fail to create new call log file /tmp/voip_call_log !"}}));
+      lines({{kLogWarning, kCreate,
+              " can not create  file /tmp/voip_call_log, error : Input/output error !"},
+             {kLogWarning, kInit, " fail to create new call log file /tmp/voip_call_log !"}}));
 }
 
 TEST_F(CallLogFile, InitSaysThatABadFileCannotBeRebuilt) {
   put_directory();
   EXPECT_EQ(capi_voip_init_call_log_file(), -1);
-  EXPECT_EQ(captured_log(),
-            (Lines{{4, kVerify, " can not get file size /tmp/voip_call_log, error : Success!"},
-                   kNotCreated,
-                   {4, kVerify, " can not rebuild  file /tmp/voip_call_log !"},
-                   {4, kInit, " verify format of file /tmp/voip_call_log failure !"}}));
+  EXPECT_EQ(
+      captured_log(),
+      lines({{kLogWarning, kVerify, " can not get file size /tmp/voip_call_log, error : Success!"},
+             kNotCreated,
+             {kLogWarning, kVerify, " can not rebuild  file /tmp/voip_call_log !"},
+             {kLogWarning, kInit, " verify format of file /tmp/voip_call_log failure !"}}));
 }
 
 TEST_F(CallLogFile, CreateSaysThatAWriteFailed) {
@@ -70,9 +72,9 @@ TEST_F(CallLogFile, CreateSaysThatAWriteFailed) {
   EXPECT_EQ(capi_voip_init_call_log_file(), -1);
   EXPECT_EQ(
       captured_log(),
-      (Lines{{4, kCreate,
+      lines({{kLogWarning, kCreate,
               " failure write data into file /tmp/voip_call_log, error : Input/output error!"},
-             {4, kInit, " fail to create new call log file /tmp/voip_call_log !"}}));
+             {kLogWarning, kInit, " fail to create new call log file /tmp/voip_call_log !"}}));
   EXPECT_EQ(count_calls(Call::Sync), 0);
 }
 
@@ -81,7 +83,7 @@ TEST_F(CallLogFile, CreateGoesOnAfterAFailedFlush) {
   EXPECT_EQ(capi_voip_init_call_log_file(), 0);
   EXPECT_EQ(
       captured_log(),
-      (Lines{{4, kCreate,
+      lines({{kLogWarning, kCreate,
               " failure flush data into file /tmp/voip_call_log, error : Input/output error!"},
              kCreated}));
   EXPECT_EQ(count_calls(Call::Sync), 1);
@@ -90,18 +92,19 @@ TEST_F(CallLogFile, CreateGoesOnAfterAFailedFlush) {
 TEST_F(CallLogFile, CreateGoesOnAfterAFailedClose) {
   fail_call(Call::Fclose);
   EXPECT_EQ(capi_voip_init_call_log_file(), 0);
-  EXPECT_EQ(
-      captured_log(),
-      (Lines{{4, kCreate, " failure close file /tmp/voip_call_log, error : Input/output error!"},
-             kCreated}));
+  EXPECT_EQ(captured_log(),
+            lines({{kLogWarning, kCreate,
+                    " failure close file /tmp/voip_call_log, error : Input/output error!"},
+                   kCreated}));
 }
 
 TEST_F(CallLogFile, CreateNeedsMemory) {
   fail_call(Call::Malloc);
   EXPECT_EQ(capi_voip_init_call_log_file(), -1);
-  EXPECT_EQ(captured_log(),
-            (Lines{{4, kCreate, "Malloc failed"},
-                   {4, kInit, " fail to create new call log file /tmp/voip_call_log !"}}));
+  EXPECT_EQ(
+      captured_log(),
+      lines({{kLogWarning, kCreate, "Malloc failed"},
+             {kLogWarning, kInit, " fail to create new call log file /tmp/voip_call_log !"}}));
 }
 
 TEST_F(CallLogFile, VerifyWithoutMemoryLeavesTheFile) {
@@ -110,14 +113,14 @@ TEST_F(CallLogFile, VerifyWithoutMemoryLeavesTheFile) {
   fail_call(Call::Malloc);
   EXPECT_EQ(capi_voip_init_call_log_file(), -1);
   EXPECT_EQ(captured_log(),
-            (Lines{{4, kVerify, "Malloc failed"},
-                   {4, kInit, " verify format of file /tmp/voip_call_log failure !"}}));
+            lines({{kLogWarning, kVerify, "Malloc failed"},
+                   {kLogWarning, kInit, " verify format of file /tmp/voip_call_log failure !"}}));
   EXPECT_EQ(read_file(kLogPath), before);
 }
 
 TEST_F(CallLogFile, VerifyRebuildsAMissingFile) {
   EXPECT_EQ(capi_voip_verify_call_log_file(), 0);
-  EXPECT_EQ(captured_log(), (Lines{{4, kVerify,
+  EXPECT_EQ(captured_log(), lines({{kLogWarning, kVerify,
                                     " can not get file size /tmp/voip_call_log, error : No such "
                                     "file or directory!"},
                                    kCreated}));
@@ -132,7 +135,8 @@ TEST_F(CallLogFile, VerifyRebuildsAFileOfAnotherSize) {
     write_file(kLogPath, bad);
     EXPECT_EQ(capi_voip_verify_call_log_file(), 0);
     EXPECT_EQ(captured_log(),
-              (Lines{{4, kVerify, " can not get file size /tmp/voip_call_log, error : Success!"},
+              lines({{kLogWarning, kVerify,
+                      " can not get file size /tmp/voip_call_log, error : Success!"},
                      kCreated}));
     expect_empty_log();
   }
@@ -157,7 +161,7 @@ TEST_F(CallLogFile, VerifyRebuildsAFileWithOtherMarks) {
     bad.damage(image->header);
     write_image(*image);
     EXPECT_EQ(capi_voip_verify_call_log_file(), 0);
-    EXPECT_EQ(captured_log(), (Lines{{4, kVerify,
+    EXPECT_EQ(captured_log(), lines({{kLogWarning, kVerify,
                                       std::string(" Parse wrong call log file description, "
                                                   "max_num_of_record_type ") +
                                           bad.numbers},
@@ -171,9 +175,10 @@ TEST_F(CallLogFile, VerifyRebuildsAFileWhoseListsAreBroken) {
   image->node[0].all_next = 400;
   write_image(*image);
   EXPECT_EQ(capi_voip_verify_call_log_file(), 0);
-  EXPECT_EQ(captured_log(), (Lines{{4, kRead, " failure check all used call log link list"},
-                                   {4, kVerify, " read call log file /tmp/voip_call_log failure !"},
-                                   kCreated}));
+  EXPECT_EQ(captured_log(),
+            lines({{kLogWarning, kRead, " failure check all used call log link list"},
+                   {kLogWarning, kVerify, " read call log file /tmp/voip_call_log failure !"},
+                   kCreated}));
   expect_empty_log();
 }
 
@@ -182,13 +187,13 @@ TEST_F(CallLogFile, VerifyRebuildsAFileThatCannotBeOpenedOrRead) {
   fail_call(Call::Fopen);
   EXPECT_EQ(capi_voip_verify_call_log_file(), 0);
   EXPECT_EQ(captured_log(),
-            (Lines{{4, kVerify, " can not open  file /tmp/voip_call_log !"}, kCreated}));
+            lines({{kLogWarning, kVerify, " can not open  file /tmp/voip_call_log !"}, kCreated}));
   clear_log();
   fail_call(Call::Fread);
   EXPECT_EQ(capi_voip_verify_call_log_file(), 0);
   EXPECT_EQ(
       captured_log(),
-      (Lines{{4, kVerify,
+      lines({{kLogWarning, kVerify,
               " failure to read data in file /tmp/voip_call_log, error : Input/output error!"},
              kCreated}));
 }
@@ -197,9 +202,9 @@ TEST_F(CallLogFile, VerifyGoesOnAfterAFailedClose) {
   write_image(*image_of({0}));
   fail_call(Call::Fclose);
   EXPECT_EQ(capi_voip_verify_call_log_file(), 0);
-  EXPECT_EQ(
-      captured_log(),
-      (Lines{{4, kVerify, " failure close file /tmp/voip_call_log, error : Input/output error!"}}));
+  EXPECT_EQ(captured_log(),
+            lines({{kLogWarning, kVerify,
+                    " failure close file /tmp/voip_call_log, error : Input/output error!"}}));
   EXPECT_EQ(read_image()->header.used.count, 1);
 }
 
@@ -212,7 +217,7 @@ TEST_F(CallLogFile, VerifyTakesAnEmptyDirectoryAway) {
 TEST_F(CallLogFile, ReadSaysThatThereIsNoFile) {
   const Image image = empty_image();
   EXPECT_EQ(capi_voip_read_call_log(image.get()), -1);
-  EXPECT_EQ(captured_log(), (Lines{{4, kRead,
+  EXPECT_EQ(captured_log(), lines({{kLogWarning, kRead,
                                     " can not read call log file /tmp/voip_call_log, error = No "
                                     "such file or directory !"}}));
   EXPECT_FALSE(exists(kLogPath));
@@ -222,7 +227,7 @@ TEST_F(CallLogFile, ReadSaysThatTheFileIsTooShort) {
   const Image image = empty_image();
   write_file(kLogPath, bytes_of(*image).substr(1));
   EXPECT_EQ(capi_voip_read_call_log(image.get()), -1);
-  EXPECT_EQ(captured_log(), (Lines{{4, kRead,
+  EXPECT_EQ(captured_log(), lines({{kLogWarning, kRead,
                                     " failure to read data in file /tmp/voip_call_log, error : "
                                     "Success!"}}));
 }
@@ -230,7 +235,7 @@ TEST_F(CallLogFile, ReadSaysThatTheFileIsTooShort) {
 TEST_F(CallLogFile, ReadNeedsSomewhereToReadTo) {
   write_image(*empty_image());
   EXPECT_EQ(capi_voip_read_call_log(nullptr), -1);
-  EXPECT_EQ(captured_log(), (Lines{{4, kRead, "Invalid NULL pointer"}}));
+  EXPECT_EQ(captured_log(), lines({{kLogWarning, kRead, "Invalid NULL pointer"}}));
 }
 
 TEST_F(CallLogFile, ReadNamesTheListThatIsBroken) {
@@ -256,7 +261,7 @@ TEST_F(CallLogFile, ReadNamesTheListThatIsBroken) {
     write_image(*image);
     const Image read = empty_image();
     EXPECT_EQ(capi_voip_read_call_log(read.get()), -1);
-    EXPECT_EQ(captured_log(), (Lines{{4, kRead, bad.text}}));
+    EXPECT_EQ(captured_log(), lines({{kLogWarning, kRead, bad.text}}));
     EXPECT_EQ(bytes_of(*read_image()), bytes_of(*image)) << "a read repairs nothing";
   }
 }
@@ -276,19 +281,20 @@ TEST_F(CallLogFile, AFullDiskIsNoticedAtTheWrite) {
     ASSERT_EQ(capi_config_set("runtime_info", "option_runtime_info_nv_directory", 0, "/tmp/small"),
               0);
     clear_log();
-    const LogLine full{4, kCreate,
+    const LogLine full{kLogWarning, kCreate,
                        " failure write data into file /tmp/small/voip_call_log, error : No space "
                        "left on device!"};
     EXPECT_EQ(capi_voip_init_call_log_file(), -1);
     EXPECT_EQ(capi_voip_verify_call_log_file(), -1);
     EXPECT_EQ(capi_voip_clean_all_call_log(), -1);
     EXPECT_EQ(
-        captured_log(4),
-        (Lines{full,
-               {4, kInit, " fail to create new call log file /tmp/small/voip_call_log !"},
-               {4, kVerify, " can not get file size /tmp/small/voip_call_log, error : Success!"},
+        captured_log(kLogWarning),
+        lines({full,
+               {kLogWarning, kInit, " fail to create new call log file /tmp/small/voip_call_log !"},
+               {kLogWarning, kVerify,
+                " can not get file size /tmp/small/voip_call_log, error : Success!"},
                full,
-               {4, kVerify, " can not rebuild  file /tmp/small/voip_call_log !"},
+               {kLogWarning, kVerify, " can not rebuild  file /tmp/small/voip_call_log !"},
                full}));
   });
   umount("/tmp/small");
@@ -299,10 +305,10 @@ TEST_F(CallLogFile, ADirectoryThatIsMissingIsNotMade) {
     capi_config_set("runtime_info", "option_runtime_info_nv_directory", 0, "/tmp/none");
     clear_log();
     EXPECT_EQ(capi_voip_init_call_log_file(), -1);
-    EXPECT_EQ(captured_log(), (Lines{{4, kCreate,
+    EXPECT_EQ(captured_log(), lines({{kLogWarning, kCreate,
                                       " can not create  file /tmp/none/voip_call_log, error : No "
                                       "such file or directory !"},
-                                     {4, kInit,
+                                     {kLogWarning, kInit,
                                       " fail to create new call log file /tmp/none/voip_call_log "
                                       "!"}}));
     EXPECT_FALSE(exists("/tmp/none"));
@@ -324,14 +330,14 @@ TEST_F(CallLogFile, AReadOnlyDirectoryCanBeReadFrom) {
     EXPECT_EQ(capi_voip_add_call_log(0, &record), -1);
     EXPECT_EQ(capi_voip_delete_call_log_by_node(0, 0), -1);
     EXPECT_EQ(capi_voip_clean_call_log_by_type(1), -1);
-    EXPECT_EQ(captured_log(4),
-              (Lines{{4, "_vkr_voip_add_call_log",
+    EXPECT_EQ(captured_log(kLogWarning),
+              lines({{kLogWarning, "_vkr_voip_add_call_log",
                       " can not open file /tmp/fixed/voip_call_log, error = Read-only file system "
                       "!"},
-                     {4, "_vkr_voip_delete_call_log_by_node",
+                     {kLogWarning, "_vkr_voip_delete_call_log_by_node",
                       " can not open file /tmp/fixed/voip_call_log, error = Read-only file system "
                       "!"},
-                     {4, "_vkr_voip_clean_call_log_by_type",
+                     {kLogWarning, "_vkr_voip_clean_call_log_by_type",
                       " can not create  file /tmp/fixed/voip_call_log, error = Read-only file "
                       "system !"}}));
     EXPECT_EQ(bytes_of(*read_image("/tmp/fixed/voip_call_log")), bytes_of(*image));

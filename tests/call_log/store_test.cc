@@ -22,7 +22,7 @@ constexpr char kClean[] = "_vkr_voip_clean_call_log_by_type";
 constexpr char kReadNode[] = "_vkr_voip_read_call_log_node";
 constexpr char kReadHeader[] = "_vkr_voip_read_call_log_entry_header";
 
-const LogLine kCreated{6, kCreate, " create file /tmp/voip_call_log success !"};
+const LogLine kCreated{kLogInfo, kCreate, " create file /tmp/voip_call_log success !"};
 const LogLine kNoFile{
     4, kRead,
     " can not read call log file /tmp/voip_call_log, error = No such file or directory !"};
@@ -79,7 +79,7 @@ TEST_F(CallLogStore, AddWritesTheWholeFile) {
   EXPECT_EQ(add(1, 0), 0);
   EXPECT_EQ(add(0, 1), 0);
   EXPECT_EQ(bytes_of(*read_image()), bytes_of(*image_of({1, 0})));
-  EXPECT_EQ(captured_log(6), Lines{});
+  EXPECT_EQ(captured_log(kLogInfo), lines({}));
   EXPECT_EQ(count_calls(Call::Sync), 2);
 }
 
@@ -88,8 +88,8 @@ TEST_F(CallLogStore, The101stEntryOfATypeEvictsItsOldest) {
   add_record(*full_type, 0, call(500));
   write_image(*full_type);
   EXPECT_EQ(add(1, 100), 0);
-  EXPECT_EQ(captured_log(6),
-            (Lines{{6, kAdd, " MUST delete 1 old call log entry before save new !"}}));
+  EXPECT_EQ(captured_log(kLogInfo),
+            lines({{kLogInfo, kAdd, " MUST delete 1 old call log entry before save new !"}}));
   const Image image = read_image();
   const capi_call_log_header& header = image->header;
   EXPECT_EQ(header.entry[1].list.count, 100);
@@ -115,15 +115,17 @@ TEST_F(CallLogStore, AddRefusesBadArgumentsBeforeItReads) {
   EXPECT_EQ(capi_voip_add_call_log(3, &record), -1);
   EXPECT_EQ(capi_voip_add_call_log(0, nullptr), -1);
   EXPECT_EQ(capi_voip_add_call_log(0xFFFFFFFF, nullptr), -1);
-  EXPECT_EQ(captured_log(6), (Lines{{4, kAdd, " invalid parameter call_type = 3"},
-                                    {4, kAdd, "Invalid NULL pointer"},
-                                    {4, kAdd, " invalid parameter call_type = -1"}}));
+  EXPECT_EQ(captured_log(kLogInfo),
+            lines({{kLogWarning, kAdd, " invalid parameter call_type = 3"},
+                   {kLogWarning, kAdd, "Invalid NULL pointer"},
+                   {kLogWarning, kAdd, " invalid parameter call_type = -1"}}));
 }
 
 TEST_F(CallLogStore, AddNeedsAFile) {
   EXPECT_EQ(add(0, 0), -1);
-  EXPECT_EQ(captured_log(6),
-            (Lines{kNoFile, {4, kAdd, " read call log file /tmp/voip_call_log failure !"}}));
+  EXPECT_EQ(
+      captured_log(kLogInfo),
+      lines({kNoFile, {kLogWarning, kAdd, " read call log file /tmp/voip_call_log failure !"}}));
   EXPECT_FALSE(exists(kLogPath));
 }
 
@@ -131,9 +133,9 @@ TEST_F(CallLogStore, AddNeedsMemory) {
   write_image(*empty_image());
   fail_call(Call::Malloc);
   EXPECT_EQ(add(0, 0), -1);
-  EXPECT_EQ(captured_log(6),
-            (Lines{{4, kAdd, "Malloc failed"},
-                   {4, kAdd, " read call log file /tmp/voip_call_log failure !"}}));
+  EXPECT_EQ(captured_log(kLogInfo),
+            lines({{kLogWarning, kAdd, "Malloc failed"},
+                   {kLogWarning, kAdd, " read call log file /tmp/voip_call_log failure !"}}));
   expect_empty_log();
 }
 
@@ -141,9 +143,9 @@ TEST_F(CallLogStore, AddSaysThatTheFileCannotBeOpened) {
   write_image(*empty_image());
   fail_call(Call::Fopen, 2);
   EXPECT_EQ(add(0, 0), -1);
-  EXPECT_EQ(
-      captured_log(6),
-      (Lines{{4, kAdd, " can not open file /tmp/voip_call_log, error = Input/output error !"}}));
+  EXPECT_EQ(captured_log(kLogInfo),
+            lines({{kLogWarning, kAdd,
+                    " can not open file /tmp/voip_call_log, error = Input/output error !"}}));
   expect_empty_log();
 }
 
@@ -151,10 +153,11 @@ TEST_F(CallLogStore, AddThatIsCutRebuildsTheFile) {
   write_image(*image_of({0, 1}));
   fail_call(Call::Fwrite);
   EXPECT_EQ(add(0, 0), -1);
-  EXPECT_EQ(captured_log(6), (Lines{{4, kAdd,
-                                     " failure to write data into file /tmp/voip_call_log, error "
-                                     ": Input/output error!"},
-                                    kCreated}));
+  EXPECT_EQ(captured_log(kLogInfo),
+            lines({{kLogWarning, kAdd,
+                    " failure to write data into file /tmp/voip_call_log, error "
+                    ": Input/output error!"},
+                   kCreated}));
   expect_empty_log();
 }
 
@@ -162,10 +165,11 @@ TEST_F(CallLogStore, AddToAFullDiskRebuildsTheFile) {
   // Reads as zeroes, which pass the check, and is always full.
   std::filesystem::create_symlink("/dev/full", kLogPath);
   EXPECT_EQ(add(0, 0), -1);
-  EXPECT_EQ(captured_log(6), (Lines{{4, kAdd,
-                                     " failure to write data into file /tmp/voip_call_log, error "
-                                     ": No space left on device!"},
-                                    kCreated}));
+  EXPECT_EQ(captured_log(kLogInfo),
+            lines({{kLogWarning, kAdd,
+                    " failure to write data into file /tmp/voip_call_log, error "
+                    ": No space left on device!"},
+                   kCreated}));
   EXPECT_FALSE(std::filesystem::is_symlink(kLogPath));
   expect_empty_log();
 }
@@ -175,13 +179,13 @@ TEST_F(CallLogStore, AddSaysThatACutFileCannotBeRebuilt) {
   in_other_process([] {
     limit_files(1000);
     EXPECT_EQ(add(0, 0), -1);
-    EXPECT_EQ(captured_log(6),
-              (Lines{{4, kAdd,
+    EXPECT_EQ(captured_log(kLogInfo),
+              lines({{kLogWarning, kAdd,
                       " failure to write data into file /tmp/voip_call_log, error : File too "
                       "large!"},
-                     {4, kCreate,
+                     {kLogWarning, kCreate,
                       " failure write data into file /tmp/voip_call_log, error : File too large!"},
-                     {4, kAdd, " can not delete  file /tmp/voip_call_log !"}}));
+                     {kLogWarning, kAdd, " can not delete  file /tmp/voip_call_log !"}}));
   });
 }
 
@@ -192,10 +196,11 @@ TEST_F(CallLogStore, AddGoesOnAfterAFailedFlushOrClose) {
   fail_call(Call::Fclose, 2);
   EXPECT_EQ(add(0, 1), 0);
   EXPECT_EQ(
-      captured_log(6),
-      (Lines{{4, kAdd,
+      captured_log(kLogInfo),
+      lines({{kLogWarning, kAdd,
               " failure flush data into file /tmp/voip_call_log, error : Input/output error!"},
-             {4, kAdd, " failure close file /tmp/voip_call_log, error : Input/output error!"}}));
+             {kLogWarning, kAdd,
+              " failure close file /tmp/voip_call_log, error : Input/output error!"}}));
   EXPECT_EQ(read_image()->header.used.count, 2);
 }
 
@@ -208,13 +213,13 @@ TEST_F(CallLogStore, AFileWithoutAFreeNodeIsSetAside) {
   EXPECT_TRUE(std::regex_match(aside[0], std::regex("/tmp/voip_call_log\\.2[0-9]{13}")));
   EXPECT_EQ(bytes_of(*read_image(aside[0])), bytes_of(*image));
   expect_empty_log();
-  EXPECT_EQ(captured_log(6),
-            (Lines{{4, "_vkr_voip_check_node_index",
+  EXPECT_EQ(captured_log(kLogInfo),
+            lines({{kLogWarning, "_vkr_voip_check_node_index",
                     " Invalid node index = 65535, success backup error call log file, command = mv "
                     "/tmp/voip_call_log " +
                         aside[0] + " !"},
                    kCreated,
-                   {4, kAdd, " check node index [65535] error !"}}));
+                   {kLogWarning, kAdd, " check node index [65535] error !"}}));
 }
 
 TEST_F(CallLogStore, AFileIsSetAsideUnderTheTimeOfTheZoneAsItIsNow) {
@@ -253,8 +258,9 @@ TEST_F(CallLogStore, WithoutATimeOfDayAFileStaysWhereItIs) {
   write_image(*image);
   fail_call(Call::LocaltimeR);
   EXPECT_EQ(add(0, 0), -1);
-  EXPECT_EQ(captured_log(6), (Lines{{5, "_vkr_voip_check_node_index", "Failed to get system time"},
-                                    {4, kAdd, " check node index [65535] error !"}}));
+  EXPECT_EQ(captured_log(kLogInfo),
+            lines({{kLogNotice, "_vkr_voip_check_node_index", "Failed to get system time"},
+                   {kLogWarning, kAdd, " check node index [65535] error !"}}));
   EXPECT_EQ(bytes_of(*read_image()), bytes_of(*image));
 }
 
@@ -266,7 +272,7 @@ TEST_F(CallLogStore, DeleteLeavesTheSameBytesAsTheImageOperation) {
     release_node(*image, node % 2, node, LoneFreeNode::LinksNowhere);
     EXPECT_EQ(bytes_of(*read_image()), bytes_of(*image)) << node;
   }
-  EXPECT_EQ(captured_log(6), Lines{});
+  EXPECT_EQ(captured_log(kLogInfo), lines({}));
   EXPECT_EQ(count_calls(Call::Sync), 5);
 }
 
@@ -295,15 +301,17 @@ TEST_F(CallLogStore, DeleteRefusesBadArguments) {
   EXPECT_EQ(capi_voip_delete_call_log_by_node(0, 300), -1);
   EXPECT_EQ(capi_voip_delete_call_log_by_node(3, 299), -1);
   EXPECT_EQ(capi_voip_delete_call_log_by_node(3, 65535), -1);
-  EXPECT_EQ(captured_log(6), (Lines{{4, kDelete, " check node index [300] error !"},
-                                    {4, kDelete, " invalid parameter call_type = 3"},
-                                    {4, kDelete, " check node index [65535] error !"}}));
+  EXPECT_EQ(captured_log(kLogInfo),
+            lines({{kLogWarning, kDelete, " check node index [300] error !"},
+                   {kLogWarning, kDelete, " invalid parameter call_type = 3"},
+                   {kLogWarning, kDelete, " check node index [65535] error !"}}));
 }
 
 TEST_F(CallLogStore, DeleteNeedsAFile) {
   EXPECT_EQ(capi_voip_delete_call_log_by_node(0, 0), -1);
-  EXPECT_EQ(captured_log(6),
-            (Lines{kNoFile, {4, kDelete, " failure to read call log file /tmp/voip_call_log !"}}));
+  EXPECT_EQ(captured_log(kLogInfo),
+            lines({kNoFile,
+                   {kLogWarning, kDelete, " failure to read call log file /tmp/voip_call_log !"}}));
 }
 
 TEST_F(CallLogStore, DeleteGoesOnAfterAFailedSeekWriteOrFlush) {
@@ -318,11 +326,12 @@ TEST_F(CallLogStore, DeleteGoesOnAfterAFailedSeekWriteOrFlush) {
   write_image(*image_of({0, 0, 0}));
   EXPECT_EQ(capi_voip_delete_call_log_by_node(0, 0), 0);
   const std::string reason = "Input/output error!";
-  EXPECT_EQ(
-      captured_log(6),
-      (Lines{{4, kDelete, " failure to seek file pointer, error : " + reason},
-             {4, kDelete, " failure write data into file /tmp/voip_call_log, error : " + reason},
-             {4, kDelete, " failure flush data into file /tmp/voip_call_log, error : " + reason}}));
+  EXPECT_EQ(captured_log(kLogInfo),
+            lines({{kLogWarning, kDelete, " failure to seek file pointer, error : " + reason},
+                   {kLogWarning, kDelete,
+                    " failure write data into file /tmp/voip_call_log, error : " + reason},
+                   {kLogWarning, kDelete,
+                    " failure flush data into file /tmp/voip_call_log, error : " + reason}}));
 }
 
 TEST_F(CallLogStore, CleanRemovesTheEntriesOfOneType) {
@@ -334,7 +343,7 @@ TEST_F(CallLogStore, CleanRemovesTheEntriesOfOneType) {
   }
   EXPECT_EQ(bytes_of(*read_image()), bytes_of(*image));
   EXPECT_EQ(check(*image).fault, ImageFault::None);
-  EXPECT_EQ(captured_log(6), Lines{});
+  EXPECT_EQ(captured_log(kLogInfo), lines({}));
 }
 
 TEST_F(CallLogStore, CleanWithAllNodesInUseLeavesAFileThatIsRebuiltAtTheNextInit) {
@@ -345,7 +354,8 @@ TEST_F(CallLogStore, CleanWithAllNodesInUseLeavesAFileThatIsRebuiltAtTheNextInit
   EXPECT_EQ(image->node[2].prev, 2);
   EXPECT_EQ(image->header.free.count, 100);
   EXPECT_EQ(capi_voip_read_call_log(image.get()), -1);
-  EXPECT_EQ(captured_log(6), (Lines{{4, kRead, " failure check freed call log link list"}}));
+  EXPECT_EQ(captured_log(kLogInfo),
+            lines({{kLogWarning, kRead, " failure check freed call log link list"}}));
   EXPECT_EQ(capi_voip_init_call_log_file(), 0);
   expect_empty_log();
 }
@@ -354,16 +364,18 @@ TEST_F(CallLogStore, CleanOfATypeWithoutEntriesLeavesTheFileAlone) {
   const Image image = image_of({0, 1});
   write_image(*image);
   EXPECT_EQ(capi_voip_clean_call_log_by_type(2), -1);
-  EXPECT_EQ(captured_log(6), (Lines{{4, kClean, " no call log exist belong to type 2 !"}}));
+  EXPECT_EQ(captured_log(kLogInfo),
+            lines({{kLogWarning, kClean, " no call log exist belong to type 2 !"}}));
   EXPECT_EQ(bytes_of(*read_image()), bytes_of(*image));
 }
 
 TEST_F(CallLogStore, CleanRefusesABadTypeAndNeedsAFile) {
   EXPECT_EQ(capi_voip_clean_call_log_by_type(3), -1);
   EXPECT_EQ(capi_voip_clean_call_log_by_type(0), -1);
-  EXPECT_EQ(captured_log(6), (Lines{{4, kClean, " invalid parameter call_type = 3 ! "},
-                                    kNoFile,
-                                    {4, kClean, " read call log failure !"}}));
+  EXPECT_EQ(captured_log(kLogInfo),
+            lines({{kLogWarning, kClean, " invalid parameter call_type = 3 ! "},
+                   kNoFile,
+                   {kLogWarning, kClean, " read call log failure !"}}));
 }
 
 TEST_F(CallLogStore, CleanStopsAtALinkToNoNodeAndWritesNothing) {
@@ -372,8 +384,9 @@ TEST_F(CallLogStore, CleanStopsAtALinkToNoNodeAndWritesNothing) {
   image->node[0].next = 400;
   write_image(*image);
   EXPECT_EQ(capi_voip_clean_call_log_by_type(0), -1);
-  EXPECT_EQ(captured_log(6), (Lines{{4, kReadNode, " check node index [400] error !"},
-                                    {4, kClean, " failure to read call log index 400 !"}}));
+  EXPECT_EQ(captured_log(kLogInfo),
+            lines({{kLogWarning, kReadNode, " check node index [400] error !"},
+                   {kLogWarning, kClean, " failure to read call log index 400 !"}}));
   EXPECT_EQ(bytes_of(*read_image()), bytes_of(*image));
 }
 
@@ -391,8 +404,8 @@ TEST_F(CallLogStore, CleanSaysThatTheFileCannotBeCreated) {
   write_image(*image);
   fail_call(Call::Fopen, 2);
   EXPECT_EQ(capi_voip_clean_call_log_by_type(0), -1);
-  EXPECT_EQ(captured_log(6),
-            (Lines{{4, kClean,
+  EXPECT_EQ(captured_log(kLogInfo),
+            lines({{kLogWarning, kClean,
                     " can not create  file /tmp/voip_call_log, error = Input/output error !"}}));
   EXPECT_EQ(bytes_of(*read_image()), bytes_of(*image));
 }
@@ -402,8 +415,8 @@ TEST_F(CallLogStore, CleanThatIsCutRebuildsTheFile) {
   fail_call(Call::Fwrite);
   EXPECT_EQ(capi_voip_clean_call_log_by_type(0), -1);
   EXPECT_EQ(
-      captured_log(6),
-      (Lines{{4, kClean,
+      captured_log(kLogInfo),
+      lines({{kLogWarning, kClean,
               " failure write data into file /tmp/voip_call_log, error : Input/output error!"},
              kCreated}));
   expect_empty_log();
@@ -414,12 +427,12 @@ TEST_F(CallLogStore, CleanSaysThatACutFileCannotBeRebuilt) {
   in_other_process([] {
     limit_files(1000);
     EXPECT_EQ(capi_voip_clean_call_log_by_type(0), -1);
-    EXPECT_EQ(captured_log(6),
-              (Lines{{4, kClean,
+    EXPECT_EQ(captured_log(kLogInfo),
+              lines({{kLogWarning, kClean,
                       " failure write data into file /tmp/voip_call_log, error : File too large!"},
-                     {4, kCreate,
+                     {kLogWarning, kCreate,
                       " failure write data into file /tmp/voip_call_log, error : File too large!"},
-                     {4, kClean, " can not delete  file /tmp/voip_call_log !"}}));
+                     {kLogWarning, kClean, " can not delete  file /tmp/voip_call_log !"}}));
   });
 }
 
@@ -432,7 +445,7 @@ TEST_F(CallLogStore, ANodeIsReadFromTheFileOrFromAnImage) {
   EXPECT_EQ(capi_voip_read_call_log_node(image.get(), 2, &record), 0);
   EXPECT_EQ(memcmp(&record, &image->node[2], sizeof record), 0);
   EXPECT_EQ(capi_voip_read_call_log_node(nullptr, 299, &record), 0) << "free nodes are nodes";
-  EXPECT_EQ(captured_log(), Lines{});
+  EXPECT_EQ(captured_log(), lines({}));
 }
 
 TEST_F(CallLogStore, ReadNodeRefusesBadArguments) {
@@ -444,15 +457,16 @@ TEST_F(CallLogStore, ReadNodeRefusesBadArguments) {
     EXPECT_EQ(capi_voip_read_call_log_node(from, 300, &record), -1);
     EXPECT_EQ(number_of(record), 1u) << "nothing is cleared";
     EXPECT_EQ(capi_voip_read_call_log_node(from, 0, nullptr), -1);
-    EXPECT_EQ(captured_log(), (Lines{{4, kReadNode, " check node index [300] error !"},
-                                     {4, kReadNode, "Invalid NULL pointer"}}));
+    EXPECT_EQ(captured_log(), lines({{kLogWarning, kReadNode, " check node index [300] error !"},
+                                     {kLogWarning, kReadNode, "Invalid NULL pointer"}}));
   }
 }
 
 TEST_F(CallLogStore, ReadNodeClearsTheOutputWhenTheFileCannotBeRead) {
   capi_call_log_record record = call(1);
   EXPECT_EQ(capi_voip_read_call_log_node(nullptr, 0, &record), -1);
-  EXPECT_EQ(captured_log(), (Lines{kNoFile, {4, kReadNode, " failure to read call log file !"}}));
+  EXPECT_EQ(captured_log(),
+            lines({kNoFile, {kLogWarning, kReadNode, " failure to read call log file !"}}));
   const capi_call_log_record zero{};
   EXPECT_EQ(memcmp(&record, &zero, sizeof record), 0);
 }
@@ -466,7 +480,7 @@ TEST_F(CallLogStore, AnEntryHeaderIsReadFromTheFileOrFromAnImage) {
   EXPECT_EQ(memcmp(&header, "\2\0\1\0\2\0\0\0", 8), 0);
   EXPECT_EQ(capi_voip_read_call_log_entry_header(image.get(), 2, &header), 0);
   EXPECT_EQ(memcmp(&header, "\3\0\0\0\2\0\11\0", 8), 0);
-  EXPECT_EQ(captured_log(), Lines{});
+  EXPECT_EQ(captured_log(), lines({}));
 }
 
 TEST_F(CallLogStore, ReadEntryHeaderRefusesBadArgumentsAndNeedsAFile) {
@@ -477,12 +491,13 @@ TEST_F(CallLogStore, ReadEntryHeaderRefusesBadArgumentsAndNeedsAFile) {
   EXPECT_EQ(capi_voip_read_call_log_entry_header(nullptr, 3, nullptr), -1);
   EXPECT_EQ(capi_voip_read_call_log_entry_header(nullptr, 0, nullptr), -1);
   EXPECT_EQ(capi_voip_read_call_log_entry_header(nullptr, 0, &header), -1);
-  EXPECT_EQ(captured_log(), (Lines{{4, kReadHeader, " invalid parameter call_log_type = 3 !"},
-                                   {4, kReadHeader, "Invalid NULL pointer"},
-                                   {4, kReadHeader, " invalid parameter call_log_type = 3 !"},
-                                   {4, kReadHeader, "Invalid NULL pointer"},
-                                   kNoFile,
-                                   {4, kReadHeader, " failure to read call log file !"}}));
+  EXPECT_EQ(captured_log(),
+            lines({{kLogWarning, kReadHeader, " invalid parameter call_log_type = 3 !"},
+                   {kLogWarning, kReadHeader, "Invalid NULL pointer"},
+                   {kLogWarning, kReadHeader, " invalid parameter call_log_type = 3 !"},
+                   {kLogWarning, kReadHeader, "Invalid NULL pointer"},
+                   kNoFile,
+                   {kLogWarning, kReadHeader, " failure to read call log file !"}}));
 }
 
 }  // namespace

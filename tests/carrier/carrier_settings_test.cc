@@ -20,7 +20,8 @@ class CarrierSettingsTest : public Adapter {
   }
 
   static LogLine failure(const std::string& index) {
-    return {5, "capi_get_carrier_cfg", "Can't get carrier cfg, index " + index + " error!"};
+    return {kLogNotice, "capi_get_carrier_cfg",
+            "Can't get carrier cfg, index " + index + " error!"};
   }
 };
 
@@ -81,7 +82,8 @@ TEST_F(CarrierSettingsTest, WithoutACarrierThereIsNoFile) {
   EXPECT_EQ(std::string(buf, 6), std::string("\0\0\0\0##", 6));
   clear_log();
   EXPECT_EQ(capi_get_carrier_cfg("999991234567890", kIccid, 0, nullptr, 10), -1);
-  EXPECT_EQ(captured_log(), lines({{4, "capi_get_carrier_cfg", "Can't get carrier file!"}}));
+  EXPECT_EQ(captured_log(),
+            lines({{kLogWarning, "capi_get_carrier_cfg", "Can't get carrier file!"}}));
 }
 
 TEST_F(CarrierSettingsTest, WithoutTextsTheInsertedSimIsAsked) {

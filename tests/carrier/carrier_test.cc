@@ -156,7 +156,7 @@ TEST_F(CarrierTest, WithoutSimDataTheRecordIsCleared) {
     EXPECT_EQ(capi_get_carrier_info(imsi, iccid, &carrier), -1);
     expect_cleared(carrier);
   }
-  const LogLine failure{4, "capi_get_carrier_info", "no imsi or iccid data"};
+  const LogLine failure{kLogWarning, "capi_get_carrier_info", "no imsi or iccid data"};
   EXPECT_EQ(captured_log(), lines({failure, failure, failure, failure}));
 }
 
@@ -194,7 +194,7 @@ TEST_F(CarrierTest, ADamagedTestSimFileDoesNotCount) {
   write_file(kTestSimFile, "nonsense\n");
   EXPECT_EQ(find("999991234567890"), unknown());
   EXPECT_EQ(captured_log(),
-            lines({{3, "capi_get_test_sim_info", "invalid sim info format: nonsense\n"}}));
+            lines({{kLogErr, "capi_get_test_sim_info", "invalid sim info format: nonsense\n"}}));
 }
 
 TEST_F(CarrierTest, NullFails) {
@@ -219,7 +219,7 @@ TEST_F(CarrierTest, WithoutAFileNameNothingIsLookedFor) {
   capi_carrier_info carrier{};
   EXPECT_EQ(capi_get_carrier_info_ext(nullptr, &carrier), -1);
   EXPECT_EQ(capi_get_carrier_info_ext("", &carrier), -1);
-  const LogLine failure{4, "capi_get_carrier_info_ext", "Invalid carrier file"};
+  const LogLine failure{kLogWarning, "capi_get_carrier_info_ext", "Invalid carrier file"};
   EXPECT_EQ(captured_log(), lines({failure, failure}));
 }
 
@@ -233,7 +233,7 @@ TEST_F(CarrierTest, AnUnknownFileNameIsHandedToThePlaceholder) {
   clear_log();
   EXPECT_EQ(capi_get_carrier_info_ext("Nobody", &carrier), -1);
   EXPECT_EQ(captured_log(),
-            lines({{3, "capi_cfg_backend_get_carrier_info_ext", "OMG,please fix me"}}));
+            lines({{kLogErr, "capi_cfg_backend_get_carrier_info_ext", "OMG,please fix me"}}));
 }
 
 TEST_F(CarrierTest, ThePlaceholdersComplain) {
@@ -243,9 +243,9 @@ TEST_F(CarrierTest, ThePlaceholdersComplain) {
   EXPECT_EQ(capi_cfg_backend_get_carrier_info_ext("Verizon", &carrier), 0);
   EXPECT_EQ(capi_cfg_backend_get_carrier_info_ext("Verizon", nullptr), -1);
   expect_cleared(carrier);
-  const LogLine ext{3, "capi_cfg_backend_get_carrier_info_ext", "OMG,please fix me"};
+  const LogLine ext{kLogErr, "capi_cfg_backend_get_carrier_info_ext", "OMG,please fix me"};
   EXPECT_EQ(captured_log(),
-            lines({{3, "capi_cfg_backend_get_carrier_info", "OMG,please fix me"}, ext, ext}));
+            lines({{kLogErr, "capi_cfg_backend_get_carrier_info", "OMG,please fix me"}, ext, ext}));
 }
 
 // What a walk over the carriers has seen.

@@ -151,7 +151,7 @@ TEST_F(SupportedSimTest, AFileThatCannotBeOpenedIsLogged) {
     setrlimit(RLIMIT_NOFILE, &none);
     EXPECT_EQ(capi_check_simcard(), 1);
     EXPECT_EQ(captured_log(),
-              lines({{4, "capi_check_simcard",
+              lines({{kLogWarning, "capi_check_simcard",
                       "fopen file /tmp/info.simcard failed, reason=[Too many open files]"}}));
   });
 }

@@ -32,7 +32,7 @@ class TrialSimTest : public Adapter {
   }
 
   static void expect_log(const std::string& text) {
-    EXPECT_EQ(captured_log(), lines({{3, "capi_get_test_sim_info", text}}));
+    EXPECT_EQ(captured_log(), lines({{kLogErr, "capi_get_test_sim_info", text}}));
     clear_log();
   }
 };

@@ -189,7 +189,7 @@ TEST_F(ByNameTest, NullArgumentsAreRefused) {
 
 TEST_F(ByNameTest, EveryGetLeavesATrace) {
   const auto trace = [](const std::string& text) {
-    return LogLine{7, "capi_cfg_backend_get_config", text};
+    return LogLine{kLogDebug, "capi_cfg_backend_get_config", text};
   };
   get("voice_switch", "option_voice_switch_mode");
   get("sip_line_3", "option_sip_line_enable");
@@ -276,8 +276,8 @@ TEST_F(ByNameTest, SetLogsTheItemOnce) {
   set("sms", "option_sms_enable", "1");
   set(nullptr, "x", "1");
   EXPECT_THAT(captured_log(),
-              ElementsAre(LogLine{6, "setting_item_cb", "[sms][option_sms_enable][1]"},
-                          LogLine{6, "setting_item_cb", "[---][x][1]"}));
+              ElementsAre(LogLine{kLogInfo, "setting_item_cb", "[sms][option_sms_enable][1]"},
+                          LogLine{kLogInfo, "setting_item_cb", "[---][x][1]"}));
 }
 
 TEST_F(ByNameTest, SetDoesNotLookAtTheSize) {

@@ -171,7 +171,7 @@ TEST_F(PublishTest, LogsTheItemsOfTheLteFileOnly) {
   write_file("/tmp/lte_net_info.data", "band=2\n");
   EXPECT_EQ(capi_config_finish(), 0);
   EXPECT_THAT(captured_log(),
-              ElementsAre(LogLine{7, "__lte_net_info_cb", "section= name=band value=2"}));
+              ElementsAre(LogLine{kLogDebug, "__lte_net_info_cb", "section= name=band value=2"}));
 }
 
 }  // namespace

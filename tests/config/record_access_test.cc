@@ -183,7 +183,8 @@ void expect_logged(const char* kind, const char* name, const std::string* messag
   if (message == nullptr) {
     EXPECT_THAT(captured_log(), IsEmpty()) << kind << name;
   } else {
-    EXPECT_THAT(captured_log(), ElementsAre(LogLine{4, std::string(kind) + name, *message}));
+    EXPECT_THAT(captured_log(),
+                ElementsAre(LogLine{kLogWarning, std::string(kind) + name, *message}));
   }
   clear_log();
 }
@@ -262,7 +263,7 @@ TEST_F(RecordAccessTest, LinesEndAtTwoAndStacksAtFive) {
   capi_voice_stack stack{};
   EXPECT_EQ(capi_get_voice_stack(&stack, 6), -1);
   EXPECT_THAT(captured_log(),
-              ElementsAre(LogLine{4, "capi_get_voice_stack",
+              ElementsAre(LogLine{kLogWarning, "capi_get_voice_stack",
                                   "retrieve stack 6 configuration of voice failure!"}));
 }
 
@@ -295,7 +296,9 @@ TEST_F(RecordAccessTest, SixGettersAlwaysFail) {
   EXPECT_EQ(capi_get_voice_call_forward(static_cast<capi_voice_call_forward*>(record), 1), -1);
   EXPECT_EQ(capi_get_voice_call_forward(nullptr, 7), -1);
   EXPECT_THAT(buf, Each('x'));
-  const auto line = [](const char* func, const char* text) { return LogLine{4, func, text}; };
+  const auto line = [](const char* func, const char* text) {
+    return LogLine{kLogWarning, func, text};
+  };
   EXPECT_THAT(
       captured_log(),
       ElementsAre(

@@ -41,9 +41,9 @@ class SettingsTest : public Adapter {
 TEST_F(SettingsTest, EachItemIsLogged) {
   EXPECT_EQ(load("a=1\n[sms]\noption_sms_enable = 1 ; on\n[x]\ny=z\n"), 0);
   EXPECT_THAT(captured_log(),
-              ElementsAre(LogLine{6, "setting_item_cb", "[][a][1]"},
-                          LogLine{6, "setting_item_cb", "[sms][option_sms_enable][1]"},
-                          LogLine{6, "setting_item_cb", "[x][y][z]"}));
+              ElementsAre(LogLine{kLogInfo, "setting_item_cb", "[][a][1]"},
+                          LogLine{kLogInfo, "setting_item_cb", "[sms][option_sms_enable][1]"},
+                          LogLine{kLogInfo, "setting_item_cb", "[x][y][z]"}));
 }
 
 TEST_F(SettingsTest, ANullSectionIsShownAsDashesAndIgnored) {
@@ -51,7 +51,7 @@ TEST_F(SettingsTest, ANullSectionIsShownAsDashesAndIgnored) {
   EXPECT_EQ(setting_item_cb(nullptr, "option_sms_enable", "1"), 0);
   EXPECT_EQ(memcmp(&staging(), &before, sizeof before), 0);
   EXPECT_THAT(captured_log(),
-              ElementsAre(LogLine{6, "setting_item_cb", "[---][option_sms_enable][1]"}));
+              ElementsAre(LogLine{kLogInfo, "setting_item_cb", "[---][option_sms_enable][1]"}));
 }
 
 TEST_F(SettingsTest, AnItemGoesToTheStagingCopyOnly) {

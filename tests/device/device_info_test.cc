@@ -45,7 +45,7 @@ TEST_F(DeviceInfoTest, OnlyANullBufferFailsForTheFirmwareVersion) {
   start_master();
   EXPECT_EQ(capi_get_firmware_version(nullptr, 64), -1);
   EXPECT_EQ(captured_log(),
-            lines({{5, "capi_get_firmware_version", "Can't get firmware version"}}));
+            lines({{kLogNotice, "capi_get_firmware_version", "Can't get firmware version"}}));
 }
 
 TEST_F(DeviceInfoTest, TheBuildNumberIsThatOfTheSegment) {
@@ -54,7 +54,7 @@ TEST_F(DeviceInfoTest, TheBuildNumberIsThatOfTheSegment) {
   strcpy(segment().fw_build_number, "4711");
   EXPECT_EQ(ask(capi_get_fw_build_number), (Answer{0, "4711"}));
   EXPECT_EQ(capi_get_fw_build_number(nullptr, 1), -1);
-  const LogLine failure{5, "capi_get_fw_build_number", "failed to get fw build number"};
+  const LogLine failure{kLogNotice, "capi_get_fw_build_number", "failed to get fw build number"};
   EXPECT_EQ(captured_log(), lines({failure, failure}));
 }
 
@@ -66,13 +66,15 @@ TEST_F(DeviceInfoTest, TheImeiIsThatOfTheSegmentElseOfTheHardware) {
   strcpy(segment().device_imei, "356000000000002");
   EXPECT_EQ(ask(capi_get_device_imei), (Answer{0, "356000000000002"}));
   EXPECT_EQ(capi_get_device_imei(nullptr, 64), -1);
-  EXPECT_EQ(captured_log(), lines({{5, "capi_get_device_imei", "get device IMEI value failure!"}}));
+  EXPECT_EQ(captured_log(),
+            lines({{kLogNotice, "capi_get_device_imei", "get device IMEI value failure!"}}));
 }
 
 TEST_F(DeviceInfoTest, TheNameIsThatOfTheSegment) {
   start_master();
   EXPECT_EQ(ask(capi_get_device_name), (Answer{-1, ""}));
-  EXPECT_EQ(captured_log(), lines({{5, "capi_get_device_name", "failed to get device name"}}));
+  EXPECT_EQ(captured_log(),
+            lines({{kLogNotice, "capi_get_device_name", "failed to get device name"}}));
   memset(segment().device_name, 'n', sizeof segment().device_name);
   EXPECT_EQ(ask(capi_get_device_name), (Answer{0, std::string(34, 'n')}));
   EXPECT_EQ(ask(capi_get_device_name, 4), (Answer{0, "nnn"}));
@@ -83,8 +85,8 @@ TEST_F(DeviceInfoTest, WithoutAContextTheSegmentTellsNothing) {
   EXPECT_EQ(ask(capi_get_fw_build_number), (Answer{-1, ""}));
   EXPECT_EQ(ask(capi_get_device_imei), (Answer{0, "000000000000000"}));
   EXPECT_EQ(captured_log(),
-            lines({{5, "capi_get_device_name", "failed to get device name"},
-                   {5, "capi_get_fw_build_number", "failed to get fw build number"}}));
+            lines({{kLogNotice, "capi_get_device_name", "failed to get device name"},
+                   {kLogNotice, "capi_get_fw_build_number", "failed to get fw build number"}}));
 }
 
 }  // namespace

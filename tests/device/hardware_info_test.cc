@@ -65,7 +65,7 @@ TEST_F(HardwareInfoTest, WithoutKeysInTheFileTheDefaultsHold) {
   write_file("/tmp/m_data", "m_model_name\n");
   EXPECT_EQ(all_info(), kDefaults);
   EXPECT_EQ(captured_log(),
-            lines({{5, "capi_get_hardware_info", "Can't get info index-2,  error!"}}));
+            lines({{kLogNotice, "capi_get_hardware_info", "Can't get info index-2,  error!"}}));
 }
 
 TEST_F(HardwareInfoTest, WithoutAFileTheDefaultsHold) {
@@ -154,9 +154,9 @@ TEST_F(HardwareInfoTest, OtherIndexesAndNullFail) {
   EXPECT_EQ(info(-1), (Answer{-1, ""}));
   EXPECT_EQ(capi_get_hardware_info(0, nullptr, 64), -1);
   EXPECT_EQ(captured_log(),
-            lines({{5, "capi_get_hardware_info", "Can't get info index-12,  error!"},
-                   {5, "capi_get_hardware_info", "Can't get info index--1,  error!"},
-                   {5, "capi_get_hardware_info", "Can't get info index-0,  error!"}}));
+            lines({{kLogNotice, "capi_get_hardware_info", "Can't get info index-12,  error!"},
+                   {kLogNotice, "capi_get_hardware_info", "Can't get info index--1,  error!"},
+                   {kLogNotice, "capi_get_hardware_info", "Can't get info index-0,  error!"}}));
 }
 
 }  // namespace

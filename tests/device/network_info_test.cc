@@ -63,10 +63,10 @@ class NetworkInfoTest : public Adapter {
   const std::string path_ = getenv("PATH");
 };
 
-const LogLine kPlaceholder{3, "capi_get_runtime_wan_interface", "OMG,please fix me"};
-const LogLine kNoWanInterface{5, "capi_get_runtime_wan_interface",
+const LogLine kPlaceholder{kLogErr, "capi_get_runtime_wan_interface", "OMG,please fix me"};
+const LogLine kNoWanInterface{kLogNotice, "capi_get_runtime_wan_interface",
                               "get wan interface in runtime failure!"};
-const LogLine kNoWanIp{5, "capi_get_runtime_wan_ip", "Unable to get runtime wan ip!"};
+const LogLine kNoWanIp{kLogNotice, "capi_get_runtime_wan_ip", "Unable to get runtime wan ip!"};
 
 TEST_F(NetworkInfoTest, TheAddressOfAnInterfaceIsThatOfIfconfig) {
   EXPECT_EQ(ip("eth0"), (Answer{0, "10.0.0.2"}));
@@ -148,8 +148,8 @@ TEST_F(NetworkInfoTest, TheBasebandInterfaceIsTheWanInterface) {
   start_master();
   strcpy(segment().bb_if_name, "rmnet0");
   EXPECT_EQ(ask(capi_get_runtime_bb_interface), (Answer{-1, ""}));
-  EXPECT_EQ(captured_log(),
-            lines({{5, "capi_get_runtime_bb_interface", "get wan interface in runtime failure!"}}));
+  EXPECT_EQ(captured_log(), lines({{kLogNotice, "capi_get_runtime_bb_interface",
+                                    "get wan interface in runtime failure!"}}));
   strcpy(segment().wan_if_name, "wwan0");
   EXPECT_EQ(ask(capi_get_runtime_bb_interface), (Answer{0, "wwan0"}));
 }
@@ -158,9 +158,10 @@ TEST_F(NetworkInfoTest, TheOtherInterfacesAreThoseOfTheSegment) {
   start_master();
   EXPECT_EQ(ask(capi_get_runtime_xcap_interface), (Answer{-1, ""}));
   EXPECT_EQ(ask(capi_get_runtime_3g_interface), (Answer{-1, ""}));
-  EXPECT_EQ(captured_log(),
-            lines({{5, "capi_get_runtime_xcap_interface", "get xcap interface in runtime failure!"},
-                   {5, "capi_get_runtime_3g_interface", "get 3g interface in runtime failure!"}}));
+  EXPECT_EQ(captured_log(), lines({{kLogNotice, "capi_get_runtime_xcap_interface",
+                                    "get xcap interface in runtime failure!"},
+                                   {kLogNotice, "capi_get_runtime_3g_interface",
+                                    "get 3g interface in runtime failure!"}}));
   strcpy(segment().xcap_if_name, "wwan1");
   strcpy(segment().lte_if_name, "wwan2");
   EXPECT_EQ(ask(capi_get_runtime_xcap_interface), (Answer{0, "wwan1"}));
@@ -170,8 +171,9 @@ TEST_F(NetworkInfoTest, TheOtherInterfacesAreThoseOfTheSegment) {
 TEST_F(NetworkInfoTest, ThePublicAddressIsThatOfTheSegment) {
   start_master();
   EXPECT_EQ(ask(capi_get_runtime_public_ipaddr), (Answer{-1, ""}));
-  EXPECT_EQ(captured_log(),
-            lines({{5, "capi_get_runtime_public_ipaddr", "Unable to get public IP address!"}}));
+  EXPECT_EQ(
+      captured_log(),
+      lines({{kLogNotice, "capi_get_runtime_public_ipaddr", "Unable to get public IP address!"}}));
   strcpy(segment().public_ip, "198.51.100.7");
   EXPECT_EQ(ask(capi_get_runtime_public_ipaddr), (Answer{0, "198.51.100.7"}));
   EXPECT_EQ(ask(capi_get_runtime_public_ipaddr, 4), (Answer{0, "198"}));
@@ -209,9 +211,10 @@ TEST_F(NetworkInfoTest, AWanAddressThatCannotBeToldIsLogged) {
   clear_log();
   strcpy(segment().wan_if_name, "wwan0");
   EXPECT_EQ(capi_get_runtime_wan_ip(nullptr, 64), -1);
-  EXPECT_EQ(
-      captured_log(),
-      lines({kPlaceholder, {5, "capi_get_runtime_wan_ip", "Failed! if_name[wwan0]"}, kNoWanIp}));
+  EXPECT_EQ(captured_log(),
+            lines({kPlaceholder,
+                   {kLogNotice, "capi_get_runtime_wan_ip", "Failed! if_name[wwan0]"},
+                   kNoWanIp}));
 }
 
 TEST_F(NetworkInfoTest, ASegmentTextMayLackItsTerminator) {

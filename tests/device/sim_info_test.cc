@@ -35,7 +35,7 @@ class SimInfoTest : public Adapter {
   }
 
   static LogLine failure(int index) {
-    return {5, "capi_get_simcard_info",
+    return {kLogNotice, "capi_get_simcard_info",
             "Can't get simcard info index-" + std::to_string(index) + ",  error!"};
   }
 
@@ -90,7 +90,8 @@ TEST_F(SimInfoTest, AFileWithoutTheKeyFails) {
 TEST_F(SimInfoTest, AFileThatIsMissingIsLogged) {
   EXPECT_EQ(info(1), (Answer{-1, ""}));
   EXPECT_EQ(without_lock_lines(),
-            lines({{4, "capi_get_simcard_info", "open /tmp/info.simcard failed!"}, failure(1)}));
+            lines({{kLogWarning, "capi_get_simcard_info", "open /tmp/info.simcard failed!"},
+                   failure(1)}));
 }
 
 TEST_F(SimInfoTest, OtherIndexesAndNullFail) {
@@ -106,9 +107,9 @@ TEST_F(SimInfoTest, AnotherIndexIsLookedForInTheDataDirectory) {
   start_master();
   strcpy(segment().directory[1], "/tmp/data");
   EXPECT_EQ(info(7), (Answer{-1, ""}));
-  EXPECT_EQ(
-      captured_log(),
-      lines({{4, "capi_get_simcard_info", "open /tmp/data/info.simcard failed!"}, failure(7)}));
+  EXPECT_EQ(captured_log(),
+            lines({{kLogWarning, "capi_get_simcard_info", "open /tmp/data/info.simcard failed!"},
+                   failure(7)}));
 }
 
 TEST_F(SimInfoTest, UpdatingWritesTheFile) {

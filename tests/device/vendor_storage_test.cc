@@ -104,9 +104,9 @@ TEST_F(VendorStorageTest, AShortFileCannotBeRead) {
   EXPECT_EQ(set(0, kBlock), 0);
   write_file(kFile, "short");
   EXPECT_EQ(get(0, 484), (Answer{-1, "short" + zeros(479)}));
-  EXPECT_EQ(
-      captured_log(),
-      lines({{4, kGet, "Failed to read data from file /tmp/nv/info.ims_voice, reason=[Success]"}}));
+  EXPECT_EQ(captured_log(),
+            lines({{kLogWarning, kGet,
+                    "Failed to read data from file /tmp/nv/info.ims_voice, reason=[Success]"}}));
 }
 
 TEST_F(VendorStorageTest, ADirectoryIsNoFile) {
@@ -116,9 +116,10 @@ TEST_F(VendorStorageTest, ADirectoryIsNoFile) {
   EXPECT_EQ(stored_voice_block(), kBlock);  // the segment comes first
   EXPECT_EQ(
       captured_log(),
-      lines({{4, kGet,
+      lines({{kLogWarning, kGet,
               "Failed to read data from file /tmp/nv/info.ims_voice, reason=[Is a directory]"},
-             {4, kSet, "Can not create file /tmp/nv/info.ims_voice, reason=[Is a directory]"}}));
+             {kLogWarning, kSet,
+              "Can not create file /tmp/nv/info.ims_voice, reason=[Is a directory]"}}));
 }
 
 TEST_F(VendorStorageTest, AFileThatCannotBeOpenedIsLogged) {
@@ -128,7 +129,7 @@ TEST_F(VendorStorageTest, AFileThatCannotBeOpenedIsLogged) {
     setrlimit(RLIMIT_NOFILE, &none);
     EXPECT_EQ(get(0, 484), (Answer{-1, zeros(484)}));
     EXPECT_EQ(captured_log(),
-              lines({{4, kGet,
+              lines({{kLogWarning, kGet,
                       "Can not open file /tmp/nv/info.ims_voice, reason=[Too many open files]"}}));
   });
 }
@@ -137,7 +138,7 @@ TEST_F(VendorStorageTest, ADirectoryThatIsMissingIsLogged) {
   std::filesystem::remove("/tmp/nv");
   EXPECT_EQ(set(0, kBlock), -1);
   EXPECT_EQ(captured_log(),
-            lines({{4, kSet,
+            lines({{kLogWarning, kSet,
                     "Can not create file /tmp/nv/info.ims_voice, reason=[No such file or "
                     "directory]"}}));
 }
@@ -148,7 +149,7 @@ TEST_F(VendorStorageTest, AFullDiskIsLoggedOnly) {
   EXPECT_EQ(set(0, kBlock), 0);
   EXPECT_EQ(
       captured_log(),
-      lines({{4, kSet,
+      lines({{kLogWarning, kSet,
               "Failed to flush file /tmp/nv/info.ims_voice, reason=[No space left on device]"}}));
   umount("/tmp/nv");
 }
@@ -159,8 +160,9 @@ TEST_F(VendorStorageTest, APathOfMoreThan127CharactersCannotBeOpened) {
   strcpy(segment().directory[4], (dir + "d").c_str());
   EXPECT_EQ(set(0, kBlock), -1);
   EXPECT_EQ(stored_voice_block(), kBlock);  // the segment comes first
-  EXPECT_EQ(captured_log(),
-            lines({{4, kSet, "Can not create file , reason=[No such file or directory]"}}));
+  EXPECT_EQ(
+      captured_log(),
+      lines({{kLogWarning, kSet, "Can not create file , reason=[No such file or directory]"}}));
   EXPECT_EQ(read_file(dir + "d/info.ims_voic"), "a stranger's");
   EXPECT_FALSE(exists(dir + "d/info.ims_voice"));
   EXPECT_EQ(get(0, 484), (Answer{-1, kBlock}));
@@ -319,12 +321,12 @@ TEST_F(VendorStorageTest, UnknownTypesAreLogged) {
   EXPECT_EQ(get(5, 10).result, -1);
   EXPECT_EQ(get(-1, 10).result, -1);
   for (const int type : {1, 2, 3, 5}) EXPECT_EQ(set(type, "text"), -1);
-  EXPECT_EQ(captured_log(), lines({{3, kGet, "OMG,please fix me(info_type=5)"},
-                                   {3, kGet, "OMG,please fix me(info_type=-1)"},
-                                   {3, kSet, "OMG,please fix me (info_type=1)"},
-                                   {3, kSet, "OMG,please fix me (info_type=2)"},
-                                   {3, kSet, "OMG,please fix me (info_type=3)"},
-                                   {3, kSet, "OMG,please fix me (info_type=5)"}}));
+  EXPECT_EQ(captured_log(), lines({{kLogErr, kGet, "OMG,please fix me(info_type=5)"},
+                                   {kLogErr, kGet, "OMG,please fix me(info_type=-1)"},
+                                   {kLogErr, kSet, "OMG,please fix me (info_type=1)"},
+                                   {kLogErr, kSet, "OMG,please fix me (info_type=2)"},
+                                   {kLogErr, kSet, "OMG,please fix me (info_type=3)"},
+                                   {kLogErr, kSet, "OMG,please fix me (info_type=5)"}}));
 }
 
 TEST_F(VendorStorageTest, NullFails) {

@@ -87,7 +87,7 @@ bool tells_of_lock(const LogLine& line) {
 // where it is expected it is left out.
 std::string told_log(bool without_locks) {
   std::vector<std::string> told;
-  for (const LogLine& line : captured_log(6)) {
+  for (const LogLine& line : captured_log(kLogInfo)) {
     if (!without_locks || !tells_of_lock(line)) told.push_back(describe(line));
   }
   for (const std::string& line : Printed::lines())

@@ -45,7 +45,7 @@ class LogToSinkTest : public testing::Test {
 
 TEST_F(LogToSinkTest, GetsFunctionAndLineButNoLevelName) {
   capiv2_log_print(4, "open_it", 17, "cannot open %s (%d)\n", "x", 5);
-  EXPECT_EQ(received.level, 4);
+  EXPECT_EQ(received.level, kLogWarning);
   EXPECT_EQ(received.text, "open_it():Line[17] cannot open x (5)");
 }
 

@@ -29,9 +29,8 @@ class CriticalSectionTest : public Adapter {
 
 TEST_F(CriticalSectionTest, CreateMakesNineteenFreeSemaphores) {
   EXPECT_EQ(capi_critical_section_lock_create(), 0);
-  EXPECT_EQ(
-      captured_log(),
-      lines({{6, "capi_critical_section_lock_create", "CAPI critical section lock CREATED"}}));
+  EXPECT_EQ(captured_log(), lines({{kLogInfo, "capi_critical_section_lock_create",
+                                    "CAPI critical section lock CREATED"}}));
   semid_ds status{};
   ASSERT_EQ(semctl(find_set(), 0, IPC_STAT, &status), 0);
   EXPECT_EQ(status.sem_nsems, 19u);
@@ -62,7 +61,7 @@ TEST_F(CriticalSectionTest, UnlockOfAFreeLockIsRefused) {
   EXPECT_EQ(capi_critical_section_unlock(2), -1);
   EXPECT_EQ(lock_value(2), 1);
   EXPECT_EQ(captured_log(),
-            lines({{4, "capi_critical_section_unlock",
+            lines({{kLogWarning, "capi_critical_section_unlock",
                     "CAPI critical section lock UNLOCK Failed, lock_type = [CAPI_LOCK_CALL_LOG], "
                     "bad/current sem value = [1]"}}));
 }
@@ -72,7 +71,7 @@ TEST_F(CriticalSectionTest, LockGoesOnWithABadValueAfterIt) {
   ASSERT_EQ(semctl(find_set(), 3, SETVAL, 2), 0);
   EXPECT_EQ(capi_critical_section_lock(3), 0);
   EXPECT_EQ(captured_log(),
-            lines({{4, "capi_critical_section_lock",
+            lines({{kLogWarning, "capi_critical_section_lock",
                     "CAPI critical section lock LOCK Failed, lock_type = [XXXXX], bad/current sem "
                     "value = [1]"}}));
   capi_critical_section_unlock(3);
@@ -88,10 +87,10 @@ TEST_F(CriticalSectionTest, WithoutTheKeyFileEverythingFailsAtFtok) {
   EXPECT_EQ(capi_critical_section_unlock(0), ENOENT);
   EXPECT_EQ(capi_critical_section_lock_stats(), ENOENT);
   EXPECT_EQ(captured_log(),
-            lines({{3, "capi_critical_section_lock_create", reason},
-                   {4, "capi_critical_section_lock", reason},
-                   {4, "capi_critical_section_unlock", reason},
-                   {4, "capi_critical_section_lock_stats",
+            lines({{kLogErr, "capi_critical_section_lock_create", reason},
+                   {kLogWarning, "capi_critical_section_lock", reason},
+                   {kLogWarning, "capi_critical_section_unlock", reason},
+                   {kLogWarning, "capi_critical_section_lock_stats",
                     "CAPI critical section lock stats failed [ftok], reason = [No such file or "
                     "directory]"}}));
 }
@@ -104,9 +103,9 @@ TEST_F(CriticalSectionTest, WithoutTheSetEverythingFailsAtSemget) {
   EXPECT_EQ(capi_critical_section_unlock(0), ENOENT);
   EXPECT_EQ(capi_critical_section_lock_stats(), ENOENT);
   EXPECT_EQ(captured_log(),
-            lines({{4, "capi_critical_section_lock", reason},
-                   {4, "capi_critical_section_unlock", reason},
-                   {4, "capi_critical_section_lock_stats",
+            lines({{kLogWarning, "capi_critical_section_lock", reason},
+                   {kLogWarning, "capi_critical_section_unlock", reason},
+                   {kLogWarning, "capi_critical_section_lock_stats",
                     "CAPI critical section lock stats failed [semget], reason = [No such file or "
                     "directory]"}}));
 }
@@ -165,7 +164,7 @@ TEST_F(CriticalSectionTest, AnInterruptedWaitIsLoggedAndGoesOn) {
     sigaction(SIGUSR1, &action, nullptr);
     EXPECT_EQ(capi_critical_section_lock(0), 0);
     EXPECT_EQ(captured_log(),
-              lines({{4, "capi_critical_section_lock",
+              lines({{kLogWarning, "capi_critical_section_lock",
                       "CAPI critical section lock LOCK Failed, lock_type = [CAPI_LOCK_CONF_SHM], "
                       "reason = [Interrupted system call]"}}));
     capi_critical_section_unlock(0);
@@ -274,7 +273,7 @@ TEST_F(CriticalSectionTest, AGuardFreesItsLockThoughTheSetIsNotFoundThen) {
   }
   std::filesystem::rename("/tmp/m_data.hidden", "/tmp/m_data");
   EXPECT_EQ(lock_value(0), 1);
-  EXPECT_EQ(captured_log(), (std::vector<LogLine>{{4, "capi_critical_section_unlock",
+  EXPECT_EQ(captured_log(), (std::vector<LogLine>{{kLogWarning, "capi_critical_section_unlock",
                                                    "CAPI critical section lock failed [ftok], "
                                                    "reason = [No such file or directory]"}}));
 }

@@ -253,9 +253,9 @@ class NoSegmentTest : public ContextTest {
 TEST_F(NoSegmentTest, WithoutTheToolThereIsNoKey) {
   std::filesystem::remove(kToolPath);
   EXPECT_EQ(capi_init(&no_callbacks_, 1, capture_log), 0);
-  EXPECT_THAT(captured_log(3), ElementsAre(LogLine{3, "__cfg_backend_init_shm",
-                                                   "ERROR ftok, reason = [No such file or "
-                                                   "directory]"}));
+  EXPECT_THAT(captured_log(kLogErr), ElementsAre(LogLine{kLogErr, "__cfg_backend_init_shm",
+                                                         "ERROR ftok, reason = [No such file or "
+                                                         "directory]"}));
   EXPECT_EQ(context()->shm_id, -1);
   expect_no_segment();
 }
@@ -263,8 +263,9 @@ TEST_F(NoSegmentTest, WithoutTheToolThereIsNoKey) {
 TEST_F(NoSegmentTest, ASegmentOfAnotherSizeIsRefused) {
   ASSERT_NE(shmget(ftok(kToolPath, 250), 100, IPC_CREAT | 0666), -1);
   EXPECT_EQ(capi_init(&no_callbacks_, 1, capture_log), 0);
-  EXPECT_THAT(captured_log(3), ElementsAre(LogLine{3, "__cfg_backend_init_shm",
-                                                   "ERROR shmget ret[ 22:Invalid argument]"}));
+  EXPECT_THAT(captured_log(kLogErr),
+              ElementsAre(LogLine{kLogErr, "__cfg_backend_init_shm",
+                                  "ERROR shmget ret[ 22:Invalid argument]"}));
   EXPECT_EQ(context()->shm_id, -1);
   expect_no_segment();
 }
@@ -272,14 +273,14 @@ TEST_F(NoSegmentTest, ASegmentOfAnotherSizeIsRefused) {
 TEST_F(NoSegmentTest, AFailedAttachIsLoggedAtBothEnds) {
   attaching_fails = true;
   EXPECT_EQ(capi_init(&no_callbacks_, 1, capture_log), 0);
-  EXPECT_THAT(captured_log(3),
-              ElementsAre(LogLine{3, "__cfg_backend_init_shm",
+  EXPECT_THAT(captured_log(kLogErr),
+              ElementsAre(LogLine{kLogErr, "__cfg_backend_init_shm",
                                   "ERROR shmat, reason = [Cannot allocate memory]"}));
   EXPECT_NE(context()->shm_id, -1);
   expect_no_segment();
   clear_log();
   EXPECT_EQ(capi_uninit(), 0);
-  EXPECT_THAT(captured_log(), ElementsAre(LogLine{3, "__cfg_backend_deinit_shm",
+  EXPECT_THAT(captured_log(), ElementsAre(LogLine{kLogErr, "__cfg_backend_deinit_shm",
                                                   "ERROR shmdt, reason = [Invalid argument]"}));
   EXPECT_EQ(context(), nullptr);
 }
@@ -378,9 +379,10 @@ TEST_F(ContextTest, WithoutTheLockFileTheWorkGoesOnUnlocked) {
   EXPECT_EQ(capi_init(&no_callbacks_, 1, capture_log), 0);
   const std::string reason =
       "CAPI critical section lock failed [ftok], reason = [No such file or directory]";
-  EXPECT_THAT(captured_log(), ElementsAre(LogLine{3, "capi_critical_section_lock_create", reason},
-                                          LogLine{4, "capi_critical_section_lock", reason},
-                                          LogLine{4, "capi_critical_section_unlock", reason}));
+  EXPECT_THAT(captured_log(),
+              ElementsAre(LogLine{kLogErr, "capi_critical_section_lock_create", reason},
+                          LogLine{kLogWarning, "capi_critical_section_lock", reason},
+                          LogLine{kLogWarning, "capi_critical_section_unlock", reason}));
   EXPECT_STREQ(segment().fw_version, "v1.0.0");
   EXPECT_EQ(get_config("voice_switch", "option_voice_switch_mode"), "0");
 }
@@ -399,7 +401,7 @@ TEST_F(ContextTest, InitAndUninitLogNothingWhenAllIsWell) {
 Baton* reading = nullptr;
 
 void stop_in_sink(int level, const char*) {
-  if (level != 7) return;
+  if (level != kLogDebug) return;
   reading->pass();
   pause();
 }

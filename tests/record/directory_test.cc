@@ -213,7 +213,7 @@ TEST_F(DirectoryTest, PostInitMakesAllButTheBinDirectory) {
   }
   EXPECT_FALSE(exists("/tmp/dirs/bin"));
   EXPECT_THAT(captured_log(),
-              ElementsAre(LogLine{6, "capiv2_cfg_backend_post_init",
+              ElementsAre(LogLine{kLogInfo, "capiv2_cfg_backend_post_init",
                                   "/tmp/dirs/work /tmp/dirs/data /tmp/dirs/log /tmp/dirs/bin "
                                   "/tmp/dirs/nv /tmp/dirs/ivr"}));
 }
@@ -222,7 +222,7 @@ TEST_F(DirectoryTest, PostInitShowsDirectoriesAsTheyAreSet) {
   start_master();
   EXPECT_EQ(capiv2_cfg_backend_post_init(), 0);
   EXPECT_THAT(captured_log(),
-              ElementsAre(LogLine{6, "capiv2_cfg_backend_post_init", "/tmp /tmp /tmp   "}));
+              ElementsAre(LogLine{kLogInfo, "capiv2_cfg_backend_post_init", "/tmp /tmp /tmp   "}));
 }
 
 TEST_F(DirectoryTest, PostInitLogsWhatFailsAndGoesOn) {
@@ -232,10 +232,10 @@ TEST_F(DirectoryTest, PostInitLogsWhatFailsAndGoesOn) {
   set_dir(0, "/tmp/dirs/file/work");
   set_dir(4, "/tmp/dirs/file/nv");
   EXPECT_EQ(capiv2_cfg_backend_post_init(), 0);
-  EXPECT_THAT(captured_log(3),
-              ElementsAre(LogLine{3, "capiv2_cfg_backend_post_init",
+  EXPECT_THAT(captured_log(kLogErr),
+              ElementsAre(LogLine{kLogErr, "capiv2_cfg_backend_post_init",
                                   "create /tmp/dirs/file/work failed(errno=20/Not a directory)"},
-                          LogLine{3, "capiv2_cfg_backend_post_init",
+                          LogLine{kLogErr, "capiv2_cfg_backend_post_init",
                                   "create /tmp/dirs/file/nv failed(errno=20/Not a directory)"}));
   EXPECT_TRUE(exists("/tmp/dirs/data"));
   EXPECT_TRUE(exists("/tmp/dirs/ivr"));

@@ -228,10 +228,10 @@ TEST_F(LteNetInfoTest, StartsFromAnEmptyBlock) {
 TEST_F(LteNetInfoTest, LogsEachItem) {
   write("[cell]\nband=3\nunknown=1\n");
   read_lte_net_info(record_, "/tmp");
-  EXPECT_THAT(
-      captured_log(),
-      testing::ElementsAre(LogLine{7, "__lte_net_info_cb", "section=cell name=band value=3"},
-                           LogLine{7, "__lte_net_info_cb", "section=cell name=unknown value=1"}));
+  EXPECT_THAT(captured_log(),
+              testing::ElementsAre(
+                  LogLine{kLogDebug, "__lte_net_info_cb", "section=cell name=band value=3"},
+                  LogLine{kLogDebug, "__lte_net_info_cb", "section=cell name=unknown value=1"}));
 }
 
 TEST_F(LteNetInfoTest, AMissingFileLeavesTheBlock) {

@@ -217,18 +217,19 @@ TEST_F(RuntimeStatusTest, LinesAndStacksOutOfRangeFail) {
   const char set_reg[] = "capi_set_runtime_line_reg_stat";
   EXPECT_EQ(
       captured_log(),
-      lines({{5, get_reg, "Can't get line index-2 reg status, error!"},
-             {5, get_reg, "Can't get line index-1 reg status, error!"},
-             {5, get_reg, "Can't get line index--1 reg status, error!"},
-             {5, get_reg, "Can't get line index-0 reg status, error!"},
-             {5, "capi_get_runtime_line_cs_reg_stat", "Can't get line index-2 reg status, error!"},
-             {5, "capi_get_runtime_line_phone_phy_status",
+      lines({{kLogNotice, get_reg, "Can't get line index-2 reg status, error!"},
+             {kLogNotice, get_reg, "Can't get line index-1 reg status, error!"},
+             {kLogNotice, get_reg, "Can't get line index--1 reg status, error!"},
+             {kLogNotice, get_reg, "Can't get line index-0 reg status, error!"},
+             {kLogNotice, "capi_get_runtime_line_cs_reg_stat",
+              "Can't get line index-2 reg status, error!"},
+             {kLogNotice, "capi_get_runtime_line_phone_phy_status",
               "Can't get line index-2 phone phy status, error!"},
-             {4, set_reg, "line index-2, error!"},
-             {4, set_reg, "line index-0, error!"},
-             {4, set_reg, "line index--2147483648, error!"},
-             {4, "capi_set_runtime_line_cs_reg_stat", "line index-2, error!"},
-             {4, "capi_set_runtime_line_phone_phy_status", "line index--1, error!"}}));
+             {kLogWarning, set_reg, "line index-2, error!"},
+             {kLogWarning, set_reg, "line index-0, error!"},
+             {kLogWarning, set_reg, "line index--2147483648, error!"},
+             {kLogWarning, "capi_set_runtime_line_cs_reg_stat", "line index-2, error!"},
+             {kLogWarning, "capi_set_runtime_line_phone_phy_status", "line index--1, error!"}}));
 }
 
 TEST_F(RuntimeStatusTest, NullFails) {

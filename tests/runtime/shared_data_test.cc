@@ -115,9 +115,10 @@ TEST_F(SharedDataTest, AnUnknownTypeIsLoggedAndTheFilesAreWrittenAllTheSame) {
     std::filesystem::remove(kPhoneFile);
     EXPECT_EQ(capi_set_shared_data(type, block), -1);
     expect_files(both(kNoReg, kNoReg), both(kNoCall, kNoCall), both(kNoPhone, kNoPhone));
-    EXPECT_EQ(captured_log(), lines({{3, "capi_cfg_backend_set_shared_data",
-                                      "not support share data type " + std::to_string(type) + "!"},
-                                     {5, "capi_set_shared_data", "Unable to set shared data!"}}));
+    EXPECT_EQ(captured_log(),
+              lines({{kLogErr, "capi_cfg_backend_set_shared_data",
+                      "not support share data type " + std::to_string(type) + "!"},
+                     {kLogNotice, "capi_set_shared_data", "Unable to set shared data!"}}));
     clear_log();
   }
 }
@@ -127,7 +128,8 @@ TEST_F(SharedDataTest, NullChangesNothing) {
   EXPECT_EQ(capi_set_shared_data(4, &phone), 0);
   EXPECT_EQ(capi_set_shared_data(4, nullptr), -1);
   EXPECT_EQ(segment().shared_phone_status[0].hook, 1);
-  EXPECT_EQ(captured_log(), lines({{5, "capi_set_shared_data", "Unable to set shared data!"}}));
+  EXPECT_EQ(captured_log(),
+            lines({{kLogNotice, "capi_set_shared_data", "Unable to set shared data!"}}));
 }
 
 TEST_F(SharedDataTest, WithoutASegmentNothingIsWritten) {
@@ -135,7 +137,7 @@ TEST_F(SharedDataTest, WithoutASegmentNothingIsWritten) {
   const capi_shared_phone_status phone{1, 1, 1};
   EXPECT_EQ(capi_set_shared_data(4, &phone), -1);
   EXPECT_EQ(capi_set_shared_data(6, &phone), -1);
-  const LogLine failure{5, "capi_set_shared_data", "Unable to set shared data!"};
+  const LogLine failure{kLogNotice, "capi_set_shared_data", "Unable to set shared data!"};
   EXPECT_EQ(captured_log(), lines({failure, failure}));
   EXPECT_FALSE(exists("/tmp/shared_phone_status"));
   EXPECT_FALSE(exists(kPhoneFile));

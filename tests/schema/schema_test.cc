@@ -70,7 +70,7 @@ class Schema : public testing::Test {
   }
 
   static void expect_logged(const char* func, const char* text) {
-    const std::vector<LogLine> expected = {{4, func, text}};
+    const std::vector<LogLine> expected = {{kLogWarning, func, text}};
     EXPECT_EQ(captured_log(), expected);
     clear_log();
   }

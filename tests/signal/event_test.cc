@@ -49,7 +49,7 @@ TEST_F(EventTest, ASimpleSignalCarriesItsName) {
   EXPECT_EQ(capi_fire_internal_event("vop_sig_cfg_changed"), 0);
   EXPECT_THAT(posted(), ElementsAre("signal simple vop_sig_cfg_changed"));
   EXPECT_THAT(captured_log(),
-              ElementsAre(LogLine{7, "capi_fire_internal_event",
+              ElementsAre(LogLine{kLogDebug, "capi_fire_internal_event",
                                   "/usr/sbin/vsdk_cmd signal simple vop_sig_cfg_changed"}));
 }
 
@@ -58,7 +58,7 @@ TEST_F(EventTest, ASignalCarriesThreeParameters) {
   const std::string text = message("vop_sig_voip_sms_updated_out", "1", "77", "+15550100");
   EXPECT_EQ(posted_message(), text);
   EXPECT_THAT(captured_log(),
-              ElementsAre(LogLine{7, "capi_fire_internal_event2",
+              ElementsAre(LogLine{kLogDebug, "capi_fire_internal_event2",
                                   "/usr/sbin/vsdk_cmd signal json '" + text + "'"}));
 }
 
@@ -124,7 +124,7 @@ TEST_F(EventTest, BeforeInitTheSystemsToolIsUsed) {
   capi_uninit();
   capiv2_log_init(capture_log);
   EXPECT_EQ(capi_fire_internal_event("x"), 0);
-  EXPECT_THAT(captured_log(), ElementsAre(LogLine{7, "capi_fire_internal_event",
+  EXPECT_THAT(captured_log(), ElementsAre(LogLine{kLogDebug, "capi_fire_internal_event",
                                                   "/usr/sbin/vsdk_cmd signal simple x"}));
   EXPECT_THAT(posted(), ElementsAre("signal simple x"));
 }
@@ -135,7 +135,7 @@ TEST_F(EventTest, AMissingOrFailingToolGoesUnnoticed) {
   std::filesystem::remove(kToolPath);
   EXPECT_EQ(capi_fire_internal_event("x"), 0);
   EXPECT_EQ(capi_fire_internal_event2("x", "1", nullptr, nullptr), 0);
-  for (const LogLine& line : captured_log()) EXPECT_EQ(line.level, 7);
+  for (const LogLine& line : captured_log()) EXPECT_EQ(line.level, kLogDebug);
   EXPECT_EQ(waitpid(-1, nullptr, WNOHANG), -1);
   EXPECT_EQ(errno, ECHILD);
 }

@@ -27,11 +27,11 @@ class SmsApiTest : public SmsTest {
 
 TEST_F(SmsApiTest, EveryChangeIsTold) {
   capi_sms_record record = to_record({});
-  EXPECT_EQ(capi_voip_sms_add(1, &record), 0);
-  EXPECT_EQ(capi_voip_sms_add(1, &record), 0);
-  EXPECT_EQ(capi_voip_sms_update(1, &record), 0);
-  EXPECT_EQ(capi_voip_sms_del_by_id(1, 1), 0);
-  EXPECT_EQ(capi_voip_sms_clean(1), 0);
+  EXPECT_EQ(capi_voip_sms_add(CAPI_SMS_SENT, &record), 0);
+  EXPECT_EQ(capi_voip_sms_add(CAPI_SMS_SENT, &record), 0);
+  EXPECT_EQ(capi_voip_sms_update(CAPI_SMS_SENT, &record), 0);
+  EXPECT_EQ(capi_voip_sms_del_by_id(CAPI_SMS_SENT, 1), 0);
+  EXPECT_EQ(capi_voip_sms_clean(CAPI_SMS_SENT), 0);
   EXPECT_EQ(new_signals(),
             (Signals{update_signal("1", "1"), update_signal("1", "2"), update_signal("3", "2"),
                      update_signal("2", "1"), update_signal("4", "0")}));
@@ -40,24 +40,24 @@ TEST_F(SmsApiTest, EveryChangeIsTold) {
 TEST_F(SmsApiTest, FailuresAreToldToo) {
   std::filesystem::create_directory(kReceived);
   capi_sms_record record = to_record({.id = 12});
-  EXPECT_EQ(capi_voip_sms_add(0, &record), -1);
-  EXPECT_EQ(capi_voip_sms_update(0, &record), -1);
-  EXPECT_EQ(capi_voip_sms_del_by_id(0, 0xFFFFFFFFFFFFFFFF), -1);
-  EXPECT_EQ(capi_voip_sms_clean(0), -1);
+  EXPECT_EQ(capi_voip_sms_add(CAPI_SMS_RECEIVED, &record), -1);
+  EXPECT_EQ(capi_voip_sms_update(CAPI_SMS_RECEIVED, &record), -1);
+  EXPECT_EQ(capi_voip_sms_del_by_id(CAPI_SMS_RECEIVED, 0xFFFFFFFFFFFFFFFF), -1);
+  EXPECT_EQ(capi_voip_sms_clean(CAPI_SMS_RECEIVED), -1);
   EXPECT_EQ(new_signals(),
             (Signals{update_signal("1", "0"), update_signal("3", "12"),
                      update_signal("2", "18446744073709551615"), update_signal("4", "0")}));
 }
 
 TEST_F(SmsApiTest, ReadingTellsNothing) {
-  add(0, {{}});
+  add(CAPI_SMS_RECEIVED, {{}});
   capi_sms_record record{};
   capi_sms_counter state{};
   void* image = nullptr;
   EXPECT_EQ(capi_voip_sms_init(), 0);
-  EXPECT_EQ(capi_voip_sms_get(0, 1, &record), 0);
-  EXPECT_EQ(capi_voip_sms_get_unread_sm_num(0, &state, &state), 0);
-  EXPECT_EQ(capi_voip_sms_load(0, &image), 0);
+  EXPECT_EQ(capi_voip_sms_get(CAPI_SMS_RECEIVED, 1, &record), 0);
+  EXPECT_EQ(capi_voip_sms_get_unread_sm_num(CAPI_SMS_RECEIVED, &state, &state), 0);
+  EXPECT_EQ(capi_voip_sms_load(CAPI_SMS_RECEIVED, &image), 0);
   EXPECT_EQ(capi_voip_sms_unload(&image), 0);
   EXPECT_EQ(new_signals(), Signals{});
 }
@@ -73,8 +73,10 @@ TEST_F(SmsApiTest, SignalsArePostedWithTheLockFree) {
   });
   capi_sms_record record = to_record({});
   for (const auto& change : std::initializer_list<std::function<void()>>{
-           [&] { capi_voip_sms_add(0, &record); }, [&] { capi_voip_sms_update(0, &record); },
-           [&] { capi_voip_sms_del_by_id(0, 1); }, [&] { capi_voip_sms_clean(0); }}) {
+           [&] { capi_voip_sms_add(CAPI_SMS_RECEIVED, &record); },
+           [&] { capi_voip_sms_update(CAPI_SMS_RECEIVED, &record); },
+           [&] { capi_voip_sms_del_by_id(CAPI_SMS_RECEIVED, 1); },
+           [&] { capi_voip_sms_clean(CAPI_SMS_RECEIVED); }}) {
     lock_at_signal = -1;
     change();
     EXPECT_EQ(lock_at_signal, 1);
@@ -97,7 +99,7 @@ TEST_F(SmsApiTest, AnotherSelectorTouchesNoFile) {
     EXPECT_EQ(image, nullptr);
     EXPECT_EQ(capi_voip_sms_get_file(selector, "/tmp/copy"), -1);
   }
-  EXPECT_EQ(captured_log(6), lines({}));
+  EXPECT_EQ(captured_log(kLogInfo), lines({}));
   EXPECT_EQ(read_file(kReceived), "received");
   EXPECT_EQ(read_file(kSent), "sent");
   EXPECT_FALSE(exists("/tmp/copy"));
@@ -106,42 +108,44 @@ TEST_F(SmsApiTest, AnotherSelectorTouchesNoFile) {
 TEST_F(SmsApiTest, MissingArgumentsTouchNoFile) {
   put_both();
   capi_sms_counter state{};
-  EXPECT_EQ(capi_voip_sms_add(0, nullptr), -1);
-  EXPECT_EQ(capi_voip_sms_update(0, nullptr), -1);
-  EXPECT_EQ(capi_voip_sms_get(0, 1, nullptr), -1);
-  EXPECT_EQ(capi_voip_sms_get_unread_sm_num(0, nullptr, &state), -1);
-  EXPECT_EQ(capi_voip_sms_get_unread_sm_num(0, &state, nullptr), -1);
-  EXPECT_EQ(capi_voip_sms_load(0, nullptr), -1);
-  EXPECT_EQ(capi_voip_sms_get_file(0, nullptr), -1);
+  EXPECT_EQ(capi_voip_sms_add(CAPI_SMS_RECEIVED, nullptr), -1);
+  EXPECT_EQ(capi_voip_sms_update(CAPI_SMS_RECEIVED, nullptr), -1);
+  EXPECT_EQ(capi_voip_sms_get(CAPI_SMS_RECEIVED, 1, nullptr), -1);
+  EXPECT_EQ(capi_voip_sms_get_unread_sm_num(CAPI_SMS_RECEIVED, nullptr, &state), -1);
+  EXPECT_EQ(capi_voip_sms_get_unread_sm_num(CAPI_SMS_RECEIVED, &state, nullptr), -1);
+  EXPECT_EQ(capi_voip_sms_load(CAPI_SMS_RECEIVED, nullptr), -1);
+  EXPECT_EQ(capi_voip_sms_get_file(CAPI_SMS_RECEIVED, nullptr), -1);
   EXPECT_EQ(capi_voip_sms_backup(nullptr), -1);
-  EXPECT_EQ(captured_log(6), lines({}));
+  EXPECT_EQ(captured_log(kLogInfo), lines({}));
   EXPECT_EQ(read_file(kReceived), "received");
   EXPECT_EQ(read_file(kSent), "sent");
 }
 
 TEST_F(SmsApiTest, AFileIsCopiedAsItIs) {
   put_both();
-  EXPECT_EQ(capi_voip_sms_get_file(0, "/tmp/copy"), 0);
+  EXPECT_EQ(capi_voip_sms_get_file(CAPI_SMS_RECEIVED, "/tmp/copy"), 0);
   EXPECT_EQ(read_file("/tmp/copy"), "received");
-  EXPECT_EQ(capi_voip_sms_get_file(1, "/tmp/copy"), 0);
+  EXPECT_EQ(capi_voip_sms_get_file(CAPI_SMS_SENT, "/tmp/copy"), 0);
   EXPECT_EQ(read_file("/tmp/copy"), "sent");
   EXPECT_EQ(captured_log(), lines({}));
 }
 
 TEST_F(SmsApiTest, NobodyLooksAtHowTheCopyingEnds) {
-  EXPECT_EQ(capi_voip_sms_get_file(0, "/tmp/copy"), 0);  // there is no file
+  EXPECT_EQ(capi_voip_sms_get_file(CAPI_SMS_RECEIVED, "/tmp/copy"), 0);  // there is no file
   put_both();
-  EXPECT_EQ(capi_voip_sms_get_file(0, "/tmp/missing/copy"), 0);
-  EXPECT_EQ(capi_voip_sms_get_file(0, ("/tmp/" + std::string(5000, 'x')).c_str()), 0);
+  EXPECT_EQ(capi_voip_sms_get_file(CAPI_SMS_RECEIVED, "/tmp/missing/copy"), 0);
+  EXPECT_EQ(capi_voip_sms_get_file(CAPI_SMS_RECEIVED, ("/tmp/" + std::string(5000, 'x')).c_str()),
+            0);
   EXPECT_FALSE(exists("/tmp/copy"));
 }
 
 TEST_F(SmsApiTest, AFileIsNotCopiedOntoItself) {
   put_both();
-  EXPECT_EQ(capi_voip_sms_get_file(0, kReceived), -1);
-  EXPECT_EQ(captured_log(), lines({{4, "capi_voip_sms_get_file", "should not be the same file"}}));
+  EXPECT_EQ(capi_voip_sms_get_file(CAPI_SMS_RECEIVED, kReceived), -1);
+  EXPECT_EQ(captured_log(),
+            lines({{kLogWarning, "capi_voip_sms_get_file", "should not be the same file"}}));
   EXPECT_EQ(read_file(kReceived), "received");
-  EXPECT_EQ(capi_voip_sms_get_file(1, kReceived), 0);
+  EXPECT_EQ(capi_voip_sms_get_file(CAPI_SMS_SENT, kReceived), 0);
   EXPECT_EQ(read_file(kReceived), "sent");
 }
 
@@ -150,11 +154,12 @@ TEST_F(SmsApiTest, ACopyOntoItselfIsRefusedWithoutWaitingForTheLock) {
   for (int round = 0; round < 2; ++round) {
     ASSERT_EQ(capi_critical_section_lock(CAPI_LOCK_VOICE_SMS), 0);
     in_other_process([] {
-      EXPECT_EQ(capi_voip_sms_get_file(0, kReceived), -1);
-      EXPECT_EQ(capi_voip_sms_get_file(1, kSent), -1);
+      EXPECT_EQ(capi_voip_sms_get_file(CAPI_SMS_RECEIVED, kReceived), -1);
+      EXPECT_EQ(capi_voip_sms_get_file(CAPI_SMS_SENT, kSent), -1);
     });
     ASSERT_EQ(capi_critical_section_unlock(CAPI_LOCK_VOICE_SMS), 0);
-    EXPECT_EQ(capi_voip_sms_get_file(0, "/tmp/copy"), 0);  // settles the paths for the next round
+    EXPECT_EQ(capi_voip_sms_get_file(CAPI_SMS_RECEIVED, "/tmp/copy"),
+              0);  // settles the paths for the next round
   }
 }
 
@@ -192,7 +197,7 @@ TEST_F(SmsApiTest, FilesWhosePathDoesNotFitAreNotTouched) {
   capi_sms_counter state{};
   void* image = nullptr;
   EXPECT_EQ(capi_voip_sms_init(), -1);
-  for (const int selector : {0, 1}) {
+  for (const int selector : {CAPI_SMS_RECEIVED, CAPI_SMS_SENT}) {
     EXPECT_EQ(capi_voip_sms_add(selector, &record), -1);
     EXPECT_EQ(capi_voip_sms_update(selector, &record), -1);
     EXPECT_EQ(capi_voip_sms_get(selector, 1, &record), -1);
@@ -203,8 +208,9 @@ TEST_F(SmsApiTest, FilesWhosePathDoesNotFitAreNotTouched) {
     EXPECT_EQ(capi_voip_sms_get_file(selector, "/tmp/copy"), 0);  // however copying ends
   }
   EXPECT_EQ(capi_voip_sms_backup("/tmp/backup"), 0);
-  EXPECT_EQ(captured_log(4).at(0), (LogLine{4, "_vkr_voip_sms_create_file",
-                                            "fopen  failed, reason 2: No such file or directory"}));
+  EXPECT_EQ(captured_log(kLogWarning).at(0),
+            (LogLine{kLogWarning, "_vkr_voip_sms_create_file",
+                     "fopen  failed, reason 2: No such file or directory"}));
   EXPECT_EQ(files(), before);
   EXPECT_EQ(read_file(dir + "/sm_rec"), "a stranger's");
   EXPECT_EQ(read_file(dir + "/sm_sen"), "a stranger's");

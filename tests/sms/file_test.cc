@@ -18,7 +18,7 @@ constexpr char kRead[] = "_vkr_voip_sms_read_file";
 constexpr char kWrite[] = "_vkr_voip_sms_write_file";
 constexpr char kVerify[] = "_vkr_voip_verify_sms_file";
 
-const LogLine kCreated{6, kCreate, " create file /tmp/sm_recv successfully!"};
+const LogLine kCreated{kLogInfo, kCreate, " create file /tmp/sm_recv successfully!"};
 
 class SmsFileTest : public SmsTest {
  protected:
@@ -70,8 +70,9 @@ TEST_F(SmsFileTest, TheIdentityIsTheTimeAndAPartOfTheMonotonicClock) {
 TEST_F(SmsFileTest, CreatingFailsWhereTheFileCannotBeOpened) {
   std::filesystem::create_directory(kPath);
   EXPECT_FALSE(create_sms_file(kPath));
-  EXPECT_EQ(captured_log(),
-            lines({{4, kCreate, "fopen /tmp/sm_recv failed, reason 21: Is a directory"}}));
+  EXPECT_EQ(
+      captured_log(),
+      lines({{kLogWarning, kCreate, "fopen /tmp/sm_recv failed, reason 21: Is a directory"}}));
 }
 
 TEST_F(SmsFileTest, CreatingFailsWhenTheWriteDoes) {
@@ -80,7 +81,7 @@ TEST_F(SmsFileTest, CreatingFailsWhenTheWriteDoes) {
     fail_call(call, 1, ENOSPC);
     EXPECT_FALSE(create_sms_file(kPath));
     EXPECT_EQ(captured_log(),
-              lines({{4, kCreate, "fwrite failed, reason 28: No space left on device"}}));
+              lines({{kLogWarning, kCreate, "fwrite failed, reason 28: No space left on device"}}));
   }
 }
 
@@ -89,23 +90,24 @@ TEST_F(SmsFileTest, AFailedCloseAfterAFailedWriteIsLoggedToo) {
   fail_call(Call::Fclose, 1, EIO);
   EXPECT_FALSE(create_sms_file(kPath));
   EXPECT_EQ(captured_log(),
-            lines({{4, kCreate, "fwrite failed, reason 28: No space left on device"},
-                   {4, kCreate, "fclose failed, reason 5: Input/output error"}}));
+            lines({{kLogWarning, kCreate, "fwrite failed, reason 28: No space left on device"},
+                   {kLogWarning, kCreate, "fclose failed, reason 5: Input/output error"}}));
 }
 
 TEST_F(SmsFileTest, AFileThatWasWrittenIsCreatedEvenIfItDoesNotClose) {
   fail_call(Call::Fclose, 1, EIO);
   EXPECT_TRUE(create_sms_file(kPath));
-  EXPECT_EQ(captured_log(),
-            lines({{4, kCreate, "fclose failed, reason 5: Input/output error"}, kCreated}));
+  EXPECT_EQ(
+      captured_log(),
+      lines({{kLogWarning, kCreate, "fclose failed, reason 5: Input/output error"}, kCreated}));
 }
 
 TEST_F(SmsFileTest, AMissingFileThatCannotBeMadeIsLoggedForItsOperation) {
   std::filesystem::create_directory(kPath);
   EXPECT_FALSE(create_missing_sms_file(kPath, "somebody"));
   EXPECT_EQ(captured_log(),
-            lines({{4, kCreate, "fopen /tmp/sm_recv failed, reason 21: Is a directory"},
-                   {4, "somebody", "_vkr_voip_sms_create_file /tmp/sm_recv failed"}}));
+            lines({{kLogWarning, kCreate, "fopen /tmp/sm_recv failed, reason 21: Is a directory"},
+                   {kLogWarning, "somebody", "_vkr_voip_sms_create_file /tmp/sm_recv failed"}}));
 }
 
 TEST_F(SmsFileTest, AFileIsSetAsideBesideItself) {
@@ -127,7 +129,8 @@ TEST_F(SmsFileTest, AMissingFileHasNoSize) {
   uint64_t size = 0;
   EXPECT_FALSE(get_sms_file_size(kPath, size));
   EXPECT_EQ(captured_log(),
-            lines({{4, kRead, "stat /tmp/sm_recv failed, reason 2: No such file or directory"}}));
+            lines({{kLogWarning, kRead,
+                    "stat /tmp/sm_recv failed, reason 2: No such file or directory"}}));
   write_file(kPath, "123");
   EXPECT_TRUE(get_sms_file_size(kPath, size));
   EXPECT_EQ(size, 3u);
@@ -136,27 +139,29 @@ TEST_F(SmsFileTest, AMissingFileHasNoSize) {
 TEST_F(SmsFileTest, AFileThatDoesNotOpenIsNotRead) {
   EXPECT_EQ(read(), SmsTrouble::Unopenable);
   EXPECT_EQ(captured_log(),
-            lines({{4, kRead, "fopen failed, reason 2: No such file or directory"}}));
+            lines({{kLogWarning, kRead, "fopen failed, reason 2: No such file or directory"}}));
 }
 
 TEST_F(SmsFileTest, AShortReadIsTrouble) {
   write_file(kPath, "1234");
   EXPECT_EQ(read(), SmsTrouble::Unreadable);
-  EXPECT_EQ(captured_log(), lines({{4, kRead, "fread failed, reason 0: Success"}}));
+  EXPECT_EQ(captured_log(), lines({{kLogWarning, kRead, "fread failed, reason 0: Success"}}));
 }
 
 TEST_F(SmsFileTest, ADirectoryCannotBeRead) {
   std::filesystem::create_directory(kPath);
   EXPECT_EQ(read(), SmsTrouble::Unreadable);
-  EXPECT_EQ(captured_log(), lines({{4, kRead, "fread failed, reason 21: Is a directory"}}));
+  EXPECT_EQ(captured_log(),
+            lines({{kLogWarning, kRead, "fread failed, reason 21: Is a directory"}}));
 }
 
 TEST_F(SmsFileTest, AFailedCloseAfterReadingIsLoggedAndIgnored) {
   write_file(kPath, "12345");
   fail_call(Call::Fclose, 1, EIO);
   EXPECT_EQ(read(), SmsTrouble::None);
-  EXPECT_EQ(captured_log(),
-            lines({{4, kRead, "fclose /tmp/sm_recv failed, reason 5: Input/output error"}}));
+  EXPECT_EQ(
+      captured_log(),
+      lines({{kLogWarning, kRead, "fclose /tmp/sm_recv failed, reason 5: Input/output error"}}));
 }
 
 TEST_F(SmsFileTest, EveryFaultHasItsWords) {
@@ -165,14 +170,14 @@ TEST_F(SmsFileTest, EveryFaultHasItsWords) {
     EXPECT_EQ(check_sms_file(bytes_of(bytes)), SmsTrouble::Unsound);
     return captured_log();
   };
-  EXPECT_EQ(check(header({.version = 2})), lines({{4, kVerify, "invalid sms file"}}));
-  EXPECT_EQ(check(header({.count = 201})), lines({{4, kVerify, "invalid sms file"}}));
+  EXPECT_EQ(check(header({.version = 2})), lines({{kLogWarning, kVerify, "invalid sms file"}}));
+  EXPECT_EQ(check(header({.count = 201})), lines({{kLogWarning, kVerify, "invalid sms file"}}));
   EXPECT_EQ(check(header({.count = 1}) + item({}, 0xFFFFFFFF, 109)),
-            lines({{4, kVerify, "wrong sm type 4294967295"}}));
+            lines({{kLogWarning, kVerify, "wrong sm type 4294967295"}}));
   EXPECT_EQ(check(header({.count = 2}) + item({}, 0x534D5354, 0xFFFFFFFF) + item({})),
-            lines({{4, kVerify, "wrong tlv length 4294967295"}}));
+            lines({{kLogWarning, kVerify, "wrong tlv length 4294967295"}}));
   EXPECT_EQ(check(header({.count = 3}) + item({}) + item({})),
-            lines({{4, kVerify, "file is corrupted"}}));
+            lines({{kLogWarning, kVerify, "file is corrupted"}}));
 }
 
 TEST_F(SmsFileTest, ASoundFileIsNotSpokenOf) {
@@ -203,7 +208,7 @@ TEST_F(SmsFileTest, AFailedWriteLeavesAnEmptyFile) {
     fail_call(call, 1);
     EXPECT_FALSE(write("new"));
     expect_empty_file();
-    EXPECT_EQ(captured_log(), lines({{4, kWrite, words}, kCreated}));
+    EXPECT_EQ(captured_log(), lines({{kLogWarning, kWrite, words}, kCreated}));
   }
 }
 
@@ -213,7 +218,8 @@ TEST_F(SmsFileTest, AFailedCloseAfterWritingIsLoggedAndIgnored) {
   fail_call(Call::Fclose, 1);
   EXPECT_TRUE(write("new"));
   EXPECT_EQ(read_file(kPath), "new");
-  EXPECT_EQ(captured_log(), lines({{4, kWrite, "fclose failed, reason 5: Input/output error"}}));
+  EXPECT_EQ(captured_log(),
+            lines({{kLogWarning, kWrite, "fclose failed, reason 5: Input/output error"}}));
 }
 
 }  // namespace

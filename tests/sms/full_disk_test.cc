@@ -14,7 +14,7 @@ namespace capi::test {
 namespace {
 
 constexpr char kDisk[] = "/tmp/disk";
-const LogLine kFull{4, "_vkr_voip_sms_create_file",
+const LogLine kFull{kLogWarning, "_vkr_voip_sms_create_file",
                     "fwrite failed, reason 28: No space left on device"};
 
 // The received messages are on a disk of eight pages.
@@ -42,34 +42,36 @@ class SmsFullDiskTest : public SmsTest {
   static void expect_store_works_again() {
     std::filesystem::remove("/tmp/disk/ballast");
     capi_sms_record record = to_record({});
-    EXPECT_EQ(capi_voip_sms_add(0, &record), 0);
+    EXPECT_EQ(capi_voip_sms_add(CAPI_SMS_RECEIVED, &record), 0);
     EXPECT_EQ(record.id, 1u);
   }
 };
 
 TEST_F(SmsFullDiskTest, AMissingFileIsNotCreated) {
   fill();
-  EXPECT_EQ(capi_voip_sms_clean(0), -1);
-  EXPECT_EQ(captured_log(6), lines({kFull}));
+  EXPECT_EQ(capi_voip_sms_clean(CAPI_SMS_RECEIVED), -1);
+  EXPECT_EQ(captured_log(kLogInfo), lines({kFull}));
   expect_store_works_again();
 }
 
 TEST_F(SmsFullDiskTest, AddingToAMissingFileFails) {
   fill();
   capi_sms_record record = to_record({});
-  EXPECT_EQ(capi_voip_sms_add(0, &record), -1);
-  EXPECT_EQ(captured_log(6).back(),
-            (LogLine{4, "_vkr_voip_sms_add", "_vkr_voip_sms_create_file /tmp/sm_recv failed"}));
+  EXPECT_EQ(capi_voip_sms_add(CAPI_SMS_RECEIVED, &record), -1);
+  EXPECT_EQ(
+      captured_log(kLogInfo).back(),
+      (LogLine{kLogWarning, "_vkr_voip_sms_add", "_vkr_voip_sms_create_file /tmp/sm_recv failed"}));
   EXPECT_EQ(new_signals(), std::vector<std::string>{update_signal("1", "0")});
   expect_store_works_again();
 }
 
 TEST_F(SmsFullDiskTest, AnAddThatDoesNotFitLosesTheMessages) {
-  add(0, {{.text = std::string(20000, 'a')}});
+  add(CAPI_SMS_RECEIVED, {{.text = std::string(20000, 'a')}});
   capi_sms_record record = to_record({.text = std::string(20000, 'b')});
-  EXPECT_EQ(capi_voip_sms_add(0, &record), -1);
-  EXPECT_EQ(captured_log(4), lines({{4, "_vkr_voip_sms_write_file",
-                                     "fwrite failed, reason 28: No space left on device"}}));
+  EXPECT_EQ(capi_voip_sms_add(CAPI_SMS_RECEIVED, &record), -1);
+  EXPECT_EQ(captured_log(kLogWarning),
+            lines({{kLogWarning, "_vkr_voip_sms_write_file",
+                    "fwrite failed, reason 28: No space left on device"}}));
   EXPECT_EQ(new_signals(), std::vector<std::string>{update_signal("1", "0")});
   EXPECT_EQ(ids_in(read_file(kReceived)), std::vector<uint64_t>{});
   expect_store_works_again();
@@ -78,10 +80,9 @@ TEST_F(SmsFullDiskTest, AnAddThatDoesNotFitLosesTheMessages) {
 TEST_F(SmsFullDiskTest, InitialisingFailsWithoutSpaceForOneOfTheFiles) {
   fill();
   EXPECT_EQ(capi_voip_sms_init(), -1);
-  EXPECT_EQ(
-      captured_log(4),
-      lines({kFull,
-             {4, "_vkr_voip_sms_init_file", "_vkr_voip_sms_create_file /tmp/sm_recv failed"}}));
+  EXPECT_EQ(captured_log(kLogWarning), lines({kFull,
+                                              {kLogWarning, "_vkr_voip_sms_init_file",
+                                               "_vkr_voip_sms_create_file /tmp/sm_recv failed"}}));
   EXPECT_TRUE(exists(kSent));
   expect_store_works_again();
 }

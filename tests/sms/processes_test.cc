@@ -44,7 +44,7 @@ TEST_F(SmsProcessesTest, MessagesOfAllProcessesGetIdsOfTheirOwn) {
       uint64_t last = 0;
       for (int i = 0; i < kEach; ++i) {
         capi_sms_record record = to_record({.text = std::to_string(writer)});
-        EXPECT_EQ(capi_voip_sms_add(0, &record), 0);
+        EXPECT_EQ(capi_voip_sms_add(CAPI_SMS_RECEIVED, &record), 0);
         EXPECT_GT(record.id, last);
         last = record.id;
       }
@@ -55,7 +55,7 @@ TEST_F(SmsProcessesTest, MessagesOfAllProcessesGetIdsOfTheirOwn) {
     uint32_t seen = 0;
     while (seen < kWriters * kEach) {
       const capi_sms_counter previous = state;
-      ASSERT_EQ(capi_voip_sms_get_unread_sm_num(0, &previous, &state), 0);
+      ASSERT_EQ(capi_voip_sms_get_unread_sm_num(CAPI_SMS_RECEIVED, &previous, &state), 0);
       if (state.count == 0) {
         state = previous;
         continue;
@@ -95,7 +95,7 @@ TEST_F(SmsProcessesTest, AKilledProcessLeavesAStoreThatCanBeUsed) {
     writer.kill();
 
     capi_sms_record record = to_record({.text = "after"});
-    ASSERT_EQ(capi_voip_sms_add(0, &record), 0);
+    ASSERT_EQ(capi_voip_sms_add(CAPI_SMS_RECEIVED, &record), 0);
     const std::string file = read_file(kReceived);
     const std::vector<Message> messages = messages_in(file);
     EXPECT_EQ(messages.back().id, record.id);
@@ -109,12 +109,12 @@ TEST_F(SmsProcessesTest, AKilledProcessLeavesAStoreThatCanBeUsed) {
 }
 
 TEST_F(SmsProcessesTest, AFileThatAKilledProcessCutIsSetAside) {
-  const std::string whole = add(0, {{.text = "first"}, {.text = "second"}});
+  const std::string whole = add(CAPI_SMS_RECEIVED, {{.text = "first"}, {.text = "second"}});
   for (size_t size = 0; size < whole.size(); size += 7) {
     write_file(kReceived, whole.substr(0, size));
     in_other_process([&] {
       capi_sms_record record{};
-      EXPECT_EQ(capi_voip_sms_get(0, 1, &record), -1);
+      EXPECT_EQ(capi_voip_sms_get(CAPI_SMS_RECEIVED, 1, &record), -1);
       EXPECT_EQ(read_file("/tmp/sm_recv.err"), whole.substr(0, size));
       EXPECT_EQ(ids_in(read_file(kReceived)), std::vector<uint64_t>{});
     });
@@ -131,14 +131,14 @@ TEST_F(SmsProcessesTest, AChildForkedAmidAnotherThreadsOperationCanUseTheStore) 
   });
   std::thread adder([] {
     capi_sms_record record = to_record({.text = "of the parent"});
-    EXPECT_EQ(capi_voip_sms_add(0, &record), 0);
+    EXPECT_EQ(capi_voip_sms_add(CAPI_SMS_RECEIVED, &record), 0);
   });
   is_inside.await();
   Process child([] {
     capiv2_log_init(capture_log);
     capi_sms_record record = to_record({.text = "of the child"});
-    EXPECT_EQ(capi_voip_sms_add(0, &record), 0);
-    EXPECT_EQ(capi_voip_sms_get(0, 1, &record), 0);
+    EXPECT_EQ(capi_voip_sms_add(CAPI_SMS_RECEIVED, &record), 0);
+    EXPECT_EQ(capi_voip_sms_get(CAPI_SMS_RECEIVED, 1, &record), 0);
   });
   wait_for_a_waiter();
   may_leave.pass();
@@ -152,7 +152,7 @@ TEST_F(SmsProcessesTest, AnotherProcessWaitsWhileTheLockIsHeld) {
   Baton added;
   Process other([&] {
     capi_sms_record record = to_record({});
-    EXPECT_EQ(capi_voip_sms_add(0, &record), 0);
+    EXPECT_EQ(capi_voip_sms_add(CAPI_SMS_RECEIVED, &record), 0);
     added.pass();
   });
   wait_for_a_waiter();

@@ -97,7 +97,7 @@ TEST_F(SmsSendTest, AnyOtherArgumentIsRefused) {
     char line[128];
     snprintf(line, sizeof line, "invalid paramters: pRemoteNum %p, pText %p, TextLen %u", number,
              bytes, length);
-    return LogLine{4, kSend, line};
+    return LogLine{kLogWarning, kSend, line};
   };
   EXPECT_EQ(capi_voip_sms_send(nullptr, 1, text.data(), 1), -1);
   EXPECT_EQ(capi_voip_sms_send(remote, 1, nullptr, 1), -1);
@@ -113,7 +113,7 @@ TEST_F(SmsSendTest, AnyOtherArgumentIsRefused) {
 TEST_F(SmsSendTest, WithoutASimNothingIsStored) {
   capi_uninit();
   EXPECT_EQ(send(), -1);
-  EXPECT_EQ(captured_log(4).back(), (LogLine{4, kSend, "SIM is not ready"}));
+  EXPECT_EQ(captured_log(kLogWarning).back(), (LogLine{kLogWarning, kSend, "SIM is not ready"}));
   EXPECT_FALSE(exists("/quorbleconf/ims_data/sm_send"));
   EXPECT_EQ(posted(), std::vector<std::string>{});
 }
@@ -171,16 +171,17 @@ TEST_F(SmsSendTest, ALongRemoteNumberIsCut) {
 TEST_F(SmsSendTest, AMessageThatCannotBeStoredIsNotAnnounced) {
   std::filesystem::create_directory(kSent);
   EXPECT_EQ(send(), -1);
-  EXPECT_EQ(captured_log(4),
-            lines({{4, "_vkr_voip_sms_read_file", "fread failed, reason 21: Is a directory"},
-                   {4, kSend, "_vkr_voip_sms_add failed"}}));
+  EXPECT_EQ(
+      captured_log(kLogWarning),
+      lines({{kLogWarning, "_vkr_voip_sms_read_file", "fread failed, reason 21: Is a directory"},
+             {kLogWarning, kSend, "_vkr_voip_sms_add failed"}}));
   EXPECT_EQ(new_signals(), std::vector<std::string>{});
 }
 
 TEST_F(SmsSendTest, WithoutMemoryNothingIsStored) {
   fail_call(Call::Malloc, 1, ENOMEM);
   EXPECT_EQ(send(), -1);
-  EXPECT_EQ(captured_log(), lines({{4, kSend, "calloc 39206 failed!"}}));
+  EXPECT_EQ(captured_log(), lines({{kLogWarning, kSend, "calloc 39206 failed!"}}));
   EXPECT_FALSE(exists(kSent));
 }
 

@@ -15,7 +15,7 @@ class SmsAddTest : public SmsStoreTest {};
 
 TEST_F(SmsAddTest, AddingCreatesAMissingFile) {
   capi_sms_record record = to_record({.id = 77, .text = "first", .status = 3});
-  EXPECT_EQ(capi_voip_sms_add(0, &record), 0);
+  EXPECT_EQ(capi_voip_sms_add(CAPI_SMS_RECEIVED, &record), 0);
   EXPECT_EQ(record.id, 1u);
   const std::string file = read_file(kReceived);
   EXPECT_EQ(file, sms_file({{.id = 1, .text = "first", .status = 3}},
@@ -23,7 +23,7 @@ TEST_F(SmsAddTest, AddingCreatesAMissingFile) {
   EXPECT_EQ(logged(),
             lines({kNoStat,
                    kCreated,
-                   {6, kAdd, "add short message successfully, smCount 1, size 173, id 1"}}));
+                   {kLogInfo, kAdd, "add short message successfully, smCount 1, size 173, id 1"}}));
 }
 
 TEST_F(SmsAddTest, AddingFailsWhereAMissingFileCannotBeCreated) {
@@ -31,8 +31,9 @@ TEST_F(SmsAddTest, AddingFailsWhereAMissingFileCannotBeCreated) {
   EXPECT_EQ(add_one(), -1);
   EXPECT_EQ(logged(),
             lines({kNoStat,
-                   {4, kCreate, "fopen /tmp/sm_recv failed, reason 2: No such file or directory"},
-                   {4, kAdd, "_vkr_voip_sms_create_file /tmp/sm_recv failed"}}));
+                   {kLogWarning, kCreate,
+                    "fopen /tmp/sm_recv failed, reason 2: No such file or directory"},
+                   {kLogWarning, kAdd, "_vkr_voip_sms_create_file /tmp/sm_recv failed"}}));
 }
 
 TEST_F(SmsAddTest, AddingAppendsAndKeepsTheRest) {
@@ -46,17 +47,18 @@ TEST_F(SmsAddTest, AddingAppendsAndKeepsTheRest) {
 }
 
 TEST_F(SmsAddTest, TheTwoFilesCountForThemselves) {
-  EXPECT_EQ(ids_in(add(0, {{}, {}})), (std::vector<uint64_t>{1, 2}));
-  EXPECT_EQ(ids_in(add(1, {{}})), (std::vector<uint64_t>{1}));
+  EXPECT_EQ(ids_in(add(CAPI_SMS_RECEIVED, {{}, {}})), (std::vector<uint64_t>{1, 2}));
+  EXPECT_EQ(ids_in(add(CAPI_SMS_SENT, {{}})), (std::vector<uint64_t>{1}));
   EXPECT_EQ(ids_in(read_file(kReceived)), (std::vector<uint64_t>{1, 2}));
 }
 
 TEST_F(SmsAddTest, The201stMessageDropsTheOldest) {
   put(sms_file(std::vector<Message>(200)));
   EXPECT_EQ(add_one(), 0);
-  EXPECT_EQ(logged(),
-            lines({{4, kAdd, "delete old short message"},
-                   {6, kAdd, "add short message successfully, smCount 200, size 23456, id 201"}}));
+  EXPECT_EQ(
+      logged(),
+      lines({{kLogWarning, kAdd, "delete old short message"},
+             {kLogInfo, kAdd, "add short message successfully, smCount 200, size 23456, id 201"}}));
   const std::vector<uint64_t> ids = ids_in(read_file(kReceived));
   EXPECT_EQ(ids.size(), 200u);
   EXPECT_EQ(ids.front(), 2u);
@@ -67,9 +69,10 @@ TEST_F(SmsAddTest, AFullFileDropsAsManyOfTheOldestAsNeeded) {
   put(sms_file(std::vector<Message>(100, {.text = std::string(600, 'x')})));
   EXPECT_EQ(add_one({.text = std::string(39102, 'y')}), 0);
   // 712 bytes a message: 59 of them stay beside the new one of 39214.
-  EXPECT_EQ(captured_log(4).size(), 41u);
-  EXPECT_EQ(logged().back(),
-            (LogLine{6, kAdd, "add short message successfully, smCount 60, size 81278, id 101"}));
+  EXPECT_EQ(captured_log(kLogWarning).size(), 41u);
+  EXPECT_EQ(
+      logged().back(),
+      (LogLine{kLogInfo, kAdd, "add short message successfully, smCount 60, size 81278, id 101"}));
   const std::vector<uint64_t> ids = ids_in(read_file(kReceived));
   EXPECT_EQ(ids.front(), 42u);
   EXPECT_EQ(ids.back(), 101u);
@@ -94,8 +97,8 @@ TEST_F(SmsAddTest, AFileTooLargeForTheWorkBufferIsLeftAlone) {
   const std::string file = sms_file({{.text = std::string(121119 - 168, 'a')}});
   put(file);
   EXPECT_EQ(add_one(), -1);
-  EXPECT_EQ(logged(),
-            lines({{4, kRequest, "too large memory: 160333"}, {4, kAdd, "calloc 160333 failed!"}}));
+  EXPECT_EQ(logged(), lines({{kLogWarning, kRequest, "too large memory: 160333"},
+                             {kLogWarning, kAdd, "calloc 160333 failed!"}}));
   EXPECT_EQ(read_file(kReceived), file);
 }
 
@@ -116,7 +119,8 @@ TEST_F(SmsAddTest, AddingToAFileThatDoesNotOpenEmptiesIt) {
   put(sms_file({{}}));
   fail_call(Call::Fopen, 1, EIO);
   EXPECT_EQ(add_one(), -1);
-  EXPECT_EQ(logged(), lines({{4, kRead, "fopen failed, reason 5: Input/output error"}, kCreated}));
+  EXPECT_EQ(logged(),
+            lines({{kLogWarning, kRead, "fopen failed, reason 5: Input/output error"}, kCreated}));
   expect_empty_file();
   EXPECT_FALSE(exists(kErr));
 }
@@ -125,14 +129,14 @@ TEST_F(SmsAddTest, AddingToAFileThatCannotBeReadLeavesIt) {
   put(sms_file({{}}));
   fail_call(Call::Fread, 1, EIO);
   EXPECT_EQ(add_one(), -1);
-  EXPECT_EQ(logged(), lines({{4, kRead, "fread failed, reason 5: Input/output error"}}));
+  EXPECT_EQ(logged(), lines({{kLogWarning, kRead, "fread failed, reason 5: Input/output error"}}));
   EXPECT_EQ(read_file(kReceived), sms_file({{}}));
 }
 
 TEST_F(SmsAddTest, AddingToADirectoryFails) {
   std::filesystem::create_directory(kReceived);
   EXPECT_EQ(add_one(), -1);
-  EXPECT_EQ(logged(), lines({{4, kRead, "fread failed, reason 21: Is a directory"}}));
+  EXPECT_EQ(logged(), lines({{kLogWarning, kRead, "fread failed, reason 21: Is a directory"}}));
 }
 
 TEST_F(SmsAddTest, AddingToASocketFails) {
@@ -140,10 +144,10 @@ TEST_F(SmsAddTest, AddingToASocketFails) {
   sockaddr_un address{.sun_family = AF_UNIX, .sun_path = "/tmp/sm_recv"};
   ASSERT_EQ(bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address), 0);
   EXPECT_EQ(add_one(), -1);
-  EXPECT_EQ(
-      logged(),
-      lines({{4, kRead, "fopen failed, reason 6: No such device or address"},
-             {4, kCreate, "fopen /tmp/sm_recv failed, reason 6: No such device or address"}}));
+  EXPECT_EQ(logged(),
+            lines({{kLogWarning, kRead, "fopen failed, reason 6: No such device or address"},
+                   {kLogWarning, kCreate,
+                    "fopen /tmp/sm_recv failed, reason 6: No such device or address"}}));
   close(fd);
 }
 
@@ -152,7 +156,7 @@ TEST_F(SmsAddTest, AFailedWriteOfAnAddLosesTheMessages) {
     put(sms_file({{}, {}}));
     fail_call(call, 1);
     capi_sms_record record = to_record({});
-    EXPECT_EQ(capi_voip_sms_add(0, &record), -1);
+    EXPECT_EQ(capi_voip_sms_add(CAPI_SMS_RECEIVED, &record), -1);
     expect_empty_file();
     EXPECT_EQ(new_signals().back(), update_signal("1", "0"));
   }
@@ -162,7 +166,7 @@ TEST_F(SmsAddTest, AFailedCloseAfterAnAddLosesNothing) {
   put(sms_file({{}, {}}));
   fail_call(Call::Fclose, 2);  // the first one closes what was read
   capi_sms_record record = to_record({});
-  EXPECT_EQ(capi_voip_sms_add(0, &record), 0);
+  EXPECT_EQ(capi_voip_sms_add(CAPI_SMS_RECEIVED, &record), 0);
   EXPECT_EQ(ids_in(read_file(kReceived)), (std::vector<uint64_t>{1, 2, 3}));
   EXPECT_EQ(new_signals().back(), update_signal("1", "3"));
 }
@@ -171,16 +175,16 @@ TEST_F(SmsAddTest, AMessageLargerThanARecordIsRefused) {
   put(sms_file({{}}));
   capi_sms_record record = to_record({});
   record.TextSize = 39103;
-  EXPECT_EQ(capi_voip_sms_add(0, &record), -1);
+  EXPECT_EQ(capi_voip_sms_add(CAPI_SMS_RECEIVED, &record), -1);
   record.TextSize = 0xFFFFFFFF;
-  EXPECT_EQ(capi_voip_sms_add(0, &record), -1);
+  EXPECT_EQ(capi_voip_sms_add(CAPI_SMS_RECEIVED, &record), -1);
   EXPECT_EQ(logged(), lines({}));
   EXPECT_EQ(read_file(kReceived), sms_file({{}}));
 }
 
 TEST_F(SmsAddTest, TextLenAndTextSizeNeedNotAgree) {
   capi_sms_record record = to_record({.text = "abc", .text_len = 40000});
-  EXPECT_EQ(capi_voip_sms_add(0, &record), 0);
+  EXPECT_EQ(capi_voip_sms_add(CAPI_SMS_RECEIVED, &record), 0);
   EXPECT_EQ(messages_in(read_file(kReceived)),
             (std::vector<Message>{{.id = 1, .text = "abc", .text_len = 40000}}));
 }
@@ -190,7 +194,7 @@ TEST_F(SmsAddTest, FieldsWithoutATerminatorAreStoredAsTheyAre) {
                         .imsi = std::string(16, '1'),
                         .local = std::string(24, '2'),
                         .remote = std::string(24, '3')};
-  EXPECT_EQ(messages_in(add(0, {message})), std::vector<Message>{message});
+  EXPECT_EQ(messages_in(add(CAPI_SMS_RECEIVED, {message})), std::vector<Message>{message});
 }
 
 }  // namespace

@@ -19,20 +19,20 @@ TEST_F(SmsChangeTest, UpdatingChangesThreeFieldsOfOneMessage) {
                                             .begin_time = 1,
                                             .last_time = 99,
                                             .imsi = "x"});
-  EXPECT_EQ(capi_voip_sms_update(0, &change), 0);
+  EXPECT_EQ(capi_voip_sms_update(CAPI_SMS_RECEIVED, &change), 0);
   EXPECT_EQ(read_file(kReceived), sms_file({{}, {.status = 8, .is_read = 1, .last_time = 99}, {}},
                                            {.identity = 5, .imsi0 = "a", .imsi1 = "b"}));
-  EXPECT_EQ(captured_log().front(), (LogLine{7, kUpdate, "update short message(id=2)"}));
+  EXPECT_EQ(captured_log().front(), (LogLine{kLogDebug, kUpdate, "update short message(id=2)"}));
   EXPECT_EQ(logged(), lines({}));
   EXPECT_EQ(count_calls(Call::Sync), 1);
 }
 
 TEST_F(SmsChangeTest, UpdatingAnUnknownIdWritesNothingAndStillTells) {
-  const std::string file = add(0, {{}, {}});
+  const std::string file = add(CAPI_SMS_RECEIVED, {{}, {}});
   fail_call(Call::Fwrite, 1);
   EXPECT_EQ(update(3), -1);
   EXPECT_EQ(count_calls(Call::Fwrite), 0);
-  EXPECT_EQ(logged(), lines({{4, kUpdate, "not find the short message(id=3)"}}));
+  EXPECT_EQ(logged(), lines({{kLogWarning, kUpdate, "not find the short message(id=3)"}}));
   EXPECT_EQ(read_file(kReceived), file);
   EXPECT_EQ(new_signals(), std::vector<std::string>{update_signal("3", "3")});
 }
@@ -56,23 +56,23 @@ TEST_F(SmsChangeTest, AFailedWriteOfAnUpdateLosesTheMessages) {
 
 TEST_F(SmsChangeTest, DeletingRemovesOneMessage) {
   put(sms_file({{}, {}, {}}, {.identity = 5, .imsi0 = "a", .imsi1 = "b"}));
-  EXPECT_EQ(capi_voip_sms_del_by_id(0, 2), 0);
+  EXPECT_EQ(capi_voip_sms_del_by_id(CAPI_SMS_RECEIVED, 2), 0);
   EXPECT_EQ(read_file(kReceived),
             sms_file({{.id = 1}, {.id = 3}}, {.identity = 5, .imsi0 = "a", .imsi1 = "b"}));
-  EXPECT_EQ(captured_log().front(), (LogLine{7, kDelete, "del short message(id=2)"}));
+  EXPECT_EQ(captured_log().front(), (LogLine{kLogDebug, kDelete, "del short message(id=2)"}));
   EXPECT_EQ(logged(), lines({}));
 }
 
 TEST_F(SmsChangeTest, AnIdIsNotUsedAgainAfterDeletion) {
-  add(0, {{}, {}});
-  EXPECT_EQ(capi_voip_sms_del_by_id(0, 2), 0);
-  EXPECT_EQ(ids_in(add(0, {{}})), (std::vector<uint64_t>{1, 3}));
+  add(CAPI_SMS_RECEIVED, {{}, {}});
+  EXPECT_EQ(capi_voip_sms_del_by_id(CAPI_SMS_RECEIVED, 2), 0);
+  EXPECT_EQ(ids_in(add(CAPI_SMS_RECEIVED, {{}})), (std::vector<uint64_t>{1, 3}));
 }
 
 TEST_F(SmsChangeTest, DeletingAnUnknownIdChangesNothing) {
-  const std::string file = add(0, {{}, {}});
-  EXPECT_EQ(capi_voip_sms_del_by_id(0, 3), -1);
-  EXPECT_EQ(logged(), lines({{4, kDelete, "not find the short message(id=3)"}}));
+  const std::string file = add(CAPI_SMS_RECEIVED, {{}, {}});
+  EXPECT_EQ(capi_voip_sms_del_by_id(CAPI_SMS_RECEIVED, 3), -1);
+  EXPECT_EQ(logged(), lines({{kLogWarning, kDelete, "not find the short message(id=3)"}}));
   EXPECT_EQ(read_file(kReceived), file);
   EXPECT_EQ(new_signals(), std::vector<std::string>{update_signal("2", "3")});
 }
@@ -88,21 +88,23 @@ TEST_F(SmsChangeTest, AFailedWriteOfADeletionLosesTheMessages) {
   for (const auto& [call, nth, words] : cases) {
     put(sms_file({{}, {}}));
     fail_call(call, nth, ENOSPC);
-    EXPECT_EQ(capi_voip_sms_del_by_id(0, 1), -1);
-    EXPECT_EQ(logged(), lines({{4, "_vkr_voip_sms_write_file", words}, kCreated}));
+    EXPECT_EQ(capi_voip_sms_del_by_id(CAPI_SMS_RECEIVED, 1), -1);
+    EXPECT_EQ(logged(), lines({{kLogWarning, "_vkr_voip_sms_write_file", words}, kCreated}));
     expect_empty_file();
   }
 }
 
 TEST_F(SmsChangeTest, ChangingAMissingFileCreatesIt) {
   EXPECT_EQ(update(1), -1);
-  EXPECT_EQ(logged(), lines({kNoStat, kCreated, {4, kUpdate, "not find the short message(id=1)"}}));
+  EXPECT_EQ(logged(),
+            lines({kNoStat, kCreated, {kLogWarning, kUpdate, "not find the short message(id=1)"}}));
   expect_empty_file();
 
   std::filesystem::remove(kReceived);
   clear_log();
-  EXPECT_EQ(capi_voip_sms_del_by_id(0, 1), -1);
-  EXPECT_EQ(logged(), lines({kNoStat, kCreated, {4, kDelete, "not find the short message(id=1)"}}));
+  EXPECT_EQ(capi_voip_sms_del_by_id(CAPI_SMS_RECEIVED, 1), -1);
+  EXPECT_EQ(logged(),
+            lines({kNoStat, kCreated, {kLogWarning, kDelete, "not find the short message(id=1)"}}));
   expect_empty_file();
 }
 
@@ -135,18 +137,18 @@ TEST_F(SmsChangeTest, ChangingAFileThatCannotBeReadLeavesIt) {
 }
 
 TEST_F(SmsChangeTest, CleaningStartsANewFileWithIdOne) {
-  const std::string before = add(0, {{}, {}});
-  EXPECT_EQ(capi_voip_sms_clean(0), 0);
+  const std::string before = add(CAPI_SMS_RECEIVED, {{}, {}});
+  EXPECT_EQ(capi_voip_sms_clean(CAPI_SMS_RECEIVED), 0);
   EXPECT_EQ(logged(), lines({kCreated}));
   expect_empty_file();
-  const std::string after = add(0, {{}});
+  const std::string after = add(CAPI_SMS_RECEIVED, {{}});
   EXPECT_EQ(ids_in(after), std::vector<uint64_t>{1});
   EXPECT_NE(identity_in(after), identity_in(before));
 }
 
 TEST_F(SmsChangeTest, CleaningFailsWhereTheFileCannotBeMade) {
   std::filesystem::create_directory(kReceived);
-  EXPECT_EQ(capi_voip_sms_clean(0), -1);
+  EXPECT_EQ(capi_voip_sms_clean(CAPI_SMS_RECEIVED), -1);
   EXPECT_EQ(logged(), lines({kNoCreate}));
   EXPECT_EQ(new_signals(), std::vector<std::string>{update_signal("4", "0")});
 }

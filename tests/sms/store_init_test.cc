@@ -14,7 +14,8 @@ class SmsInitTest : public SmsStoreTest {};
 
 TEST_F(SmsInitTest, InitialisingCreatesBothFiles) {
   EXPECT_EQ(capi_voip_sms_init(), 0);
-  EXPECT_EQ(logged(), lines({kCreated, {6, kCreate, " create file /tmp/sm_send successfully!"}}));
+  EXPECT_EQ(logged(),
+            lines({kCreated, {kLogInfo, kCreate, " create file /tmp/sm_send successfully!"}}));
   expect_empty_file(kReceived);
   expect_empty_file(kSent);
 }
@@ -25,8 +26,8 @@ TEST_F(SmsInitTest, InitialisingKeepsSoundFiles) {
   put(received);
   put(sent, kSent);
   EXPECT_EQ(capi_voip_sms_init(), 0);
-  EXPECT_EQ(logged(),
-            lines({{6, kVerify, "version 1 smCount 2"}, {6, kVerify, "version 1 smCount 1"}}));
+  EXPECT_EQ(logged(), lines({{kLogInfo, kVerify, "version 1 smCount 2"},
+                             {kLogInfo, kVerify, "version 1 smCount 1"}}));
   EXPECT_EQ(read_file(kReceived), received);
   EXPECT_EQ(read_file(kSent), sent);
   EXPECT_FALSE(exists(kErr));
@@ -52,11 +53,12 @@ TEST_F(SmsInitTest, InitialisingSetsADamagedFileAside) {
     put(sms_file({}), kSent);
     put(content);
     EXPECT_EQ(capi_voip_sms_init(), 0);
-    EXPECT_EQ(logged(), lines({{6, kVerify, numbers},
-                               {4, kVerify, words},
-                               {4, kInit, "_vkr_voip_verify_sms_file /tmp/sm_recv failed!"},
-                               kCreated,
-                               {6, kVerify, "version 1 smCount 0"}}));
+    EXPECT_EQ(logged(),
+              lines({{kLogInfo, kVerify, numbers},
+                     {kLogWarning, kVerify, words},
+                     {kLogWarning, kInit, "_vkr_voip_verify_sms_file /tmp/sm_recv failed!"},
+                     kCreated,
+                     {kLogInfo, kVerify, "version 1 smCount 0"}}));
     expect_set_aside(content);
   }
 }
@@ -74,10 +76,10 @@ TEST_F(SmsInitTest, InitialisingRejectsALargerFileUnread) {
   fail_call(Call::Fread, 2);  // the one of the other file is the first
   EXPECT_EQ(capi_voip_sms_init(), 0);
   EXPECT_EQ(count_calls(Call::Fread), 1);
-  EXPECT_EQ(logged(), lines({{4, kVerify, "file is too large: 81921"},
-                             {4, kInit, "_vkr_voip_verify_sms_file /tmp/sm_recv failed!"},
+  EXPECT_EQ(logged(), lines({{kLogWarning, kVerify, "file is too large: 81921"},
+                             {kLogWarning, kInit, "_vkr_voip_verify_sms_file /tmp/sm_recv failed!"},
                              kCreated,
-                             {6, kVerify, "version 1 smCount 0"}}));
+                             {kLogInfo, kVerify, "version 1 smCount 0"}}));
   expect_set_aside(largest + "x");
 }
 
@@ -92,7 +94,8 @@ TEST_F(SmsInitTest, AFileOfAnySizeIsToldWithItsSize) {
     ASSERT_EQ(ftruncate64(fd, size), 0);
     close(fd);
     EXPECT_EQ(capi_voip_sms_init(), 0);
-    EXPECT_EQ(logged().at(0), (LogLine{4, kVerify, std::string("file is too large: ") + shown}));
+    EXPECT_EQ(logged().at(0),
+              (LogLine{kLogWarning, kVerify, std::string("file is too large: ") + shown}));
     expect_empty_file();
   }
 }
@@ -109,10 +112,11 @@ TEST_F(SmsInitTest, InitialisingReplacesAFileThatCannotBeExamined) {
     put(sms_file({{}}));
     fail_call(call, 1);
     EXPECT_EQ(capi_voip_sms_init(), 0);
-    EXPECT_EQ(logged(), lines({{4, kRead, words},
-                               {4, kInit, "_vkr_voip_verify_sms_file /tmp/sm_recv failed!"},
-                               kCreated,
-                               {6, kVerify, "version 1 smCount 0"}}));
+    EXPECT_EQ(logged(),
+              lines({{kLogWarning, kRead, words},
+                     {kLogWarning, kInit, "_vkr_voip_verify_sms_file /tmp/sm_recv failed!"},
+                     kCreated,
+                     {kLogInfo, kVerify, "version 1 smCount 0"}}));
     EXPECT_EQ(exists("/tmp/sm_recv.err"), is_set_aside);
   }
   expect_set_aside(sms_file({{}}));
@@ -124,11 +128,13 @@ TEST_F(SmsInitTest, InitialisingFailsWhereAFileCannotBeReplaced) {
   EXPECT_EQ(capi_voip_sms_init(), -1);
   const std::vector<LogLine> log = logged();
   ASSERT_GE(log.size(), 5u);
-  EXPECT_EQ(log[0], (LogLine{4, kRead, "fread failed, reason 21: Is a directory"}));
-  EXPECT_EQ(log[1], (LogLine{4, kInit, "_vkr_voip_verify_sms_file /tmp/sm_recv failed!"}));
+  EXPECT_EQ(log[0], (LogLine{kLogWarning, kRead, "fread failed, reason 21: Is a directory"}));
+  EXPECT_EQ(log[1],
+            (LogLine{kLogWarning, kInit, "_vkr_voip_verify_sms_file /tmp/sm_recv failed!"}));
   EXPECT_EQ(log[2], kNoCreate);
-  EXPECT_EQ(log[3], (LogLine{4, kInit, " _vkr_voip_create_sms_file failed!"}));
-  EXPECT_EQ(log[4], (LogLine{6, kVerify, "version 1 smCount 0"}));  // the other one is still done
+  EXPECT_EQ(log[3], (LogLine{kLogWarning, kInit, " _vkr_voip_create_sms_file failed!"}));
+  EXPECT_EQ(log[4],
+            (LogLine{kLogInfo, kVerify, "version 1 smCount 0"}));  // the other one is still done
 }
 
 TEST_F(SmsInitTest, InitialisingFailsWhereAFileCannotBeCreated) {
@@ -137,7 +143,7 @@ TEST_F(SmsInitTest, InitialisingFailsWhereAFileCannotBeCreated) {
   EXPECT_EQ(capi_voip_sms_init(), -1);
   const std::vector<LogLine> log = logged();
   ASSERT_GE(log.size(), 2u);
-  EXPECT_EQ(log[1], (LogLine{4, kInit, "_vkr_voip_sms_create_file /tmp/sm_recv failed"}));
+  EXPECT_EQ(log[1], (LogLine{kLogWarning, kInit, "_vkr_voip_sms_create_file /tmp/sm_recv failed"}));
 }
 
 TEST_F(SmsInitTest, InitialisingWithoutMemoryLeavesTheFileAlone) {
@@ -145,9 +151,9 @@ TEST_F(SmsInitTest, InitialisingWithoutMemoryLeavesTheFileAlone) {
   put(sms_file({{}}), kSent);
   fail_call(Call::Malloc, 1, ENOMEM);
   EXPECT_EQ(capi_voip_sms_init(), -1);
-  EXPECT_EQ(logged(), lines({{4, kRequest, "calloc failed!"},
-                             {4, kVerify, "calloc 173 failed!"},
-                             {6, kVerify, "version 1 smCount 1"}}));
+  EXPECT_EQ(logged(), lines({{kLogWarning, kRequest, "calloc failed!"},
+                             {kLogWarning, kVerify, "calloc 173 failed!"},
+                             {kLogInfo, kVerify, "version 1 smCount 1"}}));
   EXPECT_EQ(read_file(kReceived), sms_file({{}}));
 }
 

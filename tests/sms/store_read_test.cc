@@ -17,7 +17,7 @@ TEST_F(SmsReadTest, GettingCopiesTheMessage) {
   const std::string file = sms_file({{}, message, {}});
   put(file);
   capi_sms_record record = to_record({.text = std::string(20, 'x')});
-  EXPECT_EQ(capi_voip_sms_get(0, 2, &record), 0);
+  EXPECT_EQ(capi_voip_sms_get(CAPI_SMS_RECEIVED, 2, &record), 0);
   EXPECT_EQ(from_record(record), message);
   EXPECT_EQ(record.Text[6], 'x');  // behind the message nothing is written
   EXPECT_EQ(logged(), lines({}));
@@ -29,7 +29,7 @@ TEST_F(SmsReadTest, GettingAnUnknownIdLeavesTheRecord) {
   put(sms_file({{}, {}}));
   const Message before{.id = 3, .text = "mine"};
   capi_sms_record record = to_record(before);
-  EXPECT_EQ(capi_voip_sms_get(0, 3, &record), -1);
+  EXPECT_EQ(capi_voip_sms_get(CAPI_SMS_RECEIVED, 3, &record), -1);
   EXPECT_EQ(from_record(record), before);
   EXPECT_EQ(logged(), lines({}));
 }
@@ -37,7 +37,7 @@ TEST_F(SmsReadTest, GettingAnUnknownIdLeavesTheRecord) {
 TEST_F(SmsReadTest, OfTwoMessagesOfTheSameIdTheLaterOneIsLeftInTheRecord) {
   put(sms_file({{.id = 1, .text = "first one"}, {.id = 1, .text = "second"}}));
   capi_sms_record record{};
-  EXPECT_EQ(capi_voip_sms_get(0, 1, &record), 0);
+  EXPECT_EQ(capi_voip_sms_get(CAPI_SMS_RECEIVED, 1, &record), 0);
   EXPECT_EQ(from_record(record).text, "second");
 }
 
@@ -47,7 +47,7 @@ TEST_F(SmsReadTest, GettingAMessageLargerThanARecordIsCut) {
     capi_sms_record record;
     char behind[8];
   } caller{};
-  EXPECT_EQ(capi_voip_sms_get(0, 1, &caller.record), 0);
+  EXPECT_EQ(capi_voip_sms_get(CAPI_SMS_RECEIVED, 1, &caller.record), 0);
   EXPECT_EQ(caller.record.Text[39101], 'z');
   EXPECT_EQ(std::string(caller.behind, 8), std::string(8, '\0'));
 }
@@ -74,7 +74,7 @@ TEST_F(SmsReadTest, GettingAndCountingReplaceAFileThatCannotBeRead) {
       put(sms_file({{}}));
       fail_call(call, 1);
       EXPECT_EQ(operation(), -1);
-      EXPECT_EQ(logged(), lines({{4, kRead,
+      EXPECT_EQ(logged(), lines({{kLogWarning, kRead,
                                   std::string(call == Call::Fopen ? "fopen" : "fread") +
                                       " failed, reason 5: Input/output error"},
                                  kCreated}));
@@ -87,12 +87,12 @@ TEST_F(SmsReadTest, CountingWithoutAFormerStateFindsEverythingNew) {
   put(sms_file({{.id = 3}, {.id = 5}, {.id = 8}}));
   const capi_sms_counter previous{};
   capi_sms_counter state{};
-  EXPECT_EQ(capi_voip_sms_get_unread_sm_num(0, &previous, &state), 0);
+  EXPECT_EQ(capi_voip_sms_get_unread_sm_num(CAPI_SMS_RECEIVED, &previous, &state), 0);
   EXPECT_EQ(state.file_identity, 0x0123456789ABCDEFu);
   EXPECT_EQ(state.first_new_id, 3u);
   EXPECT_EQ(state.last_new_id, 8u);
   EXPECT_EQ(state.count, 3u);
-  EXPECT_EQ(logged(), lines({{4, kCount, "file 0 changed"}}));
+  EXPECT_EQ(logged(), lines({{kLogWarning, kCount, "file 0 changed"}}));
 }
 
 TEST_F(SmsReadTest, CountingGoesOnFromTheFormerState) {
@@ -100,7 +100,7 @@ TEST_F(SmsReadTest, CountingGoesOnFromTheFormerState) {
   const capi_sms_counter previous{
       .file_identity = 0x0123456789ABCDEF, .first_new_id = 1, .last_new_id = 5, .count = 9};
   capi_sms_counter state{};
-  EXPECT_EQ(capi_voip_sms_get_unread_sm_num(0, &previous, &state), 0);
+  EXPECT_EQ(capi_voip_sms_get_unread_sm_num(CAPI_SMS_RECEIVED, &previous, &state), 0);
   EXPECT_EQ(state.first_new_id, 8u);
   EXPECT_EQ(state.last_new_id, 8u);
   EXPECT_EQ(state.count, 1u);
@@ -112,7 +112,7 @@ TEST_F(SmsReadTest, CountingFindsNothingNewTwice) {
   const capi_sms_counter previous{
       .file_identity = 0x0123456789ABCDEF, .first_new_id = 3, .last_new_id = 3, .count = 1};
   capi_sms_counter state{.file_identity = 1, .first_new_id = 2, .last_new_id = 3, .count = 4};
-  EXPECT_EQ(capi_voip_sms_get_unread_sm_num(0, &previous, &state), 0);
+  EXPECT_EQ(capi_voip_sms_get_unread_sm_num(CAPI_SMS_RECEIVED, &previous, &state), 0);
   EXPECT_EQ(state.file_identity, 0x0123456789ABCDEFu);
   EXPECT_EQ(state.first_new_id, 0u);
   EXPECT_EQ(state.last_new_id, 0u);
@@ -120,23 +120,23 @@ TEST_F(SmsReadTest, CountingFindsNothingNewTwice) {
 }
 
 TEST_F(SmsReadTest, CountingTakesTheMessagesOfAnotherFileForNew) {
-  add(1, {{}, {}});
+  add(CAPI_SMS_SENT, {{}, {}});
   const capi_sms_counter previous{
       .file_identity = 77, .first_new_id = 1, .last_new_id = 100, .count = 100};
   capi_sms_counter state{};
-  EXPECT_EQ(capi_voip_sms_get_unread_sm_num(1, &previous, &state), 0);
+  EXPECT_EQ(capi_voip_sms_get_unread_sm_num(CAPI_SMS_SENT, &previous, &state), 0);
   EXPECT_EQ(state.count, 2u);
   EXPECT_EQ(state.first_new_id, 1u);
-  EXPECT_EQ(logged(), lines({{4, kCount, "file 1 changed"}}));
+  EXPECT_EQ(logged(), lines({{kLogWarning, kCount, "file 1 changed"}}));
 }
 
 TEST_F(SmsReadTest, TheFormerStateMayBeTheNewOne) {
   capi_sms_counter state{};
-  add(0, {{}, {}});
-  EXPECT_EQ(capi_voip_sms_get_unread_sm_num(0, &state, &state), 0);
+  add(CAPI_SMS_RECEIVED, {{}, {}});
+  EXPECT_EQ(capi_voip_sms_get_unread_sm_num(CAPI_SMS_RECEIVED, &state, &state), 0);
   EXPECT_EQ(state.count, 2u);
-  add(0, {{}});
-  EXPECT_EQ(capi_voip_sms_get_unread_sm_num(0, &state, &state), 0);
+  add(CAPI_SMS_RECEIVED, {{}});
+  EXPECT_EQ(capi_voip_sms_get_unread_sm_num(CAPI_SMS_RECEIVED, &state, &state), 0);
   EXPECT_EQ(state.count, 1u);
   EXPECT_EQ(state.first_new_id, 3u);
 }
@@ -144,7 +144,7 @@ TEST_F(SmsReadTest, TheFormerStateMayBeTheNewOne) {
 TEST_F(SmsReadTest, CountingInAMissingFileCreatesItAndFails) {
   capi_sms_counter state{.file_identity = 1, .first_new_id = 2, .last_new_id = 3, .count = 4};
   const capi_sms_counter previous{};
-  EXPECT_EQ(capi_voip_sms_get_unread_sm_num(0, &previous, &state), -1);
+  EXPECT_EQ(capi_voip_sms_get_unread_sm_num(CAPI_SMS_RECEIVED, &previous, &state), -1);
   EXPECT_EQ(logged(), lines({kNoStat, kCreated}));
   expect_empty_file();
   EXPECT_EQ(state.count, 0u);
@@ -155,7 +155,7 @@ TEST_F(SmsReadTest, LoadingGivesTheWholeFile) {
   const std::string file = sms_file({{}, {.text = std::string(50000, 'x')}});
   put(file);
   void* image = nullptr;
-  ASSERT_EQ(capi_voip_sms_load(0, &image), 0);
+  ASSERT_EQ(capi_voip_sms_load(CAPI_SMS_RECEIVED, &image), 0);
   EXPECT_EQ(std::string(static_cast<char*>(image), file.size()), file);
   EXPECT_EQ(logged(), lines({}));
   EXPECT_EQ(capi_voip_sms_unload(&image), 0);
@@ -182,7 +182,8 @@ TEST_F(SmsReadTest, LoadingAMissingFileCreatesIt) {
 TEST_F(SmsReadTest, LoadingFailsWhereAMissingFileCannotBeCreated) {
   std::filesystem::create_symlink("/tmp/missing/sm_recv", kReceived);
   EXPECT_EQ(load(), -1);
-  EXPECT_EQ(logged().back(), (LogLine{4, kLoad, "_vkr_voip_sms_create_file /tmp/sm_recv failed"}));
+  EXPECT_EQ(logged().back(),
+            (LogLine{kLogWarning, kLoad, "_vkr_voip_sms_create_file /tmp/sm_recv failed"}));
 }
 
 TEST_F(SmsReadTest, LoadingFailsWhenTheNewFileCannotBeExamined) {
@@ -197,9 +198,9 @@ TEST_F(SmsReadTest, LoadingEmptiesAFileThatCannotBeRead) {
     Call call;
     LogLine line;
   } cases[] = {
-      {Call::Malloc, {4, kLoad, "calloc 173 failed!"}},
-      {Call::Fopen, {4, kRead, "fopen failed, reason 5: Input/output error"}},
-      {Call::Fread, {4, kRead, "fread failed, reason 5: Input/output error"}},
+      {Call::Malloc, {kLogWarning, kLoad, "calloc 173 failed!"}},
+      {Call::Fopen, {kLogWarning, kRead, "fopen failed, reason 5: Input/output error"}},
+      {Call::Fread, {kLogWarning, kRead, "fread failed, reason 5: Input/output error"}},
   };
   for (const auto& [call, line] : cases) {
     put(sms_file({{}}));
@@ -223,12 +224,12 @@ TEST_F(SmsReadTest, LoadingReplacesAFileOfSeveralGigabytes) {
   ASSERT_EQ(truncate64(kReceived, int64_t{1} << 32), 0);
   if (sizeof(off_t) == 4) {
     EXPECT_EQ(load(), 0);  // such a file has no size there, and is made anew as if it were missing
-    EXPECT_EQ(logged().front(), (LogLine{4, kRead,
+    EXPECT_EQ(logged().front(), (LogLine{kLogWarning, kRead,
                                          "stat /tmp/sm_recv failed, reason 75: Value too large for "
                                          "defined data type"}));
   } else {
     EXPECT_EQ(load(), -1);
-    EXPECT_EQ(logged().front(), (LogLine{4, kLoad, "calloc 2147483647 failed!"}));
+    EXPECT_EQ(logged().front(), (LogLine{kLogWarning, kLoad, "calloc 2147483647 failed!"}));
   }
   expect_empty_file();
 }
@@ -250,7 +251,7 @@ TEST_F(SmsReadTest, AFileTooLargeForTheWorkBufferIsNotTouched) {
   for (const auto operation : {get_first, count, update_first, delete_first}) {
     clear_log();
     EXPECT_EQ(operation(), -1);
-    EXPECT_EQ(logged().front(), (LogLine{4, kRequest, "too large memory: 160333"}));
+    EXPECT_EQ(logged().front(), (LogLine{kLogWarning, kRequest, "too large memory: 160333"}));
     EXPECT_EQ(logged().at(1).text, "calloc 160333 failed!");
   }
   EXPECT_EQ(read_file(kReceived), file);

@@ -18,11 +18,12 @@ inline constexpr char kRead[] = "_vkr_voip_sms_read_file";
 inline constexpr char kVerify[] = "_vkr_voip_verify_sms_file";
 inline constexpr char kRequest[] = "_vkr_voip_sms_request_mem";
 
-inline const LogLine kCreated{6, kCreate, " create file /tmp/sm_recv successfully!"};
-inline const LogLine kNoStat{4, kRead,
+inline const LogLine kCreated{kLogInfo, kCreate, " create file /tmp/sm_recv successfully!"};
+inline const LogLine kNoStat{kLogWarning, kRead,
                              "stat /tmp/sm_recv failed, reason 2: No such file or directory"};
-inline const LogLine kNoCreate{4, kCreate, "fopen /tmp/sm_recv failed, reason 21: Is a directory"};
-inline const LogLine kInvalid{4, kVerify, "invalid sms file"};
+inline const LogLine kNoCreate{kLogWarning, kCreate,
+                               "fopen /tmp/sm_recv failed, reason 21: Is a directory"};
+inline const LogLine kInvalid{kLogWarning, kVerify, "invalid sms file"};
 
 inline const std::string kDamaged = header({.version = 2});
 
@@ -30,39 +31,39 @@ class SmsStoreTest : public SmsTest {
  protected:
   static int add_one(const Message& message = {}) {
     capi_sms_record record = to_record(message);
-    return capi_voip_sms_add(0, &record);
+    return capi_voip_sms_add(CAPI_SMS_RECEIVED, &record);
   }
 
   static int get(uint64_t id) {
     capi_sms_record record{};
-    return capi_voip_sms_get(0, id, &record);
+    return capi_voip_sms_get(CAPI_SMS_RECEIVED, id, &record);
   }
 
   static int update(uint64_t id) {
     const capi_sms_record record = to_record({.id = id, .status = 5});
-    return capi_voip_sms_update(0, &record);
+    return capi_voip_sms_update(CAPI_SMS_RECEIVED, &record);
   }
 
   static int count() {
     const capi_sms_counter previous{};
     capi_sms_counter state{};
-    return capi_voip_sms_get_unread_sm_num(0, &previous, &state);
+    return capi_voip_sms_get_unread_sm_num(CAPI_SMS_RECEIVED, &previous, &state);
   }
 
   static int update_first() { return update(1); }
-  static int delete_first() { return capi_voip_sms_del_by_id(0, 1); }
+  static int delete_first() { return capi_voip_sms_del_by_id(CAPI_SMS_RECEIVED, 1); }
   static int get_first() { return get(1); }
 
   static int load() {
     void* image = nullptr;
-    const int result = capi_voip_sms_load(0, &image);
+    const int result = capi_voip_sms_load(CAPI_SMS_RECEIVED, &image);
     EXPECT_EQ(image != nullptr, result == 0);
     capi_voip_sms_unload(&image);
     return result;
   }
 
   // The log, without the traces and the posting of signals.
-  static std::vector<LogLine> logged() { return captured_log(6); }
+  static std::vector<LogLine> logged() { return captured_log(kLogInfo); }
 
   static void expect_empty_file(const std::string& path = kReceived) {
     const std::string file = read_file(path);

@@ -90,15 +90,16 @@ TEST_F(SmsWalkTest, AnEmptyFileHasNoEnds) {
   EXPECT_EQ(capi_voip_sms_get_first(empty, &record_, 1), -1);
   EXPECT_EQ(record_.id, 0u);
   EXPECT_EQ(capi_voip_sms_get_last(empty, &record_, 0), -1);
-  EXPECT_EQ(captured_log(5), lines({{4, "capi_voip_sms_get_first", "no short mesage"},
-                                    {4, "capi_voip_sms_get_last", "no short mesage"}}));
+  EXPECT_EQ(captured_log(kLogNotice),
+            lines({{kLogWarning, "capi_voip_sms_get_first", "no short mesage"},
+                   {kLogWarning, "capi_voip_sms_get_last", "no short mesage"}}));
 }
 
 TEST_F(SmsWalkTest, AFileOfAnotherSimHasNoEndsButIsNotEmpty) {
   const Loaded image(sms_file({{.imsi = kOtherImsi}, {.imsi = kOtherImsi}}));
   EXPECT_EQ(capi_voip_sms_get_first(image, &record_, 0), -1);
   EXPECT_EQ(capi_voip_sms_get_last(image, &record_, 0), -1);
-  EXPECT_EQ(captured_log(5), lines({}));
+  EXPECT_EQ(captured_log(kLogNotice), lines({}));
   EXPECT_EQ(forwards(image, 1), (Ids{1, 2}));
 }
 
@@ -191,10 +192,10 @@ TEST_F(SmsWalkTest, AMissingArgumentClearsTheRecord) {
 }
 
 TEST_F(SmsWalkTest, AWalkKeepsToWhatWasLoaded) {
-  add(0, {{.text = "a"}, {.text = "b"}});
+  add(CAPI_SMS_RECEIVED, {{.text = "a"}, {.text = "b"}});
   void* image = nullptr;
-  ASSERT_EQ(capi_voip_sms_load(0, &image), 0);
-  EXPECT_EQ(capi_voip_sms_clean(0), 0);
+  ASSERT_EQ(capi_voip_sms_load(CAPI_SMS_RECEIVED, &image), 0);
+  EXPECT_EQ(capi_voip_sms_clean(CAPI_SMS_RECEIVED), 0);
   EXPECT_EQ(forwards(image, 1), (Ids{1, 2}));
   EXPECT_EQ(capi_voip_sms_unload(&image), 0);
 }
@@ -214,14 +215,15 @@ class SmsDumpTest : public SmsTest {
 
 TEST_F(SmsDumpTest, EveryMessageIsHandedOutInOrder) {
   const std::vector<Message> messages = messages_in(
-      add(0, {{.text = "first"}, {.text = std::string(39102, 'x')}, {.text = "", .imsi = "1"}}));
-  EXPECT_EQ(capi_voip_sms_dump(0, collect, &seen_), 0);
+      add(CAPI_SMS_RECEIVED,
+          {{.text = "first"}, {.text = std::string(39102, 'x')}, {.text = "", .imsi = "1"}}));
+  EXPECT_EQ(capi_voip_sms_dump(CAPI_SMS_RECEIVED, collect, &seen_), 0);
   EXPECT_EQ(seen_, messages);
   EXPECT_EQ(captured_log(), lines({}));
 }
 
 TEST_F(SmsDumpTest, AShortMessageDoesNotShowTheTextOfALongerOne) {
-  add(0, {{.text = "a longer text"}, {.text = "b"}});
+  add(CAPI_SMS_RECEIVED, {{.text = "a longer text"}, {.text = "b"}});
   EXPECT_EQ(capi_voip_sms_dump(
                 0,
                 [](const capi_sms_record* record, void*) {
@@ -234,59 +236,59 @@ TEST_F(SmsDumpTest, AShortMessageDoesNotShowTheTextOfALongerOne) {
 
 TEST_F(SmsDumpTest, AFullFileIsHandedOutWhole) {
   write_file(kReceived, sms_file(std::vector<Message>(200)));
-  EXPECT_EQ(capi_voip_sms_dump(0, collect, &seen_), 0);
+  EXPECT_EQ(capi_voip_sms_dump(CAPI_SMS_RECEIVED, collect, &seen_), 0);
   EXPECT_EQ(seen_.size(), 200u);
   EXPECT_EQ(seen_.back().id, 200u);
 }
 
 TEST_F(SmsDumpTest, MessagesThatCannotBeToldApartDoNotGoOnForEver) {
   write_file(kReceived, sms_file({{.id = 1}, {.id = 1, .text = "twin"}, {.id = 2}}));
-  EXPECT_EQ(capi_voip_sms_dump(0, collect, &seen_), 0);
+  EXPECT_EQ(capi_voip_sms_dump(CAPI_SMS_RECEIVED, collect, &seen_), 0);
   EXPECT_EQ(seen_.size(), 200u);
 }
 
 TEST_F(SmsDumpTest, AnEmptyFileHasNothingToHandOut) {
   EXPECT_EQ(capi_voip_sms_init(), 0);
   clear_log();
-  EXPECT_EQ(capi_voip_sms_dump(0, collect, &seen_), 0);
+  EXPECT_EQ(capi_voip_sms_dump(CAPI_SMS_RECEIVED, collect, &seen_), 0);
   EXPECT_TRUE(seen_.empty());
   EXPECT_EQ(captured_log(), lines({}));
 }
 
 TEST_F(SmsDumpTest, AFileThatCannotBeLoadedIsNotDumped) {
   write_file(kReceived, "damaged");
-  EXPECT_EQ(capi_voip_sms_dump(0, collect, &seen_), -1);
+  EXPECT_EQ(capi_voip_sms_dump(CAPI_SMS_RECEIVED, collect, &seen_), -1);
   EXPECT_EQ(capi_voip_sms_dump(2, collect, &seen_), -1);
   EXPECT_TRUE(seen_.empty());
 }
 
 TEST_F(SmsDumpTest, BothFilesAreDumpedReceivedFirst) {
-  add(1, {{.text = "sent"}});
-  add(0, {{.text = "received"}});
+  add(CAPI_SMS_SENT, {{.text = "sent"}});
+  add(CAPI_SMS_RECEIVED, {{.text = "received"}});
   EXPECT_EQ(capi_voip_sms_dump_all(collect, &seen_), 0);
   EXPECT_EQ(seen_,
             (std::vector<Message>{{.id = 1, .text = "received"}, {.id = 1, .text = "sent"}}));
 }
 
 TEST_F(SmsDumpTest, ADamagedFileDoesNotHideTheOther) {
-  add(1, {{.text = "sent"}});
+  add(CAPI_SMS_SENT, {{.text = "sent"}});
   write_file(kReceived, "damaged");
   EXPECT_EQ(capi_voip_sms_dump_all(collect, &seen_), 0);
   EXPECT_EQ(seen_.size(), 1u);
 }
 
 TEST_F(SmsDumpTest, WithoutACallbackNothingIsLoaded) {
-  EXPECT_EQ(capi_voip_sms_dump(0, nullptr, nullptr), -1);
+  EXPECT_EQ(capi_voip_sms_dump(CAPI_SMS_RECEIVED, nullptr, nullptr), -1);
   EXPECT_EQ(capi_voip_sms_dump_all(nullptr, nullptr), -1);
   EXPECT_FALSE(exists(kReceived));
 }
 
 TEST_F(SmsDumpTest, ACallbackMayUseTheStore) {
-  add(0, {{}, {}});
+  add(CAPI_SMS_RECEIVED, {{}, {}});
   EXPECT_EQ(capi_voip_sms_dump(
                 0,
                 [](const capi_sms_record* record, void*) {
-                  return capi_voip_sms_del_by_id(0, record->id);
+                  return capi_voip_sms_del_by_id(CAPI_SMS_RECEIVED, record->id);
                 },
                 nullptr),
             0);

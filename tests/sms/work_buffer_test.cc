@@ -35,14 +35,14 @@ TEST_F(SmsWorkBufferTest, TheMemoryIsZeroAtFirstAndKeptFromThenOn) {
 
 TEST_F(SmsWorkBufferTest, ALargerSizeIsRefused) {
   EXPECT_EQ(request_sms_memory(160333), nullptr);
-  EXPECT_EQ(captured_log(), lines({{4, kRequest, "too large memory: 160333"}}));
+  EXPECT_EQ(captured_log(), lines({{kLogWarning, kRequest, "too large memory: 160333"}}));
   EXPECT_NE(request_sms_memory(160332), nullptr);
 }
 
 TEST_F(SmsWorkBufferTest, ItIsHandedOutOnce) {
   const uint8_t* memory = request_sms_memory(1);
   EXPECT_EQ(request_sms_memory(1), nullptr);
-  EXPECT_EQ(captured_log(), lines({{4, kRequest, "mem[0] is in use"}}));
+  EXPECT_EQ(captured_log(), lines({{kLogWarning, kRequest, "mem[0] is in use"}}));
   release_sms_memory(memory);
   EXPECT_EQ(request_sms_memory(1), memory);
 }
@@ -50,20 +50,20 @@ TEST_F(SmsWorkBufferTest, ItIsHandedOutOnce) {
 TEST_F(SmsWorkBufferTest, WithoutMemoryTheNextRequestTriesAgain) {
   fail_call(Call::Malloc, 1, ENOMEM);
   EXPECT_EQ(request_sms_memory(1), nullptr);
-  EXPECT_EQ(captured_log(), lines({{4, kRequest, "calloc failed!"}}));
+  EXPECT_EQ(captured_log(), lines({{kLogWarning, kRequest, "calloc failed!"}}));
   EXPECT_NE(request_sms_memory(1), nullptr);
 }
 
 TEST_F(SmsWorkBufferTest, NothingCanBeReleasedBeforeTheFirstRequest) {
   release_sms_memory(nullptr);
-  EXPECT_EQ(captured_log(), lines({{4, kRelease, "mem is not initiated!"}}));
+  EXPECT_EQ(captured_log(), lines({{kLogWarning, kRelease, "mem is not initiated!"}}));
 }
 
 TEST_F(SmsWorkBufferTest, ItIsReleasedOnce) {
   const uint8_t* memory = request_sms_memory(1);
   release_sms_memory(memory);
   release_sms_memory(memory);
-  EXPECT_EQ(captured_log(), lines({{4, kRelease, "mem is already freed!"}}));
+  EXPECT_EQ(captured_log(), lines({{kLogWarning, kRelease, "mem is already freed!"}}));
 }
 
 TEST_F(SmsWorkBufferTest, AnotherAddressLeavesItInUse) {
@@ -72,7 +72,7 @@ TEST_F(SmsWorkBufferTest, AnotherAddressLeavesItInUse) {
   char text[64];
   snprintf(text, sizeof text, "wrong mem ptr: %p %p", static_cast<void*>(memory),
            static_cast<void*>(memory + 1));
-  EXPECT_EQ(captured_log(), lines({{4, kRelease, text}}));
+  EXPECT_EQ(captured_log(), lines({{kLogWarning, kRelease, text}}));
   EXPECT_EQ(request_sms_memory(1), nullptr);
 }
 
@@ -94,8 +94,8 @@ TEST_F(SmsWorkBufferTest, AScopeReleasesWhatItGot) {
     SmsWorkBuffer second;
     clear_log();
     EXPECT_EQ(second.request(100, "somebody"), nullptr);
-    EXPECT_EQ(captured_log(),
-              lines({{4, kRequest, "mem[0] is in use"}, {4, "somebody", "calloc 100 failed!"}}));
+    EXPECT_EQ(captured_log(), lines({{kLogWarning, kRequest, "mem[0] is in use"},
+                                     {kLogWarning, "somebody", "calloc 100 failed!"}}));
   }
   EXPECT_NE(request_sms_memory(1), nullptr);
 }
