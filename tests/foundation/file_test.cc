@@ -48,9 +48,9 @@ TEST(OpenFileTest, OnlyRegularFilesAreRead) {
       errno = 0;
       EXPECT_FALSE(open_file(path, mode)) << path;
       EXPECT_EQ(errno, ENOENT) << path;
-      EXPECT_EQ(
-          captured_log(),
-          (std::vector<LogLine>{{4, "open_file", std::string(path) + " is not a regular file"}}));
+      EXPECT_EQ(captured_log(),
+                (std::vector<LogLine>{
+                    {kLogWarning, "open_file", std::string(path) + " is not a regular file"}}));
     }
   }
   EXPECT_TRUE(is_odd_file(kPath));

@@ -36,7 +36,7 @@ void leave_unfinished(int at_lock) {
 }
 
 LogLine finishing_line(int locks) {
-  return {4, "capi_critical_section_lock_create",
+  return {kLogWarning, "capi_critical_section_lock_create",
           "CAPI critical section lock set was left unfinished, freed " + std::to_string(locks) +
               " locks"};
 }

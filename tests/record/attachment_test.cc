@@ -21,11 +21,11 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-const LogLine kReplaced{4, "__cfg_backend_init_shm",
+const LogLine kReplaced{kLogWarning, "__cfg_backend_init_shm",
                         "another segment has taken the place of ours, using that"};
 
 LogLine lost(const std::string& reason) {
-  return {4, "__cfg_backend_init_shm",
+  return {kLogWarning, "__cfg_backend_init_shm",
           "the segment is lost, reason = [" + reason + "], using the old one"};
 }
 
@@ -80,7 +80,7 @@ TEST_F(AttachmentTest, AClientGoesOnWithTheSegmentThatIsMadeAnew) {
   start_new_master();
   EXPECT_EQ(version_a_second_later(), "v2");
   EXPECT_EQ(version_a_second_later(), "v2");
-  EXPECT_THAT(captured_log(6), ElementsAre(kReplaced));
+  EXPECT_THAT(captured_log(kLogInfo), ElementsAre(kReplaced));
 }
 
 TEST_F(AttachmentTest, AClientGoesOnWithTheSegmentOfAReplacedTool) {
@@ -88,7 +88,7 @@ TEST_F(AttachmentTest, AClientGoesOnWithTheSegmentOfAReplacedTool) {
   EXPECT_EQ(version_a_second_later(), "v1");
   start_new_master();
   EXPECT_EQ(version_a_second_later(), "v2");
-  EXPECT_THAT(captured_log(6), ElementsAre(lost("No such file or directory"), kReplaced));
+  EXPECT_THAT(captured_log(kLogInfo), ElementsAre(lost("No such file or directory"), kReplaced));
 }
 
 TEST_F(AttachmentTest, WhatAClientSetsThenIsSeenByOthers) {
@@ -135,7 +135,7 @@ TEST_F(AttachmentTest, AChildOfAForkLooksForItself) {
   Process child([&] {
     replaced.await();
     EXPECT_EQ(version_a_second_later(), "v2");
-    EXPECT_THAT(captured_log(6), ElementsAre(kReplaced));
+    EXPECT_THAT(captured_log(kLogInfo), ElementsAre(kReplaced));
   });
   remove_segment();
   start_new_master();
@@ -156,7 +156,7 @@ TEST_F(AttachmentTest, ARemovedSegmentIsUsedUntilThereIsAnother) {
   remove_segment();
   for (int i = 0; i < 3; ++i) EXPECT_EQ(version_a_second_later(), "v1");
   EXPECT_EQ(find_segment(), -1);
-  EXPECT_THAT(captured_log(6), ElementsAre(lost("No such file or directory")));
+  EXPECT_THAT(captured_log(kLogInfo), ElementsAre(lost("No such file or directory")));
   start_new_master();
   EXPECT_EQ(version_a_second_later(), "v2");
 }
@@ -165,7 +165,7 @@ TEST_F(AttachmentTest, ASegmentOfAnotherSizeIsNotTaken) {
   remove_segment();
   ASSERT_NE(shmget(ftok(kToolPath, 250), 100, IPC_CREAT | 0666), -1);
   for (int i = 0; i < 2; ++i) EXPECT_EQ(version_a_second_later(), "v1");
-  EXPECT_THAT(captured_log(6), ElementsAre(lost("Invalid argument")));
+  EXPECT_THAT(captured_log(kLogInfo), ElementsAre(lost("Invalid argument")));
 }
 
 TEST_F(AttachmentTest, AnAttachThatFailsIsTriedAgain) {
@@ -175,7 +175,7 @@ TEST_F(AttachmentTest, AnAttachThatFailsIsTriedAgain) {
   EXPECT_EQ(version_a_second_later(), "v1");
   EXPECT_EQ(version_a_second_later(), "v1");
   EXPECT_EQ(version_a_second_later(), "v2");
-  EXPECT_THAT(captured_log(6), ElementsAre(lost("Cannot allocate memory"), kReplaced));
+  EXPECT_THAT(captured_log(kLogInfo), ElementsAre(lost("Cannot allocate memory"), kReplaced));
 }
 
 TEST_F(AttachmentTest, AToolThatIsMissingForAWhileChangesNothing) {
@@ -183,7 +183,7 @@ TEST_F(AttachmentTest, AToolThatIsMissingForAWhileChangesNothing) {
   EXPECT_EQ(version_a_second_later(), "v1");
   std::filesystem::rename("/usr/sbin/vsdk_cmd.hidden", kToolPath);
   EXPECT_EQ(version_a_second_later(), "v1");
-  EXPECT_THAT(captured_log(6), ElementsAre(lost("No such file or directory")));
+  EXPECT_THAT(captured_log(kLogInfo), ElementsAre(lost("No such file or directory")));
 }
 
 TEST_F(AttachmentTest, AProcessThatGoesToAnotherDirectoryKeepsItsSegment) {
@@ -196,11 +196,11 @@ TEST_F(AttachmentTest, AProcessThatGoesToAnotherDirectoryKeepsItsSegment) {
   ASSERT_NE(find_segment(), find_segment("/tmp/device/usr/sbin/vsdk_cmd"));
   let_a_second_pass();
   EXPECT_EQ(get_config("voice_switch", "option_voice_switch_mode"), "7");
-  EXPECT_THAT(captured_log(6), IsEmpty());
+  EXPECT_THAT(captured_log(kLogInfo), IsEmpty());
   // It still notices that it is replaced.
   remove_segment();
   version_a_second_later();
-  EXPECT_THAT(captured_log(6), ElementsAre(lost("No such file or directory")));
+  EXPECT_THAT(captured_log(kLogInfo), ElementsAre(lost("No such file or directory")));
 }
 
 time_t coarse_seconds() {
@@ -225,12 +225,12 @@ TEST_F(AttachmentTest, ItIsLookedAtAtMostOnceASecond) {
 
 TEST_F(AttachmentTest, AClientThatMakesTheSegmentSaysSo) {
   const std::vector<LogLine> made{
-      {4, "__cfg_backend_init_shm", "there was no segment, made an empty one"}};
+      {kLogWarning, "__cfg_backend_init_shm", "there was no segment, made an empty one"}};
   const auto start = [&](int is_master) {
     capi_uninit();
     clear_log();
     EXPECT_EQ(capi_init(&no_callbacks_, is_master, capture_log), 0);
-    return captured_log(6);
+    return captured_log(kLogInfo);
   };
   EXPECT_THAT(start(0), IsEmpty());
   remove_segment();

@@ -45,7 +45,7 @@ TEST_F(OddFilesTest, AMasterStartsWithoutItsInfoFiles) {
     make_fifo(path);
   }
   EXPECT_EQ(capi_init(&no_callbacks_, 1, capture_log), 0);
-  EXPECT_THAT(captured_log(4),
+  EXPECT_THAT(captured_log(kLogWarning),
               ElementsAre(odd("/tmp/info.simcard"), odd("/tmp/info.sys"), odd("/tmp/info.wan"),
                           odd("/tmp/m_data"), odd("/tmp/voice.cfg.default")));
   EXPECT_EQ(get_config("runtime_info", "option_runtime_info_fw_version"), "v1.0.0");
@@ -58,7 +58,7 @@ TEST_F(OddFilesTest, SettingsAreNotLoaded) {
   EXPECT_EQ(capi_init_settings_from_file("/tmp/test.settings"), -1);
   make_fifo("/tmp/lte_net_info.data");
   EXPECT_EQ(capi_config_finish(), 0);
-  EXPECT_THAT(captured_log(4),  // the data directory is "/tmp" too
+  EXPECT_THAT(captured_log(kLogWarning),  // the data directory is "/tmp" too
               ElementsAre(odd("/tmp/test.settings"), odd("/tmp/lte_net_info.data"),
                           odd("/tmp/lte_net_info.data")));
   std::filesystem::remove("/tmp/test.settings");
@@ -70,9 +70,9 @@ TEST_F(OddFilesTest, StoresAreNotRead) {
   make_fifo("/tmp/voip_call_log");
   capi_call_log_image image;
   EXPECT_EQ(capi_voip_read_call_log(&image), -1);
-  EXPECT_THAT(captured_log(4),
+  EXPECT_THAT(captured_log(kLogWarning),
               ElementsAre(odd("/tmp/voip_call_log"),
-                          LogLine{4, "_vkr_voip_read_call_log",
+                          LogLine{kLogWarning, "_vkr_voip_read_call_log",
                                   " can not read call log file /tmp/voip_call_log, error = No such "
                                   "file or directory !"}));
   EXPECT_EQ(lock_value(2), 1);
