@@ -118,7 +118,7 @@ inline constexpr auto kRows = make_text_table<kDrafts>();
 // The highest id that a row has.
 inline constexpr uint8_t kMaxId = [] {
   uint8_t max = 0;
-  for (const Draft& row : kDrafts) max = std::max(max, row.id);
+  for (const auto& row : kDrafts) max = std::max(max, row.id);
   return max;
 }();
 
