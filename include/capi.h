@@ -28,6 +28,11 @@
  *     file that it was writing may be cut: the stores notice that at the next access.
  * 10. Start. The master's capi_init() comes first on the device; every process calls capi_init()
  *     before anything else.
+ * 11. Commands. Some calls run a shell with a text of the caller's in its command line. Where it
+ *     stands without quotes, a text that the shell would interpret is refused with -1 and a log
+ *     line before a shell sees it: one with any of | & ; < > ( ) $ ` \ " ' * ? [ { or a line end
+ *     in it, or with # or ~ at the beginning of a word. Blanks part words. A text may begin with
+ *     "-" and be an option: that is the caller's to avoid.
  */
 #ifndef CAPI_H
 #define CAPI_H

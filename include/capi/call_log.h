@@ -186,8 +186,9 @@ int capi_voip_call_log_dump_all(capi_call_log_cb callback, void *user);
 
 /*
  * Copies the file by the shell's cp; "destination" goes to the shell as it is. Returns 0 when there
- * is a file, whatever became of the copy, else -1. Where sh is not bash, the copy may not be
- * complete yet. Posts nothing.
+ * is a file, whatever became of the copy, else -1; -1 and a log line for a path, here or there,
+ * that a shell would interpret (rule 11). Where sh is not bash, the copy may not be complete yet.
+ * Posts nothing.
  */
 int capi_voip_call_log_backup(const char *destination);
 

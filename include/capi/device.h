@@ -54,7 +54,9 @@ int capi_get_device_name(char *buf, int len);
 /*
  * Copy the address or the MAC of a network interface, asking ifconfig through the shell: the name
  * goes there as it is. The MAC is that of the WAN, whatever the name, when the shared record has
- * one. Return -1 when ifconfig does not tell; that is not logged.
+ * one. Return -1 when ifconfig does not tell; that is not logged. A name that cannot stand in the
+ * command is refused with -1 and a log line: for the address one with a single quote, a slash or a
+ * line end, for the MAC one that a shell would interpret (rule 11).
  */
 int capi_get_interface_ip(const char *ifname, char *buf, int len);
 int capi_get_interface_mac(const char *ifname, char *buf, int len);
@@ -77,7 +79,8 @@ int capi_get_runtime_3g_interface(char *buf, int len);
 /*
  * Counts the lines that ps shows for "name", which goes to the shell as it is, less two for the
  * counting itself: for a process that does not run that may be -1 or 0. Returns -1 when nothing can
- * be counted. Takes no lock.
+ * be counted, and with a log line for a name that a shell would interpret (rule 11). Takes no
+ * lock.
  */
 int capi_get_runtime_process_num(const char *name);
 

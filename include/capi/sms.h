@@ -179,13 +179,15 @@ int capi_voip_sms_dump_all(capi_sms_dump_cb callback, void *context);
 
 /*
  * Copies a file to "destination", a path that goes to the shell as it is. Returns 0 whatever comes
- * of the copying, and -1 when the destination is the file itself.
+ * of the copying, and -1 when the destination is the file itself, or for a path, here or there,
+ * that a shell would interpret (rule 11).
  */
 int capi_voip_sms_get_file(int selector, const char *destination);
 
 /*
  * Copies the received messages to "base_path" with ".recv" appended and the sent ones to that with
- * ".send"; a path above 255 characters is skipped. Returns 0 whatever comes of the copying.
+ * ".send"; a path above 255 characters is skipped. Returns 0 whatever comes of the copying, and -1
+ * for a path, here or there, that a shell would interpret (rule 11).
  */
 int capi_voip_sms_backup(const char *base_path);
 

@@ -226,6 +226,7 @@ int replace_call_log(const char* path, const capi_call_log_image& image, const W
 
 void set_call_log_aside(const char* path, unsigned bad_node) {
   constexpr char kFunc[] = "_vkr_voip_check_node_index";
+  if (refuse_unquoted(path, kFunc)) return;
   char command[2 * kPathSize + 64];
   if (!move_aside(path, command, sizeof command)) {
     CAPI_LOG_AS(kFunc, kLogNotice, "Failed to get system time\n");

@@ -8,6 +8,7 @@
 #include "capi/device.h"
 #include "capi/util.h"
 #include "foundation/log.h"
+#include "foundation/shell.h"
 #include "foundation/text.h"
 #include "record/segment_text.h"
 
@@ -31,6 +32,9 @@ int run_pipeline(const char (&format)[N], const char* parameter, char* buf, int 
   return get_linedata_from_pipe(command, 1, buf, len);
 }
 
+// Where an address ends a command of sed's may begin, and sed can run programs.
+bool may_stand_in_sed_address(const char* text) { return strpbrk(text, "'/\n") == nullptr; }
+
 int ask_for_wan_ip(char* buf, int len) {
   char ifname[16];
   if (capi_get_runtime_wan_interface(ifname, sizeof ifname) != 0) return -1;
@@ -51,6 +55,7 @@ int capi_get_interface_ip(const char* ifname, char* buf, int len) {
   memset(buf, 0, buffer_size(len));
   if (ifname == nullptr || ifname[0] == '\0') return -1;
   char line[64];
+  if (refuse_unless(may_stand_in_sed_address(ifname), ifname, __func__)) return -1;
   if (run_pipeline("ifconfig | sed -n '/%s/,$p' | sed -n '1,8p' | grep 'inet addr' | "
                    "awk '{print $2}'",
                    ifname, line, sizeof line) != 0) {
@@ -64,7 +69,7 @@ int capi_get_interface_ip(const char* ifname, char* buf, int len) {
 int capi_get_interface_mac(const char* ifname, char* buf, int len) {
   using namespace capi;
   if (get_segment_text(kWanMac, buf, len) == 0) return 0;
-  if (ifname == nullptr) return -1;
+  if (ifname == nullptr || refuse_unquoted(ifname, __func__)) return -1;
   return run_pipeline("ifconfig %s | grep \"HWaddr\" | awk '{ print $5 }'", ifname, buf, len);
 }
 
@@ -111,7 +116,7 @@ int capi_get_runtime_process_num(const char* name) {
   using namespace capi;
   constexpr int kCountersOwn = 2;  // grep and its shell
   char line[31];
-  if (name == nullptr) return -1;
+  if (name == nullptr || refuse_unquoted(name, __func__)) return -1;
   if (run_pipeline("ps | grep %s | wc -l", name, line, sizeof line) != 0) return -1;
   return parse_int32(line) - kCountersOwn;
 }

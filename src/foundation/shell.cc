@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "capi/util.h"
+#include "foundation/log.h"
 #include "foundation/memory.h"
 #include "foundation/text.h"
 
@@ -37,6 +38,26 @@ bool read_line(FILE* file, char* line, size_t size) {
 }
 
 }  // namespace
+
+bool capi::may_stand_unquoted(const char* text) {
+  // A shell with braces makes several words of one.
+  if (strpbrk(text, "|&;<>()$`\\\"'*?[{\n\r") != nullptr) return false;
+  // The rest would be a comment, or a home directory would take its place.
+  for (char before = ' '; *text != '\0'; before = *text++) {
+    if ((before == ' ' || before == '\t') && (*text == '#' || *text == '~')) return false;
+  }
+  return true;
+}
+
+bool capi::refuse_unless(bool may_stand, const char* text, const char* func) {
+  if (may_stand) return false;
+  CAPI_LOG_AS(func, kLogWarning, "not run, a shell would take this for more than text: %s\n", text);
+  return true;
+}
+
+bool capi::refuse_unquoted(const char* text, const char* func) {
+  return refuse_unless(may_stand_unquoted(text), text, func);
+}
 
 void capi::run_shell(const char* command) {
   if (system(command) == -1) return;  // a tool that cannot be run goes unnoticed

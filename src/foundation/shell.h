@@ -11,6 +11,7 @@
 #pragma once
 
 #include <cstdio>
+#include <cstring>
 #include <memory>
 
 namespace capi {
@@ -20,6 +21,16 @@ struct CommandEnder {
   void operator()(FILE* output) const { pclose(output); }
 };
 using CommandOutput = std::unique_ptr<FILE, CommandEnder>;
+
+// Whether a text arrives whole and does nothing else where a command line has it without quotes, or
+// between single ones. A blank may stand anywhere: without quotes it parts words, as callers know.
+bool may_stand_unquoted(const char* text);
+inline bool may_stand_in_single_quotes(const char* text) { return strchr(text, '\'') == nullptr; }
+
+// Logs a text that may not stand in its place in a command line. Returns true for it, so that its
+// caller goes no further.
+bool refuse_unless(bool may_stand, const char* text, const char* func);
+bool refuse_unquoted(const char* text, const char* func);
 
 // Runs a command; nobody looks at how it ended.
 void run_shell(const char* command);

@@ -52,22 +52,25 @@ int clean(int selector) {
   return create_sms_file(access.path(selector)) ? 0 : -1;
 }
 
-int copy_to(int selector, const char* destination, const char* func) {
-  if (is_sms_path(selector, destination)) {
-    CAPI_LOG_AS(func, kLogWarning, "should not be the same file\n");
-    return -1;
-  }
-  const SmsAccess access;
-  copy_sms_file(access.path(selector), destination);
-  return 0;
+bool refuse_same_file(int selector, const char* destination, const char* func) {
+  if (!is_sms_path(selector, destination)) return false;
+  CAPI_LOG_AS(func, kLogWarning, "should not be the same file\n");
+  return true;
 }
 
-void back_up(int selector, const char* base_path, const char* suffix) {
+int copy_to(int selector, const char* destination, const char* func) {
+  const SmsAccess access;
+  return copy_sms_file(access.path(selector), destination, func) ? 0 : -1;
+}
+
+int back_up(int selector, const char* base_path, const char* suffix) {
   char destination[kSmsPathSize];
   const int length = snprintf(destination, sizeof destination, "%s%s", base_path, suffix);
   // Cut, it would be the name of another file.
-  if (length < 0 || static_cast<size_t>(length) >= sizeof destination) return;
-  copy_to(selector, destination, "capi_voip_sms_backup");
+  if (length < 0 || static_cast<size_t>(length) >= sizeof destination) return 0;
+  constexpr char kFunc[] = "capi_voip_sms_backup";
+  if (refuse_same_file(selector, destination, kFunc)) return 0;
+  return copy_to(selector, destination, kFunc);
 }
 
 }  // namespace
@@ -143,12 +146,13 @@ int capi_voip_sms_unload(void** image) {
 
 int capi_voip_sms_get_file(int selector, const char* destination) {
   if (!is_sms_selector(selector) || destination == nullptr) return -1;
+  if (refuse_same_file(selector, destination, __func__)) return -1;
   return copy_to(selector, destination, __func__);
 }
 
 int capi_voip_sms_backup(const char* base_path) {
   if (base_path == nullptr) return -1;
-  back_up(CAPI_SMS_RECEIVED, base_path, ".recv");
-  back_up(CAPI_SMS_SENT, base_path, ".send");
-  return 0;
+  const int received = back_up(CAPI_SMS_RECEIVED, base_path, ".recv");
+  const int sent = back_up(CAPI_SMS_SENT, base_path, ".send");
+  return received | sent;
 }

@@ -65,12 +65,14 @@ bool write_content(const char* path, std::span<const uint8_t> bytes, const char*
 }
 
 // A command that does not fit names a path that cannot exist. Nothing is copied of a file that has
-// no path: cp would take what follows for it.
-void run_copy(const char* from, const char* to, const char* suffix) {
-  if (from[0] == '\0' || is_odd_file(from)) return;
+// no path: cp would take what follows for it. False when a path was refused.
+bool run_copy(const char* func, const char* from, const char* to, const char* suffix) {
+  if (from[0] == '\0' || is_odd_file(from)) return true;
+  if (refuse_unquoted(from, func) || refuse_unquoted(to, func)) return false;
   char command[kCommandSize];
   const int length = snprintf(command, sizeof command, "cp -f %s %s%s", from, to, suffix);
   if (length >= 0 && static_cast<size_t>(length) < sizeof command) run_shell(command);
+  return true;
 }
 
 }  // namespace
@@ -99,9 +101,11 @@ bool create_missing_sms_file(const char* path, const char* func) {
   return false;
 }
 
-void set_sms_file_aside(const char* path) { run_copy(path, path, ".err"); }
+void set_sms_file_aside(const char* path) { run_copy(kVerifyFunc, path, path, ".err"); }
 
-void copy_sms_file(const char* path, const char* destination) { run_copy(path, destination, ""); }
+bool copy_sms_file(const char* path, const char* destination, const char* func) {
+  return run_copy(func, path, destination, "");
+}
 
 bool get_sms_file_size(const char* path, uint64_t& size) {
   struct stat status {};

@@ -26,8 +26,9 @@ bool create_missing_sms_file(const char* path, const char* func) CAPI_REQUIRES(k
 // Keeps a copy of a file under its name with ".err" appended.
 void set_sms_file_aside(const char* path) CAPI_REQUIRES(kVoiceSmsLock);
 
-// Runs "cp" for a file.
-void copy_sms_file(const char* path, const char* destination) CAPI_REQUIRES(kVoiceSmsLock);
+// Runs "cp" for a file. False, and logged, when a path cannot stand in a command line.
+bool copy_sms_file(const char* path, const char* destination, const char* func)
+    CAPI_REQUIRES(kVoiceSmsLock);
 
 // The size of a file. False when there is none.
 bool get_sms_file_size(const char* path, uint64_t& size) CAPI_REQUIRES(kVoiceSmsLock);

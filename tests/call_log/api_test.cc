@@ -7,6 +7,7 @@
 #include <thread>
 
 #include "call_log_test.h"
+#include "support/hostile_texts.h"
 
 namespace capi::test {
 namespace {
@@ -182,6 +183,31 @@ TEST_F(CallLogApi, BackupNeedsAFileAndADestination) {
   write_image(*empty_image());
   EXPECT_EQ(capi_voip_call_log_backup(nullptr), -1);
   EXPECT_EQ(captured_log(), lines({}));
+}
+
+TEST_F(CallLogApi, BackupRefusesADestinationThatAShellWouldInterpret) {
+  write_image(*empty_image());
+  for (const char* destination : kRefusedUnquoted) {
+    clear_log();
+    EXPECT_EQ(capi_voip_call_log_backup(destination), -1);
+    EXPECT_EQ(captured_log(), (Lines{refused("capi_voip_call_log_backup", destination)}));
+  }
+  EXPECT_FALSE(exists(kMarker));
+  EXPECT_EQ(capi_voip_call_log_backup("/tmp/copy-1.2_b@c%d+e=f,g:h]!}#~"), 0);
+  await_size("/tmp/copy-1.2_b@c%d+e=f,g:h]!}#~", sizeof(capi_call_log_image));
+}
+
+TEST_F(CallLogApi, BackupRefusesAnNvDirectoryThatAShellWouldInterpret) {
+  in_other_process([] {
+    const std::string dir = "/tmp/a;touch marker;";
+    write_image(*empty_image(), dir + "/voip_call_log");
+    capi_config_set("runtime_info", "option_runtime_info_nv_directory", 0, dir.c_str());
+    clear_log();
+    EXPECT_EQ(capi_voip_call_log_backup("/tmp/copy"), -1);
+    EXPECT_EQ(captured_log(),
+              (Lines{refused("capi_voip_call_log_backup", dir + "/voip_call_log")}));
+    EXPECT_FALSE(exists("marker"));
+  });
 }
 
 }  // namespace

@@ -10,6 +10,7 @@
 #include <regex>
 
 #include "call_log_test.h"
+#include "support/hostile_texts.h"
 
 namespace capi::test {
 namespace {
@@ -250,6 +251,21 @@ TEST_F(CallLogStore, AFileUnderTheLongestDirectoryIsSetAside) {
                             std::filesystem::directory_iterator()),
               2);
     EXPECT_EQ(bytes_of(*read_image(dir + "/voip_call_log")), bytes_of(*empty_image()));
+  });
+}
+
+TEST_F(CallLogStore, AFileWhosePathAShellWouldInterpretStaysWhereItIs) {
+  in_other_process([] {
+    const std::string dir = "/tmp/a;touch marker;";
+    const Image image = image_without_free_node();
+    write_image(*image, dir + "/voip_call_log");
+    capi_config_set("runtime_info", "option_runtime_info_nv_directory", 0, dir.c_str());
+    clear_log();
+    EXPECT_EQ(add(0, 0), -1);
+    EXPECT_EQ(captured_log(6), (Lines{refused("_vkr_voip_check_node_index", dir + "/voip_call_log"),
+                                      {4, kAdd, " check node index [65535] error !"}}));
+    EXPECT_EQ(bytes_of(*read_image(dir + "/voip_call_log")), bytes_of(*image));
+    EXPECT_FALSE(exists("marker"));
   });
 }
 

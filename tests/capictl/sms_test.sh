@@ -63,6 +63,7 @@ cmp /tmp/copy.send /quorbleconf/nv/sm_send || fail 'the copy of the sent message
 cmp /tmp/copy.recv /quorbleconf/nv/sm_recv || fail 'the copy of the received ones is another file'
 expect_error 3 'capictl: the path goes to the shell as it is; choose one without blanks and such signs' \
   sms backup '/tmp/a b'
+expect_error 3 'capictl: the messages could not be copied; --verbose tells more' sms backup '/tmp/a[b]'
 
 expect 0 '' sms delete sent 1
 expect 0 '' sms delete sent 2

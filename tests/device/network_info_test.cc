@@ -6,6 +6,7 @@
 #include "capi/device.h"
 #include "support/adapter.h"
 #include "support/ask.h"
+#include "support/hostile_texts.h"
 #include "support/interruption.h"
 
 namespace capi::test {
@@ -236,6 +237,49 @@ TEST_F(NetworkInfoTest, WithoutANameOrACountNothingIsCounted) {
   EXPECT_EQ(capi_get_runtime_process_num(std::string(5000, 'p').c_str()), -1);
   install("wc", "#!/bin/sh\n");
   EXPECT_EQ(capi_get_runtime_process_num("voipd"), -1);
+}
+
+TEST_F(NetworkInfoTest, NamesThatAShellWouldInterpretReachNone) {
+  for (const char* name : kRefusedUnquoted) {
+    clear_log();
+    EXPECT_EQ(mac(name), (Answer{-1, ""}));
+    EXPECT_EQ(capi_get_runtime_process_num(name), -1);
+    EXPECT_EQ(captured_log(), lines({refused("capi_get_interface_mac", name),
+                                     refused("capi_get_runtime_process_num", name)}));
+  }
+  EXPECT_FALSE(exists(kMarker));
+  EXPECT_EQ(calls().size(), 0u);
+}
+
+TEST_F(NetworkInfoTest, ANameThatEndsItsPlaceInSedsScriptReachesNone) {
+  // sed runs programs with "e", and writes files with "w".
+  for (const char* name : {"x'; touch /tmp/marker; '", "eth0/e touch \\/tmp\\/marker;/x",
+                           "eth0/w marker", "eth0\ne touch marker"}) {
+    clear_log();
+    EXPECT_EQ(ip(name), (Answer{-1, ""}));
+    EXPECT_EQ(captured_log(), lines({refused("capi_get_interface_ip", name)}));
+  }
+  EXPECT_FALSE(exists(kMarker));
+  EXPECT_EQ(calls().size(), 0u);
+  EXPECT_EQ(ip("eth[0-9]"), (Answer{0, "10.0.0.2"}));  // it is a pattern
+  EXPECT_EQ(ip("$(touch /tmp/marker)"), (Answer{-1, ""}));
+  EXPECT_FALSE(exists(kMarker));
+}
+
+TEST_F(NetworkInfoTest, AWanInterfaceOfTheSegmentRunsNoCommand) {
+  start_master();
+  strcpy(segment().wan_if_name, "0/e id>m #");
+  EXPECT_EQ(ask(capi_get_runtime_wan_ip), (Answer{-1, ""}));
+  EXPECT_EQ(captured_log(),
+            lines({kPlaceholder, refused("capi_get_interface_ip", "0/e id>m #"), kNoWanIp}));
+  EXPECT_FALSE(exists("m"));
+}
+
+TEST_F(NetworkInfoTest, NamesWithBlanksAreSeveralArguments) {
+  start_master();
+  segment().wan_mac[0] = '\0';
+  mac("wwan0 up");
+  EXPECT_EQ(calls(), std::vector<std::string>{"ifconfig wwan0 up"});
 }
 
 }  // namespace

@@ -7,10 +7,14 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdlib>
+#include <memory>
 #include <string>
 
+#include "capi/log.h"
 #include "capi/util.h"
 #include "support/files.h"
+#include "support/hostile_texts.h"
 #include "support/interruption.h"
 
 namespace capi::test {
@@ -116,6 +120,68 @@ TEST(RunShellTest, WaitsForTheCommandWhateverItsEnd) {
   run_shell("echo done >/tmp/shell.test; exit 3");
   EXPECT_EQ(read_file("/tmp/shell.test"), "done\n");
   run_shell("/no/such/tool 2>&-");
+}
+
+// What a program gets that a shell starts with this text on its command line, word by word.
+std::string arriving(const std::string& shell, const std::string& text) {
+  const std::string command = "cd /tmp/words && exec " + shell + " -c \"$TEXT\" 2>/dev/null";
+  setenv("TEXT", ("printf '[%s]' " + text).c_str(), 1);
+  const std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen(command.c_str(), "r"), pclose);
+  std::string words;
+  for (int c = getc(pipe.get()); c != EOF; c = getc(pipe.get())) words += static_cast<char>(c);
+  return words;
+}
+
+class CommandTextTest : public testing::Test {
+ protected:
+  void SetUp() override {  // for patterns to match
+    write_file("/tmp/words/a0b", "");
+    write_file("/tmp/words/0", "");
+  }
+};
+
+// A shell may be bash under the name of sh, which knows more special characters.
+const std::string kShells[] = {"sh", "bash", "bash --posix"};
+
+TEST_F(CommandTextTest, WhatMayStandUnquotedArrivesAsItIs) {
+  for (int c = 1; c < 256; ++c) {
+    const std::string one(1, static_cast<char>(c));
+    for (const std::string& text : {"a" + one + "b", one + "b", "a" + one, one, "{" + one + "}",
+                                    "a" + one + "b,c}", "[" + one + "]"}) {
+      if (c == ' ' || c == '\t' || !may_stand_unquoted(text.c_str())) continue;
+      for (const std::string& shell : kShells) {
+        EXPECT_EQ(arriving(shell, text), "[" + text + "]") << shell;
+      }
+    }
+  }
+}
+
+TEST_F(CommandTextTest, WhatAShellWouldInterpretMayNotStandUnquoted) {
+  for (const char* text : kRefusedUnquoted) EXPECT_FALSE(may_stand_unquoted(text)) << text;
+  for (const char* text : kTakenUnquoted) EXPECT_TRUE(may_stand_unquoted(text)) << text;
+}
+
+TEST_F(CommandTextTest, ABlankPartsWordsAsItAlwaysDid) {
+  EXPECT_TRUE(may_stand_unquoted(" a b\tc "));
+  EXPECT_EQ(arriving("sh", " a b\tc "), "[a][b][c]");
+}
+
+TEST_F(CommandTextTest, OnlyAQuoteEndsAQuotedText) {
+  for (int c = 1; c < 256; ++c) {
+    const std::string text = std::string("a") + static_cast<char>(c) + "b";
+    EXPECT_EQ(may_stand_in_single_quotes(text.c_str()), c != '\'');
+    if (c == '\'') continue;
+    EXPECT_EQ(arriving("sh", "'" + text + "'"), "[" + text + "]");
+  }
+}
+
+TEST_F(CommandTextTest, ARefusedTextIsLogged) {
+  capiv2_log_init(capture_log);
+  clear_log();
+  EXPECT_FALSE(refuse_unquoted("eth0", "f"));
+  EXPECT_TRUE(captured_log().empty());
+  EXPECT_TRUE(refuse_unquoted("a;b", "f"));
+  EXPECT_EQ(captured_log(), std::vector<LogLine>{refused("f", "a;b")});
 }
 
 }  // namespace

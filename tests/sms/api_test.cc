@@ -2,12 +2,15 @@
 // SPDX-License-Identifier: MIT
 // What the public calls add to the operations: arguments, the lock, signals and copies.
 
+#include <gmock/gmock.h>
+
 #include <algorithm>
 #include <cstring>
 #include <filesystem>
 
 #include "sms_files.h"
 #include "support/faults.h"
+#include "support/hostile_texts.h"
 
 namespace capi::test {
 namespace {
@@ -230,6 +233,44 @@ TEST_F(SmsApiTest, ABackupUnderATooLongNameIsSkipped) {
   EXPECT_EQ(capi_voip_sms_backup(base.c_str()), 0);
   EXPECT_EQ(read_file(base + ".recv"), "received");
   EXPECT_EQ(read_file(base + ".send"), "sent");
+}
+
+TEST_F(SmsApiTest, ADestinationThatAShellWouldInterpretIsRefused) {
+  put_both();
+  for (const std::string path : kRefusedUnquoted) {
+    clear_log();
+    EXPECT_EQ(capi_voip_sms_get_file(0, path.c_str()), -1);
+    EXPECT_EQ(capi_voip_sms_backup(path.c_str()), -1);
+    EXPECT_EQ(captured_log(), lines({refused("capi_voip_sms_get_file", path),
+                                     refused("capi_voip_sms_backup", path + ".recv"),
+                                     refused("capi_voip_sms_backup", path + ".send")}));
+  }
+  EXPECT_FALSE(exists(kMarker));
+  EXPECT_EQ(capi_voip_sms_get_file(0, "/tmp/copy-1.2_b@c%d+e=f,g:h]!}#~"), 0);
+  EXPECT_EQ(read_file("/tmp/copy-1.2_b@c%d+e=f,g:h]!}#~"), "received");
+}
+
+TEST_F(SmsApiTest, FilesUnderADirectoryThatAShellWouldInterpretAreNotCopied) {
+  const std::string dir = "/tmp/a;touch marker;";
+  write_file(dir + "/sm_recv", "received");
+  strcpy(segment().directory[4], dir.c_str());
+  EXPECT_EQ(capi_voip_sms_get_file(0, "/tmp/copy"), -1);
+  EXPECT_EQ(capi_voip_sms_backup("/tmp/copy"), -1);
+  EXPECT_EQ(captured_log(), lines({refused("capi_voip_sms_get_file", dir + "/sm_recv"),
+                                   refused("capi_voip_sms_backup", dir + "/sm_recv"),
+                                   refused("capi_voip_sms_backup", dir + "/sm_send")}));
+  EXPECT_FALSE(exists("marker"));
+}
+
+TEST_F(SmsApiTest, ADamagedFileUnderSuchADirectoryIsMadeAnewWithoutACopy) {
+  const std::string dir = "/tmp/a;touch marker;";
+  write_file(dir + "/sm_recv", "damaged");
+  strcpy(segment().directory[4], dir.c_str());
+  EXPECT_EQ(capi_voip_sms_init(), 0);
+  EXPECT_THAT(captured_log(),
+              testing::Contains(refused("_vkr_voip_verify_sms_file", dir + "/sm_recv")));
+  EXPECT_FALSE(exists(dir + "/sm_recv.err"));
+  EXPECT_FALSE(exists("marker"));
 }
 
 }  // namespace

@@ -139,7 +139,9 @@ void back_up(const Context& context, const Args& args) {
   if (args.path.find_first_of(" '\"`$\\;&|<>()*?\n") != std::string::npos) {
     throw Failure("the path goes to the shell as it is; choose one without blanks and such signs");
   }
-  capi_voip_sms_backup(args.path.c_str());
+  if (capi_voip_sms_backup(args.path.c_str()) != 0) {
+    throw Failure("the messages could not be copied; --verbose tells more");
+  }
 }
 
 void check(Context& context, const Args& args) {
