@@ -14,8 +14,14 @@ CAPI_BEGIN_DECLS
  * which null ones are sent empty. Name and texts go to the shell as they are and must be short and
  * without quotes: numbers, ids and names. What does not fit into a command of 1023 characters is
  * cut.
- * Return 0 always; a null name posts nothing. The tool runs as a child process while the call
- * waits. Take lock 0 briefly for the directory: not to be called from a callback of capi_init().
+ * A tool is run only when it, the directories on the way to it and links to it belong to root or
+ * to the caller, and when not everybody may write it; the path of the one in the bin directory
+ * also must not hold what a shell would interpret, nor a blank, or the system's is run instead.
+ * Return 0, also for a tool that fails or is missing; a null name posts nothing. Return -1, with a
+ * log line, when there is no tool that may be run, for a name in the first form that a shell would
+ * interpret (rule 11), and for a single quote in any text of the second. The tool runs as a
+ * child process while the call waits. Take lock 0 briefly for the directory: not to be called from
+ * a callback of capi_init().
  */
 int capi_fire_internal_event(const char *name);
 int capi_fire_internal_event2(const char *name, const char *param1, const char *param2,

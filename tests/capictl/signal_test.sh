@@ -21,6 +21,10 @@ expect_error 3 $'capictl: "it\'s" cannot be sent: it holds a quote, a backslash 
   signal name "it's"
 expect_error 3 'capictl: "a\x1bb" cannot be sent: it holds a quote, a backslash or a control character' \
   signal name $'a\eb'
+chmod o+w /usr/sbin/vsdk_cmd
+expect_error 3 'capictl: the signal could not be posted; --verbose tells more' signal name
+expect_error 3 'capictl: the signal could not be posted; --verbose tells more' signal name text
+chmod o-w /usr/sbin/vsdk_cmd
 expect_error 2 $'PARAM: At Most 3 required but received 4\nRun with --help for more information.' \
   signal name 1 2 3 4
 cmp /tmp/posted_signals /tmp/before || fail 'what was refused was posted all the same'

@@ -4,12 +4,15 @@
 
 #include <gmock/gmock.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
 
+#include "foundation/text.h"
 #include "support/adapter.h"
+#include "support/hostile_texts.h"
 
 namespace capi::test {
 namespace {
@@ -192,6 +195,177 @@ TEST_F(EventTest, CallStatesHaveNames) {
   for (const int state : {16, 17, -1, INT32_MAX, INT32_MIN}) {
     EXPECT_STREQ(capi_convert_call_state_to_string(state), "Unknown");
   }
+}
+
+TEST_F(EventTest, ANameThatAShellWouldInterpretIsNotPosted) {
+  for (const char* name : kRefusedUnquoted) {
+    clear_log();
+    EXPECT_EQ(capi_fire_internal_event(name), -1);
+    EXPECT_THAT(captured_log(), ElementsAre(refused("capi_fire_internal_event", name)));
+  }
+  EXPECT_THAT(posted(), IsEmpty());
+  EXPECT_FALSE(exists(kMarker));
+}
+
+TEST_F(EventTest, ANameThatMeansNothingToAShellIsPosted) {
+  std::vector<std::string> expected;
+  for (const std::string name : kTakenUnquoted) {
+    EXPECT_EQ(capi_fire_internal_event(name.c_str()), 0);
+    expected.push_back("signal simple" + (name.empty() ? "" : " " + name));
+  }
+  EXPECT_EQ(capi_fire_internal_event("two words"), 0);
+  expected.emplace_back("signal simple two words");
+  EXPECT_EQ(posted(), expected);
+}
+
+TEST_F(EventTest, AQuoteInAnyOfTheTextsIsNotPosted) {
+  const char kText[] = "'; touch /tmp/marker; '";
+  const auto refused_message = [](const std::string& text) {
+    return refused("capi_fire_internal_event2", text);
+  };
+  EXPECT_EQ(capi_fire_internal_event2(kText, "", "", ""), -1);
+  EXPECT_EQ(capi_fire_internal_event2("x", kText, "", ""), -1);
+  EXPECT_EQ(capi_fire_internal_event2("x", nullptr, kText, ""), -1);
+  EXPECT_EQ(capi_fire_internal_event2("x", nullptr, nullptr, kText), -1);
+  EXPECT_THAT(captured_log(), ElementsAre(refused_message(message(kText, "", "", "")),
+                                          refused_message(message("x", kText, "", "")),
+                                          refused_message(message("x", "", kText, "")),
+                                          refused_message(message("x", "", "", kText))));
+  EXPECT_THAT(posted(), IsEmpty());
+  EXPECT_FALSE(exists(kMarker));
+}
+
+TEST_F(EventTest, WithinItsQuotesAShellInterpretsNothing) {
+  for (const std::string text : kRefusedUnquoted) {
+    if (contains(text, "'")) continue;
+    std::filesystem::remove("/tmp/vsdk_cmd.calls");
+    EXPECT_EQ(capi_fire_internal_event2("x", text.c_str(), "\"", nullptr), 0);
+    EXPECT_EQ(read_file("/tmp/vsdk_cmd.calls"),
+              "signal json " + message("x", text, "\"", "") + "\n");
+  }
+  EXPECT_FALSE(exists(kMarker));
+}
+
+TEST_F(EventTest, ABinDirectoryThatAShellWouldInterpretIsNotUsed) {
+  for (const std::string text : {"a;touch marker", "a$(touch marker)", "a`touch marker`",
+                                 "a&touch marker", "a|touch marker", "a b", "a\tb", "a*"}) {
+    clear_log();
+    const std::string dir = "/tmp/" + text;
+    install_recording_tool(dir + "/vsdk_cmd");
+    set_bin_dir(dir);
+    EXPECT_EQ(capi_fire_internal_event("x"), 0);
+    EXPECT_THAT(captured_log(), ElementsAre(refused("capi_fire_internal_event", dir + "/vsdk_cmd"),
+                                            LogLine{7, "capi_fire_internal_event",
+                                                    "/usr/sbin/vsdk_cmd signal simple x"}));
+  }
+  EXPECT_EQ(posted().size(), 8u);
+  EXPECT_FALSE(exists("marker"));
+}
+
+// Needs a second user, whom a user namespace need not have.
+class ForeignToolTest : public EventTest {
+ protected:
+  static constexpr uid_t kStranger = 65534;
+
+  void SetUp() override {
+    EventTest::SetUp();
+    std::filesystem::remove_all("/tmp/foreign");
+    install("/tmp/foreign/vsdk_cmd");
+    if (!give("/tmp/foreign")) GTEST_SKIP() << "there is no other user";
+    give_back("/tmp/foreign");
+  }
+
+  void TearDown() override {
+    give_back(kToolPath);
+    give_back("/usr/sbin");
+    EventTest::TearDown();
+  }
+
+  static void install(const std::string& path) {
+    write_file(path, "#!/bin/sh\ntouch /tmp/marker\n");
+    std::filesystem::permissions(path, std::filesystem::perms(0755));
+  }
+
+  static bool give(const std::string& path) { return lchown(path.c_str(), kStranger, 0) == 0; }
+  static void give_back(const std::string& path) { EXPECT_EQ(lchown(path.c_str(), 0, 0), 0); }
+
+  static LogLine not_run(const std::string& path) {
+    return {4, "capi_fire_internal_event",
+            "not run, others than root and the caller can change it: " + path};
+  }
+
+  // Posts with this bin directory, whose tool must not run.
+  static void expect_the_systems_for(const std::string& dir) {
+    clear_log();
+    std::filesystem::remove("/tmp/vsdk_cmd.calls");
+    set_bin_dir(dir);
+    EXPECT_EQ(capi_fire_internal_event("x"), 0);
+    EXPECT_THAT(captured_log(), ElementsAre(not_run(dir + "/vsdk_cmd"),
+                                            LogLine{7, "capi_fire_internal_event",
+                                                    "/usr/sbin/vsdk_cmd signal simple x"}));
+    EXPECT_THAT(posted(), ElementsAre("signal simple x"));
+    EXPECT_FALSE(exists(kMarker));
+  }
+};
+
+TEST_F(ForeignToolTest, AToolOfAnotherUserIsNotRun) {
+  ASSERT_TRUE(give("/tmp/foreign/vsdk_cmd"));
+  expect_the_systems_for("/tmp/foreign");
+}
+
+TEST_F(ForeignToolTest, AToolInADirectoryOfAnotherUserIsNotRun) {
+  install("/tmp/foreign/bin/vsdk_cmd");
+  ASSERT_TRUE(give("/tmp/foreign"));
+  expect_the_systems_for("/tmp/foreign");
+  expect_the_systems_for("/tmp/foreign/bin");
+}
+
+TEST_F(ForeignToolTest, AToolBehindALinkOfAnotherUserIsNotRun) {
+  std::filesystem::create_directory("/tmp/foreign/of_a_file");
+  std::filesystem::create_symlink("/tmp/foreign", "/tmp/foreign/of_a_directory");
+  std::filesystem::create_symlink("/tmp/foreign/vsdk_cmd", "/tmp/foreign/of_a_file/vsdk_cmd");
+  ASSERT_TRUE(give("/tmp/foreign/of_a_directory"));
+  ASSERT_TRUE(give("/tmp/foreign/of_a_file/vsdk_cmd"));
+  expect_the_systems_for("/tmp/foreign/of_a_directory");
+  expect_the_systems_for("/tmp/foreign/of_a_file");
+}
+
+TEST_F(ForeignToolTest, AToolThatEverybodyMayWriteIsNotRun) {
+  std::filesystem::permissions("/tmp/foreign/vsdk_cmd", std::filesystem::perms(0757));
+  expect_the_systems_for("/tmp/foreign");
+}
+
+TEST_F(ForeignToolTest, ARelativeToolInADirectoryOfAnotherUserIsNotRun) {
+  const auto before = std::filesystem::current_path();
+  install("/tmp/foreign/bin/vsdk_cmd");
+  ASSERT_TRUE(give("/tmp/foreign"));
+  std::filesystem::current_path("/tmp/foreign");
+  expect_the_systems_for("bin");
+  std::filesystem::current_path(before);
+}
+
+TEST_F(ForeignToolTest, NothingIsRunWhereTheSystemsToolIsAnotherUsersToo) {
+  ASSERT_TRUE(give(kToolPath));
+  EXPECT_EQ(capi_fire_internal_event("x"), -1);
+  EXPECT_EQ(capi_fire_internal_event2("x", nullptr, nullptr, nullptr), -1);
+  LogLine with_texts = not_run(kToolPath);
+  with_texts.func = "capi_fire_internal_event2";
+  EXPECT_THAT(captured_log(), ElementsAre(not_run(kToolPath), with_texts));
+  give_back(kToolPath);
+  ASSERT_TRUE(give("/usr/sbin"));
+  EXPECT_EQ(capi_fire_internal_event("x"), -1);
+  EXPECT_THAT(posted(), IsEmpty());
+}
+
+TEST_F(ForeignToolTest, ACallersOwnToolIsRun) {
+  install_recording_tool("/tmp/foreign/vsdk_cmd");
+  ASSERT_TRUE(give("/tmp/foreign") && give("/tmp/foreign/vsdk_cmd"));
+  set_bin_dir("/tmp/foreign");
+  in_other_process([] {
+    ASSERT_EQ(setresuid(kStranger, kStranger, kStranger), 0);
+    EXPECT_EQ(capi_fire_internal_event("x"), 0);
+  });
+  EXPECT_THAT(posted(), ElementsAre("signal simple x"));
 }
 
 }  // namespace

@@ -45,14 +45,13 @@ void refuse_unsafe(const Args& args) {
 void post(const Context& context, const Args& args) {
   refuse_unsafe(args);
   const Attachment adapter(context);
-  if (args.params.empty()) {
-    capi_fire_internal_event(args.name.c_str());
-    return;
-  }
   std::vector<std::string> params = args.params;
   params.resize(3);
-  capi_fire_internal_event2(args.name.c_str(), params[0].c_str(), params[1].c_str(),
-                            params[2].c_str());
+  const int result = args.params.empty()
+                         ? capi_fire_internal_event(args.name.c_str())
+                         : capi_fire_internal_event2(args.name.c_str(), params[0].c_str(),
+                                                     params[1].c_str(), params[2].c_str());
+  if (result != 0) throw Failure("the signal could not be posted; --verbose tells more");
 }
 
 std::string value_text(const cJSON* item) {
