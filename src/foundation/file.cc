@@ -13,6 +13,7 @@
 #include "capi/util.h"
 #include "foundation/descriptor.h"
 #include "foundation/log.h"
+#include "foundation/modes.h"
 
 namespace capi {
 namespace {
@@ -47,8 +48,14 @@ File open_regular_file(const char* path, const char* mode) {
 
 }  // namespace
 
+void make_for_group(const char* path) {
+  if (!kGroupOnly) return;
+  const Descriptor made(open(path, O_WRONLY | O_CREAT | O_NONBLOCK | O_CLOEXEC, kFileMode));
+}
+
 File open_file(const char* path, const char* mode) {
   if (mode[0] == 'r') return open_regular_file(path, mode);
+  if (mode[0] == 'w') make_for_group(path);
   char closing_mode[8];
   snprintf(closing_mode, sizeof closing_mode, "%se", mode);
   return File(fopen(path, closing_mode));

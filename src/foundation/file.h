@@ -18,6 +18,10 @@ struct FileCloser {
 };
 using File = std::unique_ptr<FILE, FileCloser>;
 
+// Makes a file that is not there yet, where only a group may use it: neither fopen() nor a shell
+// knows of modes.
+void make_for_group(const char* path);
+
 // As fopen(), but programs that other threads start meanwhile do not inherit the file. What is to
 // be read must be a regular file: anything else, which might keep us waiting, is logged and counts
 // as missing.

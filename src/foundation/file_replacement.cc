@@ -12,12 +12,12 @@
 #include <cstring>
 #include <ctime>
 
+#include "foundation/modes.h"
 #include "foundation/uninterrupted.h"
 
 namespace capi {
 namespace {
 
-constexpr mode_t kNewMode = 0666;
 constexpr mode_t kModeBits = 07777;
 
 bool write_all(int fd, const void* bytes, size_t size) {
@@ -116,7 +116,7 @@ FileReplacement::Step FileReplacement::make_sibling() {
 // A sibling is locked while its writer lives, so that a leftover can be told from one at work.
 FileReplacement::Step FileReplacement::try_sibling(bool& again) {
   // Until it has the mode of the file nobody else may read what is in it.
-  const mode_t mode = has_old_ ? 0600 : kNewMode;
+  const mode_t mode = has_old_ ? 0600 : kFileMode;
   file_ = Descriptor(
       openat(directory_.get(), sibling_, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode));
   if (!file_) {
@@ -180,7 +180,7 @@ FileReplacement::Step FileReplacement::take_over_attributes() {
 bool FileReplacement::open_in_place(const char* path) {
   if (has_sibling_) unlinkat(directory_.get(), sibling_, 0);
   has_sibling_ = false;
-  file_ = Descriptor(open(path, O_WRONLY | O_CREAT | O_TRUNC | O_NONBLOCK | O_CLOEXEC, kNewMode));
+  file_ = Descriptor(open(path, O_WRONLY | O_CREAT | O_TRUNC | O_NONBLOCK | O_CLOEXEC, kFileMode));
   return static_cast<bool>(file_);
 }
 

@@ -14,7 +14,9 @@
 #include <ctime>
 
 #include "foundation/descriptor.h"
+#include "foundation/file.h"
 #include "foundation/log.h"
+#include "foundation/modes.h"
 #include "foundation/paths.h"
 #include "foundation/shell.h"
 #include "lock/lock_order.h"
@@ -23,7 +25,6 @@ namespace capi {
 namespace {
 
 constexpr int kKeyProject = 'l';
-constexpr int kMode = 0666;
 constexpr int kNoSet = -1;
 constexpr char kCreate[] = "capi_critical_section_lock_create";
 constexpr char kLock[] = "capi_critical_section_lock";
@@ -60,7 +61,7 @@ const char* lock_name(unsigned id) {
 // Finds the set. Returns it, or -1 with errno set and logged under the operation's words.
 int find_set(const char* func, const char* operation) {
   const key_t key = ftok(kManufacturingFile, kKeyProject);
-  const int set = key == -1 ? -1 : semget(key, CAPI_LOCK_COUNT, kMode);
+  const int set = key == -1 ? -1 : semget(key, CAPI_LOCK_COUNT, kIpcMode);
   if (set == -1) {
     CAPI_LOG_AS(func, kLogWarning, "CAPI critical section lock%s failed [%s], reason = [%s]\n",
                 operation, key == -1 ? "ftok" : "semget", strerror(errno));
@@ -191,6 +192,7 @@ void dump_head(int set) {
   tzset();
   const TimeText now = time_text(time(nullptr));
   unlink(kStatsPath);
+  make_for_group(kStatsPath);
   semid_ds status{};
   if (semctl(set, 0, IPC_STAT, &status) == -1) {
     CAPI_LOG_AS("capi_critical_section_lock_stats", kLogWarning,
@@ -261,10 +263,10 @@ int capi_critical_section_lock_create() {
     return error;
   }
   const Descriptor turn = await_turn();
-  const int set = semget(key, CAPI_LOCK_COUNT, IPC_CREAT | IPC_EXCL | kMode);
+  const int set = semget(key, CAPI_LOCK_COUNT, IPC_CREAT | IPC_EXCL | kIpcMode);
   if (set == -1) {
     const int error = errno;
-    if (error == EEXIST) finish_set(semget(key, CAPI_LOCK_COUNT, kMode));
+    if (error == EEXIST) finish_set(semget(key, CAPI_LOCK_COUNT, kIpcMode));
     return error;
   }
   for (int id = 0; id < CAPI_LOCK_COUNT; ++id) {

@@ -11,6 +11,7 @@
 
 #include "capi/lock.h"
 #include "foundation/log.h"
+#include "foundation/modes.h"
 #include "foundation/uninterrupted.h"
 
 namespace capi {
@@ -56,7 +57,7 @@ HeldLock* find_held(const char* path) {
 // Opens a lock file. -1 also for a path that would not fit into the table.
 int open_lock_file(const char* path) {
   if (path == nullptr || strlen(path) >= kPathSize) return kNone;
-  return open(path, O_RDWR | O_CREAT | O_CLOEXEC, 0755);
+  return open(path, O_RDWR | O_CREAT | O_CLOEXEC, kLockFileMode);
 }
 
 bool wait_for_lock(int fd) {

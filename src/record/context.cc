@@ -14,6 +14,7 @@
 
 #include "capi/backend.h"
 #include "foundation/log.h"
+#include "foundation/modes.h"
 #include "foundation/paths.h"
 #include "foundation/text.h"
 #include "record/info_files.h"
@@ -22,7 +23,6 @@ namespace capi {
 namespace {
 
 constexpr int kKeyProject = 250;
-constexpr int kMode = 0666;
 
 constexpr size_t kSize = sizeof(cfg_shared_record);
 constexpr char kFunc[] = "__cfg_backend_init_shm";
@@ -55,9 +55,9 @@ key_t make_key(cfg_backend_context& ctx) {
 
 // Finds the segment, or makes it where there is none. Returns its id or -1.
 int find_or_make_segment(key_t key, bool is_master) {
-  int id = shmget(key, kSize, kMode);
+  int id = shmget(key, kSize, kIpcMode);
   if (id == -1 && errno == ENOENT) {
-    id = shmget(key, kSize, IPC_CREAT | kMode);
+    id = shmget(key, kSize, IPC_CREAT | kIpcMode);
     if (id != -1 && !is_master) {
       CAPI_LOG_AS(kFunc, kLogWarning, "there was no segment, made an empty one\n");
     }
@@ -106,7 +106,7 @@ bool replace_segment(cfg_backend_context& ctx, int id) {
 // One that is gone is kept until there is another: its values are better than none.
 void look_at_segment(cfg_backend_context& ctx) {
   const key_t key = ftok(ctx.key_path, kKeyProject);
-  const int id = key != -1 ? shmget(key, kSize, kMode) : -1;
+  const int id = key != -1 ? shmget(key, kSize, kIpcMode) : -1;
   const bool is_news = id != ctx.seen_id;
   ctx.seen_id = id;
   if (id == ctx.shm_id) return;

@@ -9,6 +9,7 @@
 #include "capi/backend.h"
 #include "capi/lifecycle.h"
 #include "foundation/log.h"
+#include "foundation/modes.h"
 #include "foundation/text.h"
 #include "record/context.h"
 
@@ -32,7 +33,7 @@ char* copy_dir(RuntimeDir which, char* dst) {
 }
 
 void create_directory(const char* dir) {
-  if (mkdir_recur(dir, 0777) == 0) return;
+  if (mkdir_recur(dir, kDirectoryMode) == 0) return;
   const int error = errno;
   CAPI_LOG_AS("capiv2_cfg_backend_post_init", kLogErr, "create %s failed(errno=%d/%s)\n", dir,
               error, strerror(error));
