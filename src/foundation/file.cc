@@ -24,9 +24,10 @@ bool make_directory(const char* path, mode_t mode) {
   return mkdir(path, mode) == 0 || errno == EEXIST;
 }
 
-// Sets errno as if the file were missing where it is anything else.
-bool is_regular(const struct stat& status, const char* path) {
-  if (S_ISREG(status.st_mode)) return true;
+// Sets errno as if the file were missing where it is anything else. A directory is refused by the
+// kernel, when it is read.
+bool is_plain(const struct stat& status, const char* path) {
+  if (S_ISREG(status.st_mode) || S_ISDIR(status.st_mode)) return true;
   CAPI_LOG_AS("open_file", kLogWarning, "%s is not a regular file\n", path);
   errno = ENOENT;
   return false;
@@ -40,7 +41,7 @@ Descriptor open_at_once(const char* path, int direction) {
 File open_regular_file(const char* path, const char* mode) {
   Descriptor fd = open_at_once(path, strchr(mode, '+') != nullptr ? O_RDWR : O_RDONLY);
   struct stat status {};
-  if (!fd || fstat(fd.get(), &status) != 0 || !is_regular(status, path)) return nullptr;
+  if (!fd || fstat(fd.get(), &status) != 0 || !is_plain(status, path)) return nullptr;
   File file(fdopen(fd.get(), mode));
   if (file) fd.release();
   return file;
@@ -63,7 +64,7 @@ File open_file(const char* path, const char* mode) {
 
 bool is_odd_file(const char* path) {
   struct stat status {};
-  return stat(path, &status) == 0 && !is_regular(status, path);
+  return stat(path, &status) == 0 && !is_plain(status, path);
 }
 
 }  // namespace capi

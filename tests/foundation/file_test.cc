@@ -41,9 +41,8 @@ TEST(OpenFileTest, OnlyRegularFilesAreRead) {
   capiv2_log_init(capture_log);
   std::filesystem::remove_all(kPath);
   ASSERT_EQ(mkfifo(kPath, 0666), 0);
-  for (const char* path : {kPath, "/dev/null", "/tmp"}) {
+  for (const char* path : {kPath, "/dev/null"}) {
     for (const char* mode : {"r", "rb", "r+t"}) {
-      if (path == std::string("/tmp") && mode[1] == '+') continue;  // the kernel's own refusal
       clear_log();
       errno = 0;
       EXPECT_FALSE(open_file(path, mode)) << path;
