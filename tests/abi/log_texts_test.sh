@@ -40,7 +40,6 @@ line=%d,regstatus=%.*s,vm=%d,noe911=%d,simdeactived=%d,callfailed=%d
 line=%d
 ,state%d=%d,name%d=%.*s,number%d=%.*s
 line=%d,hook=%d,incoming=%d
-%s=%s
 %s signal simple %s
 %s signal json '
 {"msg":"signal","name":"%s","attrs":{"param1":"%s","param2":"%s","param3":"%s"}}

@@ -212,7 +212,10 @@ TEST_F(StackFileTest, ALineEndInAValueMakesNoSecondLine) {
   add_line_end(record.voice_basic.dial_plan);
   add_line_end(record.call_block.entry[0]);
   strcat(record.bb_if_name, "\r\nx=1");
-  for (const FileType& type : kTypes) EXPECT_THAT(make(type.type), Not(HasSubstr("stranger")));
+  for (const FileType& type : kTypes) {
+    EXPECT_EQ(capi_make_config_file(type.type), 0);
+    EXPECT_THAT(read_file(type.path), Not(HasSubstr("stranger"))) << type.path;
+  }
   EXPECT_EQ(make(1), plain);
 }
 
