@@ -118,6 +118,7 @@ class Trial {
     cJSON_Hooks hooks{malloc, free};
     cJSON_InitHooks(&hooks);
     skip_commands(" signal ");
+    stop_coarse_clock();
     make_adapter();
     const int blocks = live_blocks();
     operation_.prepare();

@@ -29,6 +29,7 @@ Plan plans[static_cast<int>(Call::Count)];
 int moments_to_death = 0;
 std::atomic<int> blocks = 0;
 const char* skipped_commands = nullptr;
+bool is_coarse_clock_stopped = false;
 
 Plan& plan_of(Call call) { return plans[static_cast<int>(call)]; }
 
@@ -94,6 +95,8 @@ int count_calls(Call call) { return plan_of(call).seen; }
 
 void skip_commands(const char* part) { skipped_commands = part; }
 
+void stop_coarse_clock() { is_coarse_clock_stopped = true; }
+
 int live_blocks() { return blocks; }
 
 }  // namespace capi::test
@@ -129,6 +132,7 @@ int __real_stat(const char* path, struct stat* status);
 int __real_stat64(const char* path, struct stat64* status);
 int __real_mkdir(const char* path, mode_t mode);
 int __real_flock(int fd, int operation);
+int __real_clock_gettime(clockid_t clock, timespec* time);
 tm* __real_localtime_r(const time_t* time, tm* result);
 key_t __real_ftok(const char* path, int project);
 int __real_semget(key_t key, int count, int flags);
@@ -298,6 +302,14 @@ void __wrap_sync() { fails(Call::Sync); }
 
 tm* __wrap_localtime_r(const time_t* time, tm* result) {
   return fails(Call::LocaltimeR) ? nullptr : __real_localtime_r(time, result);
+}
+
+int __wrap_clock_gettime(clockid_t clock, timespec* time) {
+  if (clock != CLOCK_MONOTONIC_COARSE || !capi::test::is_coarse_clock_stopped) {
+    return __real_clock_gettime(clock, time);
+  }
+  *time = {};
+  return 0;
 }
 
 // System V objects.

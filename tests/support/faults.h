@@ -79,6 +79,9 @@ int count_calls(Call call);
 // Commands with this in them succeed from now on without being run.
 void skip_commands(const char* part);
 
+// From now on the coarse clock shows the same time: nothing is done once a second.
+void stop_coarse_clock();
+
 // How many blocks of memory that the program allocated are not freed yet.
 int live_blocks();
 
