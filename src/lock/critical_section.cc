@@ -139,14 +139,17 @@ Descriptor await_turn() {
   return turn;
 }
 
-// Sets a lock that nobody holds free. Returns 0 or errno.
-int free_lock(int set, int id) {
-  if (semctl(set, id, SETVAL, 1) != -1) return 0;
-  const int error = errno;
-  CAPI_LOG_AS(kCreate, kLogErr,
-              "CAPI critical section lock failed [semctl] lock_type = [%s], reason = [%s]\n",
-              lock_name(static_cast<unsigned>(id)), strerror(error));
-  return error;
+// Frees the locks from "first" on. Returns 0 or errno.
+int free_locks(int set, int first) {
+  for (int id = first; id < CAPI_LOCK_COUNT; ++id) {
+    if (semctl(set, id, SETVAL, 1) != -1) continue;
+    const int error = errno;
+    CAPI_LOG_AS(kCreate, kLogErr,
+                "CAPI critical section lock failed [semctl] lock_type = [%s], reason = [%s]\n",
+                lock_name(static_cast<unsigned>(id)), strerror(error));
+    return error;
+  }
+  return 0;
 }
 
 // Whether any process ever took or gave back a lock of the set.
@@ -155,22 +158,23 @@ bool was_operated_on(int set) {
   return semctl(set, 0, IPC_STAT, &status) == -1 || status.sem_otime != 0;
 }
 
-// A master that died while it made the set left locks as the kernel makes them: taken, but by
-// nobody. Such a lock was touched by no process, or the set was never operated on: then what was
-// zero before that was looked at has no holder either.
+// A master that died while it made the set left its last locks as the kernel makes them: taken, but
+// by nobody. The kernel knows the process that touched a lock last, and that of a held one is never
+// none; in a set that was never operated on nobody holds any.
 void finish_set(int set) {
   unsigned short values[CAPI_LOCK_COUNT] = {};
   if (semctl(set, 0, GETALL, values) == -1) return;
   const bool operated_on = was_operated_on(set);
-  int freed = 0;
-  for (int id = 0; id < CAPI_LOCK_COUNT; ++id) {
-    if (values[id] != 0 || (operated_on && semctl(set, id, GETPID) != 0)) continue;
-    if (free_lock(set, id) != 0) return;
-    ++freed;
+  int first = CAPI_LOCK_COUNT;
+  while (first > 0 && values[first - 1] == 0 &&
+         (!operated_on || semctl(set, first - 1, GETPID) == 0)) {
+    --first;
   }
-  if (freed == 0) return;
+  if (first == CAPI_LOCK_COUNT) return;
   CAPI_LOG_AS(kCreate, kLogWarning,
-              "CAPI critical section lock set was left unfinished, freed %d locks\n", freed);
+              "CAPI critical section lock set was left unfinished, freeing %d locks\n",
+              CAPI_LOCK_COUNT - first);
+  free_locks(set, first);
 }
 
 struct TimeText {
@@ -269,9 +273,7 @@ int capi_critical_section_lock_create() {
     if (error == EEXIST) finish_set(semget(key, CAPI_LOCK_COUNT, kIpcMode));
     return error;
   }
-  for (int id = 0; id < CAPI_LOCK_COUNT; ++id) {
-    if (const int error = free_lock(set, id)) return error;
-  }
+  if (const int error = free_locks(set, 0)) return error;
   CAPI_LOG(kLogInfo, "CAPI critical section lock CREATED\n");
   return 0;
 }

@@ -37,7 +37,7 @@ void leave_unfinished(int at_lock) {
 
 LogLine finishing_line(int locks) {
   return {kLogWarning, "capi_critical_section_lock_create",
-          "CAPI critical section lock set was left unfinished, freed " + std::to_string(locks) +
+          "CAPI critical section lock set was left unfinished, freeing " + std::to_string(locks) +
               " locks"};
 }
 
