@@ -190,7 +190,7 @@ TEST_F(CallLogApi, BackupRefusesADestinationThatAShellWouldInterpret) {
   for (const char* destination : kRefusedUnquoted) {
     clear_log();
     EXPECT_EQ(capi_voip_call_log_backup(destination), -1);
-    EXPECT_EQ(captured_log(), (Lines{refused("capi_voip_call_log_backup", destination)}));
+    EXPECT_EQ(captured_log(), lines({refused("capi_voip_call_log_backup", destination)}));
   }
   EXPECT_FALSE(exists(kMarker));
   EXPECT_EQ(capi_voip_call_log_backup("/tmp/copy-1.2_b@c%d+e=f,g:h]!}#~"), 0);
@@ -205,7 +205,7 @@ TEST_F(CallLogApi, BackupRefusesAnNvDirectoryThatAShellWouldInterpret) {
     clear_log();
     EXPECT_EQ(capi_voip_call_log_backup("/tmp/copy"), -1);
     EXPECT_EQ(captured_log(),
-              (Lines{refused("capi_voip_call_log_backup", dir + "/voip_call_log")}));
+              lines({refused("capi_voip_call_log_backup", dir + "/voip_call_log")}));
     EXPECT_FALSE(exists("marker"));
   });
 }

@@ -255,7 +255,7 @@ TEST_F(EventTest, ABinDirectoryThatAShellWouldInterpretIsNotUsed) {
     set_bin_dir(dir);
     EXPECT_EQ(capi_fire_internal_event("x"), 0);
     EXPECT_THAT(captured_log(), ElementsAre(refused("capi_fire_internal_event", dir + "/vsdk_cmd"),
-                                            LogLine{7, "capi_fire_internal_event",
+                                            LogLine{kLogDebug, "capi_fire_internal_event",
                                                     "/usr/sbin/vsdk_cmd signal simple x"}));
   }
   EXPECT_EQ(posted().size(), 8u);
@@ -290,7 +290,7 @@ class ForeignToolTest : public EventTest {
   static void give_back(const std::string& path) { EXPECT_EQ(lchown(path.c_str(), 0, 0), 0); }
 
   static LogLine not_run(const std::string& path) {
-    return {4, "capi_fire_internal_event",
+    return {kLogWarning, "capi_fire_internal_event",
             "not run, others than root and the caller can change it: " + path};
   }
 
@@ -301,7 +301,7 @@ class ForeignToolTest : public EventTest {
     set_bin_dir(dir);
     EXPECT_EQ(capi_fire_internal_event("x"), 0);
     EXPECT_THAT(captured_log(), ElementsAre(not_run(dir + "/vsdk_cmd"),
-                                            LogLine{7, "capi_fire_internal_event",
+                                            LogLine{kLogDebug, "capi_fire_internal_event",
                                                     "/usr/sbin/vsdk_cmd signal simple x"}));
     EXPECT_THAT(posted(), ElementsAre("signal simple x"));
     EXPECT_FALSE(exists(kMarker));

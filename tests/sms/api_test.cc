@@ -239,14 +239,14 @@ TEST_F(SmsApiTest, ADestinationThatAShellWouldInterpretIsRefused) {
   put_both();
   for (const std::string path : kRefusedUnquoted) {
     clear_log();
-    EXPECT_EQ(capi_voip_sms_get_file(0, path.c_str()), -1);
+    EXPECT_EQ(capi_voip_sms_get_file(CAPI_SMS_RECEIVED, path.c_str()), -1);
     EXPECT_EQ(capi_voip_sms_backup(path.c_str()), -1);
     EXPECT_EQ(captured_log(), lines({refused("capi_voip_sms_get_file", path),
                                      refused("capi_voip_sms_backup", path + ".recv"),
                                      refused("capi_voip_sms_backup", path + ".send")}));
   }
   EXPECT_FALSE(exists(kMarker));
-  EXPECT_EQ(capi_voip_sms_get_file(0, "/tmp/copy-1.2_b@c%d+e=f,g:h]!}#~"), 0);
+  EXPECT_EQ(capi_voip_sms_get_file(CAPI_SMS_RECEIVED, "/tmp/copy-1.2_b@c%d+e=f,g:h]!}#~"), 0);
   EXPECT_EQ(read_file("/tmp/copy-1.2_b@c%d+e=f,g:h]!}#~"), "received");
 }
 
@@ -254,7 +254,7 @@ TEST_F(SmsApiTest, FilesUnderADirectoryThatAShellWouldInterpretAreNotCopied) {
   const std::string dir = "/tmp/a;touch marker;";
   write_file(dir + "/sm_recv", "received");
   strcpy(segment().directory[4], dir.c_str());
-  EXPECT_EQ(capi_voip_sms_get_file(0, "/tmp/copy"), -1);
+  EXPECT_EQ(capi_voip_sms_get_file(CAPI_SMS_RECEIVED, "/tmp/copy"), -1);
   EXPECT_EQ(capi_voip_sms_backup("/tmp/copy"), -1);
   EXPECT_EQ(captured_log(), lines({refused("capi_voip_sms_get_file", dir + "/sm_recv"),
                                    refused("capi_voip_sms_backup", dir + "/sm_recv"),
