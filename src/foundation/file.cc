@@ -12,6 +12,7 @@
 
 #include "capi/util.h"
 #include "foundation/descriptor.h"
+#include "foundation/file_replacement.h"
 #include "foundation/log.h"
 #include "foundation/modes.h"
 
@@ -67,6 +68,14 @@ bool is_odd_file(const char* path) {
   return stat(path, &status) == 0 && !is_plain(status, path);
 }
 
+bool tells_of_content(int error) {
+  return error == 0 || error == ENOENT || error == EISDIR || error == ENXIO || error == EOVERFLOW;
+}
+
+void log_not_written(const char* func, const char* path) {
+  CAPI_LOG_AS(func, kLogWarning, "failed to write %s, reason [%s]\n", path, strerror(errno));
+}
+
 }  // namespace capi
 
 int mkdir_recur(const char* path, mode_t mode) {
@@ -86,13 +95,15 @@ int mkdir_recur(const char* path, mode_t mode) {
 }
 
 int utils_write_to_file(const char* path, const void* buf, int size) {
+  using namespace capi;
   if (path == nullptr || buf == nullptr || size < 0) return 0;
-  unlink(path);
-  const capi::File file = capi::open_file(path, "wb+");
-  if (!file) return 0;
-  fwrite(buf, 1, static_cast<size_t>(size), file.get());
-  fflush(file.get());
-  return 1;
+  int result = 1;
+  const std::span bytes(static_cast<const uint8_t*>(buf), static_cast<size_t>(size));
+  replace_file(path, bytes, {.odd_file = OddFile::Replaced}, [&](ReplacingStep step) {
+    if (step == ReplacingStep::Open) result = 0;
+    log_not_written("utils_write_to_file", path);
+  });
+  return result;
 }
 
 int utils_read_from_file(const char* path, void* buf, int n) {

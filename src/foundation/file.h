@@ -31,4 +31,11 @@ File open_file(const char* path, const char* mode);
 // to read.
 bool is_odd_file(const char* path);
 
+// Whether an error that opening, reading or examining a file ended with (0 for its end) tells that
+// it has no content one could use. Others, as a lack of descriptors, say nothing about it.
+bool tells_of_content(int error);
+
+// Logs that a file was not written, for those whose result does not tell.
+void log_not_written(const char* func, const char* path);
+
 }  // namespace capi

@@ -5,6 +5,7 @@
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/sendfile.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -19,6 +20,9 @@ namespace capi {
 namespace {
 
 constexpr mode_t kModeBits = 07777;
+
+// A file of any size, and none that somebody has to wait for.
+constexpr int kOpening = O_NONBLOCK | O_LARGEFILE | O_CLOEXEC;
 
 bool write_all(int fd, const void* bytes, size_t size) {
   const auto* from = static_cast<const char*>(bytes);
@@ -45,11 +49,17 @@ bool forbids_renaming(int error) { return error == EBUSY || error == EXDEV || er
 
 bool is_full(int error) { return error == ENOSPC || error == EDQUOT; }
 
+bool is_link(const struct stat64& status) { return S_ISLNK(status.st_mode); }
+
+// Others may have planted it.
+bool may_follow(const struct stat64& link) { return link.st_uid == 0 || link.st_uid == geteuid(); }
+
 }  // namespace
 
-FileReplacement::FileReplacement(const char* path, OddFile odd_file) {
+FileReplacement::FileReplacement(const char* path, OddFile odd_file)
+    : counts_only_by_name_(odd_file == OddFile::Replaced) {
   Step step = split(path);
-  if (step == Step::Done) step = look_at_target(odd_file);
+  if (step == Step::Done) step = look_at_target();
   if (step == Step::Done) step = make_sibling();
   is_open_ = step == Step::InPlace ? open_in_place(path) : step == Step::Done;
 }
@@ -75,13 +85,12 @@ FileReplacement::Step FileReplacement::split(const char* path) {
   if (slash != nullptr) *slash = '\0';
   directory_ = Descriptor(open(directory, O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   if (directory_) return Step::Done;
-  return errno == EACCES ? Step::InPlace
-                         : Step::Failed;  // a directory may be entered, but not read
+  return errno == EACCES ? Step::InPlace : Step::Failed;  // it may be entered, but not read
 }
 
-FileReplacement::Step FileReplacement::look_at_target(OddFile odd_file) {
-  struct stat found {};
-  if (fstatat(directory_.get(), name_, &found, AT_SYMLINK_NOFOLLOW) != 0) {
+FileReplacement::Step FileReplacement::look_at_target() {
+  struct stat64 found {};
+  if (fstatat64(directory_.get(), name_, &found, AT_SYMLINK_NOFOLLOW) != 0) {
     return errno == ENOENT ? Step::Done : Step::Failed;
   }
   if (S_ISDIR(found.st_mode)) {
@@ -89,18 +98,23 @@ FileReplacement::Step FileReplacement::look_at_target(OddFile odd_file) {
     return Step::Failed;
   }
   has_old_ = S_ISREG(found.st_mode);
-  old_ = found;
-  if (odd_file == OddFile::Replaced) return Step::Done;
-  if (S_ISLNK(found.st_mode)) return look_at_link(found);
+  old_mode_ = found.st_mode;
+  old_owner_ = found.st_uid;
+  old_group_ = found.st_gid;
+  if (counts_only_by_name_) return Step::Done;
+  if (is_link(found) && !may_follow(found)) return Step::Done;
   if (!has_old_ || found.st_nlink > 1) return Step::InPlace;
   // Who may not write the file may not replace it either.
-  const Descriptor target(
-      openat(directory_.get(), name_, O_WRONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+  const Descriptor target(openat(directory_.get(), name_, O_WRONLY | O_NOFOLLOW | kOpening));
   return target ? Step::Done : Step::Failed;
 }
 
-FileReplacement::Step FileReplacement::look_at_link(const struct stat& link) const {
-  return link.st_uid == 0 || link.st_uid == geteuid() ? Step::InPlace : Step::Done;
+// What to do without a sibling, after an error.
+FileReplacement::Step FileReplacement::step_after_error() {
+  if (forbids_siblings(errno)) return Step::InPlace;
+  if (!has_old_ || !is_full(errno)) return Step::Failed;
+  error_ = errno;  // the file itself could have been opened: this is a write that fails
+  return Step::Done;
 }
 
 FileReplacement::Step FileReplacement::make_sibling() {
@@ -118,16 +132,11 @@ FileReplacement::Step FileReplacement::try_sibling(bool& again) {
   // Until it has the mode of the file nobody else may read what is in it.
   const mode_t mode = has_old_ ? 0600 : kFileMode;
   file_ = Descriptor(
-      openat(directory_.get(), sibling_, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, mode));
+      openat(directory_.get(), sibling_, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | kOpening, mode));
   if (!file_) {
-    if (errno == EEXIST) {
-      again = remove_leftover();
-      return Step::InPlace;
-    }
-    if (forbids_siblings(errno)) return Step::InPlace;
-    if (!has_old_ || !is_full(errno)) return Step::Failed;
-    error_ = errno;  // the file itself could have been opened: this is a write that fails
-    return Step::Done;
+    if (errno != EEXIST) return step_after_error();
+    again = remove_leftover();
+    return Step::InPlace;
   }
   flock(file_.get(), LOCK_EX | LOCK_NB);
   has_sibling_ = has_name_of_sibling(file_.get());
@@ -139,8 +148,7 @@ FileReplacement::Step FileReplacement::try_sibling(bool& again) {
 // Removes what has the sibling's name. A writer at work gets some time for its end. False where
 // removing is not allowed.
 bool FileReplacement::remove_leftover() {
-  const Descriptor leftover(
-      openat(directory_.get(), sibling_, O_WRONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+  const Descriptor leftover(openat(directory_.get(), sibling_, O_WRONLY | O_NOFOLLOW | kOpening));
   if (leftover && !wait_for_writer(leftover.get())) return true;
   return unlinkat(directory_.get(), sibling_, 0) == 0 || errno == ENOENT;
 }
@@ -156,32 +164,38 @@ bool FileReplacement::wait_for_writer(int sibling) const {
 }
 
 bool FileReplacement::has_name_of_sibling(int fd) const {
-  struct stat own {};
-  struct stat named {};
-  return fstat(fd, &own) == 0 &&
-         fstatat(directory_.get(), sibling_, &named, AT_SYMLINK_NOFOLLOW) == 0 &&
+  struct stat64 own {};
+  struct stat64 named {};
+  return fstat64(fd, &own) == 0 &&
+         fstatat64(directory_.get(), sibling_, &named, AT_SYMLINK_NOFOLLOW) == 0 &&
          own.st_dev == named.st_dev && own.st_ino == named.st_ino;
 }
 
-// The owner first: changing it takes bits off the mode.
+// The owner first: changing it takes bits off the mode. Where only the name counts, a file of
+// somebody else's becomes one's own, as if it had been deleted.
 FileReplacement::Step FileReplacement::take_over_attributes() {
   if (!has_old_) return Step::Done;
-  struct stat own {};
-  if (fstat(file_.get(), &own) != 0) return Step::Failed;
-  const bool has_owner = own.st_uid == old_.st_uid && own.st_gid == old_.st_gid;
-  if ((has_owner || fchown(file_.get(), old_.st_uid, old_.st_gid) == 0) &&
-      fchmod(file_.get(), old_.st_mode & kModeBits) == 0) {
-    return Step::Done;
-  }
-  return Step::InPlace;
+  struct stat64 own {};
+  if (fstat64(file_.get(), &own) != 0) return Step::Failed;
+  const bool has_owner = own.st_uid == old_owner_ && own.st_gid == old_group_;
+  const bool keeps_owner = has_owner || fchown(file_.get(), old_owner_, old_group_) == 0;
+  if (!keeps_owner && !(counts_only_by_name_ && errno == EPERM)) return step_after_error();
+  const bool keeps_mode =
+      own.st_mode == old_mode_ || fchmod(file_.get(), old_mode_ & kModeBits) == 0;
+  return keeps_mode ? Step::Done : step_after_error();
 }
 
 // Where a FIFO has the file's name, nobody may have to wait for its reader.
 bool FileReplacement::open_in_place(const char* path) {
   if (has_sibling_) unlinkat(directory_.get(), sibling_, 0);
   has_sibling_ = false;
-  file_ = Descriptor(open(path, O_WRONLY | O_CREAT | O_TRUNC | O_NONBLOCK | O_CLOEXEC, kFileMode));
-  return static_cast<bool>(file_);
+  struct stat64 found {};
+  const bool follow = fstatat64(AT_FDCWD, path, &found, AT_SYMLINK_NOFOLLOW) == 0 &&
+                      is_link(found) && may_follow(found);
+  const int flags = O_WRONLY | O_CREAT | O_TRUNC | (follow ? 0 : O_NOFOLLOW) | kOpening;
+  file_ = Descriptor(open(path, flags, kFileMode));
+  is_in_place_ = static_cast<bool>(file_);
+  return is_in_place_;
 }
 
 // Keeps the first error, of which errno tells from then on.
@@ -211,7 +225,8 @@ bool FileReplacement::commit() {
 
 bool FileReplacement::copy_in_place() {
   const Descriptor target(
-      openat(directory_.get(), name_, O_WRONLY | O_TRUNC | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+      openat(directory_.get(), name_, O_WRONLY | O_TRUNC | O_NOFOLLOW | kOpening));
+  is_in_place_ = static_cast<bool>(target);
   if (!target || lseek(file_.get(), 0, SEEK_SET) != 0) return false;
   constexpr size_t kPiece = 1 << 20;
   ssize_t copied = 0;
@@ -222,10 +237,36 @@ bool FileReplacement::copy_in_place() {
 
 bool FileReplacement::sync_directory() { return !directory_ || sync_to_medium(directory_.get()); }
 
-bool overwrite_file(const char* path, std::span<const uint8_t> bytes) {
-  const Descriptor file(open(path, O_WRONLY | O_NONBLOCK | O_CLOEXEC));
-  return file && write_all(file.get(), bytes.data(), bytes.size()) &&
-         ftruncate(file.get(), static_cast<off_t>(bytes.size())) == 0 && sync_to_medium(file.get());
+bool overwrite_file(const char* path, std::span<const uint8_t> bytes, size_t head) {
+  const Descriptor file(open(path, O_WRONLY | O_NOFOLLOW | kOpening));
+  const int fd = file.get();
+  return file && lseek(fd, static_cast<off_t>(head), SEEK_SET) >= 0 &&
+         write_all(fd, bytes.data() + head, bytes.size() - head) &&
+         ftruncate(fd, static_cast<off_t>(bytes.size())) == 0 && sync_to_medium(fd) &&
+         lseek(fd, 0, SEEK_SET) == 0 && write_all(fd, bytes.data(), head) && sync_to_medium(fd);
+}
+
+Replaced replace_file(const char* path, std::span<const uint8_t> bytes, const Replacing& replacing,
+                      FunctionRef<void(ReplacingStep)> tell) {
+  FileReplacement file(path, replacing.odd_file);
+  if (!file.is_open()) {
+    tell(ReplacingStep::Open);
+    return Replaced::NotOpened;
+  }
+  bool is_written = file.write(bytes.data(), bytes.size()) && file.commit();
+  if (!is_written && replacing.head > 0 && is_full(errno)) {
+    const int error = errno;
+    is_written = overwrite_file(path, bytes, replacing.head);
+    errno = error;
+  }
+  if (!is_written) tell(ReplacingStep::Write);
+  if (is_written && replacing.is_durable) {
+    if (!file.sync_directory()) tell(ReplacingStep::Flush);
+    sync();
+  }
+  if (!file.close()) tell(ReplacingStep::Close);
+  if (is_written) return Replaced::Done;
+  return file.is_in_place() ? Replaced::Cut : Replaced::NotWritten;
 }
 
 }  // namespace capi

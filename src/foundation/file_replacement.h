@@ -19,7 +19,7 @@
 // but the later content stays), what to do about an error, and its message.
 #pragma once
 
-#include <sys/stat.h>
+#include <sys/types.h>
 
 #include <climits>
 #include <cstddef>
@@ -27,6 +27,7 @@
 #include <span>
 
 #include "foundation/descriptor.h"
+#include "foundation/function_ref.h"
 #include "foundation/memory.h"
 
 namespace capi {
@@ -50,6 +51,9 @@ class FileReplacement {
   // False, with errno set, for a file that cannot be opened for writing, or not be made.
   bool is_open() const { return is_open_; }
 
+  // The file is written in place: when something fails from now on, the old content is lost.
+  bool is_in_place() const { return is_in_place_; }
+
   // Appends. False, with errno set, from the first failure on, which commit() will not forget.
   bool write(const void* bytes, size_t size);
 
@@ -68,8 +72,8 @@ class FileReplacement {
   enum class Step : uint8_t { Done, InPlace, Failed };
 
   Step split(const char* path);
-  Step look_at_target(OddFile odd_file);
-  Step look_at_link(const struct stat& link) const;
+  Step look_at_target();
+  Step step_after_error();
   Step make_sibling();
   Step try_sibling(bool& again);
   bool remove_leftover();
@@ -85,15 +89,42 @@ class FileReplacement {
   char sibling_[NAME_MAX + 1] = {};
   Descriptor directory_;
   Descriptor file_;
-  struct stat old_ {};    // of the file whose attributes are kept
-  bool has_old_ = false;  // there is such a file
+  bool has_old_ = false;  // a file whose attributes are kept
+  mode_t old_mode_ = 0;
+  uid_t old_owner_ = 0;
+  gid_t old_group_ = 0;
+  bool counts_only_by_name_ = false;
   bool has_sibling_ = false;
+  bool is_in_place_ = false;
   bool is_open_ = false;
   int error_ = 0;  // the first
 };
 
 // Overwrites a file in place, for what must work on a full disk, where there is no room for a
-// sibling. False, with errno set: the file may be cut then.
-bool overwrite_file(const char* path, std::span<const uint8_t> bytes);
+// sibling. The first "head" bytes are written last, when the rest is on the medium. False, with
+// errno set: the file may be cut then.
+bool overwrite_file(const char* path, std::span<const uint8_t> bytes, size_t head);
+
+// ---- In one call --------------------------------------------------------------------------------
+
+struct Replacing {
+  OddFile odd_file = OddFile::WrittenInPlace;
+  bool is_durable = false;  // all is synced, as sync() does it, before the call returns
+  size_t head = 0;          // not 0: on a full disk the file is overwritten, see above
+};
+
+// What can fail on the way. Only the first two leave the new content unwritten.
+enum class ReplacingStep : uint8_t { Open, Write, Flush, Close };
+
+enum class Replaced : uint8_t {
+  Done,
+  NotOpened,
+  NotWritten,  // the old content stays
+  Cut,         // it is lost, in a file that is written in place
+};
+
+// Replaces the content of a file. Each step that failed is told, with errno set.
+Replaced replace_file(const char* path, std::span<const uint8_t> bytes, const Replacing& replacing,
+                      FunctionRef<void(ReplacingStep)> tell);
 
 }  // namespace capi

@@ -2,8 +2,6 @@
 // SPDX-License-Identifier: MIT
 #include "foundation/key_value.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <array>
 #include <cstdint>
@@ -12,6 +10,7 @@
 
 #include "capi/util.h"
 #include "foundation/file.h"
+#include "foundation/file_replacement.h"
 #include "foundation/memory.h"
 #include "foundation/text.h"
 
@@ -178,19 +177,18 @@ int config_file_reader(const char* path, config_item_cb item_cb) {
 }
 
 int config_file_writer(const char* path, config_line_cb line_cb, void* ctx) {
+  using namespace capi;
   if (path == nullptr || line_cb == nullptr) return 0;
-  unlink(path);
-  const capi::File file = capi::open_file(path, "wb+");
-  if (!file) return 0;
-  char buf[capi::kKeyValueLineSize + 1] = {};  // one for a terminator
-  for (int index = 1;; ++index) {
+  FileReplacement file(path, OddFile::Replaced);
+  char buf[kKeyValueLineSize + 1] = {};  // one for a terminator
+  for (int index = 1; file.is_open(); ++index) {
     const int produced = line_cb(index, buf, ctx);
     if (produced == 0) break;
     if (produced < 0) continue;
     const size_t count = std::min(static_cast<size_t>(produced), sizeof buf - 1);
     buf[count] = '\0';
-    fwrite(buf, 1, count, file.get());
+    file.write(buf, count);
   }
-  fflush(file.get());
-  return 1;
+  if (!file.is_open() || !file.commit()) log_not_written(__func__, path);
+  return file.is_open() ? 1 : 0;
 }

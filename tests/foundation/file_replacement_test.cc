@@ -287,7 +287,7 @@ TEST_F(FullDiskTest, AFileIsOverwrittenWithoutRoomForASibling) {
   write_file("/tmp/replacement/ballast", std::string(6 * 4096, 'x'));
   EXPECT_FALSE(replace(kPath, std::string(8000, 'n')));
   const std::string shorter(8000, 'n');
-  EXPECT_TRUE(overwrite_file(kPath, {reinterpret_cast<const uint8_t*>(shorter.data()), 8000}));
+  EXPECT_TRUE(overwrite_file(kPath, {reinterpret_cast<const uint8_t*>(shorter.data()), 8000}, 44));
   EXPECT_EQ(read_file(kPath), shorter);
 }
 

@@ -11,15 +11,23 @@ namespace capi::test {
 
 // By kind: each stands for all the calls that do the like.
 enum class Call : uint8_t {
-  Malloc,  // calloc, strndup, asprintf
-  Fopen,  // fdopen
-  Open,
+  Malloc,  // calloc, strdup, strndup, asprintf, open_memstream
+  Fopen,   // fdopen
+  Open,    // openat
   Fread,   // fgets, getc
   Fwrite,  // fputs
   Fflush,
   Fclose,
-  Fseek,
+  Fseek,  // lseek
   Stat,
+  Fstat,  // fstatat
+  Fchmod,
+  Fchown,
+  Fsync,
+  Ftruncate,
+  Rename,  // renameat
+  Unlink,  // unlinkat
+  Close,
   Mkdir,
   Flock,
   LocaltimeR,
