@@ -40,9 +40,15 @@ constinit CallAssembly assembly{};
 
 using namespace capi;
 
-int capi_voip_init_call_log_file() { return with_call_log(init_call_log_file); }
+int capi_voip_init_call_log_file() {
+  return with_call_log(
+      [](const char* path) CAPI_REQUIRES(kCallLogLock) { return init_call_log_file(path); });
+}
 
-int capi_voip_verify_call_log_file() { return with_call_log(verify_call_log_file); }
+int capi_voip_verify_call_log_file() {
+  return with_call_log(
+      [](const char* path) CAPI_REQUIRES(kCallLogLock) { return verify_call_log_file(path); });
+}
 
 int capi_voip_delete_call_log_file() {
   return tell_others(with_call_log([](const char* path) CAPI_REQUIRES(kCallLogLock) {
@@ -53,8 +59,7 @@ int capi_voip_delete_call_log_file() {
 
 int capi_voip_clean_all_call_log() {
   return tell_others(with_call_log([](const char* path) CAPI_REQUIRES(kCallLogLock) {
-    delete_call_log_file(path);
-    return create_call_log_file(path);
+    return create_call_log_file(path, Emptying::Cleaned);
   }));
 }
 

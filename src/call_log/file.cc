@@ -10,8 +10,9 @@
 #include <cstdio>
 #include <cstring>
 #include <ctime>
-#include <utility>
 
+#include "foundation/file.h"
+#include "foundation/file_replacement.h"
 #include "foundation/log.h"
 #include "foundation/shell.h"
 #include "record/directory.h"
@@ -19,29 +20,33 @@
 namespace capi {
 namespace {
 
-void close_call_log(File file, const char* path, const char* func, const char* failed) {
-  if (fclose(file.release()) != 0) {
-    CAPI_LOG_AS(func, kLogWarning, failed, path, strerror(errno));
-  }
+// Reads are whole, which a buffer would only cut in two.
+File open_call_log(const char* path) {
+  File file = open_file(path, "rb");
+  if (file) setvbuf(file.get(), nullptr, _IONBF, 0);
+  return file;
 }
 
-enum class WriteResult { Written, NotOpened, Cut };
+Replaced write_call_log(const char* path, const capi_call_log_image& image, const WriteWords& words,
+                        Replacing how) {
+  const std::span bytes(reinterpret_cast<const uint8_t*>(&image), sizeof image);
+  // By ReplacingStep.
+  const char* const failures[] = {words.not_opened, words.not_written,
+                                  " failure flush data into file %s, error : %s!",
+                                  " failure close file %s, error : %s!"};
+  how.is_durable = true;
+  return replace_file(path, bytes, how, [&](ReplacingStep step) {
+    CAPI_LOG_AS(words.func, kLogWarning, failures[static_cast<size_t>(step)], path,
+                strerror(errno));
+  });
+}
 
-WriteResult write_call_log(const char* path, const capi_call_log_image& image,
-                           const WriteWords& words) {
-  File file = open_call_log(path, "wb");
-  if (!file) {
-    CAPI_LOG_AS(words.func, kLogWarning, words.not_opened, path, strerror(errno));
-    return WriteResult::NotOpened;
-  }
-  const bool complete = fwrite(&image, sizeof image, 1, file.get()) == 1;
-  if (complete) {
-    flush_call_log(file.get(), path, words.func);
-  } else {
-    CAPI_LOG_AS(words.func, kLogWarning, words.cut, path, strerror(errno));
-  }
-  close_call_log(std::move(file), path, words.func, " failure close file %s, error : %s!");
-  return complete ? WriteResult::Written : WriteResult::Cut;
+// What is known of a file.
+enum class Verdict : uint8_t { Sound, Unsound, Unknown };
+
+// After an error of opening, reading or examining it.
+Verdict verdict_after_error() {
+  return tells_of_content(errno) ? Verdict::Unsound : Verdict::Unknown;
 }
 
 // Reads from the start of the file; a file that is too short leaves no error of its own.
@@ -50,71 +55,98 @@ bool read_start(FILE* file, void* to, size_t size) {
   return fread(to, size, 1, file) == 1;
 }
 
-int log_fault(const CheckResult& result) {
-  constexpr char kFunc[] = "_vkr_voip_read_call_log";
+constexpr char kRead[] = "_vkr_voip_read_call_log";
+constexpr char kCreate[] = "_vkr_voip_create_call_log_file";
+constexpr char kNotCreated[] = " can not create  file %s, error : %s !";
+
+// Written last where a file is overwritten: a file whose lists do not fit to it is not sound.
+constexpr size_t kHeadSize = sizeof(capi_call_log_header);
+
+Verdict judge_lists(const capi_call_log_image& image) {
+  const CheckResult result = check(image);
   switch (result.fault) {
     case ImageFault::None:
-      return 0;
+      return Verdict::Sound;
     case ImageFault::Counts:
-      CAPI_LOG_AS(kFunc, kLogWarning, " failure check call log count value");
+      CAPI_LOG_AS(kRead, kLogWarning, " failure check call log count value");
       break;
     case ImageFault::FreeList:
-      CAPI_LOG_AS(kFunc, kLogWarning, " failure check freed call log link list");
+      CAPI_LOG_AS(kRead, kLogWarning, " failure check freed call log link list");
       break;
     case ImageFault::AllEntries:
-      CAPI_LOG_AS(kFunc, kLogWarning, " failure check all used call log link list");
+      CAPI_LOG_AS(kRead, kLogWarning, " failure check all used call log link list");
       break;
     case ImageFault::TypeList:
-      CAPI_LOG_AS(kFunc, kLogWarning, " failure check link list call log type = %d",
+      CAPI_LOG_AS(kRead, kLogWarning, " failure check link list call log type = %d",
                   static_cast<int>(result.type));
       break;
   }
-  return -1;
+  return Verdict::Unsound;
+}
+
+Verdict read_and_judge(const char* path, capi_call_log_image& image) CAPI_REQUIRES(kCallLogLock) {
+  const File file = open_call_log(path);
+  if (!file) {
+    CAPI_LOG_AS(kRead, kLogWarning, " can not read call log file %s, error = %s !", path,
+                strerror(errno));
+    return verdict_after_error();
+  }
+  if (!read_start(file.get(), &image, sizeof image)) {
+    CAPI_LOG_AS(kRead, kLogWarning, " failure to read data in file %s, error : %s!", path,
+                strerror(errno));
+    return verdict_after_error();
+  }
+  return judge_lists(image);
 }
 
 constexpr char kVerify[] = "_vkr_voip_verify_call_log_file";
 
-bool has_size(const char* path) {
+Verdict judge_size(const char* path) {
   errno = 0;
   struct stat status {};
-  if (stat(path, &status) == 0 && status.st_size == sizeof(capi_call_log_image)) return true;
+  if (stat(path, &status) == 0 && status.st_size == sizeof(capi_call_log_image)) {
+    return Verdict::Sound;
+  }
   CAPI_LOG_AS(kVerify, kLogWarning, " can not get file size %s, error : %s!", path,
               strerror(errno));
-  return false;
+  return verdict_after_error();
 }
 
-bool has_description(const char* path) {
-  File file = open_call_log(path, "rb");
+Verdict judge_description(const char* path) {
+  File file = open_call_log(path);
   if (!file) {
     CAPI_LOG_AS(kVerify, kLogWarning, " can not open  file %s !\n", path);
-    return false;
+    return verdict_after_error();
   }
   capi_call_log_header header{};
   if (!read_start(file.get(), &header, offsetof(capi_call_log_header, entry))) {
     CAPI_LOG_AS(kVerify, kLogWarning, " failure to read data in file %s, error : %s!", path,
                 strerror(errno));
-    return false;
+    return verdict_after_error();
   }
   if (!has_marks(header)) {
     CAPI_LOG_AS(kVerify, kLogWarning,
                 " Parse wrong call log file description, max_num_of_record_type [%d], "
                 "max_entry_num_per_type [%d], log_ver [%d]\n",
                 header.max_num_of_record_type, header.max_entry_num_per_type, header.log_ver);
-    return false;
+    return Verdict::Unsound;
   }
-  close_call_log(std::move(file), path, kVerify, " failure close file %s, error : %s!\n");
-  return true;
+  if (fclose(file.release()) != 0) {
+    CAPI_LOG_AS(kVerify, kLogWarning, " failure close file %s, error : %s!\n", path,
+                strerror(errno));
+  }
+  return Verdict::Sound;
 }
 
-bool has_sound_lists(const char* path, capi_call_log_image& image) CAPI_REQUIRES(kCallLogLock) {
-  if (read_call_log(path, &image) == 0) return true;
-  CAPI_LOG_AS(kVerify, kLogWarning, " read call log file %s failure !", path);
-  return false;
-}
-
-int rebuild_call_log_file(const char* path) CAPI_REQUIRES(kCallLogLock) {
-  remove(path);
-  return create_call_log_file(path);
+Verdict judge_call_log(const char* path, capi_call_log_image& image) CAPI_REQUIRES(kCallLogLock) {
+  Verdict verdict = judge_size(path);
+  if (verdict == Verdict::Sound) verdict = judge_description(path);
+  if (verdict != Verdict::Sound) return verdict;
+  verdict = read_and_judge(path, image);
+  if (verdict != Verdict::Sound) {
+    CAPI_LOG_AS(kVerify, kLogWarning, " read call log file %s failure !", path);
+  }
+  return verdict;
 }
 
 // Moves the file to a name with the local time in it. False without a local time.
@@ -131,24 +163,10 @@ bool move_aside(const char* path, char* command, size_t size) {
 
 }  // namespace
 
-File open_call_log(const char* path, const char* mode) {
-  File file = open_file(path, mode);
-  if (file) setvbuf(file.get(), nullptr, _IONBF, 0);
-  return file;
-}
-
 bool refuse_null(const void* pointer, const char* func) {
   if (pointer != nullptr) return false;
   CAPI_LOG_AS(func, kLogWarning, "Invalid NULL pointer\n");
   return true;
-}
-
-void flush_call_log(FILE* file, const char* path, const char* func) {
-  if (fflush(file) != 0) {
-    CAPI_LOG_AS(func, kLogWarning, " failure flush data into file %s, error : %s!", path,
-                strerror(errno));
-  }
-  sync();
 }
 
 ImageOwner make_image(const char* func) {
@@ -157,34 +175,25 @@ ImageOwner make_image(const char* func) {
   return image;
 }
 
-int create_call_log_file(const char* path) {
-  constexpr char kFunc[] = "_vkr_voip_create_call_log_file";
-  const ImageOwner image = make_image(kFunc);
+int create_call_log_file(const char* path, Emptying emptying) {
+  const ImageOwner image = make_image(kCreate);
   if (!image) return -1;
   make_empty(*image);
-  const WriteResult result = write_call_log(path, *image,
-                                            {kFunc, " can not create  file %s, error : %s !",
-                                             " failure write data into file %s, error : %s!"});
-  if (result != WriteResult::Written) return -1;
-  CAPI_LOG_AS(kFunc, kLogInfo, " create file %s success !", path);
+  Replacing how;
+  if (emptying != Emptying::New) {
+    rmdir(path);  // a directory cannot be replaced
+    how.odd_file = OddFile::Replaced;
+  }
+  if (emptying == Emptying::Cleaned) how.head = kHeadSize;
+  const WriteWords words{kCreate, kNotCreated, " failure write data into file %s, error : %s!"};
+  if (write_call_log(path, *image, words, how) != Replaced::Done) return -1;
+  CAPI_LOG_AS(kCreate, kLogInfo, " create file %s success !", path);
   return 0;
 }
 
 int read_call_log(const char* path, capi_call_log_image* image) {
-  constexpr char kFunc[] = "_vkr_voip_read_call_log";
-  if (refuse_null(image, kFunc)) return -1;
-  const File file = open_call_log(path, "rb");
-  if (!file) {
-    CAPI_LOG_AS(kFunc, kLogWarning, " can not read call log file %s, error = %s !", path,
-                strerror(errno));
-    return -1;
-  }
-  if (!read_start(file.get(), image, sizeof *image)) {
-    CAPI_LOG_AS(kFunc, kLogWarning, " failure to read data in file %s, error : %s!", path,
-                strerror(errno));
-    return -1;
-  }
-  return log_fault(check(*image));
+  if (refuse_null(image, kRead)) return -1;
+  return read_and_judge(path, *image) == Verdict::Sound ? 0 : -1;
 }
 
 ImageOwner load_call_log(const char* path, const char* func) {
@@ -196,16 +205,19 @@ ImageOwner load_call_log(const char* path, const char* func) {
 int verify_call_log_file(const char* path) {
   const ImageOwner image = make_image(kVerify);
   if (!image) return -1;  // which says nothing about the file
-  if (has_size(path) && has_description(path) && has_sound_lists(path, *image)) return 0;
-  if (rebuild_call_log_file(path) == 0) return 0;
+  const Verdict verdict = judge_call_log(path, *image);
+  if (verdict == Verdict::Sound) return 0;
+  if (verdict == Verdict::Unsound && create_call_log_file(path, Emptying::Rebuilt) == 0) return 0;
   CAPI_LOG_AS(kVerify, kLogWarning, " can not rebuild  file %s !\n", path);
   return -1;
 }
 
 int init_call_log_file(const char* path) {
   constexpr char kFunc[] = "_vkr_voip_init_call_log_file";
-  if (!open_call_log(path, "rb")) {
-    if (create_call_log_file(path) == 0) return 0;
+  if (!open_call_log(path)) {
+    const bool is_missing = tells_of_content(errno);
+    if (is_missing && create_call_log_file(path, Emptying::New) == 0) return 0;
+    if (!is_missing) CAPI_LOG_AS(kCreate, kLogWarning, kNotCreated, path, strerror(errno));
     CAPI_LOG_AS(kFunc, kLogWarning, " fail to create new call log file %s !", path);
     return -1;
   }
@@ -216,12 +228,14 @@ int init_call_log_file(const char* path) {
 
 void delete_call_log_file(const char* path) { remove(path); }
 
-int replace_call_log(const char* path, const capi_call_log_image& image, const WriteWords& words) {
-  const WriteResult result = write_call_log(path, image, words);
-  if (result == WriteResult::Cut && rebuild_call_log_file(path) != 0) {
+Replaced replace_call_log(const char* path, const capi_call_log_image& image,
+                          const WriteWords& words, Purpose purpose) {
+  const size_t head = purpose == Purpose::Remove ? kHeadSize : 0;
+  const Replaced result = write_call_log(path, image, words, {.head = head});
+  if (result == Replaced::Cut && create_call_log_file(path, Emptying::Rebuilt) != 0) {
     CAPI_LOG_AS(words.func, kLogWarning, " can not delete  file %s !", path);
   }
-  return result == WriteResult::Written ? 0 : -1;
+  return result;
 }
 
 void set_call_log_aside(const char* path, unsigned bad_node) {
@@ -235,7 +249,7 @@ void set_call_log_aside(const char* path, unsigned bad_node) {
   CAPI_LOG_AS(kFunc, kLogWarning,
               " Invalid node index = %d, success backup error call log file, command = %s !",
               static_cast<int>(bad_node), command);
-  create_call_log_file(path);
+  create_call_log_file(path, Emptying::New);
 }
 
 }  // namespace capi

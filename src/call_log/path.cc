@@ -24,4 +24,10 @@ FilePath call_log_path() {
   return path;
 }
 
+int with_call_log(FunctionRef<int(const char* path)> operation) {
+  const FilePath path = call_log_path();
+  const CriticalSection section(kCallLogLock);
+  return operation(path.text);
+}
+
 }  // namespace capi

@@ -7,6 +7,7 @@
 // Leaves to its callers the file itself: that there is a path says nothing about a file.
 #pragma once
 
+#include "foundation/function_ref.h"
 #include "lock/critical_section.h"
 #include "record/kept_path.h"
 
@@ -17,11 +18,7 @@ namespace capi {
 FilePath call_log_path() CAPI_EXCLUDES(kConfShmLock, kCallLogLock);
 
 // Runs an operation on the file, by its path, under lock 2. Returns its result.
-template <typename Operation>
-int with_call_log(const Operation& operation) {
-  const FilePath path = call_log_path();
-  const CriticalSection section(kCallLogLock);
-  return operation(path.text);
-}
+int with_call_log(FunctionRef<int(const char* path)> operation)
+    CAPI_EXCLUDES(kConfShmLock, kCallLogLock);
 
 }  // namespace capi

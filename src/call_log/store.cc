@@ -2,11 +2,7 @@
 // SPDX-License-Identifier: MIT
 #include "call_log/store.h"
 
-#include <unistd.h>
-
-#include <cerrno>
 #include <cstddef>
-#include <cstdio>
 #include <cstring>
 
 #include "call_log/file.h"
@@ -75,19 +71,6 @@ int delete_all(capi_call_log_image& image, unsigned type, const char* func) {
   return 0;
 }
 
-// Writes a piece of an image to its place in the file.
-void write_piece(FILE* file, const char* path, const capi_call_log_image& image, const void* piece,
-                 size_t size) {
-  constexpr char kFunc[] = "_vkr_voip_delete_call_log_by_node";
-  const auto offset = static_cast<const uint8_t*>(piece) - reinterpret_cast<const uint8_t*>(&image);
-  if (fseek(file, static_cast<long>(offset), SEEK_SET) != 0) {
-    CAPI_LOG_AS(kFunc, kLogWarning, " failure to seek file pointer, error : %s!", strerror(errno));
-  } else if (fwrite(piece, size, 1, file) != 1) {
-    CAPI_LOG_AS(kFunc, kLogWarning, " failure write data into file %s, error : %s!", path,
-                strerror(errno));
-  }
-}
-
 }  // namespace
 
 int add_call_log(const char* path, unsigned type, const capi_call_log_record* record) {
@@ -106,9 +89,9 @@ int add_call_log(const char* path, unsigned type, const capi_call_log_record* re
     return -1;
   }
   add_record(*image, type, *record);
-  return replace_call_log(path, *image,
-                          {kFunc, " can not open file %s, error = %s !",
-                           " failure to write data into file %s, error : %s!"});
+  const WriteWords words{kFunc, " can not open file %s, error = %s !",
+                         " failure to write data into file %s, error : %s!"};
+  return replace_call_log(path, *image, words, Purpose::Add) == Replaced::Done ? 0 : -1;
 }
 
 int delete_call_log_by_node(const char* path, unsigned type, unsigned node) {
@@ -119,24 +102,10 @@ int delete_call_log_by_node(const char* path, unsigned type, unsigned node) {
     CAPI_LOG_AS(kFunc, kLogWarning, " failure to read call log file %s !", path);
     return -1;
   }
-  const File file = open_call_log(path, "rb+");
-  if (!file) {
-    CAPI_LOG_AS(kFunc, kLogWarning, " can not open file %s, error = %s !", path, strerror(errno));
-    return -1;
-  }
-  const capi_call_log_record& entry = image->node[node];
-  // The end of the free list comes first and the header last: should we die in between, that list
-  // is longer than its count, and no reader takes the file for sound.
-  const unsigned touched[] = {image->header.free.tail, node,          entry.prev, entry.next,
-                              entry.all_prev,          entry.all_next};
   release_node(*image, type, node, LoneFreeNode::LinksNowhere);
-  for (const unsigned index : touched) {
-    if (!is_node(index)) continue;
-    write_piece(file.get(), path, *image, &image->node[index], sizeof image->node[index]);
-  }
-  write_piece(file.get(), path, *image, &image->header, sizeof image->header);
-  flush_call_log(file.get(), path, kFunc);
-  return 0;
+  const WriteWords words{kFunc, " can not open file %s, error = %s !",
+                         " failure write data into file %s, error : %s!"};
+  return replace_call_log(path, *image, words, Purpose::Remove) == Replaced::NotOpened ? -1 : 0;
 }
 
 int clean_call_log_by_type(const char* path, unsigned type) {
@@ -162,9 +131,9 @@ int clean_call_log_by_type(const char* path, unsigned type) {
     return -1;
   }
   if (delete_all(*image, type, kFunc) != 0) return -1;
-  return replace_call_log(path, *image,
-                          {kFunc, " can not create  file %s, error = %s !",
-                           " failure write data into file %s, error : %s!"});
+  const WriteWords words{kFunc, " can not create  file %s, error = %s !",
+                         " failure write data into file %s, error : %s!"};
+  return replace_call_log(path, *image, words, Purpose::Remove) == Replaced::Done ? 0 : -1;
 }
 
 const capi_call_log_record* find_call_log_node(const capi_call_log_image& image, unsigned node) {

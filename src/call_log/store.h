@@ -11,7 +11,7 @@ namespace capi {
 int add_call_log(const char* path, unsigned type, const capi_call_log_record* record)
     CAPI_REQUIRES(kCallLogLock);
 
-// Writes the changed pieces in place.
+// A failed write is logged, and no failure.
 int delete_call_log_by_node(const char* path, unsigned type, unsigned node)
     CAPI_REQUIRES(kCallLogLock);
 

@@ -63,7 +63,7 @@ TEST_F(CallLogApi, AChangeThatFailsPostsTheSignalAsWell) {
     expected.emplace_back(kUpdated);
     EXPECT_EQ(posted(), expected);
   }
-  fail_call(Call::Fopen);
+  fail_call(Call::Open);
   EXPECT_EQ(capi_voip_clean_all_call_log(), -1);
   EXPECT_EQ(posted().size(), expected.size() + 1);
 }

@@ -19,6 +19,7 @@
 namespace capi::test {
 
 inline constexpr char kLogPath[] = "/tmp/voip_call_log";
+inline constexpr char kSibling[] = "/tmp/.voip_call_log.new";
 inline constexpr char kUpdated[] = "signal simple vop_sig_voip_call_log_event_updated";
 
 // The nth call of a test, different from the others in every field.

@@ -47,7 +47,7 @@ TEST_F(CallLogFile, InitLeavesAValidFileAlone) {
 }
 
 TEST_F(CallLogFile, InitSaysThatNoFileCanBeCreated) {
-  fail_call(Call::Fopen, 2);
+  fail_call(Call::Open);
   EXPECT_EQ(capi_voip_init_call_log_file(), -1);
   EXPECT_EQ(
       captured_log(),
@@ -67,19 +67,41 @@ TEST_F(CallLogFile, InitSaysThatABadFileCannotBeRebuilt) {
              {kLogWarning, kInit, " verify format of file /tmp/voip_call_log failure !"}}));
 }
 
+TEST_F(CallLogFile, InitLeavesAFileThatCannotBeOpened) {
+  write_image(*image_of({0, 1}));
+  const std::string before = read_file(kLogPath);
+  for (const int error : {EMFILE, EACCES, ENOMEM}) {
+    clear_log();
+    fail_call(Call::Fopen, 1, error);
+    EXPECT_EQ(capi_voip_init_call_log_file(), -1);
+    EXPECT_EQ(captured_log(),
+              (Lines{{4, kCreate,
+                      std::string(" can not create  file /tmp/voip_call_log, error : ") +
+                          strerror(error) + " !"},
+                     {4, kInit, " fail to create new call log file /tmp/voip_call_log !"}}));
+    EXPECT_EQ(read_file(kLogPath), before);
+  }
+}
+
+// What is not on the medium is not written.
 TEST_F(CallLogFile, CreateSaysThatAWriteFailed) {
-  fail_call(Call::Fwrite);
-  EXPECT_EQ(capi_voip_init_call_log_file(), -1);
-  EXPECT_EQ(
-      captured_log(),
-      lines({{kLogWarning, kCreate,
-              " failure write data into file /tmp/voip_call_log, error : Input/output error!"},
-             {kLogWarning, kInit, " fail to create new call log file /tmp/voip_call_log !"}}));
+  for (const Call call : {Call::Write, Call::Fsync, Call::Rename}) {
+    clear_log();
+    fail_call(call);
+    EXPECT_EQ(capi_voip_init_call_log_file(), -1);
+    EXPECT_EQ(
+        captured_log(),
+        (Lines{{4, kCreate,
+                " failure write data into file /tmp/voip_call_log, error : Input/output error!"},
+               {4, kInit, " fail to create new call log file /tmp/voip_call_log !"}}));
+    EXPECT_FALSE(exists(kLogPath));
+    EXPECT_FALSE(exists(kSibling));
+  }
   EXPECT_EQ(count_calls(Call::Sync), 0);
 }
 
 TEST_F(CallLogFile, CreateGoesOnAfterAFailedFlush) {
-  fail_call(Call::Fflush);
+  fail_call(Call::Fsync, 2);  // of the directory
   EXPECT_EQ(capi_voip_init_call_log_file(), 0);
   EXPECT_EQ(
       captured_log(),
@@ -90,7 +112,7 @@ TEST_F(CallLogFile, CreateGoesOnAfterAFailedFlush) {
 }
 
 TEST_F(CallLogFile, CreateGoesOnAfterAFailedClose) {
-  fail_call(Call::Fclose);
+  fail_call(Call::Close);
   EXPECT_EQ(capi_voip_init_call_log_file(), 0);
   EXPECT_EQ(captured_log(),
             lines({{kLogWarning, kCreate,
@@ -182,20 +204,39 @@ TEST_F(CallLogFile, VerifyRebuildsAFileWhoseListsAreBroken) {
   expect_empty_log();
 }
 
-TEST_F(CallLogFile, VerifyRebuildsAFileThatCannotBeOpenedOrRead) {
+TEST_F(CallLogFile, VerifyLeavesAFileThatCannotBeLookedAt) {
+  const std::string reason = "Input/output error";
+  const struct {
+    Call call;
+    int nth;
+    Lines lines;
+  } cases[] = {
+      {Call::Stat,
+       1,
+       {{4, kVerify, " can not get file size /tmp/voip_call_log, error : " + reason + "!"}}},
+      {Call::Fopen, 1, {{4, kVerify, " can not open  file /tmp/voip_call_log !"}}},
+      {Call::Fread,
+       1,
+       {{4, kVerify, " failure to read data in file /tmp/voip_call_log, error : " + reason + "!"}}},
+      {Call::Fopen,
+       2,
+       {{4, kRead, " can not read call log file /tmp/voip_call_log, error = " + reason + " !"},
+        {4, kVerify, " read call log file /tmp/voip_call_log failure !"}}},
+      {Call::Fread,
+       2,
+       {{4, kRead, " failure to read data in file /tmp/voip_call_log, error : " + reason + "!"},
+        {4, kVerify, " read call log file /tmp/voip_call_log failure !"}}},
+  };
   write_image(*image_of({0}));
-  fail_call(Call::Fopen);
-  EXPECT_EQ(capi_voip_verify_call_log_file(), 0);
-  EXPECT_EQ(captured_log(),
-            lines({{kLogWarning, kVerify, " can not open  file /tmp/voip_call_log !"}, kCreated}));
-  clear_log();
-  fail_call(Call::Fread);
-  EXPECT_EQ(capi_voip_verify_call_log_file(), 0);
-  EXPECT_EQ(
-      captured_log(),
-      lines({{kLogWarning, kVerify,
-              " failure to read data in file /tmp/voip_call_log, error : Input/output error!"},
-             kCreated}));
+  const std::string before = read_file(kLogPath);
+  for (auto [call, nth, lines] : cases) {
+    clear_log();
+    fail_call(call, nth);
+    EXPECT_EQ(capi_voip_verify_call_log_file(), -1);
+    lines.push_back({4, kVerify, " can not rebuild  file /tmp/voip_call_log !"});
+    EXPECT_EQ(captured_log(), lines);
+    EXPECT_EQ(read_file(kLogPath), before);
+  }
 }
 
 TEST_F(CallLogFile, VerifyGoesOnAfterAFailedClose) {
@@ -285,17 +326,18 @@ TEST_F(CallLogFile, AFullDiskIsNoticedAtTheWrite) {
                        " failure write data into file /tmp/small/voip_call_log, error : No space "
                        "left on device!"};
     EXPECT_EQ(capi_voip_init_call_log_file(), -1);
+    EXPECT_FALSE(exists("/tmp/small/voip_call_log"));
     EXPECT_EQ(capi_voip_verify_call_log_file(), -1);
     EXPECT_EQ(capi_voip_clean_all_call_log(), -1);
-    EXPECT_EQ(
-        captured_log(kLogWarning),
-        lines({full,
-               {kLogWarning, kInit, " fail to create new call log file /tmp/small/voip_call_log !"},
-               {kLogWarning, kVerify,
-                " can not get file size /tmp/small/voip_call_log, error : Success!"},
-               full,
-               {kLogWarning, kVerify, " can not rebuild  file /tmp/small/voip_call_log !"},
-               full}));
+    EXPECT_EQ(captured_log(4),
+              (Lines{full,
+                     {4, kInit, " fail to create new call log file /tmp/small/voip_call_log !"},
+                     {4, kVerify,
+                      " can not get file size /tmp/small/voip_call_log, error : No such file or "
+                      "directory!"},
+                     full,
+                     {4, kVerify, " can not rebuild  file /tmp/small/voip_call_log !"},
+                     full}));
   });
   umount("/tmp/small");
 }

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 #include "call_log/store.h"
 
+#include <sys/mount.h>
 #include <sys/resource.h>
 #include <unistd.h>
 
@@ -142,7 +143,7 @@ TEST_F(CallLogStore, AddNeedsMemory) {
 
 TEST_F(CallLogStore, AddSaysThatTheFileCannotBeOpened) {
   write_image(*empty_image());
-  fail_call(Call::Fopen, 2);
+  fail_call(Call::Open);
   EXPECT_EQ(add(0, 0), -1);
   EXPECT_EQ(captured_log(kLogInfo),
             lines({{kLogWarning, kAdd,
@@ -150,19 +151,22 @@ TEST_F(CallLogStore, AddSaysThatTheFileCannotBeOpened) {
   expect_empty_log();
 }
 
-TEST_F(CallLogStore, AddThatIsCutRebuildsTheFile) {
-  write_image(*image_of({0, 1}));
-  fail_call(Call::Fwrite);
-  EXPECT_EQ(add(0, 0), -1);
-  EXPECT_EQ(captured_log(kLogInfo),
-            lines({{kLogWarning, kAdd,
-                    " failure to write data into file /tmp/voip_call_log, error "
-                    ": Input/output error!"},
-                   kCreated}));
-  expect_empty_log();
+TEST_F(CallLogStore, AddThatIsNotWrittenKeepsTheCalls) {
+  const Image image = image_of({0, 1});
+  write_image(*image);
+  for (const Call call : {Call::Write, Call::Fsync, Call::Rename}) {
+    clear_log();
+    fail_call(call);
+    EXPECT_EQ(add(0, 0), -1);
+    EXPECT_EQ(captured_log(6), (Lines{{4, kAdd,
+                                       " failure to write data into file /tmp/voip_call_log, "
+                                       "error : Input/output error!"}}));
+    EXPECT_EQ(bytes_of(*read_image()), bytes_of(*image));
+    EXPECT_FALSE(exists(kSibling));
+  }
 }
 
-TEST_F(CallLogStore, AddToAFullDiskRebuildsTheFile) {
+TEST_F(CallLogStore, AddThatCutsAFileWrittenInPlaceRebuildsIt) {
   // Reads as zeroes, which pass the check, and is always full.
   std::filesystem::create_symlink("/dev/full", kLogPath);
   EXPECT_EQ(add(0, 0), -1);
@@ -177,6 +181,7 @@ TEST_F(CallLogStore, AddToAFullDiskRebuildsTheFile) {
 
 TEST_F(CallLogStore, AddSaysThatACutFileCannotBeRebuilt) {
   write_image(*image_of({0, 1}));
+  std::filesystem::create_hard_link(kLogPath, "/tmp/other_call_log");  // so: written in place
   in_other_process([] {
     limit_files(1000);
     EXPECT_EQ(add(0, 0), -1);
@@ -188,13 +193,14 @@ TEST_F(CallLogStore, AddSaysThatACutFileCannotBeRebuilt) {
                       " failure write data into file /tmp/voip_call_log, error : File too large!"},
                      {kLogWarning, kAdd, " can not delete  file /tmp/voip_call_log !"}}));
   });
+  std::filesystem::remove("/tmp/other_call_log");
 }
 
 TEST_F(CallLogStore, AddGoesOnAfterAFailedFlushOrClose) {
   write_image(*empty_image());
-  fail_call(Call::Fflush);
+  fail_call(Call::Fsync, 2);  // of the directory
   EXPECT_EQ(add(0, 0), 0);
-  fail_call(Call::Fclose, 2);
+  fail_call(Call::Close, 2);  // the first one closes what was only looked at
   EXPECT_EQ(add(0, 1), 0);
   EXPECT_EQ(
       captured_log(kLogInfo),
@@ -203,6 +209,53 @@ TEST_F(CallLogStore, AddGoesOnAfterAFailedFlushOrClose) {
              {kLogWarning, kAdd,
               " failure close file /tmp/voip_call_log, error : Input/output error!"}}));
   EXPECT_EQ(read_image()->header.used.count, 2);
+}
+
+// A disk with room for the call log, and not for another one beside it.
+class CallLogFullDisk : public CallLogStore {
+ protected:
+  static constexpr char kPath[] = "/tmp/small/voip_call_log";
+
+  void SetUp() override {
+    CallLogStore::SetUp();
+    std::filesystem::create_directory("/tmp/small");
+    ASSERT_EQ(mount("tmpfs", "/tmp/small", "tmpfs", 0, "size=96k"), 0);
+    write_image(*image_of({0, 1, 0}), kPath);
+    ASSERT_EQ(capi_config_set("runtime_info", "option_runtime_info_nv_directory", 0, "/tmp/small"),
+              0);
+    clear_log();
+  }
+
+  void TearDown() override {
+    EXPECT_FALSE(exists("/tmp/small/.voip_call_log.new"));
+    umount("/tmp/small");
+    CallLogStore::TearDown();
+  }
+};
+
+TEST_F(CallLogFullDisk, AddKeepsTheCallsAndFails) {
+  in_other_process([] {
+    EXPECT_EQ(add(1, 3), -1);
+    EXPECT_EQ(captured_log(6), (Lines{{4, kAdd,
+                                       " failure to write data into file /tmp/small/voip_call_log, "
+                                       "error : No space left on device!"}}));
+  });
+  EXPECT_EQ(bytes_of(*read_image(kPath)), bytes_of(*image_of({0, 1, 0})));
+}
+
+TEST_F(CallLogFullDisk, DeleteAndCleanStillWork) {
+  const Image image = image_of({0, 1, 0});
+  in_other_process([] {
+    EXPECT_EQ(capi_voip_delete_call_log_by_node(0, 0), 0);
+    EXPECT_EQ(captured_log(4), Lines{});
+  });
+  release_node(*image, 0, 0, LoneFreeNode::LinksNowhere);
+  EXPECT_EQ(bytes_of(*read_image(kPath)), bytes_of(*image));
+  in_other_process([] { EXPECT_EQ(capi_voip_clean_call_log_by_type(1), 0); });
+  release_node(*image, 1, 1, LoneFreeNode::LinksItself);
+  EXPECT_EQ(bytes_of(*read_image(kPath)), bytes_of(*image));
+  in_other_process([] { EXPECT_EQ(capi_voip_clean_all_call_log(), 0); });
+  EXPECT_EQ(bytes_of(*read_image(kPath)), bytes_of(*empty_image()));
 }
 
 TEST_F(CallLogStore, AFileWithoutAFreeNodeIsSetAside) {
@@ -331,24 +384,39 @@ TEST_F(CallLogStore, DeleteNeedsAFile) {
                    {kLogWarning, kDelete, " failure to read call log file /tmp/voip_call_log !"}}));
 }
 
-TEST_F(CallLogStore, DeleteGoesOnAfterAFailedSeekWriteOrFlush) {
-  write_image(*image_of({0, 0, 0}));
-  fail_call(Call::Fseek);
-  EXPECT_EQ(capi_voip_delete_call_log_by_node(0, 0), 0);
-  write_image(*image_of({0, 0, 0}));
-  fail_call(Call::Fwrite);
-  EXPECT_EQ(capi_voip_delete_call_log_by_node(0, 0), 0);
-  EXPECT_EQ(read_image()->header.used.count, 2) << "the pieces after it are written";
-  fail_call(Call::Fflush);
-  write_image(*image_of({0, 0, 0}));
-  EXPECT_EQ(capi_voip_delete_call_log_by_node(0, 0), 0);
+TEST_F(CallLogStore, DeleteSaysThatTheFileCannotBeOpened) {
+  write_image(*image_of({0}));
+  fail_call(Call::Open);
+  EXPECT_EQ(capi_voip_delete_call_log_by_node(0, 0), -1);
+  EXPECT_EQ(
+      captured_log(6),
+      (Lines{{4, kDelete, " can not open file /tmp/voip_call_log, error = Input/output error !"}}));
+  EXPECT_EQ(read_image()->header.used.count, 1);
+}
+
+TEST_F(CallLogStore, DeleteGoesOnAfterAFailedWriteFlushOrClose) {
   const std::string reason = "Input/output error!";
-  EXPECT_EQ(captured_log(kLogInfo),
-            lines({{kLogWarning, kDelete, " failure to seek file pointer, error : " + reason},
-                   {kLogWarning, kDelete,
-                    " failure write data into file /tmp/voip_call_log, error : " + reason},
-                   {kLogWarning, kDelete,
-                    " failure flush data into file /tmp/voip_call_log, error : " + reason}}));
+  const struct {
+    Call call;
+    int nth;
+    uint16_t left;
+    const char* words;
+  } cases[] = {
+      {Call::Write, 1, 3, " failure write data into file /tmp/voip_call_log, error : "},
+      {Call::Fsync, 1, 3, " failure write data into file /tmp/voip_call_log, error : "},
+      {Call::Rename, 1, 3, " failure write data into file /tmp/voip_call_log, error : "},
+      {Call::Fsync, 2, 2, " failure flush data into file /tmp/voip_call_log, error : "},
+      {Call::Close, 2, 2, " failure close file /tmp/voip_call_log, error : "},
+  };
+  for (const auto& [call, nth, left, words] : cases) {
+    write_image(*image_of({0, 0, 0}));
+    clear_log();
+    fail_call(call, nth);
+    EXPECT_EQ(capi_voip_delete_call_log_by_node(0, 0), 0);
+    EXPECT_EQ(captured_log(6), (Lines{{4, kDelete, words + reason}}));
+    EXPECT_EQ(read_image()->header.used.count, left) << "all of it or nothing is written";
+    EXPECT_EQ(check(*read_image()).fault, ImageFault::None);
+  }
 }
 
 TEST_F(CallLogStore, CleanRemovesTheEntriesOfOneType) {
@@ -419,7 +487,7 @@ TEST_F(CallLogStore, CleanOfLinksThatLeadRoundInACircleEnds) {
 TEST_F(CallLogStore, CleanSaysThatTheFileCannotBeCreated) {
   const Image image = image_of({0});
   write_image(*image);
-  fail_call(Call::Fopen, 2);
+  fail_call(Call::Open);
   EXPECT_EQ(capi_voip_clean_call_log_by_type(0), -1);
   EXPECT_EQ(captured_log(kLogInfo),
             lines({{kLogWarning, kClean,
@@ -427,20 +495,21 @@ TEST_F(CallLogStore, CleanSaysThatTheFileCannotBeCreated) {
   EXPECT_EQ(bytes_of(*read_image()), bytes_of(*image));
 }
 
-TEST_F(CallLogStore, CleanThatIsCutRebuildsTheFile) {
-  write_image(*image_of({0, 1}));
-  fail_call(Call::Fwrite);
+TEST_F(CallLogStore, CleanThatIsNotWrittenKeepsTheCalls) {
+  const Image image = image_of({0, 1});
+  write_image(*image);
+  fail_call(Call::Write);
   EXPECT_EQ(capi_voip_clean_call_log_by_type(0), -1);
   EXPECT_EQ(
-      captured_log(kLogInfo),
-      lines({{kLogWarning, kClean,
-              " failure write data into file /tmp/voip_call_log, error : Input/output error!"},
-             kCreated}));
-  expect_empty_log();
+      captured_log(6),
+      (Lines{{4, kClean,
+              " failure write data into file /tmp/voip_call_log, error : Input/output error!"}}));
+  EXPECT_EQ(bytes_of(*read_image()), bytes_of(*image));
 }
 
 TEST_F(CallLogStore, CleanSaysThatACutFileCannotBeRebuilt) {
   write_image(*image_of({0, 1}));
+  std::filesystem::create_hard_link(kLogPath, "/tmp/other_call_log");  // so: written in place
   in_other_process([] {
     limit_files(1000);
     EXPECT_EQ(capi_voip_clean_call_log_by_type(0), -1);
@@ -451,6 +520,7 @@ TEST_F(CallLogStore, CleanSaysThatACutFileCannotBeRebuilt) {
                       " failure write data into file /tmp/voip_call_log, error : File too large!"},
                      {kLogWarning, kClean, " can not delete  file /tmp/voip_call_log !"}}));
   });
+  std::filesystem::remove("/tmp/other_call_log");
 }
 
 TEST_F(CallLogStore, ANodeIsReadFromTheFileOrFromAnImage) {
