@@ -49,7 +49,7 @@ int del(int selector, uint64_t id) {
 int clean(int selector) {
   if (!is_sms_selector(selector)) return -1;
   const SmsAccess access;
-  return create_sms_file(access.path(selector)) ? 0 : -1;
+  return create_sms_file(access.path(selector), SmsPurpose::Remove) ? 0 : -1;
 }
 
 bool refuse_same_file(int selector, const char* destination, const char* func) {

@@ -3,7 +3,6 @@
 #include "sms/file.h"
 
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <climits>
@@ -12,6 +11,7 @@
 #include <ctime>
 
 #include "foundation/file.h"
+#include "foundation/file_replacement.h"
 #include "foundation/log.h"
 #include "foundation/shell.h"
 #include "sms/image.h"
@@ -27,9 +27,9 @@ constexpr char kVerifyFunc[] = "_vkr_voip_verify_sms_file";
 // Of a command with one of our paths and one of a caller's in it.
 constexpr size_t kCommandSize = PATH_MAX + 512;
 
-// Files are read and written whole, which a buffer would only cut in two.
-File open_sms_file(const char* path, const char* mode) {
-  File file = open_file(path, mode);
+// Files are read whole, which a buffer would only cut in two.
+File open_sms_file(const char* path) {
+  File file = open_file(path, "rb");
   if (file) setvbuf(file.get(), nullptr, _IONBF, 0);
   return file;
 }
@@ -38,30 +38,32 @@ void log_failed(const char* func, const char* call) {
   CAPI_LOG_AS(func, kLogWarning, "%s failed, reason %d: %s\n", call, errno, strerror(errno));
 }
 
-void log_failed_on(const char* func, const char* call, const char* path) {
-  CAPI_LOG_AS(func, kLogWarning, "%s %s failed, reason %d: %s\n", call, path, errno,
-              strerror(errno));
-}
-
 timespec read_clock(clockid_t clock) {
   timespec time{};
   clock_gettime(clock, &time);
   return time;
 }
 
-// A file that cannot be closed has been written all the same.
-bool write_content(const char* path, std::span<const uint8_t> bytes, const char* func) {
-  File file = open_sms_file(path, "wb");
-  if (!file) {
-    log_failed_on(func, "fopen", path);
-    return false;
+void log_failed_step(const char* func, ReplacingStep step, const char* path) {
+  switch (step) {
+    case ReplacingStep::Open:
+      return log_failed_on(func, "fopen", path);
+    case ReplacingStep::Write:
+      return log_failed(func, "fwrite");
+    case ReplacingStep::Flush:
+      return log_failed_on(func, "fsync", path);
+    case ReplacingStep::Close:
+      return log_failed(func, "fclose");
   }
-  // Flushed here, so that a full disk is a failed write and not a failed close.
-  const bool whole =
-      fwrite(bytes.data(), 1, bytes.size(), file.get()) == bytes.size() && fflush(file.get()) == 0;
-  if (!whole) log_failed(func, "fwrite");
-  if (fclose(file.release()) != 0) log_failed(func, "fclose");
-  return whole;
+}
+
+Replaced write_content(const char* path, std::span<const uint8_t> bytes, SmsPurpose purpose,
+                       const char* func) {
+  Replacing how{.is_durable = true};
+  // The count, which is written last, does not fit to the messages before.
+  if (purpose == SmsPurpose::Remove) how.head = sizeof(SmsFileHeader);
+  return replace_file(path, bytes, how,
+                      [&](ReplacingStep step) { log_failed_step(func, step, path); });
 }
 
 // A command that does not fit names a path that cannot exist. Nothing is copied of a file that has
@@ -77,6 +79,11 @@ bool run_copy(const char* func, const char* from, const char* to, const char* su
 
 }  // namespace
 
+void log_failed_on(const char* func, const char* call, const char* path) {
+  CAPI_LOG_AS(func, kLogWarning, "%s %s failed, reason %d: %s\n", call, path, errno,
+              strerror(errno));
+}
+
 uint64_t make_sms_file_identity() {
   const timespec now = read_clock(CLOCK_REALTIME);
   const timespec uptime = read_clock(CLOCK_MONOTONIC);
@@ -85,18 +92,17 @@ uint64_t make_sms_file_identity() {
   return (milliseconds << 8) + static_cast<uint64_t>(uptime.tv_nsec) % 255;
 }
 
-bool create_sms_file(const char* path) {
+bool create_sms_file(const char* path, SmsPurpose purpose) {
   uint8_t bytes[sizeof(SmsFileHeader)];
   SmsImage image(bytes, sizeof bytes);
   image.reset(make_sms_file_identity());
-  if (!write_content(path, image.bytes(), kCreateFunc)) return false;
-  sync();
+  if (write_content(path, image.bytes(), purpose, kCreateFunc) != Replaced::Done) return false;
   CAPI_LOG_AS(kCreateFunc, kLogInfo, " create file %s successfully!\n", path);
   return true;
 }
 
 bool create_missing_sms_file(const char* path, const char* func) {
-  if (create_sms_file(path)) return true;
+  if (tells_of_content(errno) && create_sms_file(path)) return true;
   CAPI_LOG_AS(func, kLogWarning, "_vkr_voip_sms_create_file %s failed\n", path);
   return false;
 }
@@ -118,16 +124,19 @@ bool get_sms_file_size(const char* path, uint64_t& size) {
 }
 
 SmsTrouble read_sms_file(const char* path, std::span<uint8_t> bytes) {
-  File file = open_sms_file(path, "rb");
+  File file = open_sms_file(path);
   if (!file) {
     log_failed(kReadFunc, "fopen");
-    return SmsTrouble::Unopenable;
+    return tells_of_content(errno) ? SmsTrouble::Unopenable : SmsTrouble::NotRead;
   }
   errno = 0;  // a file that became shorter is no error of the system
   const bool whole = fread(bytes.data(), 1, bytes.size(), file.get()) == bytes.size();
+  const SmsTrouble trouble = whole                     ? SmsTrouble::None
+                             : tells_of_content(errno) ? SmsTrouble::Unreadable
+                                                       : SmsTrouble::NotRead;
   if (!whole) log_failed(kReadFunc, "fread");
   if (fclose(file.release()) != 0) log_failed_on(kReadFunc, "fclose", path);
-  return whole ? SmsTrouble::None : SmsTrouble::Unreadable;
+  return trouble;
 }
 
 SmsTrouble check_sms_file(std::span<const uint8_t> bytes) {
@@ -151,13 +160,10 @@ SmsTrouble check_sms_file(std::span<const uint8_t> bytes) {
   return SmsTrouble::Unsound;
 }
 
-bool write_sms_file(const char* path, std::span<const uint8_t> bytes) {
-  if (write_content(path, bytes, kWriteFunc)) {
-    sync();
-    return true;
-  }
-  create_sms_file(path);
-  return false;
+bool write_sms_file(const char* path, std::span<const uint8_t> bytes, SmsPurpose purpose) {
+  const Replaced result = write_content(path, bytes, purpose, kWriteFunc);
+  if (result == Replaced::Cut) create_sms_file(path);
+  return result == Replaced::Done;
 }
 
 }  // namespace capi

@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: MIT
 #include "sms/store.h"
 
+#include <array>
+#include <cerrno>
 #include <cstdint>
 #include <utility>
 
@@ -19,35 +21,61 @@ constexpr uint64_t kLargestLoad = INT32_MAX;
 
 enum class Operation : uint8_t { Add, Update, Delete, Get, Count, Load };
 
-constexpr char kNames[][32] = {"_vkr_voip_sms_add",
-                               "capi_voip_sms_update",
-                               "capi_voip_sms_del_by_id",
-                               "capi_voip_sms_get",
-                               "capi_voip_sms_get_unread_sm_num",
-                               "capi_voip_sms_load"};
-
-const char* name_of(Operation operation) { return kNames[static_cast<size_t>(operation)]; }
-
 // What an operation does about a file that it cannot use; Replace is SetAside, then Create.
 enum class Remedy : uint8_t { Leave, Create, SetAside, Replace };
 
-Remedy remedy_for(SmsTrouble trouble, Operation operation) {
+constexpr size_t kTroubles = static_cast<size_t>(SmsTrouble::Count);
+
+struct OperationRow {
+  Operation operation;
+  char name[32];
+  Remedy remedies[kTroubles];  // by SmsTrouble
+};
+
+// By operation. Whatever says nothing about the content leaves it.
+constexpr auto kOperations = [] {
   using enum Remedy;
-  // In the order of SmsTrouble: None, Absent, NoMemory, Unopenable, Unreadable, Unsound.
-  static constexpr Remedy kRemedies[][6] = {
-      {Leave, Leave, Leave, Create, Leave, SetAside},       // Add goes on with an empty image
-      {Leave, Leave, Leave, Create, Leave, Replace},        // Update
-      {Leave, Leave, Leave, Create, Leave, Replace},        // Delete
-      {Leave, SetAside, Leave, Replace, Replace, Replace},  // Get
-      {Leave, Create, Leave, Replace, Replace, Replace},    // Count
-      {Leave, Leave, Create, Create, Create, Replace},      // Load
-  };
-  return kRemedies[static_cast<size_t>(operation)][static_cast<size_t>(trouble)];
+  return std::to_array<OperationRow>({
+      // None, Absent, NotExamined, NoMemory, NotRead, Unopenable, Unreadable, Unsound; an add goes
+      // on with an empty image
+      {Operation::Add,
+       "_vkr_voip_sms_add",
+       {Leave, Leave, Leave, Leave, Leave, Create, Leave, SetAside}},
+      {Operation::Update,
+       "capi_voip_sms_update",
+       {Leave, Leave, Leave, Leave, Leave, Create, Leave, Replace}},
+      {Operation::Delete,
+       "capi_voip_sms_del_by_id",
+       {Leave, Leave, Leave, Leave, Leave, Create, Leave, Replace}},
+      {Operation::Get,
+       "capi_voip_sms_get",
+       {Leave, SetAside, SetAside, Leave, Leave, Replace, Replace, Replace}},
+      {Operation::Count,
+       "capi_voip_sms_get_unread_sm_num",
+       {Leave, Create, Leave, Leave, Leave, Replace, Replace, Replace}},
+      {Operation::Load,
+       "capi_voip_sms_load",
+       {Leave, Leave, Leave, Leave, Leave, Create, Create, Replace}},
+  });
+}();
+
+consteval bool is_in_order() {
+  for (size_t i = 0; i < kOperations.size(); ++i) {
+    if (kOperations[i].operation != static_cast<Operation>(i)) return false;
+  }
+  return kOperations.size() == static_cast<size_t>(Operation::Load) + 1;
 }
+static_assert(is_in_order() && kTroubles == 8);
+
+const OperationRow& row_of(Operation operation) {
+  return kOperations[static_cast<size_t>(operation)];
+}
+
+const char* name_of(Operation operation) { return row_of(operation).name; }
 
 SmsTrouble apply_remedy(SmsTrouble trouble, Operation operation, const char* path)
     CAPI_REQUIRES(kVoiceSmsLock) {
-  const Remedy remedy = remedy_for(trouble, operation);
+  const Remedy remedy = row_of(operation).remedies[static_cast<size_t>(trouble)];
   if (remedy == Remedy::SetAside || remedy == Remedy::Replace) set_sms_file_aside(path);
   if (remedy == Remedy::Create || remedy == Remedy::Replace) create_sms_file(path);
   return trouble;
@@ -61,6 +89,11 @@ bool find_size(const char* path, Operation operation, uint64_t& size) CAPI_REQUI
   if (get_sms_file_size(path, size)) return true;
   return makes_missing_file(operation) && create_missing_sms_file(path, name_of(operation)) &&
          get_sms_file_size(path, size);
+}
+
+// After an error of examining a file.
+SmsTrouble trouble_after_error() {
+  return tells_of_content(errno) ? SmsTrouble::Absent : SmsTrouble::NotExamined;
 }
 
 SmsTrouble read_image(const char* path, const SmsImage& image) CAPI_REQUIRES(kVoiceSmsLock) {
@@ -77,7 +110,7 @@ struct WorkImage {
 SmsTrouble try_open(const char* path, Operation operation, WorkImage& work)
     CAPI_REQUIRES(kVoiceSmsLock) {
   uint64_t size = 0;
-  if (!find_size(path, operation, size)) return SmsTrouble::Absent;
+  if (!find_size(path, operation, size)) return trouble_after_error();
   const uint64_t room = operation == Operation::Add ? sizeof(SmsItem) : 0;
   uint8_t* memory = work.buffer.request(size + room, name_of(operation));
   if (memory == nullptr) return SmsTrouble::NoMemory;
@@ -107,7 +140,7 @@ void evict(SmsImage& image) {
 SmsTrouble verify_sms_file(const char* path) CAPI_REQUIRES(kVoiceSmsLock) {
   constexpr char kFunc[] = "_vkr_voip_verify_sms_file";
   uint64_t size = 0;
-  if (!get_sms_file_size(path, size)) return SmsTrouble::Absent;
+  if (!get_sms_file_size(path, size)) return trouble_after_error();
   if (size > kSmsMaxFileSize) {
     const auto shown = static_cast<unsigned>(size < UINT32_MAX ? size : UINT32_MAX);
     CAPI_LOG_AS(kFunc, kLogWarning, "file is too large: %u\n", shown);
@@ -128,13 +161,18 @@ SmsTrouble verify_sms_file(const char* path) CAPI_REQUIRES(kVoiceSmsLock) {
 
 int init_sms_file(const char* path) {
   constexpr char kFunc[] = "_vkr_voip_sms_init_file";
-  if (!open_file(path, "rb")) return create_missing_sms_file(path, kFunc) ? 0 : -1;
+  using enum SmsTrouble;
+  if (!open_file(path, "rb")) {
+    if (!tells_of_content(errno)) log_failed_on(kFunc, "fopen", path);
+    return create_missing_sms_file(path, kFunc) ? 0 : -1;
+  }
   const SmsTrouble trouble = verify_sms_file(path);
-  if (trouble == SmsTrouble::None) return 0;
-  if (trouble == SmsTrouble::NoMemory) return -1;  // which says nothing about the file
-  if (trouble != SmsTrouble::Absent) set_sms_file_aside(path);
+  if (trouble == None) return 0;
+  if (trouble == NoMemory) return -1;
+  const bool is_out_of_reach = trouble == NotExamined || trouble == NotRead;
+  if (!is_out_of_reach && trouble != Absent) set_sms_file_aside(path);
   CAPI_LOG_AS(kFunc, kLogWarning, "_vkr_voip_verify_sms_file %s failed!\n", path);
-  if (create_sms_file(path)) return 0;
+  if (!is_out_of_reach && create_sms_file(path)) return 0;
   CAPI_LOG_AS(kFunc, kLogWarning, " _vkr_voip_create_sms_file failed!\n");
   return -1;
 }
@@ -151,7 +189,7 @@ int add_sms(const char* path, capi_sms_record& record, uint64_t& id) {
   }
   id = record.id = image.append(record);
   evict(image);
-  if (!write_sms_file(path, image.bytes())) return -1;
+  if (!write_sms_file(path, image.bytes(), SmsPurpose::Add)) return -1;
   CAPI_LOG_AS(name_of(Operation::Add), kLogInfo,
               "add short message successfully, smCount %d, size %d, id %llu\n",
               static_cast<int>(image.header().sm_count), static_cast<int>(image.bytes().size()),
@@ -169,7 +207,7 @@ int update_sms(const char* path, const capi_sms_record& record) {
   item->message.status = record.status;
   item->message.bRead = record.bRead;
   item->message.LastTime = record.LastTime;
-  return write_sms_file(path, work.image.bytes()) ? 0 : -1;
+  return write_sms_file(path, work.image.bytes(), SmsPurpose::Add) ? 0 : -1;
 }
 
 int get_sms(const char* path, uint64_t id, capi_sms_record& record) {
@@ -190,7 +228,7 @@ int delete_sms(const char* path, uint64_t id) {
   WorkImage work;
   if (open_image(path, Operation::Delete, work) != SmsTrouble::None) return -1;
   if (!work.image.remove(id)) return not_found(Operation::Delete, id);
-  return write_sms_file(path, work.image.bytes()) ? 0 : -1;
+  return write_sms_file(path, work.image.bytes(), SmsPurpose::Remove) ? 0 : -1;
 }
 
 int count_new_sms(const char* path, int selector, const capi_sms_counter& previous,

@@ -13,6 +13,7 @@ namespace capi::test {
 namespace {
 
 constexpr char kPath[] = "/tmp/sm_recv";
+constexpr char kSibling[] = "/tmp/.sm_recv.new";
 constexpr char kCreate[] = "_vkr_voip_sms_create_file";
 constexpr char kRead[] = "_vkr_voip_sms_read_file";
 constexpr char kWrite[] = "_vkr_voip_sms_write_file";
@@ -28,7 +29,9 @@ class SmsFileTest : public SmsTest {
 
   SmsTrouble read() { return read_sms_file(kPath, buffer_); }
 
-  static bool write(const std::string& text) { return write_sms_file(kPath, bytes_of(text)); }
+  static bool write(const std::string& text) {
+    return write_sms_file(kPath, bytes_of(text), SmsPurpose::Add);
+  }
 
   uint8_t buffer_[5] = {};
 };
@@ -76,18 +79,20 @@ TEST_F(SmsFileTest, CreatingFailsWhereTheFileCannotBeOpened) {
 }
 
 TEST_F(SmsFileTest, CreatingFailsWhenTheWriteDoes) {
-  for (const Call call : {Call::Fwrite, Call::Fflush}) {
+  for (const Call call : {Call::Write, Call::Fsync, Call::Rename}) {
     clear_log();
     fail_call(call, 1, ENOSPC);
     EXPECT_FALSE(create_sms_file(kPath));
     EXPECT_EQ(captured_log(),
-              lines({{kLogWarning, kCreate, "fwrite failed, reason 28: No space left on device"}}));
+              lines({{4, kCreate, "fwrite failed, reason 28: No space left on device"}}));
+    EXPECT_FALSE(exists(kPath));
+    EXPECT_FALSE(exists(kSibling));
   }
 }
 
 TEST_F(SmsFileTest, AFailedCloseAfterAFailedWriteIsLoggedToo) {
-  fail_call(Call::Fwrite, 1, ENOSPC);
-  fail_call(Call::Fclose, 1, EIO);
+  fail_call(Call::Write, 1, ENOSPC);
+  fail_call(Call::Close, 1, EIO);
   EXPECT_FALSE(create_sms_file(kPath));
   EXPECT_EQ(captured_log(),
             lines({{kLogWarning, kCreate, "fwrite failed, reason 28: No space left on device"},
@@ -95,19 +100,40 @@ TEST_F(SmsFileTest, AFailedCloseAfterAFailedWriteIsLoggedToo) {
 }
 
 TEST_F(SmsFileTest, AFileThatWasWrittenIsCreatedEvenIfItDoesNotClose) {
-  fail_call(Call::Fclose, 1, EIO);
+  fail_call(Call::Close, 1, EIO);
   EXPECT_TRUE(create_sms_file(kPath));
   EXPECT_EQ(
       captured_log(),
       lines({{kLogWarning, kCreate, "fclose failed, reason 5: Input/output error"}, kCreated}));
 }
 
+TEST_F(SmsFileTest, WhatMayBeLostInAPowerCutIsLogged) {
+  fail_call(Call::Fsync, 2, EIO);  // of the directory
+  EXPECT_TRUE(create_sms_file(kPath));
+  EXPECT_EQ(
+      captured_log(),
+      lines({{4, kCreate, "fsync /tmp/sm_recv failed, reason 5: Input/output error"}, kCreated}));
+}
+
 TEST_F(SmsFileTest, AMissingFileThatCannotBeMadeIsLoggedForItsOperation) {
   std::filesystem::create_directory(kPath);
+  errno = ENOENT;
   EXPECT_FALSE(create_missing_sms_file(kPath, "somebody"));
   EXPECT_EQ(captured_log(),
             lines({{kLogWarning, kCreate, "fopen /tmp/sm_recv failed, reason 21: Is a directory"},
                    {kLogWarning, "somebody", "_vkr_voip_sms_create_file /tmp/sm_recv failed"}}));
+}
+
+TEST_F(SmsFileTest, AFileThatIsOnlyOutOfReachIsNoMissingOne) {
+  write_file(kPath, "content");
+  for (const int error : {EMFILE, EACCES, EIO, ENOMEM, EINTR}) {
+    clear_log();
+    errno = error;
+    EXPECT_FALSE(create_missing_sms_file(kPath, "somebody"));
+    EXPECT_EQ(captured_log(),
+              lines({{4, "somebody", "_vkr_voip_sms_create_file /tmp/sm_recv failed"}}));
+    EXPECT_EQ(read_file(kPath), "content");
+  }
 }
 
 TEST_F(SmsFileTest, AFileIsSetAsideBesideItself) {
@@ -140,6 +166,14 @@ TEST_F(SmsFileTest, AFileThatDoesNotOpenIsNotRead) {
   EXPECT_EQ(read(), SmsTrouble::Unopenable);
   EXPECT_EQ(captured_log(),
             lines({{kLogWarning, kRead, "fopen failed, reason 2: No such file or directory"}}));
+}
+
+TEST_F(SmsFileTest, AnErrorOfTheSystemSaysNothingAboutTheContent) {
+  write_file(kPath, "12345");
+  for (const Call call : {Call::Fopen, Call::Fread}) {
+    fail_call(call, 1, EIO);
+    EXPECT_EQ(read(), SmsTrouble::NotRead);
+  }
 }
 
 TEST_F(SmsFileTest, AShortReadIsTrouble) {
@@ -193,29 +227,42 @@ TEST_F(SmsFileTest, WritingReplacesTheContentAndSynchronises) {
   EXPECT_EQ(count_calls(Call::Sync), 1);
 }
 
-TEST_F(SmsFileTest, AFailedWriteLeavesAnEmptyFile) {
+TEST_F(SmsFileTest, AFailedWriteLeavesTheFile) {
   const struct {
     Call call;
     const char* words;
   } cases[] = {
-      {Call::Fopen, "fopen /tmp/sm_recv failed, reason 5: Input/output error"},
-      {Call::Fwrite, "fwrite failed, reason 5: Input/output error"},
-      {Call::Fflush, "fwrite failed, reason 5: Input/output error"},
+      {Call::Open, "fopen /tmp/sm_recv failed, reason 5: Input/output error"},
+      {Call::Write, "fwrite failed, reason 5: Input/output error"},
+      {Call::Fsync, "fwrite failed, reason 5: Input/output error"},
+      {Call::Rename, "fwrite failed, reason 5: Input/output error"},
   };
   for (const auto& [call, words] : cases) {
     write_file(kPath, sms_file({{}}));
     clear_log();
     fail_call(call, 1);
     EXPECT_FALSE(write("new"));
-    expect_empty_file();
-    EXPECT_EQ(captured_log(), lines({{kLogWarning, kWrite, words}, kCreated}));
+    EXPECT_EQ(read_file(kPath), sms_file({{}}));
+    EXPECT_EQ(captured_log(), lines({{4, kWrite, words}}));
+    EXPECT_FALSE(exists(kSibling));
   }
+}
+
+TEST_F(SmsFileTest, AFailedWriteInPlaceLeavesAnEmptyFile) {
+  write_file(kPath, sms_file({{}}));
+  std::filesystem::create_hard_link(kPath, "/tmp/other_sm_recv");
+  fail_call(Call::Write, 1);
+  EXPECT_FALSE(write("new"));
+  expect_empty_file();
+  EXPECT_EQ(captured_log(),
+            lines({{4, kWrite, "fwrite failed, reason 5: Input/output error"}, kCreated}));
+  std::filesystem::remove("/tmp/other_sm_recv");
 }
 
 TEST_F(SmsFileTest, AFailedCloseAfterWritingIsLoggedAndIgnored) {
   write_file(kPath, sms_file({{}}));
   clear_log();
-  fail_call(Call::Fclose, 1);
+  fail_call(Call::Close, 2);  // the first one closes what was only looked at
   EXPECT_TRUE(write("new"));
   EXPECT_EQ(read_file(kPath), "new");
   EXPECT_EQ(captured_log(),

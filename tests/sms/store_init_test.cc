@@ -3,6 +3,8 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <cstring>
+
 #include "store_test.h"
 
 namespace capi::test {
@@ -100,26 +102,39 @@ TEST_F(SmsInitTest, AFileOfAnySizeIsToldWithItsSize) {
   }
 }
 
-TEST_F(SmsInitTest, InitialisingReplacesAFileThatCannotBeExamined) {
+TEST_F(SmsInitTest, InitialisingLeavesAFileThatCannotBeLookedAt) {
   put(sms_file({}), kSent);
   const struct {
     Call call;
     const char* words;
-    bool is_set_aside;
-  } cases[] = {{Call::Stat, "stat /tmp/sm_recv failed, reason 5: Input/output error", false},
-               {Call::Fread, "fread failed, reason 5: Input/output error", true}};
-  for (const auto& [call, words, is_set_aside] : cases) {
+  } cases[] = {{Call::Stat, "stat /tmp/sm_recv failed, reason 5: Input/output error"},
+               {Call::Fread, "fread failed, reason 5: Input/output error"}};
+  for (const auto& [call, words] : cases) {
     put(sms_file({{}}));
     fail_call(call, 1);
-    EXPECT_EQ(capi_voip_sms_init(), 0);
-    EXPECT_EQ(logged(),
-              lines({{kLogWarning, kRead, words},
-                     {kLogWarning, kInit, "_vkr_voip_verify_sms_file /tmp/sm_recv failed!"},
-                     kCreated,
-                     {kLogInfo, kVerify, "version 1 smCount 0"}}));
-    EXPECT_EQ(exists("/tmp/sm_recv.err"), is_set_aside);
+    EXPECT_EQ(capi_voip_sms_init(), -1);
+    EXPECT_EQ(logged(), lines({{4, kRead, words},
+                               {4, kInit, "_vkr_voip_verify_sms_file /tmp/sm_recv failed!"},
+                               {4, kInit, " _vkr_voip_create_sms_file failed!"},
+                               {6, kVerify, "version 1 smCount 0"}}));
+    EXPECT_EQ(read_file(kReceived), sms_file({{}}));
+    EXPECT_FALSE(exists(kErr));
   }
-  expect_set_aside(sms_file({{}}));
+}
+
+TEST_F(SmsInitTest, InitialisingLeavesAFileThatCannotBeOpened) {
+  put(sms_file({}), kSent);
+  for (const int error : {EMFILE, EACCES, ENOMEM}) {
+    put(sms_file({{}}));
+    fail_call(Call::Fopen, 1, error);
+    EXPECT_EQ(capi_voip_sms_init(), -1);
+    EXPECT_EQ(logged(), lines({{4, kInit,
+                                "fopen /tmp/sm_recv failed, reason " + std::to_string(error) +
+                                    ": " + strerror(error)},
+                               {4, kInit, "_vkr_voip_sms_create_file /tmp/sm_recv failed"},
+                               {6, kVerify, "version 1 smCount 0"}}));
+    EXPECT_EQ(read_file(kReceived), sms_file({{}}));
+  }
 }
 
 TEST_F(SmsInitTest, InitialisingFailsWhereAFileCannotBeReplaced) {

@@ -68,7 +68,7 @@ TEST_F(SmsReadTest, GettingSetsAFileAsideThatCannotBeExamined) {
   EXPECT_EQ(read_file(kReceived), sms_file({{}}));
 }
 
-TEST_F(SmsReadTest, GettingAndCountingReplaceAFileThatCannotBeRead) {
+TEST_F(SmsReadTest, GettingAndCountingLeaveAFileThatCannotBeRead) {
   for (const auto operation : {get_first, count}) {
     for (const Call call : {Call::Fopen, Call::Fread}) {
       put(sms_file({{}}));
@@ -76,11 +76,30 @@ TEST_F(SmsReadTest, GettingAndCountingReplaceAFileThatCannotBeRead) {
       EXPECT_EQ(operation(), -1);
       EXPECT_EQ(logged(), lines({{kLogWarning, kRead,
                                   std::string(call == Call::Fopen ? "fopen" : "fread") +
-                                      " failed, reason 5: Input/output error"},
-                                 kCreated}));
-      expect_set_aside(sms_file({{}}));
+                                      " failed, reason 5: Input/output error"}}));
+      EXPECT_EQ(read_file(kReceived), sms_file({{}}));
+      EXPECT_FALSE(exists(kErr));
     }
   }
+}
+
+TEST_F(SmsReadTest, GettingAndCountingReplaceWhatIsNoFile) {
+  for (const auto operation : {get_first, count}) {
+    std::filesystem::create_directory(kReceived);
+    clear_log();
+    EXPECT_EQ(operation(), -1);
+    EXPECT_EQ(logged(), lines({{4, kRead, "fread failed, reason 21: Is a directory"}, kNoCreate}));
+    std::filesystem::remove(kReceived);
+  }
+}
+
+TEST_F(SmsReadTest, CountingLeavesAFileThatCannotBeExamined) {
+  put(sms_file({{}}));
+  fail_call(Call::Stat, 1);
+  EXPECT_EQ(count(), -1);
+  EXPECT_EQ(logged(),
+            lines({{4, kRead, "stat /tmp/sm_recv failed, reason 5: Input/output error"}}));
+  EXPECT_EQ(read_file(kReceived), sms_file({{}}));
 }
 
 TEST_F(SmsReadTest, CountingWithoutAFormerStateFindsEverythingNew) {
@@ -186,14 +205,16 @@ TEST_F(SmsReadTest, LoadingFailsWhereAMissingFileCannotBeCreated) {
             (LogLine{kLogWarning, kLoad, "_vkr_voip_sms_create_file /tmp/sm_recv failed"}));
 }
 
-TEST_F(SmsReadTest, LoadingFailsWhenTheNewFileCannotBeExamined) {
+TEST_F(SmsReadTest, LoadingAFileThatCannotBeExaminedLeavesIt) {
   put(sms_file({{}}));
   fail_call(Call::Stat, 1);
-  EXPECT_EQ(load(), 0);  // a new file was made of it
-  expect_empty_file();
+  EXPECT_EQ(load(), -1);
+  EXPECT_EQ(logged(), lines({{4, kRead, "stat /tmp/sm_recv failed, reason 5: Input/output error"},
+                             {4, kLoad, "_vkr_voip_sms_create_file /tmp/sm_recv failed"}}));
+  EXPECT_EQ(read_file(kReceived), sms_file({{}}));
 }
 
-TEST_F(SmsReadTest, LoadingEmptiesAFileThatCannotBeRead) {
+TEST_F(SmsReadTest, LoadingAFileThatCannotBeReadLeavesIt) {
   const struct {
     Call call;
     LogLine line;
@@ -206,8 +227,8 @@ TEST_F(SmsReadTest, LoadingEmptiesAFileThatCannotBeRead) {
     put(sms_file({{}}));
     fail_call(call, 1);
     EXPECT_EQ(load(), -1);
-    EXPECT_EQ(logged(), lines({line, kCreated}));
-    expect_empty_file();
+    EXPECT_EQ(logged(), lines({line}));
+    EXPECT_EQ(read_file(kReceived), sms_file({{}}));
     EXPECT_FALSE(exists(kErr));
   }
 }
