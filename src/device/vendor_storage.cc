@@ -10,6 +10,7 @@
 
 #include "capi/device.h"
 #include "foundation/file.h"
+#include "foundation/file_replacement.h"
 #include "foundation/log.h"
 #include "foundation/text.h"
 #include "record/context.h"
@@ -54,21 +55,17 @@ int read_voice_file(void* buf) {
 }
 
 int write_voice_file(const void* buf) {
-  constexpr char kFunc[] = "capi_set_quorble_info";
+  // By ReplacingStep.
+  static constexpr char kFailures[][28] = {"Can not create", "Failed to write data into",
+                                           "Failed to flush", "Failed to close"};
   char path[kVoicePathSize];
   if (!get_voice_path(path)) return -1;
   const CriticalSection section(kVopRunInfoLock);
-  File file = open_file(path, "wb");
-  if (!file) {
-    log_file_failure(kFunc, "Can not create", path);
-    return -1;
-  }
-  const bool done = fwrite(buf, CAPI_IMS_VOICE_BYTES, 1, file.get()) == 1;
-  if (!done) log_file_failure(kFunc, "Failed to write data into", path);
-  if (fflush(file.get()) != 0) log_file_failure(kFunc, "Failed to flush", path);
-  sync();
-  if (fclose(file.release()) != 0) log_file_failure(kFunc, "Failed to close", path);
-  return done ? 0 : -1;
+  const std::span bytes(static_cast<const uint8_t*>(buf), CAPI_IMS_VOICE_BYTES);
+  const Replaced result = replace_file(path, bytes, {.is_durable = true}, [&](ReplacingStep step) {
+    log_file_failure("capi_set_quorble_info", kFailures[static_cast<size_t>(step)], path);
+  });
+  return result == Replaced::Done ? 0 : -1;
 }
 
 void copy_ims_voice(void* block) {

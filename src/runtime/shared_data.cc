@@ -9,6 +9,7 @@
 #include "capi/backend.h"
 #include "capi/runtime.h"
 #include "capi/util.h"
+#include "foundation/function_ref.h"
 #include "foundation/log.h"
 #include "foundation/member.h"
 #include "foundation/text.h"
@@ -65,22 +66,29 @@ int format(char* buf, size_t size, const capi_shared_phone_status& block) {
   return snprintf(buf, size, "line=%d,hook=%d,incoming=%d", block.line, block.hook, block.incoming);
 }
 
-template <typename Block>
-void write_file(std::string_view dir, const char* name, const Block (&blocks)[CAPI_SIP_LINES]) {
+// Writes a file of both lines: put(line, buf, size) formats one.
+void write_file(std::string_view dir, const char* name,
+                FunctionRef<int(int line, char* buf, size_t size)> put) {
   char path[256];
   make_path(path, dir, name);
   char text[kFileSize];
-  int length = format(text, kFileSize, blocks[0]);
+  int length = put(0, text, kFileSize);
   text[length++] = '\n';
-  length += format(text + length, kFileSize - static_cast<size_t>(length), blocks[1]);
+  length += put(1, text + length, kFileSize - static_cast<size_t>(length));
   utils_write_to_file(path, text, length);
 }
 
 void write_files(const cfg_shared_record& record) {
   const std::string_view dir = data_dir(record);
-  write_file(dir, "shared_line_reg_status", record.shared_reg_summary);
-  write_file(dir, "shared_call_state_info", record.shared_call_state);
-  write_file(dir, "shared_phone_status", record.shared_phone_status);
+  write_file(dir, "shared_line_reg_status", [&](int line, char* buf, size_t size) {
+    return format(buf, size, record.shared_reg_summary[line]);
+  });
+  write_file(dir, "shared_call_state_info", [&](int line, char* buf, size_t size) {
+    return format(buf, size, record.shared_call_state[line]);
+  });
+  write_file(dir, "shared_phone_status", [&](int line, char* buf, size_t size) {
+    return format(buf, size, record.shared_phone_status[line]);
+  });
 }
 
 int store(cfg_shared_record& record, int type, const void* block) {

@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "foundation/file.h"
+#include "foundation/file_replacement.h"
 #include "foundation/json.h"
 #include "foundation/log.h"
 #include "foundation/memory.h"
@@ -59,10 +60,6 @@ struct JsonTextFreer {
   void operator()(char* text) const { cJSON_free(text); }
 };
 using JsonText = std::unique_ptr<char, JsonTextFreer>;
-
-bool write_text(FILE* file, const char* text) {
-  return fputs(text, file) >= 0 && fflush(file) == 0;
-}
 
 // The attributes of a parameter: null when absent or of another type.
 
@@ -171,16 +168,12 @@ int vkrJson_SaveToFile(const cJSON* root, const char* path) {
     puts("Convert object to TEXT failed.");
     return -1;
   }
-  const File file = open_file(path, "wb");
-  if (!file) {
-    printf("Open file %s failed.\n", path);
-    return -1;
-  }
-  if (!write_text(file.get(), text.get())) {
-    puts("Write file incomplete.");
-    return -1;
-  }
-  return 0;
+  const std::span bytes(reinterpret_cast<const uint8_t*>(text.get()), strlen(text.get()));
+  const Replaced result = replace_file(path, bytes, {}, [&](ReplacingStep step) {
+    if (step == ReplacingStep::Open) printf("Open file %s failed.\n", path);
+    if (step == ReplacingStep::Write) puts("Write file incomplete.");
+  });
+  return result == Replaced::Done ? 0 : -1;
 }
 
 cJSON* vkrJson_GetSectionObject(const cJSON* root, const char* name) {

@@ -10,6 +10,7 @@
 #include "capi/snapshot.h"
 #include "device/sim_file.h"
 #include "foundation/file.h"
+#include "foundation/file_replacement.h"
 #include "foundation/text.h"
 #include "record/context.h"
 #include "stack/stack_rows.h"
@@ -189,11 +190,29 @@ const StackType& type_of(unsigned type) {
   return kTypes[std::min<size_t>(type, std::size(kTypes) - 1)];
 }
 
+// The text of a file, in memory. False without enough of that.
+bool make_text(const cfg_shared_record& record, const StackType& type, Allocated<char>& text,
+               size_t& size) {
+  char* memory = nullptr;
+  File file(open_memstream(&memory, &size));
+  if (file) StackFileWriter(file.get(), record, type).write();
+  const bool is_whole = file && ferror(file.get()) == 0 && fclose(file.release()) == 0;
+  file.reset();  // before its memory
+  text.reset(memory);
+  return is_whole;
+}
+
 int write_file(const char* path, const cfg_shared_record& record, const StackType& type) {
-  const File file = open_file(path, "wb+");
-  if (!file) return -1;
-  StackFileWriter(file.get(), record, type).write();
-  return 0;
+  Allocated<char> text;
+  size_t size = 0;
+  int result = 0;
+  if (!make_text(record, type, text, size)) return -1;
+  const std::span bytes(reinterpret_cast<const uint8_t*>(text.get()), size);
+  replace_file(path, bytes, {}, [&](ReplacingStep step) {
+    if (step == ReplacingStep::Open) result = -1;
+    if (step == ReplacingStep::Write) log_not_written("capi_cfg_backend_make_config_file", path);
+  });
+  return result;
 }
 
 }  // namespace
