@@ -181,7 +181,9 @@ int create_call_log_file(const char* path, Emptying emptying) {
   make_empty(*image);
   Replacing how;
   if (emptying != Emptying::New) {
-    rmdir(path);  // a directory cannot be replaced
+    struct stat status {};
+    // A directory cannot be replaced.
+    if (lstat(path, &status) == 0 && S_ISDIR(status.st_mode)) rmdir(path);
     how.odd_file = OddFile::Replaced;
   }
   if (emptying == Emptying::Cleaned) how.head = kHeadSize;

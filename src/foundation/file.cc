@@ -73,6 +73,7 @@ bool tells_of_content(int error) {
 }
 
 void log_not_written(const char* func, const char* path) {
+  if (tells_of_content(errno)) return;
   CAPI_LOG_AS(func, kLogWarning, "failed to write %s, reason [%s]\n", path, strerror(errno));
 }
 

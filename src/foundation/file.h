@@ -35,7 +35,8 @@ bool is_odd_file(const char* path);
 // it has no content one could use. Others, as a lack of descriptors, say nothing about it.
 bool tells_of_content(int error);
 
-// Logs that a file was not written, for those whose result does not tell.
+// Logs that a file was not written, for those whose result does not tell. Not so where there is no
+// place for it, for want of a directory.
 void log_not_written(const char* func, const char* path);
 
 }  // namespace capi

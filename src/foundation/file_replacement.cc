@@ -49,6 +49,10 @@ bool forbids_renaming(int error) { return error == EBUSY || error == EXDEV || er
 
 bool is_full(int error) { return error == ENOSPC || error == EDQUOT; }
 
+bool is_same(const struct stat64& a, const struct stat64& b) {
+  return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
+}
+
 bool is_link(const struct stat64& status) { return S_ISLNK(status.st_mode); }
 
 // Others may have planted it.
@@ -103,10 +107,23 @@ FileReplacement::Step FileReplacement::look_at_target() {
   old_group_ = found.st_gid;
   if (counts_only_by_name_) return Step::Done;
   if (is_link(found) && !may_follow(found)) return Step::Done;
-  if (!has_old_ || found.st_nlink > 1) return Step::InPlace;
+  if (!has_old_ || has_names_of_its_own(found)) return Step::InPlace;
   // Who may not write the file may not replace it either.
   const Descriptor target(openat(directory_.get(), name_, O_WRONLY | O_NOFOLLOW | kOpening));
   return target ? Step::Done : Step::Failed;
+}
+
+// A power cut amid renaming may leave the file with the sibling's name as its other one, which
+// goes.
+bool FileReplacement::has_names_of_its_own(const struct stat64& file) const {
+  if (file.st_nlink == 1) return false;
+  struct stat64 named {};
+  return file.st_nlink != 2 || !finds_sibling(named) || !is_same(file, named) ||
+         unlinkat(directory_.get(), sibling_, 0) != 0;
+}
+
+bool FileReplacement::finds_sibling(struct stat64& named) const {
+  return fstatat64(directory_.get(), sibling_, &named, AT_SYMLINK_NOFOLLOW) == 0;
 }
 
 // What to do without a sibling, after an error.
@@ -166,9 +183,7 @@ bool FileReplacement::wait_for_writer(int sibling) const {
 bool FileReplacement::has_name_of_sibling(int fd) const {
   struct stat64 own {};
   struct stat64 named {};
-  return fstat64(fd, &own) == 0 &&
-         fstatat64(directory_.get(), sibling_, &named, AT_SYMLINK_NOFOLLOW) == 0 &&
-         own.st_dev == named.st_dev && own.st_ino == named.st_ino;
+  return fstat64(fd, &own) == 0 && finds_sibling(named) && is_same(own, named);
 }
 
 // The owner first: changing it takes bits off the mode. Where only the name counts, a file of
@@ -241,9 +256,9 @@ bool overwrite_file(const char* path, std::span<const uint8_t> bytes, size_t hea
   const Descriptor file(open(path, O_WRONLY | O_NOFOLLOW | kOpening));
   const int fd = file.get();
   return file && lseek(fd, static_cast<off_t>(head), SEEK_SET) >= 0 &&
-         write_all(fd, bytes.data() + head, bytes.size() - head) &&
-         ftruncate(fd, static_cast<off_t>(bytes.size())) == 0 && sync_to_medium(fd) &&
-         lseek(fd, 0, SEEK_SET) == 0 && write_all(fd, bytes.data(), head) && sync_to_medium(fd);
+         write_all(fd, bytes.data() + head, bytes.size() - head) && sync_to_medium(fd) &&
+         lseek(fd, 0, SEEK_SET) == 0 && write_all(fd, bytes.data(), head) &&
+         ftruncate(fd, static_cast<off_t>(bytes.size())) == 0 && sync_to_medium(fd);
 }
 
 Replaced replace_file(const char* path, std::span<const uint8_t> bytes, const Replacing& replacing,

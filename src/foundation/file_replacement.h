@@ -30,6 +30,8 @@
 #include "foundation/function_ref.h"
 #include "foundation/memory.h"
 
+struct stat64;
+
 namespace capi {
 
 // What becomes of a file that is not simply one with one name.
@@ -73,6 +75,8 @@ class FileReplacement {
 
   Step split(const char* path);
   Step look_at_target();
+  bool has_names_of_its_own(const struct stat64& file) const;
+  bool finds_sibling(struct stat64& named) const;
   Step step_after_error();
   Step make_sibling();
   Step try_sibling(bool& again);

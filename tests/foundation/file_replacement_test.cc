@@ -301,6 +301,17 @@ TEST_F(FileReplacementTest, AFileOfTwoNamesKeepsThem) {
   EXPECT_THAT(names(), ElementsAre("file", "other"));
 }
 
+// As a power cut amid renaming may leave it.
+TEST_F(FileReplacementTest, ASiblingsNameIsNoNameToKeep) {
+  fs::create_hard_link(kPath, kSibling);
+  const Descriptor reader(open(kPath, O_RDONLY));
+  EXPECT_TRUE(replace(kPath, "new"));
+  char text[4] = {};
+  EXPECT_EQ(read(reader.get(), text, 3), 3);
+  EXPECT_STREQ(text, "old");
+  EXPECT_THAT(names(), ElementsAre("file"));
+}
+
 TEST_F(FileReplacementTest, ALinkOfOnesOwnIsFollowed) {
   fs::rename(kPath, "/tmp/replacement/far");
   fs::create_symlink("far", kPath);

@@ -164,14 +164,28 @@ TEST(WriteToFileTest, LeavesTheFileForBadArguments) {
   EXPECT_EQ(read_file(kPath), "old");
 }
 
-TEST(WriteToFileTest, DoesNotReportAFullDisk) {
+TEST(WriteToFileTest, AFullDiskIsLoggedAndLeavesTheFile) {
   mkdir("/tmp/small", 0755);
   ASSERT_EQ(mount("tmpfs", "/tmp/small", "tmpfs", 0, "size=4k"), 0);
+  write_file("/tmp/small/file", "old");
+  capiv2_log_init(capture_log);
+  clear_log();
   const std::string content(64 * 1024, 'x');
   EXPECT_EQ(
       utils_write_to_file("/tmp/small/file", content.data(), static_cast<int>(content.size())), 1);
-  EXPECT_LT(read_file("/tmp/small/file").size(), content.size());
+  EXPECT_EQ(captured_log(),
+            (std::vector<LogLine>{
+                {4, "utils_write_to_file",
+                 "failed to write /tmp/small/file, reason [No space left on device]"}}));
+  EXPECT_EQ(read_file("/tmp/small/file"), "old");
   umount("/tmp/small");
+}
+
+TEST(WriteToFileTest, KeepsTheModeOfTheFile) {
+  write_file(kPath, "old");
+  chmod(kPath, 0640);
+  EXPECT_EQ(utils_write_to_file(kPath, "new", 3), 1);
+  EXPECT_EQ(mode_of(kPath), 0640u);
 }
 
 TEST(ReadFromFileTest, PutsANulBehindWhatItRead) {
