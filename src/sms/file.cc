@@ -3,6 +3,7 @@
 #include "sms/file.h"
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <climits>
@@ -107,7 +108,11 @@ bool create_missing_sms_file(const char* path, const char* func) {
   return false;
 }
 
-void set_sms_file_aside(const char* path) { run_copy(kVerifyFunc, path, path, ".err"); }
+// The copy has to be on the medium before the file is replaced.
+void set_sms_file_aside(const char* path) {
+  run_copy(kVerifyFunc, path, path, ".err");
+  sync();
+}
 
 bool copy_sms_file(const char* path, const char* destination, const char* func) {
   return run_copy(func, path, destination, "");
