@@ -143,14 +143,17 @@ TEST_F(VendorStorageTest, ADirectoryThatIsMissingIsLogged) {
                     "directory]"}}));
 }
 
-TEST_F(VendorStorageTest, AFullDiskIsLoggedOnly) {
-  ASSERT_EQ(mount("tmpfs", "/tmp/nv", "tmpfs", 0, "size=4k"), 0);
+TEST_F(VendorStorageTest, AFullDiskLeavesTheFile) {
+  ASSERT_EQ(mount("tmpfs", "/tmp/nv", "tmpfs", 0, "size=8k"), 0);
+  const std::string old(484, 'o');
+  write_file(kFile, old);
   write_file("/tmp/nv/filler", std::string(4096, 'f'));
-  EXPECT_EQ(set(0, kBlock), 0);
-  EXPECT_EQ(
-      captured_log(),
-      lines({{kLogWarning, kSet,
-              "Failed to flush file /tmp/nv/info.ims_voice, reason=[No space left on device]"}}));
+  EXPECT_EQ(set(0, kBlock), -1);
+  EXPECT_EQ(captured_log(),
+            lines({{4, kSet,
+                    "Failed to write data into file /tmp/nv/info.ims_voice, reason=[No space left "
+                    "on device]"}}));
+  EXPECT_EQ(read_file(kFile), old);
   umount("/tmp/nv");
 }
 

@@ -17,6 +17,8 @@ constexpr FaultKind kKinds[] = {
     {"malloc", Call::Malloc, ENOMEM},
     {"fopen", Call::Fopen, EMFILE},
     {"open", Call::Open, EMFILE},
+    {"open without room", Call::Open, ENOSPC},
+    {"open without permission", Call::Open, EACCES},
     {"fread", Call::Fread, EIO},
     {"fwrite", Call::Fwrite, ENOSPC},
     {"short fwrite", Call::Fwrite, ENOSPC, true},
@@ -24,6 +26,15 @@ constexpr FaultKind kKinds[] = {
     {"fclose", Call::Fclose, EIO},
     {"fseek", Call::Fseek, EIO},
     {"stat", Call::Stat, EIO},
+    {"fstat", Call::Fstat, EIO},
+    {"fchmod", Call::Fchmod, EIO},
+    {"fchown", Call::Fchown, EDQUOT},
+    {"fsync", Call::Fsync, EIO},
+    {"ftruncate", Call::Ftruncate, EIO},
+    {"rename", Call::Rename, ENOSPC},
+    {"rename of a busy file", Call::Rename, EBUSY},
+    {"unlink", Call::Unlink, EBUSY},
+    {"close", Call::Close, EIO},
     {"mkdir", Call::Mkdir, ENOSPC},
     {"interrupted flock", Call::Flock, EINTR},
     {"flock", Call::Flock, ENOLCK},
@@ -53,14 +64,17 @@ constexpr FaultKind kKinds[] = {
     {"interrupted write", Call::Write, EINTR},
     {"busy write", Call::Write, EAGAIN},
     {"write", Call::Write, EPIPE},
+    {"write without room", Call::Write, ENOSPC},
     {"short write", Call::Write, EPIPE, true},
     {"pthread_create", Call::ThreadCreate, EAGAIN},
 };
 
-// A lock and a file lock are waited for without limit: what lasts there must end some time.
+// A lock and a file lock are waited for without limit, and files are written against all
+// interruptions: what lasts there must end some time.
 int lasting(const FaultKind& kind) {
   constexpr int kMany = 20;
-  const bool is_waited_for = kind.call == Call::Semop || kind.call == Call::Flock;
+  const bool is_waited_for = kind.call == Call::Semop || kind.call == Call::Flock ||
+                             (kind.call == Call::Write && kind.error == EINTR);
   return is_waited_for && (kind.error == EINTR || kind.error == EAGAIN) ? kMany : kForEver;
 }
 

@@ -1,5 +1,7 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
+#include <sys/mount.h>
+
 #include <climits>
 #include <filesystem>
 
@@ -189,6 +191,20 @@ TEST_F(SharedDataTest, AFileThatCannotBeWrittenDoesNotMatter) {
   std::filesystem::remove_all("/tmp/data");
   EXPECT_EQ(capi_set_shared_data(4, &phone), 0);
   EXPECT_EQ(captured_log().size(), 0u);
+}
+
+TEST_F(SharedDataTest, OnAFullDiskTheOldFilesStayAndThatIsLogged) {
+  ASSERT_EQ(mount("tmpfs", "/tmp/data", "tmpfs", 0, "size=4k"), 0);
+  write_file(kPhoneFile, "old");
+  clear_log();
+  const capi_shared_phone_status phone{1, 1, 1};
+  EXPECT_EQ(capi_set_shared_data(4, &phone), 0);
+  EXPECT_EQ(captured_log(4).back(), (LogLine{4, "utils_write_to_file",
+                                             std::string("failed to write ") + kPhoneFile +
+                                                 ", reason [No space left on device]"}));
+  EXPECT_EQ(captured_log(4).size(), 3u);
+  EXPECT_EQ(read_file(kPhoneFile), "old");
+  umount("/tmp/data");
 }
 
 TEST_F(SharedDataTest, WithoutADataDirectoryTheFilesAreInTmp) {
