@@ -24,8 +24,9 @@
  *  8. Callbacks. Those of capi_init() run with lock 0 held and must not call anything that takes
  *     it.
  *  9. Death. A process that dies gives its critical sections back through the kernel. A record
- *     that it was setting is the old one or the new one (on kernels with process_vm_readv()). A
- *     file that it was writing may be cut: the stores notice that at the next access.
+ *     that it was setting is the old one or the new one (on kernels with process_vm_readv()). So is
+ *     a file that it was writing, also after a power cut; only one that cannot be replaced, as a
+ *     file of several names, may be cut. Once a call has returned, a store's file is the new one.
  * 10. Start. The master's capi_init() comes first on the device; every process calls capi_init()
  *     before anything else.
  * 11. Commands. Some calls run a shell with a text of the caller's in its command line. Where it

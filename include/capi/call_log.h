@@ -111,8 +111,9 @@ CAPI_LAYOUT_ASSERT(sizeof(struct capi_call_log_image) == 62444, call_log_image);
 
 /*
  * Creates the file, or checks the one there is and replaces it by an empty one when it is damaged:
- * its old content is lost. capi_post_init() of the master calls it. Returns 0, or -1 when the file
- * cannot be created. Posts nothing.
+ * its old content is lost. A file that cannot be looked at (no permission, no descriptor, a read
+ * error) stays as it is. capi_post_init() of the master calls it. Returns 0, or -1 when the file
+ * cannot be created or looked at. Posts nothing.
  */
 int capi_voip_init_call_log_file(void);
 
@@ -122,7 +123,7 @@ int capi_voip_verify_call_log_file(void);
 /* Removes the file: all calls fail until the next init. Returns 0. */
 int capi_voip_delete_call_log_file(void);
 
-/* Replaces the file by an empty one. Returns 0, or -1 when it cannot be created. */
+/* Replaces the file by an empty one, also on a full disk. Returns 0, or -1 when that fails. */
 int capi_voip_clean_all_call_log(void);
 
 /*
@@ -139,7 +140,7 @@ int capi_voip_read_call_log(struct capi_call_log_image *image);
 
 /*
  * Adds a call; a full type loses its oldest entry. Returns 0, or -1 for another type or when the
- * file cannot be written; a file that is cut by that is replaced by an empty one.
+ * file cannot be written: then what is stored stays as it was.
  */
 int capi_voip_add_call_log(unsigned type, const struct capi_call_log_record *record);
 
@@ -155,7 +156,8 @@ int capi_voip_add_call_log2(const struct capi_call_log_record *record);
 
 /*
  * Removes the entry in a node (0 to 299), which must be one of this type: that is not checked.
- * Returns 0, or -1 for another type or node; write errors are logged only.
+ * Returns 0, or -1 for another type or node, or a file that cannot be opened. When writing it fails
+ * otherwise that is logged, the entry stays, and the result is 0. A full disk is no obstacle.
  */
 int capi_voip_delete_call_log_by_node(unsigned type, unsigned node);
 

@@ -42,8 +42,8 @@ int capi_config_set(const char *section, const char *name, int size, const char 
  * Writes the configuration file of a voice stack: type 0 "/tmp/vosip.conf.volte", 1 ".voip",
  * 2 ".vowifi", 3 ".cs", 4 ".qvc", 5 ".sos", others "/tmp/vosip.conf". Types 0, 2 and 5 also bring
  * "info.simcard" in the data directory up to date (lock 10 inside lock 0).
- * Returns 0, or -1 when the segment is not attached or the file cannot be created. Write errors
- * after that are not noticed.
+ * Returns 0, or -1 when the segment is not attached or the file cannot be created. A write that
+ * fails after that is logged, and the file stays as it was.
  */
 int capi_make_config_file(unsigned type);
 

@@ -56,7 +56,8 @@ enum capi_shared_data_type {
  * Publishes a block, and for processes that do not link the library writes all blocks to the text
  * files "shared_line_reg_status", "shared_call_state_info" and "shared_phone_status" in the data
  * directory, a line of the file for each telephone line. The files are written anew for a type that
- * is unknown (-1) too. A file that cannot be written does not matter to the result.
+ * is unknown (-1) too. A file that cannot be written keeps its content; that is logged, and does
+ * not matter to the result. Readers find the old file or the new one, never a part.
  */
 int capi_set_shared_data(int type, const void *block);
 

@@ -57,7 +57,7 @@ int vkrJson_Uninit(struct cJSON *root);
 
 /*
  * Replaces the file at "path" by the document, as formatted text. Failures are told on standard
- * output only; what the file then holds is undefined.
+ * output only; the file then stays as it was.
  */
 int vkrJson_SaveToFile(const struct cJSON *root, const char *path);
 

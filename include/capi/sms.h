@@ -12,8 +12,8 @@
  * Every call that uses a file takes lock 0 to find it and then lock 18 to use it, one after the
  * other; none may be made from a callback of capi_init() or while holding either lock. Signals are
  * posted (capi/event.h) after lock 18 is free again. A file that is damaged is copied to the same
- * name with ".err" appended and replaced by an empty one; one that cannot be written is replaced by
- * an empty one and its messages are lost. Both are logged at level 4.
+ * name with ".err" appended and replaced by an empty one; one that cannot be opened, read or
+ * written (no permission, no descriptor, no room) stays as it was. Both are logged at level 4.
  */
 #ifndef CAPI_SMS_H
 #define CAPI_SMS_H
@@ -80,7 +80,7 @@ CAPI_LAYOUT_ASSERT(sizeof(struct capi_sms_counter) == 32, capi_sms_counter);
 
 /*
  * Makes both files ready: creates those that are missing, and replaces those that are damaged or
- * larger than 81920 bytes. Returns 0, or -1 when one of them could not be made.
+ * larger than 81920 bytes. Returns 0, or -1 when one of them could not be made or looked at.
  */
 int capi_voip_sms_init(void);
 

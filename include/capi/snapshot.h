@@ -31,8 +31,8 @@ int capi_snapshot_get(const struct cfg_shared_record *snapshot, const char *sect
  * Writes to a file of the caller's choice what capi_make_config_file() writes for this type of
  * voice stack, with the values of a snapshot: to show or to compare it, without the adapter's own
  * file being touched. Returns 0, or -1 for a null argument or when the file cannot be created;
- * write errors after that are not noticed. Takes no lock, needs no capi_init(), and may be called
- * from any thread and any callback.
+ * a write that fails after that is logged, and the file stays as it was. Takes no lock, needs no
+ * capi_init(), and may be called from any thread and any callback.
  */
 int capi_snapshot_write_config_file(const struct cfg_shared_record *snapshot, unsigned type,
                                     const char *path);

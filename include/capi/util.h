@@ -36,8 +36,9 @@ int config_file_reader(const char *path, config_item_cb item_cb);
 typedef int (*config_line_cb)(int index, char *buf, void *ctx);
 
 /*
- * Replaces the file at "path" by the pieces that line_cb produces; "ctx" is handed through.
- * Returns 1, or 0 when an argument is null or the file cannot be created.
+ * Replaces the file at "path" by the pieces that line_cb produces; "ctx" is handed through. Others
+ * see the old file until the end. Returns 1, or 0 when an argument is null or the file cannot be
+ * created; a write that fails later is logged, and the file stays as it was.
  */
 int config_file_writer(const char *path, config_line_cb line_cb, void *ctx);
 
@@ -65,7 +66,8 @@ char *utils_str_trim_right(char *s, char ch);
 
 /*
  * Replaces the file at "path" by the "size" bytes at "buf". Returns 1, or 0 when an argument is
- * null or the file cannot be created; a write that fails later is not reported.
+ * null or the file cannot be created; a write that fails later is logged, and the file stays as
+ * it was.
  */
 int utils_write_to_file(const char *path, const void *buf, int size);
 
