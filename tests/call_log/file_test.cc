@@ -74,11 +74,12 @@ TEST_F(CallLogFile, InitLeavesAFileThatCannotBeOpened) {
     clear_log();
     fail_call(Call::Fopen, 1, error);
     EXPECT_EQ(capi_voip_init_call_log_file(), -1);
-    EXPECT_EQ(captured_log(),
-              (Lines{{4, kCreate,
-                      std::string(" can not create  file /tmp/voip_call_log, error : ") +
-                          strerror(error) + " !"},
-                     {4, kInit, " fail to create new call log file /tmp/voip_call_log !"}}));
+    EXPECT_EQ(
+        captured_log(),
+        lines({{kLogWarning, kCreate,
+                std::string(" can not create  file /tmp/voip_call_log, error : ") +
+                    strerror(error) + " !"},
+               {kLogWarning, kInit, " fail to create new call log file /tmp/voip_call_log !"}}));
     EXPECT_EQ(read_file(kLogPath), before);
   }
 }
@@ -91,9 +92,9 @@ TEST_F(CallLogFile, CreateSaysThatAWriteFailed) {
     EXPECT_EQ(capi_voip_init_call_log_file(), -1);
     EXPECT_EQ(
         captured_log(),
-        (Lines{{4, kCreate,
+        lines({{kLogWarning, kCreate,
                 " failure write data into file /tmp/voip_call_log, error : Input/output error!"},
-               {4, kInit, " fail to create new call log file /tmp/voip_call_log !"}}));
+               {kLogWarning, kInit, " fail to create new call log file /tmp/voip_call_log !"}}));
     EXPECT_FALSE(exists(kLogPath));
     EXPECT_FALSE(exists(kSibling));
   }
@@ -213,19 +214,23 @@ TEST_F(CallLogFile, VerifyLeavesAFileThatCannotBeLookedAt) {
   } cases[] = {
       {Call::Stat,
        1,
-       {{4, kVerify, " can not get file size /tmp/voip_call_log, error : " + reason + "!"}}},
-      {Call::Fopen, 1, {{4, kVerify, " can not open  file /tmp/voip_call_log !"}}},
+       {{kLogWarning, kVerify,
+         " can not get file size /tmp/voip_call_log, error : " + reason + "!"}}},
+      {Call::Fopen, 1, {{kLogWarning, kVerify, " can not open  file /tmp/voip_call_log !"}}},
       {Call::Fread,
        1,
-       {{4, kVerify, " failure to read data in file /tmp/voip_call_log, error : " + reason + "!"}}},
+       {{kLogWarning, kVerify,
+         " failure to read data in file /tmp/voip_call_log, error : " + reason + "!"}}},
       {Call::Fopen,
        2,
-       {{4, kRead, " can not read call log file /tmp/voip_call_log, error = " + reason + " !"},
-        {4, kVerify, " read call log file /tmp/voip_call_log failure !"}}},
+       {{kLogWarning, kRead,
+         " can not read call log file /tmp/voip_call_log, error = " + reason + " !"},
+        {kLogWarning, kVerify, " read call log file /tmp/voip_call_log failure !"}}},
       {Call::Fread,
        2,
-       {{4, kRead, " failure to read data in file /tmp/voip_call_log, error : " + reason + "!"},
-        {4, kVerify, " read call log file /tmp/voip_call_log failure !"}}},
+       {{kLogWarning, kRead,
+         " failure to read data in file /tmp/voip_call_log, error : " + reason + "!"},
+        {kLogWarning, kVerify, " read call log file /tmp/voip_call_log failure !"}}},
   };
   write_image(*image_of({0}));
   const std::string before = read_file(kLogPath);
@@ -233,7 +238,7 @@ TEST_F(CallLogFile, VerifyLeavesAFileThatCannotBeLookedAt) {
     clear_log();
     fail_call(call, nth);
     EXPECT_EQ(capi_voip_verify_call_log_file(), -1);
-    lines.push_back({4, kVerify, " can not rebuild  file /tmp/voip_call_log !"});
+    lines.push_back({kLogWarning, kVerify, " can not rebuild  file /tmp/voip_call_log !"});
     EXPECT_EQ(captured_log(), lines);
     EXPECT_EQ(read_file(kLogPath), before);
   }
@@ -329,15 +334,16 @@ TEST_F(CallLogFile, AFullDiskIsNoticedAtTheWrite) {
     EXPECT_FALSE(exists("/tmp/small/voip_call_log"));
     EXPECT_EQ(capi_voip_verify_call_log_file(), -1);
     EXPECT_EQ(capi_voip_clean_all_call_log(), -1);
-    EXPECT_EQ(captured_log(4),
-              (Lines{full,
-                     {4, kInit, " fail to create new call log file /tmp/small/voip_call_log !"},
-                     {4, kVerify,
-                      " can not get file size /tmp/small/voip_call_log, error : No such file or "
-                      "directory!"},
-                     full,
-                     {4, kVerify, " can not rebuild  file /tmp/small/voip_call_log !"},
-                     full}));
+    EXPECT_EQ(
+        captured_log(kLogWarning),
+        lines({full,
+               {kLogWarning, kInit, " fail to create new call log file /tmp/small/voip_call_log !"},
+               {kLogWarning, kVerify,
+                " can not get file size /tmp/small/voip_call_log, error : No such file or "
+                "directory!"},
+               full,
+               {kLogWarning, kVerify, " can not rebuild  file /tmp/small/voip_call_log !"},
+               full}));
   });
   umount("/tmp/small");
 }

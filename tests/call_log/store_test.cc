@@ -158,9 +158,10 @@ TEST_F(CallLogStore, AddThatIsNotWrittenKeepsTheCalls) {
     clear_log();
     fail_call(call);
     EXPECT_EQ(add(0, 0), -1);
-    EXPECT_EQ(captured_log(6), (Lines{{4, kAdd,
-                                       " failure to write data into file /tmp/voip_call_log, "
-                                       "error : Input/output error!"}}));
+    EXPECT_EQ(captured_log(kLogInfo),
+              lines({{kLogWarning, kAdd,
+                      " failure to write data into file /tmp/voip_call_log, "
+                      "error : Input/output error!"}}));
     EXPECT_EQ(bytes_of(*read_image()), bytes_of(*image));
     EXPECT_FALSE(exists(kSibling));
   }
@@ -236,9 +237,10 @@ class CallLogFullDisk : public CallLogStore {
 TEST_F(CallLogFullDisk, AddKeepsTheCallsAndFails) {
   in_other_process([] {
     EXPECT_EQ(add(1, 3), -1);
-    EXPECT_EQ(captured_log(6), (Lines{{4, kAdd,
-                                       " failure to write data into file /tmp/small/voip_call_log, "
-                                       "error : No space left on device!"}}));
+    EXPECT_EQ(captured_log(kLogInfo),
+              lines({{kLogWarning, kAdd,
+                      " failure to write data into file /tmp/small/voip_call_log, "
+                      "error : No space left on device!"}}));
   });
   EXPECT_EQ(bytes_of(*read_image(kPath)), bytes_of(*image_of({0, 1, 0})));
 }
@@ -247,7 +249,7 @@ TEST_F(CallLogFullDisk, DeleteAndCleanStillWork) {
   const Image image = image_of({0, 1, 0});
   in_other_process([] {
     EXPECT_EQ(capi_voip_delete_call_log_by_node(0, 0), 0);
-    EXPECT_EQ(captured_log(4), Lines{});
+    EXPECT_EQ(captured_log(kLogWarning), lines({}));
   });
   release_node(*image, 0, 0, LoneFreeNode::LinksNowhere);
   EXPECT_EQ(bytes_of(*read_image(kPath)), bytes_of(*image));
@@ -388,9 +390,9 @@ TEST_F(CallLogStore, DeleteSaysThatTheFileCannotBeOpened) {
   write_image(*image_of({0}));
   fail_call(Call::Open);
   EXPECT_EQ(capi_voip_delete_call_log_by_node(0, 0), -1);
-  EXPECT_EQ(
-      captured_log(6),
-      (Lines{{4, kDelete, " can not open file /tmp/voip_call_log, error = Input/output error !"}}));
+  EXPECT_EQ(captured_log(kLogInfo),
+            lines({{kLogWarning, kDelete,
+                    " can not open file /tmp/voip_call_log, error = Input/output error !"}}));
   EXPECT_EQ(read_image()->header.used.count, 1);
 }
 
@@ -413,7 +415,7 @@ TEST_F(CallLogStore, DeleteGoesOnAfterAFailedWriteFlushOrClose) {
     clear_log();
     fail_call(call, nth);
     EXPECT_EQ(capi_voip_delete_call_log_by_node(0, 0), 0);
-    EXPECT_EQ(captured_log(6), (Lines{{4, kDelete, words + reason}}));
+    EXPECT_EQ(captured_log(kLogInfo), lines({{kLogWarning, kDelete, words + reason}}));
     EXPECT_EQ(read_image()->header.used.count, left) << "all of it or nothing is written";
     EXPECT_EQ(check(*read_image()).fault, ImageFault::None);
   }
@@ -501,8 +503,8 @@ TEST_F(CallLogStore, CleanThatIsNotWrittenKeepsTheCalls) {
   fail_call(Call::Write);
   EXPECT_EQ(capi_voip_clean_call_log_by_type(0), -1);
   EXPECT_EQ(
-      captured_log(6),
-      (Lines{{4, kClean,
+      captured_log(kLogInfo),
+      lines({{kLogWarning, kClean,
               " failure write data into file /tmp/voip_call_log, error : Input/output error!"}}));
   EXPECT_EQ(bytes_of(*read_image()), bytes_of(*image));
 }

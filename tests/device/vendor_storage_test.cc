@@ -150,7 +150,7 @@ TEST_F(VendorStorageTest, AFullDiskLeavesTheFile) {
   write_file("/tmp/nv/filler", std::string(4096, 'f'));
   EXPECT_EQ(set(0, kBlock), -1);
   EXPECT_EQ(captured_log(),
-            lines({{4, kSet,
+            lines({{kLogWarning, kSet,
                     "Failed to write data into file /tmp/nv/info.ims_voice, reason=[No space left "
                     "on device]"}}));
   EXPECT_EQ(read_file(kFile), old);

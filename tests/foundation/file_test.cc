@@ -175,7 +175,7 @@ TEST(WriteToFileTest, AFullDiskIsLoggedAndLeavesTheFile) {
       utils_write_to_file("/tmp/small/file", content.data(), static_cast<int>(content.size())), 1);
   EXPECT_EQ(captured_log(),
             (std::vector<LogLine>{
-                {4, "utils_write_to_file",
+                {kLogWarning, "utils_write_to_file",
                  "failed to write /tmp/small/file, reason [No space left on device]"}}));
   EXPECT_EQ(read_file("/tmp/small/file"), "old");
   umount("/tmp/small");

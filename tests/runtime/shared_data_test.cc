@@ -199,10 +199,11 @@ TEST_F(SharedDataTest, OnAFullDiskTheOldFilesStayAndThatIsLogged) {
   clear_log();
   const capi_shared_phone_status phone{1, 1, 1};
   EXPECT_EQ(capi_set_shared_data(4, &phone), 0);
-  EXPECT_EQ(captured_log(4).back(), (LogLine{4, "utils_write_to_file",
-                                             std::string("failed to write ") + kPhoneFile +
-                                                 ", reason [No space left on device]"}));
-  EXPECT_EQ(captured_log(4).size(), 3u);
+  EXPECT_EQ(captured_log(kLogWarning).back(),
+            (LogLine{kLogWarning, "utils_write_to_file",
+                     std::string("failed to write ") + kPhoneFile +
+                         ", reason [No space left on device]"}));
+  EXPECT_EQ(captured_log(kLogWarning).size(), 3u);
   EXPECT_EQ(read_file(kPhoneFile), "old");
   umount("/tmp/data");
 }

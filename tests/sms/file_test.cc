@@ -84,7 +84,7 @@ TEST_F(SmsFileTest, CreatingFailsWhenTheWriteDoes) {
     fail_call(call, 1, ENOSPC);
     EXPECT_FALSE(create_sms_file(kPath));
     EXPECT_EQ(captured_log(),
-              lines({{4, kCreate, "fwrite failed, reason 28: No space left on device"}}));
+              lines({{kLogWarning, kCreate, "fwrite failed, reason 28: No space left on device"}}));
     EXPECT_FALSE(exists(kPath));
     EXPECT_FALSE(exists(kSibling));
   }
@@ -112,7 +112,8 @@ TEST_F(SmsFileTest, WhatMayBeLostInAPowerCutIsLogged) {
   EXPECT_TRUE(create_sms_file(kPath));
   EXPECT_EQ(
       captured_log(),
-      lines({{4, kCreate, "fsync /tmp/sm_recv failed, reason 5: Input/output error"}, kCreated}));
+      lines({{kLogWarning, kCreate, "fsync /tmp/sm_recv failed, reason 5: Input/output error"},
+             kCreated}));
 }
 
 TEST_F(SmsFileTest, AMissingFileThatCannotBeMadeIsLoggedForItsOperation) {
@@ -131,7 +132,7 @@ TEST_F(SmsFileTest, AFileThatIsOnlyOutOfReachIsNoMissingOne) {
     errno = error;
     EXPECT_FALSE(create_missing_sms_file(kPath, "somebody"));
     EXPECT_EQ(captured_log(),
-              lines({{4, "somebody", "_vkr_voip_sms_create_file /tmp/sm_recv failed"}}));
+              lines({{kLogWarning, "somebody", "_vkr_voip_sms_create_file /tmp/sm_recv failed"}}));
     EXPECT_EQ(read_file(kPath), "content");
   }
 }
@@ -244,7 +245,7 @@ TEST_F(SmsFileTest, AFailedWriteLeavesTheFile) {
     fail_call(call, 1);
     EXPECT_FALSE(write("new"));
     EXPECT_EQ(read_file(kPath), sms_file({{}}));
-    EXPECT_EQ(captured_log(), lines({{4, kWrite, words}}));
+    EXPECT_EQ(captured_log(), lines({{kLogWarning, kWrite, words}}));
     EXPECT_FALSE(exists(kSibling));
   }
 }
@@ -255,8 +256,9 @@ TEST_F(SmsFileTest, AFailedWriteInPlaceLeavesAnEmptyFile) {
   fail_call(Call::Write, 1);
   EXPECT_FALSE(write("new"));
   expect_empty_file();
-  EXPECT_EQ(captured_log(),
-            lines({{4, kWrite, "fwrite failed, reason 5: Input/output error"}, kCreated}));
+  EXPECT_EQ(
+      captured_log(),
+      lines({{kLogWarning, kWrite, "fwrite failed, reason 5: Input/output error"}, kCreated}));
   std::filesystem::remove("/tmp/other_sm_recv");
 }
 

@@ -15,7 +15,7 @@ namespace {
 
 constexpr char kDisk[] = "/tmp/disk";
 constexpr char kFile[] = "/tmp/disk/sm_recv";
-const LogLine kFull{4, "_vkr_voip_sms_create_file",
+const LogLine kFull{kLogWarning, "_vkr_voip_sms_create_file",
                     "fwrite failed, reason 28: No space left on device"};
 
 // The messages are on a disk of eight pages.
@@ -38,7 +38,7 @@ class SmsFullDiskTest : public SmsTest {
   static void store(const std::vector<Message>& messages) {
     for (const Message& message : messages) {
       capi_sms_record record = to_record(message);
-      ASSERT_EQ(capi_voip_sms_add(0, &record), 0);
+      ASSERT_EQ(capi_voip_sms_add(CAPI_SMS_RECEIVED, &record), 0);
     }
     clear_log();
   }
@@ -53,7 +53,7 @@ class SmsFullDiskTest : public SmsTest {
   static void expect_store_works_again(uint64_t last_id = 0) {
     std::filesystem::remove("/tmp/disk/ballast");
     capi_sms_record record = to_record({});
-    EXPECT_EQ(capi_voip_sms_add(0, &record), 0);
+    EXPECT_EQ(capi_voip_sms_add(CAPI_SMS_RECEIVED, &record), 0);
     EXPECT_EQ(record.id, last_id + 1);
   }
 };
@@ -68,10 +68,10 @@ TEST_F(SmsFullDiskTest, AMissingFileIsNotCreated) {
 TEST_F(SmsFullDiskTest, AddingToAMissingFileFails) {
   fill();
   capi_sms_record record = to_record({});
-  EXPECT_EQ(capi_voip_sms_add(0, &record), -1);
-  EXPECT_EQ(
-      captured_log(6).back(),
-      (LogLine{4, "_vkr_voip_sms_add", "_vkr_voip_sms_create_file /tmp/disk/sm_recv failed"}));
+  EXPECT_EQ(capi_voip_sms_add(CAPI_SMS_RECEIVED, &record), -1);
+  EXPECT_EQ(captured_log(kLogInfo).back(),
+            (LogLine{kLogWarning, "_vkr_voip_sms_add",
+                     "_vkr_voip_sms_create_file /tmp/disk/sm_recv failed"}));
   EXPECT_EQ(new_signals(), std::vector<std::string>{update_signal("1", "0")});
   expect_store_works_again();
 }
@@ -80,12 +80,13 @@ TEST_F(SmsFullDiskTest, AnAddThatDoesNotFitKeepsTheMessages) {
   store({{.text = std::string(15000, 'a')}});
   const std::string before = read_file(kFile);
   capi_sms_record record = to_record({.text = std::string(5000, 'b')});
-  EXPECT_EQ(capi_voip_sms_add(0, &record), -1);
-  EXPECT_EQ(captured_log(4), lines({{4, "_vkr_voip_sms_write_file",
-                                     "fwrite failed, reason 28: No space left on device"}}));
+  EXPECT_EQ(capi_voip_sms_add(CAPI_SMS_RECEIVED, &record), -1);
+  EXPECT_EQ(captured_log(kLogWarning),
+            lines({{kLogWarning, "_vkr_voip_sms_write_file",
+                    "fwrite failed, reason 28: No space left on device"}}));
   EXPECT_EQ(new_signals().back(), update_signal("1", "0"));
   EXPECT_EQ(read_file(kFile), before);
-  EXPECT_EQ(capi_voip_sms_del_by_id(0, 1), 0);
+  EXPECT_EQ(capi_voip_sms_del_by_id(CAPI_SMS_RECEIVED, 1), 0);
   expect_store_works_again(1);
 }
 
@@ -94,35 +95,35 @@ TEST_F(SmsFullDiskTest, AnUpdateThatDoesNotFitKeepsTheMessages) {
   fill();
   const std::string before = read_file(kFile);
   const capi_sms_record record = to_record({.id = 1, .status = 5});
-  EXPECT_EQ(capi_voip_sms_update(0, &record), -1);
+  EXPECT_EQ(capi_voip_sms_update(CAPI_SMS_RECEIVED, &record), -1);
   EXPECT_EQ(read_file(kFile), before);
 }
 
 TEST_F(SmsFullDiskTest, DeletingAndCleaningStillWork) {
   store({{.text = std::string(6000, 'a')}, {.text = "second"}, {.text = std::string(6000, 'c')}});
   fill();
-  EXPECT_EQ(capi_voip_sms_del_by_id(0, 2), 0);
+  EXPECT_EQ(capi_voip_sms_del_by_id(CAPI_SMS_RECEIVED, 2), 0);
   EXPECT_EQ(ids_in(read_file(kFile)), (std::vector<uint64_t>{1, 3}));
-  EXPECT_EQ(capi_voip_sms_del_by_id(0, 1), 0);
+  EXPECT_EQ(capi_voip_sms_del_by_id(CAPI_SMS_RECEIVED, 1), 0);
   EXPECT_EQ(ids_in(read_file(kFile)), (std::vector<uint64_t>{3}));
   fill();
   const uint64_t identity = identity_in(read_file(kFile));
-  EXPECT_EQ(capi_voip_sms_clean(0), 0);
+  EXPECT_EQ(capi_voip_sms_clean(CAPI_SMS_RECEIVED), 0);
   EXPECT_EQ(ids_in(read_file(kFile)), std::vector<uint64_t>{});
   EXPECT_NE(identity_in(read_file(kFile)), identity);
-  EXPECT_EQ(captured_log(4), lines({}));
+  EXPECT_EQ(captured_log(kLogWarning), lines({}));
 }
 
 TEST_F(SmsFullDiskTest, InitialisingFailsWithoutSpaceForTheFiles) {
   fill();
   EXPECT_EQ(capi_voip_sms_init(), -1);
-  EXPECT_EQ(
-      captured_log(4),
-      lines(
-          {kFull,
-           {4, "_vkr_voip_sms_init_file", "_vkr_voip_sms_create_file /tmp/disk/sm_recv failed"},
-           kFull,
-           {4, "_vkr_voip_sms_init_file", "_vkr_voip_sms_create_file /tmp/disk/sm_send failed"}}));
+  EXPECT_EQ(captured_log(kLogWarning),
+            lines({kFull,
+                   {kLogWarning, "_vkr_voip_sms_init_file",
+                    "_vkr_voip_sms_create_file /tmp/disk/sm_recv failed"},
+                   kFull,
+                   {kLogWarning, "_vkr_voip_sms_init_file",
+                    "_vkr_voip_sms_create_file /tmp/disk/sm_send failed"}}));
   expect_store_works_again();
 }
 

@@ -119,7 +119,7 @@ TEST_F(SmsAddTest, AddingToAFileThatDoesNotOpenLeavesIt) {
   put(sms_file({{}}));
   fail_call(Call::Fopen, 1, EIO);
   EXPECT_EQ(add_one(), -1);
-  EXPECT_EQ(logged(), lines({{4, kRead, "fopen failed, reason 5: Input/output error"}}));
+  EXPECT_EQ(logged(), lines({{kLogWarning, kRead, "fopen failed, reason 5: Input/output error"}}));
   EXPECT_EQ(read_file(kReceived), sms_file({{}}));
   EXPECT_FALSE(exists(kErr));
 }
@@ -155,7 +155,7 @@ TEST_F(SmsAddTest, AFailedWriteOfAnAddKeepsTheMessages) {
     put(sms_file({{}, {}}));
     fail_call(call, 1);
     capi_sms_record record = to_record({});
-    EXPECT_EQ(capi_voip_sms_add(0, &record), -1);
+    EXPECT_EQ(capi_voip_sms_add(CAPI_SMS_RECEIVED, &record), -1);
     EXPECT_EQ(read_file(kReceived), sms_file({{}, {}}));
     EXPECT_EQ(new_signals().back(), update_signal("1", "0"));
   }

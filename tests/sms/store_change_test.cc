@@ -28,11 +28,11 @@ TEST_F(SmsChangeTest, UpdatingChangesThreeFieldsOfOneMessage) {
 }
 
 TEST_F(SmsChangeTest, UpdatingAnUnknownIdWritesNothingAndStillTells) {
-  const std::string file = add(0, {{}, {}});
+  const std::string file = add(CAPI_SMS_RECEIVED, {{}, {}});
   clear_faults();
   EXPECT_EQ(update(3), -1);
   EXPECT_EQ(count_calls(Call::Open), 0);
-  EXPECT_EQ(logged(), lines({{4, kUpdate, "not find the short message(id=3)"}}));
+  EXPECT_EQ(logged(), lines({{kLogWarning, kUpdate, "not find the short message(id=3)"}}));
   EXPECT_EQ(read_file(kReceived), file);
   EXPECT_EQ(new_signals(), std::vector<std::string>{update_signal("3", "3")});
 }
@@ -88,8 +88,8 @@ TEST_F(SmsChangeTest, AFailedWriteOfADeletionKeepsTheMessages) {
   for (const auto& [call, words] : cases) {
     put(sms_file({{}, {}}));
     fail_call(call, 1);
-    EXPECT_EQ(capi_voip_sms_del_by_id(0, 1), -1);
-    EXPECT_EQ(logged(), lines({{4, "_vkr_voip_sms_write_file", words}}));
+    EXPECT_EQ(capi_voip_sms_del_by_id(CAPI_SMS_RECEIVED, 1), -1);
+    EXPECT_EQ(logged(), lines({{kLogWarning, "_vkr_voip_sms_write_file", words}}));
     EXPECT_EQ(read_file(kReceived), sms_file({{}, {}}));
   }
 }

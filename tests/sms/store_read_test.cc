@@ -88,7 +88,8 @@ TEST_F(SmsReadTest, GettingAndCountingReplaceWhatIsNoFile) {
     std::filesystem::create_directory(kReceived);
     clear_log();
     EXPECT_EQ(operation(), -1);
-    EXPECT_EQ(logged(), lines({{4, kRead, "fread failed, reason 21: Is a directory"}, kNoCreate}));
+    EXPECT_EQ(logged(),
+              lines({{kLogWarning, kRead, "fread failed, reason 21: Is a directory"}, kNoCreate}));
     std::filesystem::remove(kReceived);
   }
 }
@@ -97,8 +98,9 @@ TEST_F(SmsReadTest, CountingLeavesAFileThatCannotBeExamined) {
   put(sms_file({{}}));
   fail_call(Call::Stat, 1);
   EXPECT_EQ(count(), -1);
-  EXPECT_EQ(logged(),
-            lines({{4, kRead, "stat /tmp/sm_recv failed, reason 5: Input/output error"}}));
+  EXPECT_EQ(
+      logged(),
+      lines({{kLogWarning, kRead, "stat /tmp/sm_recv failed, reason 5: Input/output error"}}));
   EXPECT_EQ(read_file(kReceived), sms_file({{}}));
 }
 
@@ -209,8 +211,9 @@ TEST_F(SmsReadTest, LoadingAFileThatCannotBeExaminedLeavesIt) {
   put(sms_file({{}}));
   fail_call(Call::Stat, 1);
   EXPECT_EQ(load(), -1);
-  EXPECT_EQ(logged(), lines({{4, kRead, "stat /tmp/sm_recv failed, reason 5: Input/output error"},
-                             {4, kLoad, "_vkr_voip_sms_create_file /tmp/sm_recv failed"}}));
+  EXPECT_EQ(logged(),
+            lines({{kLogWarning, kRead, "stat /tmp/sm_recv failed, reason 5: Input/output error"},
+                   {kLogWarning, kLoad, "_vkr_voip_sms_create_file /tmp/sm_recv failed"}}));
   EXPECT_EQ(read_file(kReceived), sms_file({{}}));
 }
 

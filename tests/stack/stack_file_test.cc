@@ -262,9 +262,9 @@ TEST_F(StackFileTest, WriteErrorsAreOnlyLogged) {
   ASSERT_EQ(symlink("/dev/full", "/tmp/vosip.conf.voip"), 0);
   clear_log();
   EXPECT_EQ(capi_make_config_file(1), 0);
-  EXPECT_EQ(captured_log(4),
+  EXPECT_EQ(captured_log(kLogWarning),
             (std::vector<LogLine>{
-                {4, "capi_cfg_backend_make_config_file",
+                {kLogWarning, "capi_cfg_backend_make_config_file",
                  "failed to write /tmp/vosip.conf.voip, reason [No space left on device]"}}));
 }
 
