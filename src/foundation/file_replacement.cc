@@ -22,7 +22,7 @@ namespace {
 constexpr mode_t kModeBits = 07777;
 
 // A file of any size, and none that somebody has to wait for.
-constexpr int kOpening = O_NONBLOCK | O_LARGEFILE | O_CLOEXEC;
+constexpr int kOpening = O_NONBLOCK | O_LARGEFILE;
 
 bool write_all(int fd, const void* bytes, size_t size) {
   const auto* from = static_cast<const char*>(bytes);
@@ -109,7 +109,8 @@ FileReplacement::Step FileReplacement::look_at_target() {
   if (is_link(found) && !may_follow(found)) return Step::Done;
   if (!has_old_ || has_names_of_its_own(found)) return Step::InPlace;
   // Who may not write the file may not replace it either.
-  const Descriptor target(openat(directory_.get(), name_, O_WRONLY | O_NOFOLLOW | kOpening));
+  const Descriptor target(
+      openat(directory_.get(), name_, O_CLOEXEC | O_WRONLY | O_NOFOLLOW | kOpening));
   return target ? Step::Done : Step::Failed;
 }
 
@@ -148,8 +149,8 @@ FileReplacement::Step FileReplacement::make_sibling() {
 FileReplacement::Step FileReplacement::try_sibling(bool& again) {
   // Until it has the mode of the file nobody else may read what is in it.
   const mode_t mode = has_old_ ? 0600 : kFileMode;
-  file_ = Descriptor(
-      openat(directory_.get(), sibling_, O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | kOpening, mode));
+  const int flags = O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | kOpening;
+  file_ = Descriptor(openat(directory_.get(), sibling_, O_CLOEXEC | flags, mode));
   if (!file_) {
     if (errno != EEXIST) return step_after_error();
     again = remove_leftover();
@@ -165,7 +166,8 @@ FileReplacement::Step FileReplacement::try_sibling(bool& again) {
 // Removes what has the sibling's name. A writer at work gets some time for its end. False where
 // removing is not allowed.
 bool FileReplacement::remove_leftover() {
-  const Descriptor leftover(openat(directory_.get(), sibling_, O_WRONLY | O_NOFOLLOW | kOpening));
+  const Descriptor leftover(
+      openat(directory_.get(), sibling_, O_CLOEXEC | O_WRONLY | O_NOFOLLOW | kOpening));
   if (leftover && !wait_for_writer(leftover.get())) return true;
   return unlinkat(directory_.get(), sibling_, 0) == 0 || errno == ENOENT;
 }
@@ -208,7 +210,7 @@ bool FileReplacement::open_in_place(const char* path) {
   const bool follow = fstatat64(AT_FDCWD, path, &found, AT_SYMLINK_NOFOLLOW) == 0 &&
                       is_link(found) && may_follow(found);
   const int flags = O_WRONLY | O_CREAT | O_TRUNC | (follow ? 0 : O_NOFOLLOW) | kOpening;
-  file_ = Descriptor(open(path, flags, kFileMode));
+  file_ = Descriptor(open(path, O_CLOEXEC | flags, kFileMode));
   is_in_place_ = static_cast<bool>(file_);
   return is_in_place_;
 }
@@ -240,7 +242,7 @@ bool FileReplacement::commit() {
 
 bool FileReplacement::copy_in_place() {
   const Descriptor target(
-      openat(directory_.get(), name_, O_WRONLY | O_TRUNC | O_NOFOLLOW | kOpening));
+      openat(directory_.get(), name_, O_CLOEXEC | O_WRONLY | O_TRUNC | O_NOFOLLOW | kOpening));
   is_in_place_ = static_cast<bool>(target);
   if (!target || lseek(file_.get(), 0, SEEK_SET) != 0) return false;
   constexpr size_t kPiece = 1 << 20;
@@ -253,7 +255,7 @@ bool FileReplacement::copy_in_place() {
 bool FileReplacement::sync_directory() { return !directory_ || sync_to_medium(directory_.get()); }
 
 bool overwrite_file(const char* path, std::span<const uint8_t> bytes, size_t head) {
-  const Descriptor file(open(path, O_WRONLY | O_NOFOLLOW | kOpening));
+  const Descriptor file(open(path, O_CLOEXEC | O_WRONLY | O_NOFOLLOW | kOpening));
   const int fd = file.get();
   return file && lseek(fd, static_cast<off_t>(head), SEEK_SET) >= 0 &&
          write_all(fd, bytes.data() + head, bytes.size() - head) && sync_to_medium(fd) &&
