@@ -16,7 +16,7 @@
 namespace capi {
 namespace {
 
-// A larger file is one that there is no memory for.
+// A larger file is told as one that there is no memory for, but is none of ours.
 constexpr uint64_t kLargestLoad = INT32_MAX;
 
 enum class Operation : uint8_t { Add, Update, Delete, Get, Count, Load };
@@ -254,7 +254,7 @@ Allocated<uint8_t> load_sms_file(const char* path) {
   if (!find_size(path, kLoad, size)) return nullptr;
   void* memory = size <= kLargestLoad ? calloc(1, static_cast<size_t>(size)) : nullptr;
   Allocated<uint8_t> image(static_cast<uint8_t*>(memory));
-  SmsTrouble trouble = SmsTrouble::NoMemory;
+  SmsTrouble trouble = size <= kLargestLoad ? SmsTrouble::NoMemory : SmsTrouble::Unreadable;
   if (image) {
     trouble = read_image(path, SmsImage(image.get(), static_cast<size_t>(size)));
   } else {
