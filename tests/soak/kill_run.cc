@@ -81,8 +81,8 @@ struct Row {
   char loses[24];
 };
 constexpr Row kRows[] = {
-    {Store::CallLog, "call log, written whole", "calls"},
-    {Store::CallLogNodes, "call log, an entry deleted in place", "calls"},
+    {Store::CallLog, "call log, added and cleaned", "calls"},
+    {Store::CallLogNodes, "call log, an entry deleted", "calls"},
     {Store::Received, "received messages", "messages"},
     {Store::Sent, "sent messages", "messages"},
     {Store::StatusFiles, "status files", ""},
