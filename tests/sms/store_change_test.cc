@@ -31,7 +31,7 @@ TEST_F(SmsChangeTest, UpdatingAnUnknownIdWritesNothingAndStillTells) {
   const std::string file = add(CAPI_SMS_RECEIVED, {{}, {}});
   clear_faults();
   EXPECT_EQ(update(3), -1);
-  EXPECT_EQ(count_calls(Call::Open), 0);
+  EXPECT_EQ(count_calls(Call::Write), 0);
   EXPECT_EQ(logged(), lines({{kLogWarning, kUpdate, "not find the short message(id=3)"}}));
   EXPECT_EQ(read_file(kReceived), file);
   EXPECT_EQ(new_signals(), std::vector<std::string>{update_signal("3", "3")});
@@ -80,14 +80,15 @@ TEST_F(SmsChangeTest, DeletingAnUnknownIdChangesNothing) {
 TEST_F(SmsChangeTest, AFailedWriteOfADeletionKeepsTheMessages) {
   const struct {
     Call call;
+    int nth;
     const char* words;
-  } cases[] = {{Call::Open, "fopen /tmp/sm_recv failed, reason 5: Input/output error"},
-               {Call::Write, "fwrite failed, reason 5: Input/output error"},
-               {Call::Fsync, "fwrite failed, reason 5: Input/output error"},
-               {Call::Rename, "fwrite failed, reason 5: Input/output error"}};
-  for (const auto& [call, words] : cases) {
+  } cases[] = {{Call::Open, 2, "fopen /tmp/sm_recv failed, reason 5: Input/output error"},
+               {Call::Write, 1, "fwrite failed, reason 5: Input/output error"},
+               {Call::Fsync, 1, "fwrite failed, reason 5: Input/output error"},
+               {Call::Rename, 1, "fwrite failed, reason 5: Input/output error"}};
+  for (const auto& [call, nth, words] : cases) {
     put(sms_file({{}, {}}));
-    fail_call(call, 1);
+    fail_call(call, nth);  // the first file to be opened is the one that is read
     EXPECT_EQ(capi_voip_sms_del_by_id(CAPI_SMS_RECEIVED, 1), -1);
     EXPECT_EQ(logged(), lines({{kLogWarning, "_vkr_voip_sms_write_file", words}}));
     EXPECT_EQ(read_file(kReceived), sms_file({{}, {}}));
