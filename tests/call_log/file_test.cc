@@ -210,7 +210,7 @@ TEST_F(CallLogFile, VerifyLeavesAFileThatCannotBeLookedAt) {
   const struct {
     Call call;
     int nth;
-    Lines lines;
+    std::vector<LogLine> lines;
   } cases[] = {
       {Call::Stat,
        1,
