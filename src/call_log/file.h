@@ -1,7 +1,14 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
-// The call-log file as a whole: made, read, checked, replaced and set aside. They log what failed;
-// int results are 0 or -1. The path is settled beforehand: asking for it takes lock 0.
+// The call-log file as a whole: made, read, checked, replaced and set aside. All return 0 or -1 and
+// log what failed, under the name that the operation has in the log.
+//
+// Who reads gets an image whose lists were checked, or a failure; what to do about a file that
+// fails its check depends on the operation: only the start rebuilds it, for anything else it may be
+// a file that somebody still wants to look at.
+//
+// The caller holds lock 2. Leaves to its callers the path, which is settled beforehand, since
+// asking for it takes lock 0, and what is done to the image (call_log/image.h).
 #pragma once
 
 #include <cstdint>

@@ -1,6 +1,12 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
 // The operations on the entries of the call-log file. All return 0 or -1 and log what failed.
+//
+// Each reads the whole file, changes the image and writes what changed; nothing is kept in memory
+// between two calls, for other processes change the file, too. Arguments are refused before the
+// file is looked at.
+//
+// The caller holds lock 2. Leaves to its callers the path, and the signal afterwards.
 #pragma once
 
 #include "call_log/image.h"

@@ -2,6 +2,12 @@
 // SPDX-License-Identifier: MIT
 // A short-message file as a whole: made, read, checked, written and set aside. What fails is
 // logged.
+//
+// Reading and judging are apart: a file that cannot be read may be one that this process may not
+// read, while one that is read and unsound is lost, whoever looks. What is done about either is the
+// operation's to say (sms/store.h); here is only what can be done.
+//
+// The caller holds lock 18. Leaves to its callers the path and the memory.
 #pragma once
 
 #include <cstdint>

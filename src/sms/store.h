@@ -1,6 +1,12 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
 // The operations on a short-message file. All return 0 or -1 and log what failed.
+//
+// Each reads the whole file into the work buffer, which is there once a process, changes the image
+// and writes it whole. A file that cannot be used is dealt with as its operation says: kept aside,
+// made anew, both, or left; so the next operation finds one that it can use.
+//
+// The caller holds lock 18. Leaves to its callers the path, and the signal afterwards.
 #pragma once
 
 #include <cstdint>
