@@ -116,7 +116,7 @@ int capi_voip_call_log_backup(const char* destination) {
   if (destination == nullptr) return -1;
   return with_call_log([&](const char* path) {
     if (access(path, F_OK) != 0 || is_odd_file(path)) return -1;
-    constexpr char kFunc[] = "capi_voip_call_log_backup";
+    static constexpr char kFunc[] = "capi_voip_call_log_backup";
     if (refuse_unquoted(path, kFunc) || refuse_unquoted(destination, kFunc)) return -1;
     const auto command = copy_command(path, destination);
     if (!command) return -1;

@@ -18,7 +18,7 @@ int refuse_flag(int32_t flag, const char* func) {
 
 int take_description(CallAssembly& assembly, unsigned type, const capi_call_log_record& record,
                      CallAdder add) {
-  constexpr char kFunc[] = "capi_voip_add_call_log1";
+  static constexpr char kFunc[] = "capi_voip_add_call_log1";
   switch (assembly.flag) {
     case kDescription:
       CAPI_LOG_AS(kFunc, kLogWarning, "call_log_entry_body1 to be replaced!");
@@ -42,7 +42,7 @@ int take_description(CallAssembly& assembly, unsigned type, const capi_call_log_
 }
 
 int take_statistics(CallAssembly& assembly, const capi_call_log_record& record, CallAdder add) {
-  constexpr char kFunc[] = "capi_voip_add_call_log2";
+  static constexpr char kFunc[] = "capi_voip_add_call_log2";
   switch (assembly.flag) {
     case kStatistics:
       CAPI_LOG_AS(kFunc, kLogWarning, "call_log_entry_body2 to be replaced!");

@@ -19,7 +19,7 @@ struct Walk {
 
 Walk newest_first(const capi_call_log_header& header, unsigned selector) {
   // Selectors 1 and 2 are crossed with the types since ever: callers count on it.
-  constexpr uint8_t kTypes[] = {1, 0, 2};
+  static constexpr uint8_t kTypes[] = {1, 0, 2};
   if (selector == 0) return {header.used, kAllEntries.reversed()};
   return {header.entry[kTypes[selector - 1]].list, kOwnList.reversed()};
 }

@@ -183,7 +183,7 @@ int create_call_log_file(const char* path, Emptying emptying) {
   if (emptying != Emptying::New) {
     struct stat status {};
     // A directory cannot be replaced.
-    if (lstat(path, &status) == 0 && S_ISDIR(status.st_mode)) rmdir(path);
+    if (lstat(path, &status) == 0 && S_ISDIR(status.st_mode)) remove(path);
     how.odd_file = OddFile::Replaced;
   }
   if (emptying == Emptying::Cleaned) how.head = kHeadSize;
@@ -215,7 +215,7 @@ int verify_call_log_file(const char* path) {
 }
 
 int init_call_log_file(const char* path) {
-  constexpr char kFunc[] = "_vkr_voip_init_call_log_file";
+  static constexpr char kFunc[] = "_vkr_voip_init_call_log_file";
   if (!open_call_log(path)) {
     const bool is_missing = tells_of_content(errno);
     if (is_missing && create_call_log_file(path, Emptying::New) == 0) return 0;
@@ -241,7 +241,7 @@ Replaced replace_call_log(const char* path, const capi_call_log_image& image,
 }
 
 void set_call_log_aside(const char* path, unsigned bad_node) {
-  constexpr char kFunc[] = "_vkr_voip_check_node_index";
+  static constexpr char kFunc[] = "_vkr_voip_check_node_index";
   if (refuse_unquoted(path, kFunc)) return;
   char command[2 * kPathSize + 64];
   if (!move_aside(path, command, sizeof command)) {

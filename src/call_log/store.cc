@@ -34,7 +34,7 @@ bool refuse_header_arguments(unsigned type, const capi_call_log_entry_header* he
 }
 
 int delete_in_image(capi_call_log_image& image, unsigned type, unsigned node) {
-  constexpr char kFunc[] = "_vkr_voip_delete_call_log_by_node_internal";
+  static constexpr char kFunc[] = "_vkr_voip_delete_call_log_by_node_internal";
   if (refuse_node(node, kFunc) || refuse_type(type, kFunc)) return -1;
   release_node(image, type, node, LoneFreeNode::LinksItself);
   return 0;
@@ -74,7 +74,7 @@ int delete_all(capi_call_log_image& image, unsigned type, const char* func) {
 }  // namespace
 
 int add_call_log(const char* path, unsigned type, const capi_call_log_record* record) {
-  constexpr char kFunc[] = "_vkr_voip_add_call_log";
+  static constexpr char kFunc[] = "_vkr_voip_add_call_log";
   if (refuse_type(type, kFunc) || refuse_null(record, kFunc)) return -1;
   const ImageOwner image = load_call_log(path, kFunc);
   if (!image) {
@@ -95,7 +95,7 @@ int add_call_log(const char* path, unsigned type, const capi_call_log_record* re
 }
 
 int delete_call_log_by_node(const char* path, unsigned type, unsigned node) {
-  constexpr char kFunc[] = "_vkr_voip_delete_call_log_by_node";
+  static constexpr char kFunc[] = "_vkr_voip_delete_call_log_by_node";
   if (refuse_node(node, kFunc) || refuse_type(type, kFunc)) return -1;
   const ImageOwner image = load_call_log(path, kFunc);
   if (!image) {
@@ -109,7 +109,7 @@ int delete_call_log_by_node(const char* path, unsigned type, unsigned node) {
 }
 
 int clean_call_log_by_type(const char* path, unsigned type) {
-  constexpr char kFunc[] = "_vkr_voip_clean_call_log_by_type";
+  static constexpr char kFunc[] = "_vkr_voip_clean_call_log_by_type";
   if (!is_call_type(type)) {
     CAPI_LOG_AS(kFunc, kLogWarning, " invalid parameter call_type = %d ! ", static_cast<int>(type));
     return -1;

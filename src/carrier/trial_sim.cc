@@ -54,7 +54,7 @@ bool TrialSim::has_network_of(std::string_view imsi) const {
 }
 
 bool read_trial_sim(TrialSim& sim) {
-  constexpr char kFunc[] = "capi_get_test_sim_info";
+  static constexpr char kFunc[] = "capi_get_test_sim_info";
   const File file = open_file(kPath, "r");
   if (!file) return false;
   char line[512] = {};

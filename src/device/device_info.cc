@@ -30,7 +30,7 @@ void read_firmware_file(char* buf, int len) {
 using namespace capi;
 
 int capi_get_firmware_version(char* buf, int len) {
-  constexpr Field kVersion = CAPI_FIELD_OF(fw_version);
+  static constexpr Field kVersion = CAPI_FIELD_OF(fw_version);
   if (buf == nullptr) {
     CAPI_LOG(kLogNotice, "Can't get firmware version");
     return -1;
@@ -40,12 +40,12 @@ int capi_get_firmware_version(char* buf, int len) {
 }
 
 int capi_get_fw_build_number(char* buf, int len) {
-  constexpr Field kBuildNumber = CAPI_FIELD_OF(fw_build_number);
+  static constexpr Field kBuildNumber = CAPI_FIELD_OF(fw_build_number);
   return get_segment_text(__func__, "failed to get fw build number", kBuildNumber, buf, len);
 }
 
 int capi_get_device_imei(char* buf, int len) {
-  constexpr Field kImei = CAPI_FIELD_OF(device_imei);
+  static constexpr Field kImei = CAPI_FIELD_OF(device_imei);
   if (get_segment_text(kImei, buf, len) == 0) return 0;
   const int result = get_hardware_info(CAPI_HW_IMEI, buf, len);
   if (result == -1) CAPI_LOG(kLogNotice, "get device IMEI value failure!");
@@ -53,6 +53,6 @@ int capi_get_device_imei(char* buf, int len) {
 }
 
 int capi_get_device_name(char* buf, int len) {
-  constexpr Field kName = CAPI_FIELD_OF(device_name);
+  static constexpr Field kName = CAPI_FIELD_OF(device_name);
   return get_segment_text(__func__, "failed to get device name", kName, buf, len);
 }

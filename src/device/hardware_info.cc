@@ -71,7 +71,7 @@ char upper(char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + '
 
 // The hexadecimal digits of the first three octets of a MAC.
 bool ask_file_for_prefix(std::string_view key, char* buf, size_t size) {
-  constexpr size_t kDigits[] = {0, 1, 3, 4, 6, 7};
+  static constexpr size_t kDigits[] = {0, 1, 3, 4, 6, 7};
   char mac[kMacSize] = {};
   if (!look_up_line(kManufacturingFile, key, mac, sizeof mac)) return false;
   if (mac[0] == '\0' || size <= std::size(kDigits)) return false;

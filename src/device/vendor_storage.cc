@@ -36,7 +36,7 @@ void log_file_failure(const char* func, const char* what, const char* path) {
 }
 
 int read_voice_file(void* buf) {
-  constexpr char kFunc[] = "capi_get_quorble_info";
+  static constexpr char kFunc[] = "capi_get_quorble_info";
   char path[kVoicePathSize];
   if (!get_voice_path(path)) return -1;
   const CriticalSection section(kVopRunInfoLock);
@@ -127,7 +127,7 @@ int get_serving_cell(char* buf, size_t size) {
 }
 
 int get_msisdn(char* buf, int len) {
-  constexpr Field kMsisdn = CAPI_FIELD_OF(serving_cell.msisdn);
+  static constexpr Field kMsisdn = CAPI_FIELD_OF(serving_cell.msisdn);
   const int start = std::clamp(len, 0, 4);
   return get_segment_text(kMsisdn, buf + start, len - start, IfEmpty::Succeed);
 }
@@ -147,7 +147,7 @@ int set_vendor_block(const void* buf, int len) {
 }
 
 int get_item(int type, char* buf, int len) {
-  constexpr Field kUuid = CAPI_FIELD_OF(sys_uuid);
+  static constexpr Field kUuid = CAPI_FIELD_OF(sys_uuid);
   switch (type) {
     case CAPI_QUORBLE_IMS_VOICE:
       if (len == CAPI_IMS_VOICE_BYTES) return get_ims_voice(buf);

@@ -77,7 +77,7 @@ FileReplacement::~FileReplacement() {
 
 // Opens the directory and finds the names in it.
 FileReplacement::Step FileReplacement::split(const char* path) {
-  path_.reset(strdup(path));
+  path_.reset(strndup(path, PATH_MAX));
   if (!path_) return Step::Failed;
   char* slash = strrchr(path_.get(), '/');
   name_ = slash != nullptr ? slash + 1 : path_.get();
@@ -175,7 +175,7 @@ bool FileReplacement::remove_leftover() {
 // False when the sibling has gone meanwhile.
 bool FileReplacement::wait_for_writer(int sibling) const {
   constexpr int kPauses = 100;
-  constexpr timespec kPause{0, 10'000'000};
+  static constexpr timespec kPause{0, 10'000'000};
   for (int i = 0; i < kPauses && flock(sibling, LOCK_EX | LOCK_NB) != 0; ++i) {
     nanosleep(&kPause, nullptr);
   }

@@ -31,31 +31,23 @@ constexpr char kLock[] = "capi_critical_section_lock";
 constexpr char kUnlock[] = "capi_critical_section_unlock";
 constexpr char kStatsPath[] = "/tmp/capi_lock_stats";
 
-constexpr char CAPI_LOCK_NAME_MAP[CAPI_LOCK_COUNT][64] = {
-    "CAPI_LOCK_CONF_SHM",
-    "XXXXX",
-    "CAPI_LOCK_CALL_LOG",
-    "XXXXX",
-    "XXXXX",
-    "XXXXX",
-    "XXXXX",
-    "XXXXX",
-    "XXXXX",
-    "XXXXX",
-    "CAPI_LOCK_VOP_RUN_INFO",
-    "XXXXX",
-    "CAPI_LOCK_VOICE_REG_STAT",
-    "XXXXX",
-    "XXXXX",
-    "XXXXX",
-    "XXXXX",
-    "XXXXX",
-    "CAPI_LOCK_VOICE_SMS",
-};
-
-// Callers may pass any id; the kernel refuses those that the set does not have.
+// The name of a lock in the log. Callers may pass any id; the kernel refuses those that the set
+// does not have.
 const char* lock_name(unsigned id) {
-  return id < CAPI_LOCK_COUNT ? CAPI_LOCK_NAME_MAP[id] : "XXXXX";
+  switch (id) {
+    case CAPI_LOCK_CONF_SHM:
+      return "CAPI_LOCK_CONF_SHM";
+    case CAPI_LOCK_CALL_LOG:
+      return "CAPI_LOCK_CALL_LOG";
+    case CAPI_LOCK_VOP_RUN_INFO:
+      return "CAPI_LOCK_VOP_RUN_INFO";
+    case CAPI_LOCK_VOICE_REG_STAT:
+      return "CAPI_LOCK_VOICE_REG_STAT";
+    case CAPI_LOCK_VOICE_SMS:
+      return "CAPI_LOCK_VOICE_SMS";
+    default:
+      return "XXXXX";
+  }
 }
 
 // Finds the set. Returns it, or -1 with errno set and logged under the operation's words.
@@ -130,7 +122,7 @@ int give_back(unsigned id, int taken_from) {
 // ends a turn. Who locks this file for ends of his own only delays a start.
 Descriptor await_turn() {
   constexpr int kPauses = 100;
-  constexpr timespec kPause{0, 10'000'000};
+  static constexpr timespec kPause{0, 10'000'000};
   Descriptor turn(open(kManufacturingFile, O_RDONLY | O_NONBLOCK | O_CLOEXEC));
   for (int i = 0; turn && i < kPauses; ++i) {
     if (flock(turn.get(), LOCK_EX | LOCK_NB) == 0 || errno != EWOULDBLOCK) break;

@@ -39,18 +39,14 @@ time_t coarse_seconds() {
 
 // The key of the segment. Remembers what it was made of, or returns -1.
 key_t make_key(cfg_backend_context& ctx) {
-  constexpr char kTool[] = "/usr/sbin/vsdk_cmd";
-  constexpr char kToolHere[] = "./usr/sbin/vsdk_cmd";
-  const key_t key = ftok(kToolHere, kKeyProject);
-  if (key == -1) {
-    strcpy(ctx.key_path, kTool);
-    return ftok(kTool, kKeyProject);
+  static constexpr char kTool[] = "/usr/sbin/vsdk_cmd";
+  const key_t key = ftok("./usr/sbin/vsdk_cmd", kKeyProject);
+  ctx.key_path[0] = '\0';
+  if (key != -1 && getcwd(ctx.key_path, sizeof ctx.key_path - sizeof kTool) == nullptr) {
+    copy_text(ctx.key_path, ".");
   }
-  if (getcwd(ctx.key_path, sizeof ctx.key_path - sizeof kTool) == nullptr) {
-    strcpy(ctx.key_path, ".");
-  }
-  strcat(ctx.key_path, kTool);
-  return key;
+  memcpy(strchr(ctx.key_path, '\0'), kTool, sizeof kTool);
+  return key != -1 ? key : ftok(kTool, kKeyProject);
 }
 
 // Finds the segment, or makes it where there is none. Returns its id or -1.

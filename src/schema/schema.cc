@@ -100,7 +100,7 @@ bool set_number(cJSON* item, int number) {
 // The two attributes that say together what value holds. Returns 0 or -1; failures are logged under
 // the name of the call.
 int change_value(cJSON* value, const char* text, cJSON* is_changed, int flag) {
-  constexpr char kFunc[] = "vkrJson_SetParamValue";
+  static constexpr char kFunc[] = "vkrJson_SetParamValue";
   if (!set_text(value, text)) {
     CAPI_LOG_AS(kFunc, kLogWarning, "+++ Set string value failed.\n");
     return -1;

@@ -68,7 +68,7 @@ int back_up(int selector, const char* base_path, const char* suffix) {
   const int length = snprintf(destination, sizeof destination, "%s%s", base_path, suffix);
   // Cut, it would be the name of another file.
   if (length < 0 || static_cast<size_t>(length) >= sizeof destination) return 0;
-  constexpr char kFunc[] = "capi_voip_sms_backup";
+  static constexpr char kFunc[] = "capi_voip_sms_backup";
   if (refuse_same_file(selector, destination, kFunc)) return 0;
   return copy_to(selector, destination, kFunc);
 }

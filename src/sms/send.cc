@@ -45,7 +45,7 @@ bool put_ims_number(Number& local) {
 }
 
 void put_lte_number(Number& local) {
-  constexpr Field kMsisdn = CAPI_FIELD_OF(serving_cell.msisdn);
+  static constexpr Field kMsisdn = CAPI_FIELD_OF(serving_cell.msisdn);
   char text[kMsisdn.capacity];
   if (get_segment_text(kMsisdn, text, sizeof text, IfEmpty::Succeed) != 0) return;
   const std::string_view number = bounded(text);

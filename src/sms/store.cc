@@ -138,7 +138,7 @@ void evict(SmsImage& image) {
 }
 
 SmsTrouble verify_sms_file(const char* path) CAPI_REQUIRES(kVoiceSmsLock) {
-  constexpr char kFunc[] = "_vkr_voip_verify_sms_file";
+  static constexpr char kFunc[] = "_vkr_voip_verify_sms_file";
   uint64_t size = 0;
   if (!get_sms_file_size(path, size)) return trouble_after_error();
   if (size > kSmsMaxFileSize) {
@@ -160,7 +160,7 @@ SmsTrouble verify_sms_file(const char* path) CAPI_REQUIRES(kVoiceSmsLock) {
 }  // namespace
 
 int init_sms_file(const char* path) {
-  constexpr char kFunc[] = "_vkr_voip_sms_init_file";
+  static constexpr char kFunc[] = "_vkr_voip_sms_init_file";
   using enum SmsTrouble;
   if (!open_file(path, "rb")) {
     if (!tells_of_content(errno)) log_failed_on(kFunc, "fopen", path);

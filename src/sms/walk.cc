@@ -153,7 +153,7 @@ Allocated<uint8_t> load(int selector) {
 // Hands out a copy: what stands in the image is only as long as its text.
 void dump_image(const void* image, capi_sms_record& copy, capi_sms_dump_cb callback,
                 void* context) {
-  constexpr Filter kAll{.all = true, .imsi = {}};
+  static constexpr Filter kAll{.all = true, .imsi = {}};
   const SmsItem* item = find_first(image, kAll);
   for (int i = 0; item != nullptr && i < CAPI_SMS_MAX_MESSAGES; ++i) {
     memset(&copy, 0, sizeof copy);

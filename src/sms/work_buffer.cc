@@ -21,7 +21,7 @@ bool is_in_use() { return user == getpid(); }
 }  // namespace
 
 uint8_t* request_sms_memory(uint64_t size) {
-  constexpr char kFunc[] = "_vkr_voip_sms_request_mem";
+  static constexpr char kFunc[] = "_vkr_voip_sms_request_mem";
   if (size > kSmsWorkBufferSize) {
     CAPI_LOG_AS(kFunc, kLogWarning, "too large memory: %d\n", size_for_log(size));
     return nullptr;
@@ -40,7 +40,7 @@ uint8_t* request_sms_memory(uint64_t size) {
 }
 
 void release_sms_memory(const void* memory) {
-  constexpr char kFunc[] = "_vkr_voip_sms_release_mem";
+  static constexpr char kFunc[] = "_vkr_voip_sms_release_mem";
   if (work_memory == nullptr) {
     CAPI_LOG_AS(kFunc, kLogWarning, "mem is not initiated!\n");
   } else if (!is_in_use()) {
