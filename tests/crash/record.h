@@ -34,6 +34,8 @@ struct Action {
   size_t offset = 0;
   Content content = 0;
   Meta meta{};
+
+  bool operator==(const Action&) const = default;
 };
 
 struct Record {
