@@ -9,13 +9,13 @@
 set -euo pipefail
 cd "$1"
 
-calls='\<(fopen|fdopen|freopen|popen|open|openat|creat|mkstemp|pipe2?|socket|accept4?|dup[23]?)\('
+calls='\<(fopen|freopen|popen|open|openat|creat|mkstemp|pipe2?|socket|accept4?|dup[23]?)\('
 sources=$(find src -name "*.cc" -o -name "*.h")
 
 # shellcheck disable=SC2086
 open_calls=$(grep -nE "$calls" $sources | grep -vE '^[^ ]*: *//')
 [ "$open_calls" ]
-failures=$(grep -vE 'O_CLOEXEC|SOCK_CLOEXEC|popen\([a-z]+, "re"\)|fopen\(path, closing_mode\)' \
+failures=$(grep -vE 'O_CLOEXEC|SOCK_CLOEXEC|p?open\([a-z]+, "r?b?e"\)|fopen\(path, closing_mode\)' \
   <<<"$open_calls" || true)
 [ -z "$failures" ] || echo "FAILED: these are inherited:"$'\n'"$failures"
 [ -z "$failures" ]
