@@ -41,13 +41,13 @@ constinit CallAssembly assembly{};
 using namespace capi;
 
 int capi_voip_init_call_log_file() {
-  return with_call_log(
-      [](const char* path) CAPI_REQUIRES(kCallLogLock) { return init_call_log_file(path); });
+  return with_call_log([](const char* path)
+                           CAPI_REQUIRES(kCallLogLock) { return init_call_log_file(path); });
 }
 
 int capi_voip_verify_call_log_file() {
-  return with_call_log(
-      [](const char* path) CAPI_REQUIRES(kCallLogLock) { return verify_call_log_file(path); });
+  return with_call_log([](const char* path)
+                           CAPI_REQUIRES(kCallLogLock) { return verify_call_log_file(path); });
 }
 
 int capi_voip_delete_call_log_file() {
