@@ -4,8 +4,8 @@
 //
 // A row's offset and its size belong together, and both follow from the member's name. So a table
 // names the member once, and a function of its own, templated on the member's type, makes of type
-// and offset what the row needs: CAPI_MEMBER(make, Record, array[0].inner, more) is
-// make<type of the member>(its offset, more).
+// and offset what the row needs: CAPI_MEMBER(make, Record, array[0].inner) is
+// make<type of the member>(its offset).
 //
 // Leaves to the functions to refuse types that their table cannot take.
 #pragma once
@@ -14,9 +14,9 @@
 #include <type_traits>
 #include <utility>
 
-#define CAPI_MEMBER(make, Record, member, ...)                               \
+#define CAPI_MEMBER(make, Record, member)                                    \
   make<std::remove_reference_t<decltype((std::declval<Record&>().member))>>( \
-      offsetof(Record, member) __VA_OPT__(, ) __VA_ARGS__)
+      offsetof(Record, member))
 
 namespace capi {
 

@@ -72,10 +72,15 @@ constexpr Kind kind_of() {
   return Kind::Text;
 }
 
+constexpr AttributeDraft under(std::string_view key, AttributeDraft draft) {
+  draft.key = key;
+  return draft;
+}
+
 template <typename Field>
-constexpr AttributeDraft attribute(size_t offset, std::string_view key) {
+constexpr AttributeDraft attribute(size_t offset) {
   static_assert(std::is_integral_v<Field> || std::is_same_v<std::remove_extent_t<Field>, char>);
-  AttributeDraft draft = named(kind_of<Field>(), key);
+  AttributeDraft draft = named(kind_of<Field>(), {});
   draft.offset = static_cast<uint16_t>(offset);
   draft.size = static_cast<uint16_t>(sizeof(Field));
   return draft;
@@ -110,7 +115,7 @@ constexpr AttributeDraft array(std::string_view key, uint8_t members, uint8_t co
 }
 
 // A field of a record, under its own name.
-#define ATTRIBUTE(record, field) CAPI_MEMBER(attribute, capi_signal_##record, field, #field)
+#define ATTRIBUTE(record, field) under(#field, CAPI_MEMBER(attribute, capi_signal_##record, field))
 
 inline constexpr AttributeDraft kDrafts[] = {
     signal("VOP_SIG_GENERAL_SIGNAL"),

@@ -22,7 +22,7 @@ bool stays(const char* path) { return path[0] != '\0' && strcmp(path, kReceivedF
 
 FilePath SmsPaths::find(int selector, std::string_view nv_dir) const {
   if (is_kept(selector)) return kept_[selector].path();
-  FilePath path;
+  FilePath path{};
   make_path(path.text, kSmsPathSize, nv_dir, kNames[selector], kSmsFallbackDir);
   return path;
 }

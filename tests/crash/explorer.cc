@@ -237,7 +237,7 @@ class Exploration {
     Case known = make_case(trace);
     const Case with_plants{record, known.before, known.after, {known.by[0], known.by[1]}};
     if (depth == 1) {
-      result.is_planted = record.actions != trace.record.actions;
+      result.is_planted = options_.plant == Plant::None || record.actions != trace.record.actions;
       check_changes(trace, with_plants);
       expected_[0] = known.by[0];
       expected_[1] = known.by[1];

@@ -32,7 +32,7 @@ struct Result {
   Tally again;                 // crashes of the next change, of any kind, in states of the first
   unsigned calls_failed = 0;   // calls that were made to fail, one at a time
   unsigned failures_lost = 0;  // those that cost something
-  bool is_planted = false;     // the operation has what the planted fault leaves out
+  bool is_planted = false;     // the operation has what the planted fault, if any, leaves out
 };
 
 struct Options {
