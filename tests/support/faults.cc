@@ -142,6 +142,8 @@ int __real_fchown(int fd, uid_t owner, gid_t group);
 int __real_fsync(int fd);
 int __real_ftruncate(int fd, off_t size);
 off_t __real_lseek(int fd, off_t offset, int whence);
+int __real_ftruncate64(int fd, off64_t size);
+off64_t __real_lseek64(int fd, off64_t offset, int whence);
 int __real_renameat(int from_directory, const char* from, int to_directory, const char* to);
 int __real_unlinkat(int directory, const char* path, int flags);
 int __real_close(int fd);
@@ -251,12 +253,30 @@ int __wrap_open64(const char* path, int flags, ...) {
   return file_call_fails(Call::Open) ? -1 : __real_open(path, flags | O_LARGEFILE, mode);
 }
 
+// What the C library makes of an open() without a mode that it can check.
+int __wrap___open_2(const char* path, int flags) {
+  return file_call_fails(Call::Open) ? -1 : __real_open(path, flags, 0);
+}
+
+int __wrap___open64_2(const char* path, int flags) {
+  return file_call_fails(Call::Open) ? -1 : __real_open(path, flags | O_LARGEFILE, 0);
+}
+
 int __wrap_openat(int directory, const char* path, int flags, ...) {
   va_list args;
   va_start(args, flags);
   const mode_t mode = (flags & O_CREAT) != 0 ? static_cast<mode_t>(va_arg(args, int)) : 0;
   va_end(args);
   return file_call_fails(Call::Open) ? -1 : __real_openat(directory, path, flags, mode);
+}
+
+int __wrap_openat64(int directory, const char* path, int flags, ...) {
+  va_list args;
+  va_start(args, flags);
+  const mode_t mode = (flags & O_CREAT) != 0 ? static_cast<mode_t>(va_arg(args, int)) : 0;
+  va_end(args);
+  return file_call_fails(Call::Open) ? -1
+                                     : __real_openat(directory, path, flags | O_LARGEFILE, mode);
 }
 
 size_t __wrap_fread(void* to, size_t size, size_t count, FILE* file) {
@@ -340,6 +360,14 @@ int __wrap_fsync(int fd) { return file_call_fails(Call::Fsync) ? -1 : __real_fsy
 
 int __wrap_ftruncate(int fd, off_t size) {
   return file_call_fails(Call::Ftruncate) ? -1 : __real_ftruncate(fd, size);
+}
+
+int __wrap_ftruncate64(int fd, off64_t size) {
+  return file_call_fails(Call::Ftruncate) ? -1 : __real_ftruncate64(fd, size);
+}
+
+off64_t __wrap_lseek64(int fd, off64_t offset, int whence) {
+  return file_call_fails(Call::Fseek) ? -1 : __real_lseek64(fd, offset, whence);
 }
 
 off_t __wrap_lseek(int fd, off_t offset, int whence) {
