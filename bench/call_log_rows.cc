@@ -35,7 +35,8 @@ int under_lock(Operation operation) {
 // A log in which type 0 is full, so that every call that is added evicts one.
 void fill_log(const std::string& path) {
   const capi_call_log_record call = some_call();
-  require(under_lock([&] { return capi::create_call_log_file(path.c_str()); }) == 0,
+  require(under_lock(
+              [&] { return capi::create_call_log_file(path.c_str(), capi::Emptying::New); }) == 0,
           "a call log can be made");
   for (int i = 0; i < CAPI_CALL_LOG_ENTRIES_PER_TYPE; ++i) {
     require(under_lock([&] { return capi::add_call_log(path.c_str(), 0, &call); }) == 0,
