@@ -135,6 +135,8 @@ int __real_fclose(FILE* file);
 int __real_fseek(FILE* file, long offset, int whence);
 int __real_stat(const char* path, struct stat* status);
 int __real_stat64(const char* path, struct stat64* status);
+int __real_fstat(int fd, struct stat* status);
+int __real_fstatat(int directory, const char* path, struct stat* status, int flags);
 int __real_fstat64(int fd, struct stat64* status);
 int __real_fstatat64(int directory, const char* path, struct stat64* status, int flags);
 int __real_fchmod(int fd, mode_t mode);
@@ -338,6 +340,14 @@ int __wrap_stat(const char* path, struct stat* status) {
 
 int __wrap_stat64(const char* path, struct stat64* status) {
   return fails(Call::Stat) ? -1 : __real_stat64(path, status);
+}
+
+int __wrap_fstat(int fd, struct stat* status) {
+  return fails(Call::Fstat) ? -1 : __real_fstat(fd, status);
+}
+
+int __wrap_fstatat(int directory, const char* path, struct stat* status, int flags) {
+  return fails(Call::Fstat) ? -1 : __real_fstatat(directory, path, status, flags);
 }
 
 int __wrap_fstat64(int fd, struct stat64* status) {
