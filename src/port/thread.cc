@@ -74,12 +74,12 @@ void* run(void* memory) {
   return nullptr;
 }
 
-void sleep_for(int64_t microseconds) {
-  if (microseconds <= 0) return;
-  const auto duration = static_cast<uint64_t>(microseconds);  // dividing needs less code so
+// In 32 bits: to divide 64 of them, the C compiler brings 300 bytes of functions of its own.
+void sleep_for(int count, int per_second) {
+  if (count <= 0) return;
   timeval time{};
-  time.tv_sec = static_cast<time_t>(duration / 1000000);
-  time.tv_usec = static_cast<suseconds_t>(duration % 1000000);
+  time.tv_sec = count / per_second;
+  time.tv_usec = suseconds_t{count % per_second} * (1000000 / per_second);
   select(0, nullptr, nullptr, nullptr, &time);
 }
 
@@ -179,6 +179,6 @@ int thrd_yield() { return sched_yield(); }
 
 int port_gettimeofday(timeval* now) { return now != nullptr ? gettimeofday(now, nullptr) : -1; }
 
-void os_sleep(int milliseconds) { sleep_for(int64_t{milliseconds} * 1000); }
+void os_sleep(int milliseconds) { sleep_for(milliseconds, 1000); }
 
-void os_usleep(int microseconds) { sleep_for(microseconds); }
+void os_usleep(int microseconds) { sleep_for(microseconds, 1000000); }
