@@ -40,7 +40,16 @@ int delete_in_image(capi_call_log_image& image, unsigned type, unsigned node) {
   return 0;
 }
 
-int evict_oldest(capi_call_log_image& image, unsigned type, const char* func) {
+// For a list that begins with no node.
+int set_aside(const char* path, unsigned head, const char* func) CAPI_REQUIRES(kCallLogLock) {
+  set_call_log_aside(path, head);
+  refuse_node(head, func);
+  return -1;
+}
+
+}  // namespace
+
+int evict_oldest_call(capi_call_log_image& image, unsigned type, const char* func) {
   const capi_call_log_list& list = image.header.entry[type].list;
   if (list.count < CAPI_CALL_LOG_ENTRIES_PER_TYPE) return 0;
   CAPI_LOG_AS(func, kLogInfo, " MUST delete 1 old call log entry before save new !");
@@ -49,9 +58,9 @@ int evict_oldest(capi_call_log_image& image, unsigned type, const char* func) {
   return -1;
 }
 
-// Empties a list of a type. At most as many entries go as there are nodes, for the links of a bad
-// file may lead round in a circle.
-int delete_all(capi_call_log_image& image, unsigned type, const char* func) {
+// At most as many entries go as there are nodes, for the links of a bad file may lead round in a
+// circle.
+int delete_all_calls(capi_call_log_image& image, unsigned type, const char* func) {
   unsigned node = image.header.entry[type].list.head;
   for (int count = 0; count < CAPI_CALL_LOG_NODES && node != kNoNode; ++count) {
     const capi_call_log_record* entry = find_call_log_node(image, node);
@@ -71,8 +80,6 @@ int delete_all(capi_call_log_image& image, unsigned type, const char* func) {
   return 0;
 }
 
-}  // namespace
-
 int add_call_log(const char* path, unsigned type, const capi_call_log_record* record) {
   static constexpr char kFunc[] = "_vkr_voip_add_call_log";
   if (refuse_type(type, kFunc) || refuse_null(record, kFunc)) return -1;
@@ -81,13 +88,9 @@ int add_call_log(const char* path, unsigned type, const capi_call_log_record* re
     CAPI_LOG_AS(kFunc, kLogWarning, " read call log file %s failure !", path);
     return -1;
   }
-  if (evict_oldest(*image, type, kFunc) != 0) return -1;
+  if (evict_oldest_call(*image, type, kFunc) != 0) return -1;
   const unsigned node = image->header.free.head;
-  if (!is_node(node)) {
-    set_call_log_aside(path, node);
-    refuse_node(node, kFunc);
-    return -1;
-  }
+  if (!is_node(node)) return set_aside(path, node, kFunc);
   add_record(*image, type, *record);
   const WriteWords words{kFunc, " can not open file %s, error = %s !",
                          " failure to write data into file %s, error : %s!"};
@@ -125,12 +128,8 @@ int clean_call_log_by_type(const char* path, unsigned type) {
                 static_cast<int>(type));
     return -1;
   }
-  if (!is_node(list.head)) {
-    set_call_log_aside(path, list.head);
-    refuse_node(list.head, kFunc);
-    return -1;
-  }
-  if (delete_all(*image, type, kFunc) != 0) return -1;
+  if (!is_node(list.head)) return set_aside(path, list.head, kFunc);
+  if (delete_all_calls(*image, type, kFunc) != 0) return -1;
   const WriteWords words{kFunc, " can not create  file %s, error = %s !",
                          " failure write data into file %s, error : %s!"};
   return replace_call_log(path, *image, words, Purpose::Remove) == Replaced::Done ? 0 : -1;

@@ -23,6 +23,11 @@ int delete_call_log_by_node(const char* path, unsigned type, unsigned node)
 
 int clean_call_log_by_type(const char* path, unsigned type) CAPI_REQUIRES(kCallLogLock);
 
+// What add and clean do to an image of any content before they write it; logged for the operation
+// "func". An add makes room for a call of a type, a clean empties the list of one.
+int evict_oldest_call(capi_call_log_image& image, unsigned type, const char* func);
+int delete_all_calls(capi_call_log_image& image, unsigned type, const char* func);
+
 // A node of an image; null, and logged as a node that is read, for an index of none.
 const capi_call_log_record* find_call_log_node(const capi_call_log_image& image, unsigned node);
 
