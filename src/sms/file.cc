@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 #include "sms/file.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -16,6 +17,7 @@
 #include "foundation/log.h"
 #include "foundation/shell.h"
 #include "sms/image.h"
+#include "sms/path.h"
 
 namespace capi {
 namespace {
@@ -69,14 +71,17 @@ Replaced write_content(const char* path, std::span<const uint8_t> bytes, SmsPurp
 
 // A command that does not fit names a path that cannot exist. Nothing is copied of a file that has
 // no path: cp would take what follows for it. False when a path was refused.
-bool run_copy(const char* func, const char* from, const char* to, const char* suffix) {
+bool run_copy(const char* func, const char* from, const char* to) {
   if (from[0] == '\0' || is_odd_file(from)) return true;
   if (refuse_unquoted(from, func) || refuse_unquoted(to, func)) return false;
   char command[kCommandSize];
-  const int length = snprintf(command, sizeof command, "cp -f %s %s%s", from, to, suffix);
+  const int length = snprintf(command, sizeof command, "cp -f %s %s", from, to);
   if (length >= 0 && static_cast<size_t>(length) < sizeof command) run_shell(command);
   return true;
 }
+
+// Takes away what cp would wait for, as it does itself with what it cannot open.
+bool make_way(const char* path) { return !is_odd_file(path) || unlinkat(AT_FDCWD, path, 0) == 0; }
 
 }  // namespace
 
@@ -89,8 +94,8 @@ uint64_t make_sms_file_identity() {
   const timespec now = read_clock(CLOCK_REALTIME);
   const timespec uptime = read_clock(CLOCK_MONOTONIC);
   const uint64_t milliseconds =
-      static_cast<uint64_t>(now.tv_sec) * 1000 + static_cast<uint64_t>(now.tv_nsec) / 1000000;
-  return (milliseconds << 8) + static_cast<uint64_t>(uptime.tv_nsec) % 255;
+      static_cast<uint64_t>(now.tv_sec) * 1000 + static_cast<uint32_t>(now.tv_nsec) / 1000000;
+  return (milliseconds << 8) + static_cast<uint32_t>(uptime.tv_nsec) % 255;
 }
 
 bool create_sms_file(const char* path, SmsPurpose purpose) {
@@ -108,14 +113,21 @@ bool create_missing_sms_file(const char* path, const char* func) {
   return false;
 }
 
-// The copy has to be on the medium before the file is replaced.
+// The copy has to be on the medium before the file is replaced. Where a directory has its name, cp
+// puts it in there.
 void set_sms_file_aside(const char* path) {
-  run_copy(kVerifyFunc, path, path, ".err");
+  const char* name = strrchr(path, '/');
+  if (name == nullptr) return;  // no path has been found
+  char copy[kSmsPathSize + 8];
+  char copy_inside[2 * sizeof copy];
+  snprintf(copy, sizeof copy, "%s.err", path);
+  snprintf(copy_inside, sizeof copy_inside, "%s%s", copy, name);
+  if (make_way(copy) && make_way(copy_inside)) run_copy(kVerifyFunc, path, copy);
   sync();
 }
 
 bool copy_sms_file(const char* path, const char* destination, const char* func) {
-  return run_copy(func, path, destination, "");
+  return run_copy(func, path, destination);
 }
 
 bool get_sms_file_size(const char* path, uint64_t& size) {

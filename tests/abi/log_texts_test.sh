@@ -16,14 +16,14 @@ trap 'rm -rf "$scratch"' EXIT
 
 # Paths and names that are put together, shell lines, file contents, values.
 others='
-%lu %llu %d %s %s/%s %s%s %s_%%d .%s.new
+%lu %llu %d %s %s/%s %s%s %s_%%d %s.err .%s.new
 option_%s_%s%%d option_%s_%s apn%u_%s %se
 /tmp/vosip.conf%s [%s] %s():Line[%d] %s=%.*s %s=(%.*s) %s%d=%.*s error stats
 CODEC%d LINE%d_FEATURE LINE%d_SUBSCRIBER OUTBOUNDPROXY_%d PROXYSERVER_%d REGISTRAR_%d
 '
 other_sentences=$(cat <<'TEXTS'
 cp %s %s &> /dev/null
-cp -f %s %s%s
+cp -f %s %s
 mv %s %s.%d%02d%02d%02d%02d%02d
 ifconfig | sed -n '/%s/,$p' | sed -n '1,8p' | grep 'inet addr' | awk '{print $2}'
 ifconfig %s | grep "HWaddr" | awk '{ print $5 }'

@@ -7,9 +7,11 @@
 #include <unistd.h>
 
 #include <filesystem>
+#include <functional>
 
 #include "capi/schema.h"
 #include "support/adapter.h"
+#include "support/fifo.h"
 
 namespace capi::test {
 namespace {
@@ -76,6 +78,90 @@ TEST_F(OddFilesTest, StoresAreNotRead) {
                                   " can not read call log file /tmp/voip_call_log, error = No such "
                                   "file or directory !"}));
   EXPECT_EQ(lock_value(2), 1);
+}
+
+// The stores that a master begins with.
+class OddStoresTest : public OddFilesTest {
+ protected:
+  void SetUp() override {
+    OddFilesTest::SetUp();
+    start_master();
+  }
+
+  // Starts the rest, as a master does; nobody was held up, and nothing is.
+  static void start_stores() {
+    EXPECT_EQ(capi_post_init(1), 0);
+    EXPECT_EQ(lock_value(CAPI_LOCK_CALL_LOG), 1);
+    EXPECT_EQ(lock_value(CAPI_LOCK_VOICE_SMS), 1);
+  }
+
+  void TearDown() override {
+    for (const char* path : {"/tmp/sm_recv", "/tmp/sm_send"}) std::filesystem::remove(path);
+    OddFilesTest::TearDown();
+  }
+};
+
+// A FIFO is no file to read and none to write: nothing of it is used, nothing is done to it.
+TEST_F(OddStoresTest, AMasterStartsWithoutItsCallLog) {
+  make_fifo("/tmp/voip_call_log");
+  start_stores();
+  EXPECT_THAT(
+      captured_log(kLogWarning),
+      ElementsAre(odd("/tmp/voip_call_log"),
+                  LogLine{kLogWarning, "_vkr_voip_create_call_log_file",
+                          " can not create  file /tmp/voip_call_log, error : No such device "
+                          "or address !"},
+                  LogLine{kLogWarning, "_vkr_voip_init_call_log_file",
+                          " fail to create new call log file /tmp/voip_call_log !"}));
+  EXPECT_TRUE(std::filesystem::is_fifo("/tmp/voip_call_log"));
+  EXPECT_EQ(std::filesystem::file_size("/tmp/sm_recv"), 56u);
+  EXPECT_EQ(capi_voip_clean_all_call_log(), 0) << "which takes away whatever is there";
+  EXPECT_EQ(std::filesystem::file_size("/tmp/voip_call_log"), 62444u);
+}
+
+TEST_F(OddStoresTest, AMasterStartsWithoutAMessageFile) {
+  make_fifo("/tmp/sm_recv");
+  start_stores();
+  EXPECT_THAT(captured_log(kLogWarning),
+              ElementsAre(odd("/tmp/sm_recv"),
+                          LogLine{kLogWarning, "_vkr_voip_sms_create_file",
+                                  "fopen /tmp/sm_recv failed, reason 6: No such device or address"},
+                          LogLine{kLogWarning, "_vkr_voip_sms_init_file",
+                                  "_vkr_voip_sms_create_file /tmp/sm_recv failed"}));
+  EXPECT_TRUE(std::filesystem::is_fifo("/tmp/sm_recv"));
+  EXPECT_EQ(std::filesystem::file_size("/tmp/sm_send"), 56u);
+  std::filesystem::remove("/tmp/sm_recv");
+  EXPECT_EQ(capi_voip_sms_init(), 0);
+  EXPECT_EQ(std::filesystem::file_size("/tmp/sm_recv"), 56u);
+}
+
+// Each of these finds the file damaged, keeps a copy of it, and would wait for ever where the copy
+// goes to.
+TEST_F(OddStoresTest, ADamagedFileIsSetAsideWhereAFifoIs) {
+  const std::string damaged(100, 'x');
+  capi_sms_record record{};
+  capi_sms_counter counter{};
+  void* image = nullptr;
+  const std::function<int()> uses[] = {
+      [] { return capi_post_init(1); },
+      [&] { return capi_voip_sms_add(CAPI_SMS_RECEIVED, &record); },
+      [&] { return capi_voip_sms_update(CAPI_SMS_RECEIVED, &record) + 1; },
+      [&] { return capi_voip_sms_del_by_id(CAPI_SMS_RECEIVED, 1) + 1; },
+      [&] { return capi_voip_sms_get(CAPI_SMS_RECEIVED, 1, &record) + 1; },
+      [&] { return capi_voip_sms_get_unread_sm_num(CAPI_SMS_RECEIVED, &counter, &counter) + 1; },
+      [&] { return capi_voip_sms_load(CAPI_SMS_RECEIVED, &image) + 1; },
+  };
+  for (const auto& use : uses) {
+    const Fifo fifo("/tmp/sm_recv.err");
+    write_file("/tmp/sm_recv", damaged);
+    clear_log();
+    EXPECT_EQ(use(), 0);
+    EXPECT_THAT(captured_log(kLogWarning), testing::Contains(odd("/tmp/sm_recv.err")));
+    ASSERT_TRUE(std::filesystem::is_regular_file("/tmp/sm_recv.err"));
+    EXPECT_EQ(read_file("/tmp/sm_recv.err"), damaged);
+    EXPECT_NE(read_file("/tmp/sm_recv"), damaged);
+    EXPECT_EQ(lock_value(CAPI_LOCK_VOICE_SMS), 1);
+  }
 }
 
 TEST_F(OddFilesTest, ABackupIsNotMade) {

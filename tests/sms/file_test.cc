@@ -8,6 +8,7 @@
 
 #include "sms_files.h"
 #include "support/faults.h"
+#include "support/fifo.h"
 
 namespace capi::test {
 namespace {
@@ -144,6 +145,48 @@ TEST_F(SmsFileTest, AFileIsSetAsideBesideItself) {
   EXPECT_EQ(count_calls(Call::Sync), 1) << "what follows may be a new file";
   EXPECT_EQ(read_file("/tmp/sm_recv.err"), "damaged");
   EXPECT_EQ(read_file(kPath), "damaged");
+}
+
+// cp would wait for its reader, and the lock would be held as long.
+TEST_F(SmsFileTest, AFifoIsReplacedByTheFileThatIsSetAside) {
+  const Fifo fifo("/tmp/sm_recv.err");
+  write_file(kPath, "damaged");
+  set_sms_file_aside(kPath);
+  ASSERT_TRUE(std::filesystem::is_regular_file("/tmp/sm_recv.err"));
+  EXPECT_EQ(read_file("/tmp/sm_recv.err"), "damaged");
+  EXPECT_EQ(captured_log(),
+            lines({{kLogWarning, "open_file", "/tmp/sm_recv.err is not a regular file"}}));
+}
+
+TEST_F(SmsFileTest, ALinkToAFifoIsReplacedByTheFileThatIsSetAside) {
+  const Fifo fifo("/tmp/fifo");
+  std::filesystem::create_symlink("/tmp/fifo", "/tmp/sm_recv.err");
+  write_file(kPath, "damaged");
+  set_sms_file_aside(kPath);
+  ASSERT_TRUE(std::filesystem::is_regular_file("/tmp/sm_recv.err"));
+  EXPECT_EQ(read_file("/tmp/sm_recv.err"), "damaged");
+  EXPECT_TRUE(std::filesystem::is_fifo("/tmp/fifo")) << "somebody else's";
+}
+
+TEST_F(SmsFileTest, AFifoInADirectoryIsReplacedByTheFileThatIsSetAside) {
+  write_file("/tmp/sm_recv.err/other", "other");
+  const Fifo fifo("/tmp/sm_recv.err/sm_recv");
+  write_file(kPath, "damaged");
+  set_sms_file_aside(kPath);
+  ASSERT_TRUE(std::filesystem::is_regular_file("/tmp/sm_recv.err/sm_recv"));
+  EXPECT_EQ(read_file("/tmp/sm_recv.err/sm_recv"), "damaged");
+  EXPECT_EQ(read_file("/tmp/sm_recv.err/other"), "other");
+  EXPECT_EQ(captured_log(),
+            lines({{kLogWarning, "open_file", "/tmp/sm_recv.err/sm_recv is not a regular file"}}));
+}
+
+TEST_F(SmsFileTest, NothingIsCopiedWhereAFifoCannotBeRemoved) {
+  const Fifo fifo("/tmp/sm_recv.err");
+  write_file(kPath, "damaged");
+  fail_call(Call::Unlink, 1, EPERM);
+  set_sms_file_aside(kPath);
+  EXPECT_EQ(count_calls(Call::System), 0);
+  EXPECT_TRUE(std::filesystem::is_fifo("/tmp/sm_recv.err"));
 }
 
 TEST_F(SmsFileTest, AFileIsReadWhole) {
