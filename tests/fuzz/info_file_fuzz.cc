@@ -3,6 +3,8 @@
 // The files from which the shared record is filled, and a record of any bytes, as other processes
 // may leave it: asked through the public calls, and written into the files of the SIM and of vendor
 // storage.
+//
+// Nearly all inputs are files in memory; what writes files is tried with a share of them.
 
 #include <unistd.h>
 
@@ -11,6 +13,7 @@
 #include <memory>
 
 #include "capi.h"
+#include "fuzz/memory.h"
 #include "fuzz/support.h"
 #include "record/context.h"
 #include "record/info_files.h"
@@ -33,19 +36,11 @@ void start() {
   capi_init(&kNone, 1, [](int, const char*) {});
 }
 
-// Buffers of exactly the size that is told, so that a sanitizer sees a write behind their end.
-template <typename Getter>
-void ask(Getter get) {
-  for (const int size : {0, 1, 5, 90, 600}) {
-    const auto buf = std::make_unique<char[]>(static_cast<size_t>(size));
-    get(buf.get(), size);
-  }
-}
-
-void ask_vendor_storage() {
-  for (int type = CAPI_QUORBLE_MSISDN; type <= CAPI_QUORBLE_VENDOR; ++type) {
-    ask([=](char* buf, int len) { return capi_get_quorble_info(type, buf, len); });
-  }
+void ask_vendor_storage(capi::fuzz::Asker& asker) {
+  asker.for_each_of(CAPI_QUORBLE_VENDOR - CAPI_QUORBLE_MSISDN + 1, [&](int i) {
+    const int type = CAPI_QUORBLE_MSISDN + i;
+    asker.ask([=](char* buf, int len) { return capi_get_quorble_info(type, buf, len); });
+  });
   const auto block = std::make_unique<char[]>(CAPI_IMS_VOICE_BYTES);
   for (const int len : {0, static_cast<int>(CAPI_IMS_VOICE_BYTES)}) {
     capi_get_quorble_info(CAPI_QUORBLE_IMS_VOICE, block.get(), len);
@@ -63,21 +58,21 @@ void store_vendor_blocks(const uint8_t* data, size_t size) {
   require(memcmp(block, again, sizeof block) == 0);
 }
 
-void ask_about_sim() {
-  for (int index = CAPI_SIM_ICCID; index <= CAPI_SIM_MBDN; ++index) {
-    ask([=](char* buf, int len) { return capi_get_simcard_info(index, buf, len); });
-  }
-  for (int fact = CAPI_HW_MODEL_NAME; fact <= CAPI_HW_LAN_MAC; ++fact) {
-    ask([=](char* buf, int len) { return capi_get_hardware_info(fact, buf, len); });
-  }
+void ask_about_sim(capi::fuzz::Asker& asker) {
+  asker.for_each_of(CAPI_SIM_MBDN + 1, [&](int index) {
+    asker.ask([=](char* buf, int len) { return capi_get_simcard_info(index, buf, len); });
+  });
+  asker.for_each_of(CAPI_HW_LAN_MAC + 1, [&](int fact) {
+    asker.ask([=](char* buf, int len) { return capi_get_hardware_info(fact, buf, len); });
+  });
   capi_carrier_info carrier;
   capi_get_carrier_info(nullptr, nullptr, &carrier);
   capi_check_simcard();
 }
 
-void ask_all() {
-  ask_vendor_storage();
-  ask_about_sim();
+void ask_all(capi::fuzz::Asker& asker) {
+  ask_vendor_storage(asker);
+  ask_about_sim(asker);
 }
 
 // Directories aside, which say where the files are.
@@ -85,7 +80,11 @@ void overwrite(cfg_shared_record& record, const uint8_t* data, size_t size) {
   char directory[sizeof record.directory];
   memcpy(directory, record.directory, sizeof directory);
   auto* bytes = reinterpret_cast<uint8_t*>(&record);
-  for (size_t i = 0; size > 0 && i < sizeof record; ++i) bytes[i] = data[i % size];
+  size = std::min(size, sizeof record);
+  memcpy(bytes, data, size);
+  for (; size > 0 && size < sizeof record; size *= 2) {
+    memcpy(bytes + size, bytes, std::min(size, sizeof record - size));
+  }
   memcpy(record.directory, directory, sizeof directory);
 }
 
@@ -95,24 +94,51 @@ int read_files(cfg_shared_record& record) {
   return 0;
 }
 
-}  // namespace
-
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  start();
-  for (const char* path : {"/tmp/info.simcard", "/tmp/info.sys", "/tmp/info.wan", "/tmp/m_data",
-                           "/tmp/voice.cfg.default", "/tmp/lte_net_info.data"}) {
-    write_file(path, data, size);
-  }
-  write_file(kVoiceFile, data, size);
+// Begins with a record that has nothing in it.
+void fill_record_from_files() {
+  capi::with_shared_record([](cfg_shared_record& record) {
+    constexpr uint8_t kNothing = 0;
+    overwrite(record, &kNothing, sizeof kNothing);
+    return 0;
+  });
   require(capi::with_shared_record(read_files) == 0);
-  ask_all();
-  store_vendor_blocks(data, size);
+}
 
+void fill_record_with(const uint8_t* data, size_t size) {
   capi::with_shared_record([=](cfg_shared_record& record) {
     overwrite(record, data, size);
     return 0;
   });
+}
+
+void try_in_memory(const uint8_t* data, size_t size) {
+  const capi::fuzz::InMemory files(data, size);
+  capi::fuzz::Asker asker(data, size);
+  fill_record_from_files();
+  ask_all(asker);
+  fill_record_with(data, size);
+  ask_all(asker);
+}
+
+void try_with_files(const uint8_t* data, size_t size) {
+  for (const char* path : {"/tmp/info.simcard", "/tmp/info.sys", "/tmp/info.wan", "/tmp/m_data",
+                           "/tmp/voice.cfg.default", "/tmp/lte_net_info.data", kVoiceFile}) {
+    write_file(path, data, size);
+  }
+  capi::fuzz::Asker asker(data, size);
+  fill_record_from_files();
+  ask_all(asker);
+  store_vendor_blocks(data, size);
+  fill_record_with(data, size);
   capi_cfg_update_simcard_file();
-  ask_all();
+  ask_all(asker);
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  start();
+  try_in_memory(data, size);
+  if (capi::fuzz::takes_real_files(data, size)) try_with_files(data, size);
   return 0;
 }

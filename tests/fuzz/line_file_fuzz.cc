@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
 // The files whose lines are looked up one by one, with any content: manufacturing data, carrier
-// configuration and test SIM.
+// configuration and test SIM. Nearly all inputs are files in memory.
 
 #include <cstring>
 #include <memory>
@@ -11,6 +11,7 @@
 #include "capi/util.h"
 #include "carrier/carrier_rows.h"
 #include "foundation/line_lookup.h"
+#include "fuzz/memory.h"
 #include "fuzz/support.h"
 
 namespace {
@@ -20,15 +21,13 @@ using capi::fuzz::require;
 constexpr char kTestSim[] = "/quorbleconf/config/test_sim_info";
 constexpr char kManufacturing[] = "/tmp/m_data";
 
-// Buffers of exactly the size that is told, so that a sanitizer sees a write behind their end.
+// What a getter answers is a text.
 template <typename Getter>
-void ask(Getter get) {
-  for (const int size : {0, 1, 2, 7, 18, 300}) {
-    const auto buf = std::make_unique<char[]>(static_cast<size_t>(size));
-    if (get(buf.get(), size) == 0 && size > 0) {
-      require(memchr(buf.get(), '\0', static_cast<size_t>(size)) != nullptr);
-    }
-  }
+void ask(capi::fuzz::Asker& asker, Getter get) {
+  asker.ask([=](char* buf, int size) {
+    if (get(buf, size) != 0 || size == 0) return;
+    require(memchr(buf, '\0', static_cast<size_t>(size)) != nullptr);
+  });
 }
 
 // The first bytes serve as the key, the rest as the file.
@@ -52,17 +51,38 @@ void ask_test_sim() {
   require(id >= 1 && id <= capi::carrier_rows::kMaxId);
 }
 
+constexpr char kImsi[] = "001010000000000";
+constexpr char kIccid[] = "89000000000000000000";
+
+void ask_all(capi::fuzz::Asker& asker) {
+  ask_test_sim();
+  asker.for_each_of(CAPI_HW_LAN_MAC + 1, [&](int fact) {
+    ask(asker, [=](char* buf, int len) { return capi_get_hardware_info(fact, buf, len); });
+  });
+  asker.for_each_of(CAPI_CARRIER_KEYS, [&](int key) {
+    ask(asker, [=](char* buf, int len) {
+      return capi_get_carrier_cfg(kImsi, kIccid, static_cast<unsigned>(key), buf, len);
+    });
+  });
+}
+
+void try_in_memory(const uint8_t* data, size_t size) {
+  const capi::fuzz::InMemory files(data, size);
+  capi::fuzz::Asker asker(data, size);
+  ask_all(asker);
+}
+
 // A carrier is found without a record, so its file is where the table says.
-void ask_carrier(const uint8_t* data, size_t size) {
-  constexpr char kImsi[] = "001010000000000";
-  constexpr char kIccid[] = "89000000000000000000";
+void try_with_files(const uint8_t* data, size_t size) {
+  mkdir_recur("/quorbleconf/config", 0777);
+  mkdir_recur("/tmp/carrier_config", 0777);
+  capi::fuzz::write_file(kTestSim, data, size);
+  capi::fuzz::write_file(kManufacturing, data, size);
   capi_carrier_info carrier;
   capi_get_carrier_info(kImsi, kIccid, &carrier);
-  if (carrier.file == nullptr) return;
-  capi::fuzz::write_file(carrier.file, data, size);
-  for (unsigned key : {0U, 1U, 4U, CAPI_CARRIER_KEYS - 1U}) {
-    ask([=](char* buf, int len) { return capi_get_carrier_cfg(kImsi, kIccid, key, buf, len); });
-  }
+  if (carrier.file != nullptr) capi::fuzz::write_file(carrier.file, data, size);
+  capi::fuzz::Asker asker(data, size);
+  ask_all(asker);
 }
 
 }  // namespace
@@ -70,14 +90,7 @@ void ask_carrier(const uint8_t* data, size_t size) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   capi::fuzz::ignore_log();
   look_up(data, size);
-  mkdir_recur("/quorbleconf/config", 0777);
-  mkdir_recur("/tmp/carrier_config", 0777);
-  capi::fuzz::write_file(kTestSim, data, size);
-  capi::fuzz::write_file(kManufacturing, data, size);
-  ask_test_sim();
-  for (int fact = CAPI_HW_MODEL_NAME; fact <= CAPI_HW_LAN_MAC; ++fact) {
-    ask([=](char* buf, int len) { return capi_get_hardware_info(fact, buf, len); });
-  }
-  ask_carrier(data, size);
+  try_in_memory(data, size);
+  if (capi::fuzz::takes_real_files(data, size)) try_with_files(data, size);
   return 0;
 }
