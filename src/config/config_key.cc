@@ -32,8 +32,8 @@ capi_config_key describe(const Section& section, std::string_view own_key, const
   key.section_max = section.count;
   key.name_max = name_max;
   key.kind = field.kind == FieldKind::Text ? CAPI_CONFIG_TEXT : CAPI_CONFIG_NUMBER;
-  key.capacity = field.set_size;
-  key.value_max = field.clamp_max;
+  key.capacity = field.set_size();
+  key.value_max = field.clamp_max();
   key.is_shared = is_numbered && field.stride == 0 ? 1 : 0;
   key.offset = field.offset;
   key.stride = field.stride;

@@ -152,9 +152,9 @@ inline constexpr KeyDraft kDrafts[] = {
     ROW_OF(VoiceStack, voice_stack, access),
 
     // Readers of these three have always brought buffers of the field's size without saying so.
-    {SectionId::SimInfo, with_get_size(CAPI_FIELD(sim_info, ICCID), 32)},
-    {SectionId::SimInfo, with_get_size(CAPI_FIELD(sim_info, IMSI), 32)},
-    {SectionId::SimInfo, with_get_size(CAPI_FIELD(sim_info, IMPI), 128)},
+    {SectionId::SimInfo, with_rule(FieldRule::GetsCapacity, CAPI_FIELD(sim_info, ICCID))},
+    {SectionId::SimInfo, with_rule(FieldRule::GetsCapacity, CAPI_FIELD(sim_info, IMSI))},
+    {SectionId::SimInfo, with_rule(FieldRule::GetsCapacity, CAPI_FIELD(sim_info, IMPI))},
     ROW(SimInfo, sim_info, IMS_DOMAIN),
     ROW(SimInfo, sim_info, IMPU),
     ROW(SimInfo, sim_info, MSISDN),
@@ -233,7 +233,7 @@ inline constexpr KeyDraft kDrafts[] = {
 
     // The domain belongs to both servers, and setting it fills the first half of its field only.
     ROW(SipServer, sip_server, sip_domain_enable),
-    {SectionId::SipServer, with_set_size(CAPI_FIELD(sip_server, sip_domain), 256)},
+    {SectionId::SipServer, with_rule(FieldRule::SetsHalf, CAPI_FIELD(sip_server, sip_domain))},
     ROW(SipServer, sip_server, registrar_port),
     ROW(SipServer, sip_server, proxy_port),
     ROW(SipServer, sip_server, outbound_proxy_port),
@@ -253,7 +253,8 @@ inline constexpr KeyDraft kDrafts[] = {
     ROW(VoiceNat, voice_nat, stun_password),
     ROW(VoiceNat, voice_nat, external_router_address),
 
-    {SectionId::VoiceParameter, with_clamp(CAPI_FIELD(voice_parameter, count), CAPI_CODEC_SLOTS)},
+    {SectionId::VoiceParameter,
+     with_rule(FieldRule::CodecCount, CAPI_FIELD(voice_parameter, count))},
     ROW(VoiceParameter, voice_parameter, evs_mode_switch),
     ROW(VoiceParameter, voice_parameter, evs_hf_only),
     ROW(VoiceParameter, voice_parameter, evs_dtx),

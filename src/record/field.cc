@@ -21,11 +21,11 @@ auto* bytes_of(Record& record, const Field& field, int index) {
 void set_field(cfg_shared_record& record, const Field& field, int index, const char* value) {
   char* bytes = bytes_of(record, field, index);
   if (field.kind == FieldKind::Text) {
-    strcpy_safe(bytes, value, field.set_size);
+    strcpy_safe(bytes, value, field.set_size());
     return;
   }
   int32_t number = parse_int32(value);
-  if (field.clamp_max != 0) number = std::clamp<int32_t>(number, 0, field.clamp_max);
+  if (const int max = field.clamp_max()) number = std::clamp<int32_t>(number, 0, max);
   memcpy(bytes, &number, sizeof number);
 }
 
@@ -33,7 +33,7 @@ void copy_field(cfg_shared_record& to, const cfg_shared_record& from, const Fiel
                 int index) {
   char* target = bytes_of(to, field, index);
   const char* source = bytes_of(from, field, index);
-  if (field.kind == FieldKind::Text) return write_whole(target, source, field.set_size);
+  if (field.kind == FieldKind::Text) return write_whole(target, source, field.set_size());
   memcpy(target, source, sizeof(int32_t));  // a single store
 }
 
@@ -54,7 +54,7 @@ size_t get_field(const cfg_shared_record& record, const Field& field, int index,
   NumberText number;
   const std::string_view text = field_text(record, field, index, number);
   if (field.kind == FieldKind::Text) {
-    if (field.get_size != 0) size = field.get_size;
+    if (field.rule == FieldRule::GetsCapacity) size = field.capacity;
     copy_text(buf, size, text);
   } else if (size > 0) {
     const std::string_view fitting = head(text, size - 1);

@@ -28,15 +28,29 @@ namespace capi {
 
 enum class FieldKind : uint8_t { Integer, Text };
 
+// What is different about a few fields, for which the others would pay with members of their own.
+enum class FieldRule : uint8_t {
+  None,
+  CodecCount,    // kept in 0..CAPI_CODEC_SLOTS
+  SetsHalf,      // setting a text fills only the first half of the field
+  GetsCapacity,  // getting a text fills as much of the caller's buffer as the field has
+};
+
 // "stride" leads from one instance to the next where a section or a key carries a number.
 struct Field {
   FieldKind kind;
-  uint8_t clamp_max;  // a count is kept in 0..clamp_max; 0 keeps numbers as they are
+  FieldRule rule;
   uint16_t offset;    // of the first instance in the record
   uint16_t capacity;  // bytes of the field in the record
   uint16_t stride;
-  uint16_t set_size;  // bytes of the field that setting a text fills
-  uint16_t get_size;  // bytes of the caller's buffer that getting a text fills; 0 for its size
+
+  // What a number is kept in, from 0; 0 keeps numbers as they are.
+  constexpr int clamp_max() const { return rule == FieldRule::CodecCount ? CAPI_CODEC_SLOTS : 0; }
+
+  // Bytes of the field that setting fills.
+  constexpr uint16_t set_size() const {
+    return rule == FieldRule::SetsHalf ? capacity / 2 : capacity;
+  }
 };
 
 // A row of a table of keys.
@@ -89,7 +103,6 @@ consteval Field make(size_t offset) {
   field.offset = static_cast<uint16_t>(offset);
   field.capacity = kWidth;
   field.stride = kIsArray ? kWidth : 0;
-  field.set_size = kWidth;
   return field;
 }
 
@@ -98,18 +111,8 @@ consteval NamedField with_stride(NamedField named, size_t stride) {
   return named;
 }
 
-consteval NamedField with_set_size(NamedField named, uint16_t size) {
-  named.field.set_size = size;
-  return named;
-}
-
-consteval NamedField with_get_size(NamedField named, uint16_t size) {
-  named.field.get_size = size;
-  return named;
-}
-
-consteval NamedField with_clamp(NamedField named, uint8_t max) {
-  named.field.clamp_max = max;
+consteval NamedField with_rule(FieldRule rule, NamedField named) {
+  named.field.rule = rule;
   return named;
 }
 

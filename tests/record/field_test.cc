@@ -82,7 +82,8 @@ TEST_F(FieldTest, TheIndexChoosesTheInstance) {
 }
 
 TEST_F(FieldTest, ACountIsKeptInItsRange) {
-  constexpr Field kCount = with_clamp(CAPI_FIELD(voice_parameter, count), 12).field;
+  constexpr Field kCount =
+      with_rule(FieldRule::CodecCount, CAPI_FIELD(voice_parameter, count)).field;
   for (const auto& [text, stored] :
        {std::pair{"13", 12}, {"12", 12}, {"0", 0}, {"-1", 0}, {"99999999999", 12}}) {
     set_field(record_, kCount, 0, text);
@@ -91,7 +92,8 @@ TEST_F(FieldTest, ACountIsKeptInItsRange) {
 }
 
 TEST_F(FieldTest, SettingMayFillLessThanTheField) {
-  constexpr Field kDomain = with_set_size(CAPI_FIELD(sip_server, sip_domain), 256).field;
+  constexpr Field kDomain =
+      with_rule(FieldRule::SetsHalf, CAPI_FIELD(sip_server, sip_domain)).field;
   record_.sip_server.sip_domain[256] = 'x';
   set_field(record_, kDomain, 0, std::string(400, 'd').c_str());
   EXPECT_EQ(get(kDomain), std::string(255, 'd'));
@@ -121,7 +123,7 @@ TEST_F(FieldTest, GettingLeavesABufferThatHoldsNoText) {
 }
 
 TEST_F(FieldTest, GettingMayFillMoreThanTheBufferIsSaidToHold) {
-  constexpr Field kIccid = with_get_size(CAPI_FIELD(sim_info, ICCID), 32).field;
+  constexpr Field kIccid = with_rule(FieldRule::GetsCapacity, CAPI_FIELD(sim_info, ICCID)).field;
   set_field(record_, kIccid, 0, "8900101234567890123");
   char buf[40];
   memset(buf, 'x', sizeof buf);
