@@ -55,30 +55,28 @@ class StackFileWriter {
     const Row* section = kRows.begin();
     while (section != kRows.end()) {
       const Row* next = std::find_if(section + 1, kRows.end(), is_section);
-      const int count = instances(section->repeat);
+      const int count = instances(section->source);
       for (int i = 0; i < count; ++i) write_section(section, next, i);
       section = next;
     }
   }
 
  private:
-  static bool is_section(const Row& row) { return row.source == Source::Section; }
+  static bool is_section(const Row& row) { return row.source <= Source::SectionOfChosenStack; }
 
   static const char* key(const Row& row) { return kRows.text(row.named.key).data(); }
 
-  int instances(Repeat repeat) const {
-    switch (repeat) {
-      case Repeat::Lines:
+  int instances(Source section) const {
+    switch (section) {
+      case Source::SectionOfEachLine:
         return CAPI_SIP_LINES;
-      case Repeat::Servers:
+      case Source::SectionOfEachServer:
         return CAPI_SIP_SERVERS;
-      case Repeat::Codecs:
+      case Source::SectionOfEachCodec:
         return codec_count();
-      case Repeat::Once:
-      case Repeat::ChosenStack:
-        break;
+      default:
+        return 1;
     }
-    return 1;
   }
 
   // A client may have stored any count with the whole record.
@@ -109,9 +107,10 @@ class StackFileWriter {
   // The row of a section and those of its lines, up to "end".
   void write_section(const Row* section, const Row* end, int i) {
     char name[32];
-    snprintf(name, sizeof name, key(*section), section->repeat == Repeat::Lines ? i + 1 : i);
+    snprintf(name, sizeof name, key(*section),
+             section->source == Source::SectionOfEachLine ? i + 1 : i);
     fprintf(file_, "[%s]\n", name);
-    instance_ = section->repeat == Repeat::ChosenStack ? type_.stack : i;
+    instance_ = section->source == Source::SectionOfChosenStack ? type_.stack : i;
     for (const Row* line = section + 1; line != end; ++line) {
       if (applies(*line)) write_line(*line);
     }
@@ -120,6 +119,10 @@ class StackFileWriter {
 
   void write_line(const Row& line) {
     if (line.source == Source::BlockList) return write_block_list(line);
+    if (line.source == Source::Constant) {
+      fprintf(file_, "%s\n", key(line));
+      return;
+    }
     NumberText number;
     const std::string_view value = first_line(value_of(line, number));
     const char* format = line.source == Source::DialPlan ? "%s=(%.*s)\n" : "%s=%.*s\n";
@@ -137,8 +140,6 @@ class StackFileWriter {
   std::string_view value_of(const Row& line, NumberText& number) const {
     const Field& field = line.named.field;
     switch (line.source) {
-      case Source::Constant:
-        return kRows.text(line.constant);
       case Source::VoipField:
         if (!type_.is_voip) return field.kind == FieldKind::Integer ? "0" : "";
         break;
@@ -161,9 +162,7 @@ class StackFileWriter {
         return bounded(record_.voice_basic.dial_plan);
       case Source::CodecCount:
         return number.put(codec_count());
-      case Source::Section:
-      case Source::Field:
-      case Source::BlockList:
+      default:  // a field of the record
         break;
     }
     return field_text(record_, field, instance_, number);

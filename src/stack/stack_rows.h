@@ -17,8 +17,14 @@
 namespace capi::stack_rows {
 
 enum class Source : uint8_t {
-  Section,    // not a line: a section begins, "key" is its name
-  Constant,   // "constant" as it stands
+  // Not a line: a section begins, "key" is its name. How often it is written, and which instance of
+  // its fields each time shows.
+  Section,
+  SectionOfEachLine,
+  SectionOfEachCodec,
+  SectionOfEachServer,
+  SectionOfChosenStack,
+  Constant,   // "key" is the whole line
   Field,      // a value of the record
   VoipField,  // the same for the VoIP stack; the IMS stacks have it from SIM and network
   EvsField,   // a number that is left empty when it is not configured
@@ -37,38 +43,31 @@ enum class Source : uint8_t {
 // When a line is written.
 enum class When : uint8_t { Always, Voip, Tls, AmrCodec, EvsCodec };
 
-// How often a section is written, and which instance of its fields each time shows.
-enum class Repeat : uint8_t { Once, Lines, Codecs, Servers, ChosenStack };
-
 template <typename Text>
 struct RowOf {
   Source source;
-  KeyedFieldOf<Text> named;  // its key is the line's key or the section's name
-  When when = When::Always;
-  Repeat repeat = Repeat::Once;
-  Text constant = {};
+  When when;
+  KeyedFieldOf<Text> named;
 
   constexpr RowOf<TextOffset> pack(TextPool& pool) const {
-    return {source, named.pack(pool), when, repeat, pool.add(constant)};
+    return {source, when, named.pack(pool)};
   }
 };
 using LineDraft = RowOf<std::string_view>;
 using Row = RowOf<TextOffset>;
 
 consteval LineDraft make(Source source, field_rows::NamedField named, When when = When::Always) {
-  return {source, named, when};
+  return {source, when, named};
 }
 
-consteval LineDraft named(Source source, std::string_view key) { return {source, {key, {}}}; }
+consteval LineDraft named(Source source, std::string_view key) { return make(source, {key, {}}); }
 
 // "%d" in the name is the number of the instance.
-consteval LineDraft section(std::string_view name, Repeat repeat = Repeat::Once) {
-  return {Source::Section, {name, {}}, When::Always, repeat};
+consteval LineDraft section(std::string_view name, Source source = Source::Section) {
+  return named(source, name);
 }
 
-consteval LineDraft constant(std::string_view key, std::string_view value) {
-  return {Source::Constant, {key, {}}, When::Always, Repeat::Once, value};
-}
+consteval LineDraft constant(std::string_view line) { return named(Source::Constant, line); }
 
 // A value of the record; of an array of records or values the instance that the section shows.
 #define FIELD(key, member) make(Source::Field, CAPI_FIELD_AS(key, member))
@@ -89,35 +88,35 @@ inline constexpr LineDraft kDrafts[] = {
     named(Source::ChannelType, "network_channel_type"),
 
     section("RADV"),
-    constant("register_retrytimer_short", "60"),
-    constant("register_retrytimer_long", "1200"),
-    constant("register_max_retransmission", "6"),
+    constant("register_retrytimer_short=60"),
+    constant("register_retrytimer_long=1200"),
+    constant("register_max_retransmission=6"),
     FIELD("refresh_method", voice_basic.session_timer_method),
     FIELD("session_timer", voice_basic.session_timer_expires),
     FIELD("MinSE", voice_basic.session_timer_min_se),
-    constant("sip_t1_timer", "2000"),
-    constant("sip_t2_timer", "16000"),
-    constant("sip_t4_timer", "17000"),  // not the textbook's value: what the stack was tuned to
-    constant("general_linger_timer", ""),
-    constant("invite_linger_timer", ""),
-    constant("provisional_timer", "120000"),
-    constant("cancel_no_response_timer", ""),
-    constant("cancel_invite_no_response_timer", ""),
-    constant("general_request_timeout", ""),
+    constant("sip_t1_timer=2000"),
+    constant("sip_t2_timer=16000"),
+    constant("sip_t4_timer=17000"),  // not the textbook's value: what the stack was tuned to
+    constant("general_linger_timer="),
+    constant("invite_linger_timer="),
+    constant("provisional_timer=120000"),
+    constant("cancel_no_response_timer="),
+    constant("cancel_invite_no_response_timer="),
+    constant("general_request_timeout="),
     FIELD("user_agent", voice_basic.user_agent),
     named(Source::CallerPreferences, "enable_caller_preferences"),
-    constant("enable_voice_monitor", "0"),
-    constant("incoming_call_no_answer_timer", "90"),
-    constant("offhook_no_dial_timer", "30"),
-    constant("offhook_warning_timer", "30"),
-    constant("offhook_hangup_warn_timer", "180"),
-    constant("callwaiting_no_answer_timer", "30"),
-    constant("callhold_remind_timer", "15"),
+    constant("enable_voice_monitor=0"),
+    constant("incoming_call_no_answer_timer=90"),
+    constant("offhook_no_dial_timer=30"),
+    constant("offhook_warning_timer=30"),
+    constant("offhook_hangup_warn_timer=180"),
+    constant("callwaiting_no_answer_timer=30"),
+    constant("callhold_remind_timer=15"),
 
-    section("LINE%d_FEATURE", Repeat::Lines),
-    constant("enable_mail_box", "1"),
-    constant("do_not_disturb", "0"),  // the stack's own switch; the line's is enable_dnd
-    constant("use_privacy", "0"),
+    section("LINE%d_FEATURE", Source::SectionOfEachLine),
+    constant("enable_mail_box=1"),
+    constant("do_not_disturb=0"),  // the stack's own switch; the line's is enable_dnd
+    constant("use_privacy=0"),
     EACH_FIELD("enable_direct_call_forward", call_forward, direct_forward),
     EACH_FIELD("dest_direct_call_forward", call_forward, direct_forward_dest),
     EACH_FIELD("enable_busy_call_forward", call_forward, busy_forward),
@@ -131,10 +130,10 @@ inline constexpr LineDraft kDrafts[] = {
     EACH_FIELD("enable_callwaiting", sip_line_feature, callwaiting_enable),
     EACH_FIELD("conference_uri", sip_line_feature, conference_uri),
     EACH_FIELD("enable_dnd", sip_line_feature, dnd_enable),
-    constant("enable_call_transfer", "1"),
-    constant("enable_3way_conference", "1"),
-    constant("enable_call_hold", "1"),
-    constant("enable_clip", "1"),
+    constant("enable_call_transfer=1"),
+    constant("enable_3way_conference=1"),
+    constant("enable_call_hold=1"),
+    constant("enable_clip=1"),
     EACH_FIELD("enable_vbd", sip_line_feature, vbd_enable),
     EACH_FIELD("enable_cpc", sip_line_feature, cpc_enable),
     EACH_FIELD("cpc_duration", sip_line_feature, cpc_duration),
@@ -147,22 +146,22 @@ inline constexpr LineDraft kDrafts[] = {
     EACH_FIELD("enable_emg_call", sip_line_feature, emergency_call_enable),
 
     section("VOICE"),
-    constant("enable_g729_annexb", "0"),
+    constant("enable_g729_annexb=0"),
     FIELD("dtmf_name_string", voice_parameter.rfc2833_name),
     FIELD("dtmf_payload", voice_parameter.rfc2833_payload),
     FIELD("enable_echocancel", voice_parameter.ec),
-    constant("jitter_mindelay", "100"),
-    constant("jitter_optim", "7"),
-    constant("enable_agc", "0"),
-    constant("agc_location", "0"),
-    constant("agc_targetenergy", "-19"),
-    constant("cid_standard", "0"),
+    constant("jitter_mindelay=100"),
+    constant("jitter_optim=7"),
+    constant("enable_agc=0"),
+    constant("agc_location=0"),
+    constant("agc_targetenergy=-19"),
+    constant("cid_standard=0"),
     FIELD("polarity_reversal_type", voice_parameter.polarity_reversal_type),
     FIELD("volume", voice_parameter.volume),
     named(Source::CodecCount, "enable_codec_num"),
 
     // The stack calls the authentication name "username" and the SIP user name "number".
-    section("LINE%d_SUBSCRIBER", Repeat::Lines),
+    section("LINE%d_SUBSCRIBER", Source::SectionOfEachLine),
     EACH_VOIP_FIELD("displayname", sip_line, display_name),
     EACH_VOIP_FIELD("username", sip_line, auth_name),
     EACH_VOIP_FIELD("password", sip_line, auth_password),
@@ -181,10 +180,10 @@ inline constexpr LineDraft kDrafts[] = {
     FIELD("countrycode", voice_basic.country),
     FIELD("cng", voice_parameter.cng),
     FIELD("vad", voice_parameter.vad),
-    constant("plc", "0"),
-    constant("silenceSup", "1"),
+    constant("plc=0"),
+    constant("silenceSup=1"),
 
-    section("CODEC%d", Repeat::Codecs),
+    section("CODEC%d", Source::SectionOfEachCodec),
     FIELD("codec_const_string", voice_parameter.code_list),
     FIELD("codec_payload", voice_parameter.code_payload),
     FIELD("codec_name", voice_parameter.name),
@@ -201,9 +200,9 @@ inline constexpr LineDraft kDrafts[] = {
     FIELD_WHEN(EvsCodec, "codec_mode_set", voice_parameter.mode_set),
 
     section("DIALPLAN"),
-    constant("critical_dial_timeout", "10"),
-    constant("partial_dial_timeout", "3"),
-    constant("dialplanformat", "0"),
+    constant("critical_dial_timeout=10"),
+    constant("partial_dial_timeout=3"),
+    constant("dialplanformat=0"),
     named(Source::DialPlan, "dialplan"),
     FIELD("dial_on_hash_key", voice_basic.dial_on_hash_key),
     FIELD("default_dial_plan_enable", voice_basic.default_dial_plan_enable),
@@ -226,7 +225,7 @@ inline constexpr LineDraft kDrafts[] = {
     FIELD_WHEN(Tls, "sip_cert_file", voice_basic.cert_file),
     FIELD_WHEN(Tls, "sip_key_file", voice_basic.key_file),
 
-    section("REGISTRAR_%d", Repeat::Servers),
+    section("REGISTRAR_%d", Source::SectionOfEachServer),
     VOIP_FIELD("enable", sip_server.registrar_enable),
     VOIP_FIELD("addr", sip_server.registrar),
     FIELD("port", sip_server.registrar_port),
@@ -235,11 +234,11 @@ inline constexpr LineDraft kDrafts[] = {
     FIELD("enable", sip_server.sip_domain_enable),
     FIELD("addr", sip_server.sip_domain),
 
-    section("PROXYSERVER_%d", Repeat::Servers),
+    section("PROXYSERVER_%d", Source::SectionOfEachServer),
     VOIP_FIELD("addr", sip_server.proxy),
     FIELD("port", sip_server.proxy_port),
 
-    section("OUTBOUNDPROXY_%d", Repeat::Servers),
+    section("OUTBOUNDPROXY_%d", Source::SectionOfEachServer),
     VOIP_FIELD("enable", sip_server.outbound_proxy_enable),
     VOIP_FIELD("addr", sip_server.outbound_proxy),
     FIELD("port", sip_server.outbound_proxy_port),
@@ -278,7 +277,7 @@ inline constexpr LineDraft kDrafts[] = {
     FIELD("sca", sms_cfg.sca),
     FIELD("psi", sms_cfg.psi),
 
-    section("STACK", Repeat::ChosenStack),
+    section("STACK", Source::SectionOfChosenStack),
     EACH_FIELD("enable", voice_stack, enable),
     EACH_FIELD("type", voice_stack, type),
     EACH_FIELD("priority", voice_stack, priority),
