@@ -25,10 +25,11 @@ struct KeyName {
 
 KeyName key_name(unsigned index) {
   if (index == 0) return {"apn_num"};
-  const unsigned apn = (index - 1) / CAPI_CARRIER_APN_KEYS + 1;
+  unsigned apn = 1;
+  unsigned key = index - 1;
+  for (; key >= CAPI_CARRIER_APN_KEYS; key -= CAPI_CARRIER_APN_KEYS) ++apn;
   KeyName name{};
-  snprintf(name.text, sizeof name.text, "apn%u_%s", apn,
-           kApnKeys[(index - 1) % CAPI_CARRIER_APN_KEYS]);
+  snprintf(name.text, sizeof name.text, "apn%u_%s", apn, kApnKeys[key]);
   return name;
 }
 

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <iterator>
 
 namespace capi {
 
@@ -37,6 +38,18 @@ int32_t parse_int32(const char* text) {
   if (*end == '\0' && end != digits) return is_negative ? -number : number;
   const long value = strtol(text, nullptr, 10);
   return static_cast<int32_t>(std::clamp<long>(value, INT32_MIN, INT32_MAX));
+}
+
+std::string_view NumberText::put(int32_t number) {
+  char* const end = std::end(text_);
+  char* begin = end;
+  uint32_t rest = number < 0 ? 0 - static_cast<uint32_t>(number) : static_cast<uint32_t>(number);
+  do {
+    *--begin = static_cast<char>('0' + rest % 10);
+    rest /= 10;
+  } while (rest != 0);
+  if (number < 0) *--begin = '-';
+  return {begin, static_cast<size_t>(end - begin)};
 }
 
 }  // namespace capi

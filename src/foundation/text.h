@@ -13,11 +13,9 @@
 // None of this depends on the locale.
 #pragma once
 
-#include <charconv>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <iterator>
 #include <string_view>
 
 #include "capi/util.h"
@@ -78,10 +76,7 @@ int32_t parse_int32(const char* text);
 // A number's decimal text.
 class NumberText {
  public:
-  std::string_view put(int32_t number) {
-    const std::to_chars_result end = std::to_chars(text_, std::end(text_), number);
-    return {text_, static_cast<size_t>(end.ptr - text_)};
-  }
+  std::string_view put(int32_t number);
 
  private:
   char text_[12];

@@ -74,12 +74,11 @@ void* run(void* memory) {
   return nullptr;
 }
 
-// In 32 bits: to divide 64 of them, the C compiler brings 300 bytes of functions of its own.
-void sleep_for(int count, int per_second) {
-  if (count <= 0) return;
+void sleep_for(long seconds, long microseconds) {
+  if (seconds <= 0 && microseconds <= 0) return;
   timeval time{};
-  time.tv_sec = count / per_second;
-  time.tv_usec = suseconds_t{count % per_second} * (1000000 / per_second);
+  time.tv_sec = seconds;
+  time.tv_usec = microseconds;
   select(0, nullptr, nullptr, nullptr, &time);
 }
 
@@ -179,6 +178,13 @@ int thrd_yield() { return sched_yield(); }
 
 int port_gettimeofday(timeval* now) { return now != nullptr ? gettimeofday(now, nullptr) : -1; }
 
-void os_sleep(int milliseconds) { sleep_for(milliseconds, 1000); }
+// By ldiv(): what the compiler brings along for "/" is 1.5 KB of code on the device.
+void os_sleep(int milliseconds) {
+  const ldiv_t time = ldiv(milliseconds, 1000);
+  sleep_for(time.quot, time.rem * 1000);
+}
 
-void os_usleep(int microseconds) { sleep_for(microseconds, 1000000); }
+void os_usleep(int microseconds) {
+  const ldiv_t time = ldiv(microseconds, 1000000);
+  sleep_for(time.quot, time.rem);
+}

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 #include <sys/time.h>
 
+#include <cstdlib>
 #include <ctime>
 
 #include "capi/thread.h"
@@ -23,12 +24,12 @@ class Guard {
 // A deadline must be a proper time: a wait that refuses it would keep the mutex.
 timespec time_after(int milliseconds) {
   constexpr long kNanosecondsPerSecond = 1000000000;
-  const unsigned wait = milliseconds > 0 ? static_cast<unsigned>(milliseconds) : 0;
+  const ldiv_t wait = ldiv(milliseconds > 0 ? milliseconds : 0, 1000);
   timeval now{};
   port_gettimeofday(&now);
   timespec time{};
-  time.tv_sec = now.tv_sec + static_cast<time_t>(wait / 1000);
-  time.tv_nsec = now.tv_usec * 1000L + static_cast<long>(wait % 1000) * 1000000L;
+  time.tv_sec = now.tv_sec + wait.quot;
+  time.tv_nsec = now.tv_usec * 1000L + wait.rem * 1000000L;
   if (time.tv_nsec >= kNanosecondsPerSecond) {
     time.tv_nsec -= kNanosecondsPerSecond;
     ++time.tv_sec;

@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <climits>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <ctime>
 
@@ -93,9 +94,9 @@ void log_failed_on(const char* func, const char* call, const char* path) {
 uint64_t make_sms_file_identity() {
   const timespec now = read_clock(CLOCK_REALTIME);
   const timespec uptime = read_clock(CLOCK_MONOTONIC);
-  const uint64_t milliseconds =
-      static_cast<uint64_t>(now.tv_sec) * 1000 + static_cast<uint32_t>(now.tv_nsec) / 1000000;
-  return (milliseconds << 8) + static_cast<uint32_t>(uptime.tv_nsec) % 255;
+  const auto milliseconds = static_cast<uint64_t>(ldiv(now.tv_nsec, 1000000).quot);
+  return ((static_cast<uint64_t>(now.tv_sec) * 1000 + milliseconds) << 8) +
+         static_cast<uint64_t>(ldiv(uptime.tv_nsec, 255).rem);
 }
 
 bool create_sms_file(const char* path, SmsPurpose purpose) {

@@ -169,6 +169,15 @@ TEST(ParseInt32Test, SaturatesAtTheLimits) {
   EXPECT_EQ(parse_int32("-99999999999999999999"), INT32_MIN);
 }
 
+TEST(NumberTextTest, HoldsNumbersOfEveryLength) {
+  NumberText text;
+  for (const int32_t number : {0, 7, -7, 10, -10, 99, 100, 12345, 999999999, 1000000000}) {
+    EXPECT_EQ(text.put(number), std::to_string(number));
+  }
+  EXPECT_EQ(text.put(INT32_MAX), "2147483647");
+  EXPECT_EQ(text.put(INT32_MIN), "-2147483648");
+}
+
 TEST(IsBlankOrControlTest, HoldsForTheFirstThirtyThreeBytesOnly) {
   for (int byte = 0; byte < 256; ++byte) {
     EXPECT_EQ(is_blank_or_control(static_cast<char>(byte)), byte <= 32) << byte;
