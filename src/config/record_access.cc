@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: MIT
 // Whole records, copied in and out of the segment.
 
+#include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <type_traits>
 
@@ -17,27 +19,28 @@ namespace {
 
 // The records of a section, which stand one after another in the segment.
 struct Records {
-  size_t offset;  // of the first
-  size_t size;
-  int count;  // 1 where the section has no number
+  uint16_t offset;  // of the first
+  uint16_t size;
+  uint8_t count;  // 1 where the section has no number
 };
 
 template <typename Record>
 struct RecordsOf : Records {};
 
-template <typename Section>
-constexpr auto records_at(size_t offset) {
-  using Record = std::remove_extent_t<Section>;
-  constexpr int kCount = std::is_array_v<Section> ? std::extent_v<Section> : 1;
-  return RecordsOf<Record>{{offset, sizeof(Record), kCount}};
-}
+template <typename Section, size_t Offset>
+constexpr RecordsOf<std::remove_extent_t<Section>> kRecords{
+    {Offset, sizeof(std::remove_extent_t<Section>),
+     std::is_array_v<Section> ? std::extent_v<Section> : 1}};
 
-#define RECORDS(section) CAPI_MEMBER(records_at, cfg_shared_record, section)
+#define RECORDS(section) \
+  kRecords<decltype(cfg_shared_record::section), offsetof(cfg_shared_record, section)>
 
 // Callers count records from 1.
 bool in_range(const Records& records, int index) { return index >= 1 && index <= records.count; }
 
-int read_bytes(const Records& records, int index, void* out) {
+// Their arguments are in the order of their many callers', which need not move them.
+
+int read_bytes(void* out, int index, const Records& records) {
   if (out == nullptr) return -1;
   return with_shared_record([&](const cfg_shared_record& record) {
     if (!in_range(records, index)) return -1;
@@ -46,7 +49,7 @@ int read_bytes(const Records& records, int index, void* out) {
   });
 }
 
-int write_bytes(const Records& records, int index, const void* in) {
+int write_bytes(const void* in, int index, const Records& records) {
   if (in == nullptr) return -1;
   return with_shared_record([&](cfg_shared_record& record) {
     if (!in_range(records, index)) return -1;
@@ -57,12 +60,25 @@ int write_bytes(const Records& records, int index, const void* in) {
 
 template <typename Record>
 int copy_out(const RecordsOf<Record>& records, Record* out, int index = 1) {
-  return read_bytes(records, index, out);
+  return read_bytes(out, index, records);
 }
 
 template <typename Record>
 int copy_in(const RecordsOf<Record>& records, const Record* in, int index = 1) {
-  return write_bytes(records, index, in);
+  return write_bytes(in, index, records);
+}
+
+// Log a failure under a public function's name and hand the result on. Inlined they would be most
+// of their many callers' code; and without an index, those end with a jump here.
+[[gnu::noinline]] int log_failure(int result, const char* func, int line, const char* message) {
+  if (result == -1) capiv2_log_print(kLogWarning, func, line, message, 0);
+  return result;
+}
+
+[[gnu::noinline]] int log_failure(int result, const char* func, int line, const char* message,
+                                  int index) {
+  if (result == -1) capiv2_log_print(kLogWarning, func, line, message, index);
+  return result;
 }
 
 }  // namespace
@@ -144,12 +160,8 @@ int capi_cfg_backend_get_voice_sms_cfg(capi_voice_sms_cfg* record) {
 
 // ---- Public ------------------------------------------------------------------------------------
 
-// Hands a result on, logging under the public function's name when it is -1. The rest is the
-// message and its argument.
-#define RETURN_LOGGING_FAILURE(call, ...)               \
-  const int result = call;                              \
-  if (result == -1) CAPI_LOG(kLogWarning, __VA_ARGS__); \
-  return result
+// Hands a result on, logging it when it is -1. The rest is the message and the index in it.
+#define RETURN_LOGGING_FAILURE(call, ...) return log_failure(call, __func__, __LINE__, __VA_ARGS__)
 
 int capi_get_system_access(capi_system_access* record) {
   RETURN_LOGGING_FAILURE(capi_cfg_backend_get_system_access(record),
