@@ -4,6 +4,11 @@
 
 namespace capi {
 
+bool json_is(const cJSON* item, int type) {
+  constexpr int kTypeBits = 0xff;
+  return item != nullptr && (item->type & kTypeBits) == type;
+}
+
 bool add_json(cJSON* parent, const char* key, Json item) {
   const bool added = key != nullptr ? cJSON_AddItemToObject(parent, key, item.get())
                                     : cJSON_AddItemToArray(parent, item.get());

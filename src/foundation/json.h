@@ -21,15 +21,19 @@ struct JsonDeleter {
 };
 using Json = std::unique_ptr<cJSON, JsonDeleter>;
 
+// Whether a value is there and of a type, as cJSON_Number. cJSON has a function for each type, and
+// each call into another library costs more than what it looks at.
+bool json_is(const cJSON* item, int type);
+
 // The member of an object, its key compared exactly; null where there is none or no object. cJSON's
 // own look-up would take an array.
 inline cJSON* json_member(const cJSON* object, const char* key) {
-  return cJSON_IsObject(object) ? cJSON_GetObjectItemCaseSensitive(object, key) : nullptr;
+  return json_is(object, cJSON_Object) ? cJSON_GetObjectItemCaseSensitive(object, key) : nullptr;
 }
 
 // The text of a string; null for every other value.
 inline char* json_text(const cJSON* item) {
-  return cJSON_IsString(item) ? item->valuestring : nullptr;
+  return json_is(item, cJSON_String) ? item->valuestring : nullptr;
 }
 
 // Adds a member, or an element where the key is null. False when there is no memory; the item is

@@ -29,7 +29,7 @@ const char* level_name(int level) {
 // shares the format's room with the format. Returns its length.
 size_t put_prefix(char* to, bool with_level, int level, const char* func, int line) {
   int length = 0;
-  if (with_level) length = sprintf(to, "[%s] ", level_name(level));
+  if (with_level) length = snprintf(to, kFormatSize, "[%s] ", level_name(level));
   if (func != nullptr) {
     length += snprintf(to + length, kFormatSize - static_cast<size_t>(length), "%s():Line[%d] ",
                        func, line);

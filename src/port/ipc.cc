@@ -136,7 +136,7 @@ void trace_receive(int fd, const Message& message, int timeout_ms) {
 }
 
 ssize_t receive_once(int fd, char* to, size_t size, sockaddr_in* from) {
-  if (from == nullptr) return recv(fd, to, size, 0);
+  if (from == nullptr) return recvfrom(fd, to, size, 0, nullptr, nullptr);
   sockaddr_in sender{};
   socklen_t sender_size = sizeof sender;
   const ssize_t received =

@@ -70,7 +70,7 @@ cJSON* text_item(const cJSON* param, const char* key) {
 
 cJSON* number_item(const cJSON* param, const char* key) {
   cJSON* item = json_member(param, key);
-  return cJSON_IsNumber(item) ? item : nullptr;
+  return json_is(item, cJSON_Number) ? item : nullptr;
 }
 
 const char* get_text(const cJSON* param, const char* key) {
@@ -92,7 +92,7 @@ bool set_text(cJSON* item, const char* text) {
 }
 
 bool set_number(cJSON* item, int number) {
-  if (!cJSON_IsNumber(item) || (item->type & cJSON_IsReference) != 0) return false;
+  if (!json_is(item, cJSON_Number) || (item->type & cJSON_IsReference) != 0) return false;
   cJSON_SetNumberHelper(item, number);
   return true;
 }
@@ -264,7 +264,7 @@ int vkrJson_SetParamIsChanged(cJSON* param, int flag) {
     CAPI_LOG(kLogWarning, "+++ Get attribute is_changed failed.\n");
     return -1;
   }
-  if (cJSON_IsNumber(is_changed) && is_changed->valueint == flag) return 1;
+  if (json_is(is_changed, cJSON_Number) && is_changed->valueint == flag) return 1;
   if (!set_number(is_changed, flag)) {
     CAPI_LOG(kLogWarning, "+++ Set int value failed.\n");
     return -1;
@@ -280,6 +280,6 @@ int vkrJson_SetParamMaxStrlen(cJSON* param, int n) {
 }
 
 void vkrJson_AddNumberToObject(cJSON* object, const char* name, int n) {
-  if (!cJSON_IsObject(object) || name == nullptr) return;
+  if (!json_is(object, cJSON_Object) || name == nullptr) return;
   add_json(object, name, Json(cJSON_CreateNumber(n)));
 }

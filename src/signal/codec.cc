@@ -140,7 +140,7 @@ void read_object(const cJSON* object, Rows rows, char* record);
 template <typename T>
 T read_number(const cJSON* item) {
   using Limits = std::numeric_limits<T>;
-  if (!cJSON_IsNumber(item) || std::isnan(item->valuedouble)) return 0;
+  if (!json_is(item, cJSON_Number) || std::isnan(item->valuedouble)) return 0;
   if (item->valuedouble <= static_cast<double>(Limits::min())) return Limits::min();
   if (item->valuedouble >= static_cast<double>(Limits::max())) return Limits::max();
   return static_cast<T>(item->valuedouble);
@@ -161,7 +161,7 @@ uint64_t read_decimal_text(const cJSON* item) {
 }
 
 void read_array(const cJSON* item, const Row& row, char* field) {
-  const cJSON* element = cJSON_IsArray(item) ? item->child : nullptr;
+  const cJSON* element = json_is(item, cJSON_Array) ? item->child : nullptr;
   for (int i = 0; element != nullptr && i < row.count; ++i, field += row.size) {
     read_object(element, members(row), field);
     element = element->next;
@@ -231,7 +231,7 @@ int ctrlv2_json_to_siginfo(const cJSON* json, char* name, capi_signal_info* info
   }
   memset(info, 0, sizeof *info);
   const cJSON* attrs = json_member(json, "attrs");
-  if (cJSON_IsObject(attrs)) {
+  if (json_is(attrs, cJSON_Object)) {
     read_object(attrs, rows_of(signal), reinterpret_cast<char*>(info));
   }
   return 0;
