@@ -44,13 +44,14 @@ struct Direction {
   constexpr Direction reversed() const { return {last, first, next, prev}; }
 };
 
+// Not inline, as those would be reached through the offset table; each source has its own.
+
 // The list of a type, or of the free nodes: a node is in one of these.
-inline constexpr Direction kOwnList{&capi_call_log_list::head, &capi_call_log_list::tail,
-                                    &capi_call_log_record::prev, &capi_call_log_record::next};
+constexpr Direction kOwnList{&capi_call_log_list::head, &capi_call_log_list::tail,
+                             &capi_call_log_record::prev, &capi_call_log_record::next};
 // The list of all entries.
-inline constexpr Direction kAllEntries{&capi_call_log_list::head, &capi_call_log_list::tail,
-                                       &capi_call_log_record::all_prev,
-                                       &capi_call_log_record::all_next};
+constexpr Direction kAllEntries{&capi_call_log_list::head, &capi_call_log_list::tail,
+                                &capi_call_log_record::all_prev, &capi_call_log_record::all_next};
 
 // Turns the image into that of a new file.
 void make_empty(capi_call_log_image& image);

@@ -5,10 +5,12 @@
 
 namespace capi {
 
+// Each source has its own, which is shorter than the way to one that all share.
+
 // Where files go while no directory is named, which is where the master will put most of them.
-inline constexpr char kFallbackDir[] = "/tmp";
+constexpr char kFallbackDir[] = "/tmp";
 
 // What manufacturing wrote. The locks take their key from it, too: it is there before any of us.
-inline constexpr char kManufacturingFile[] = "/tmp/m_data";
+constexpr char kManufacturingFile[] = "/tmp/m_data";
 
 }  // namespace capi

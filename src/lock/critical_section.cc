@@ -231,7 +231,7 @@ void dump_lock(int set, unsigned id) {
 
 }  // namespace
 
-CriticalSection::CriticalSection(const Lock& lock) : id_(lock.id) {
+CriticalSection::CriticalSection(capi_lock_id id) : id_(id) {
   const LockResult result = take(id_);
   set_ = result.set;
   refused_ = result.set != kNoSet && result.error != 0;

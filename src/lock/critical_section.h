@@ -47,12 +47,14 @@ class CancellationHold {
 // a device whose "/tmp/m_data" got lost still makes calls.
 class CAPI_SCOPED_CAPABILITY CriticalSection {
  public:
-  explicit CriticalSection(const Lock& lock) CAPI_ACQUIRE(lock);
+  explicit CriticalSection(const Lock& lock) CAPI_ACQUIRE(lock) : CriticalSection(lock.id) {}
   ~CriticalSection() CAPI_RELEASE();
   CriticalSection(const CriticalSection&) = delete;
   CriticalSection& operator=(const CriticalSection&) = delete;
 
  private:
+  explicit CriticalSection(capi_lock_id id);
+
   const CancellationHold hold_;  // from before the lock is asked for until it is given back
   capi_lock_id id_;
   int set_;  // that it was taken from; -1 without one
