@@ -1,9 +1,10 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
 // Signals as JSON: both directions walk the same rows.
-#include <charconv>
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <limits>
 #include <span>
@@ -136,14 +137,25 @@ Json make_object(Rows rows, const char* record, int position) {
 
 void read_object(const cJSON* object, Rows rows, char* record);
 
+// A number, or the nearest one between two others.
+double read_number(const cJSON* item, double min, double max) {
+  if (!json_is(item, cJSON_Number) || std::isnan(item->valuedouble)) return 0;
+  return std::clamp(item->valuedouble, min, max);
+}
+
 // The integer part of a number, or the nearest value that the type has.
 template <typename T>
-T read_number(const cJSON* item) {
+T read_integer(const cJSON* item) {
   using Limits = std::numeric_limits<T>;
-  if (!json_is(item, cJSON_Number) || std::isnan(item->valuedouble)) return 0;
-  if (item->valuedouble <= static_cast<double>(Limits::min())) return Limits::min();
-  if (item->valuedouble >= static_cast<double>(Limits::max())) return Limits::max();
-  return static_cast<T>(item->valuedouble);
+  return static_cast<T>(read_number(item, Limits::min(), Limits::max()));
+}
+
+// The largest is no double, so that the one behind it stands for it.
+template <>
+uint64_t read_integer(const cJSON* item) {
+  constexpr double kEnd = 0x1p64;
+  const double number = read_number(item, 0, kEnd);
+  return number < kEnd ? static_cast<uint64_t>(number) : UINT64_MAX;
 }
 
 void read_text(const cJSON* item, const Row& row, char* field) {
@@ -152,12 +164,10 @@ void read_text(const cJSON* item, const Row& row, char* field) {
   memcpy(field, text, strnlen(text, row.size - 1));
 }
 
+// Digits only: strtoull() would take blanks and signs, too.
 uint64_t read_decimal_text(const cJSON* item) {
   const char* text = json_text(item);
-  uint64_t value = 0;
-  if (text == nullptr) return value;
-  const auto result = std::from_chars(text, text + strlen(text), value);
-  return result.ec == std::errc::result_out_of_range ? UINT64_MAX : value;
+  return text != nullptr && *text >= '0' && *text <= '9' ? strtoull(text, nullptr, 10) : 0;
 }
 
 void read_array(const cJSON* item, const Row& row, char* field) {
@@ -172,13 +182,13 @@ void read_value(const cJSON* item, const Row& row, char* record) {
   char* field = record + row.offset;
   switch (row.kind) {
     case Kind::Int32:
-      return store(field, read_number<int32_t>(item));
+      return store(field, read_integer<int32_t>(item));
     case Kind::Uint32:
-      return store(field, read_number<uint32_t>(item));
+      return store(field, read_integer<uint32_t>(item));
     case Kind::Uint8:
-      return store(field, read_number<uint8_t>(item));
+      return store(field, read_integer<uint8_t>(item));
     case Kind::Uint64:
-      return store(field, read_number<uint64_t>(item));
+      return store(field, read_integer<uint64_t>(item));
     case Kind::Text:
       return read_text(item, row, field);
     case Kind::DecimalText:

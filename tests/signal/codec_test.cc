@@ -449,7 +449,7 @@ TEST(SignalCodec, AnIdInDecimalIsReadWithAll64Bits) {
   EXPECT_EQ(id("18446744073709551616"), UINT64_MAX);
   EXPECT_EQ(id("12ab"), 12u);
   EXPECT_EQ(id(""), 0u);
-  EXPECT_EQ(id("-1"), 0u);
+  for (const char* text : {"-1", "+1", " 1", "x1"}) EXPECT_EQ(id(text), 0u) << text;
 }
 
 TEST(SignalCodec, WithoutANameNothingIsRead) {
