@@ -48,6 +48,7 @@
 #include "capi/event.h"
 #include "capi/ipc.h"
 #include "capi/lifecycle.h"
+#include "capi/live.h"
 #include "capi/lock.h"
 #include "capi/log.h"
 #include "capi/records.h"

@@ -15,6 +15,7 @@
 #include "foundation/file_replacement.h"
 #include "foundation/log.h"
 #include "foundation/shell.h"
+#include "record/context.h"
 #include "record/directory.h"
 
 namespace capi {
@@ -35,6 +36,7 @@ Replaced write_call_log(const char* path, const capi_call_log_image& image, cons
                                   " failure flush data into file %s, error : %s!",
                                   " failure close file %s, error : %s!"};
   how.is_durable = true;
+  announce_store(CAPI_TOPIC_CALLS);
   return replace_file(path, bytes, how, [&](ReplacingStep step) {
     CAPI_LOG_AS(words.func, kLogWarning, failures[static_cast<size_t>(step)], path,
                 strerror(errno));
@@ -228,7 +230,10 @@ int init_call_log_file(const char* path) {
   return -1;
 }
 
-void delete_call_log_file(const char* path) { remove(path); }
+void delete_call_log_file(const char* path) {
+  announce_store(CAPI_TOPIC_CALLS);
+  remove(path);
+}
 
 Replaced replace_call_log(const char* path, const capi_call_log_image& image,
                           const WriteWords& words, Purpose purpose) {

@@ -87,13 +87,16 @@ void publish_configuration(cfg_shared_record& to, const cfg_shared_record& from)
   }
 }
 
-void publish(cfg_shared_record& record, cfg_shared_record& staging) {
-  publish_configuration(record, staging);
+void publish(const cfg_shared_record& record, cfg_shared_record& staging)
+    CAPI_REQUIRES(kConfShmLock) {
   fill_lte_net_info(staging);
-  write_whole(record.lte_net_info, staging.lte_net_info);
+  const RecordChange change(record, CAPI_TOPIC_CONFIG | CAPI_TOPIC_DEVICE);
+  publish_configuration(*change, staging);
+  write_whole(change->lte_net_info, staging.lte_net_info);
   capi_voice_sip_server server = staging.sip_server;
   fill_sip_ports(server);
-  write_whole(record.sip_server, server);
+  write_whole(change->sip_server, server);
+  change.note_publishing();
 }
 
 }  // namespace
@@ -105,6 +108,6 @@ int capi_cfg_backend_config_finish() {
   const CriticalSection section(kConfShmLock);
   cfg_backend_context* ctx = context();
   if (ctx == nullptr) return -1;
-  if (cfg_shared_record* record = shared_record()) publish(*record, ctx->staging);
+  if (const cfg_shared_record* record = shared_record()) publish(*record, ctx->staging);
   return 0;
 }

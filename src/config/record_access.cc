@@ -2,13 +2,11 @@
 // SPDX-License-Identifier: MIT
 // Whole records, copied in and out of the segment.
 
-#include <cstddef>
-#include <cstdint>
 #include <cstring>
-#include <type_traits>
 
 #include "capi/backend.h"
 #include "capi/config.h"
+#include "config/records_at.h"
 #include "foundation/log.h"
 #include "foundation/member.h"
 #include "record/context.h"
@@ -16,24 +14,6 @@
 
 namespace capi {
 namespace {
-
-// The records of a section, which stand one after another in the segment.
-struct Records {
-  uint16_t offset;  // of the first
-  uint16_t size;
-  uint8_t count;  // 1 where the section has no number
-};
-
-template <typename Record>
-struct RecordsOf : Records {};
-
-template <typename Section, size_t Offset>
-constexpr RecordsOf<std::remove_extent_t<Section>> kRecords{
-    {Offset, sizeof(std::remove_extent_t<Section>),
-     std::is_array_v<Section> ? std::extent_v<Section> : 1}};
-
-#define RECORDS(section) \
-  kRecords<decltype(cfg_shared_record::section), offsetof(cfg_shared_record, section)>
 
 // Callers count records from 1.
 bool in_range(const Records& records, int index) { return index >= 1 && index <= records.count; }
@@ -51,9 +31,10 @@ int read_bytes(void* out, int index, const Records& records) {
 
 int write_bytes(const void* in, int index, const Records& records) {
   if (in == nullptr) return -1;
-  return with_shared_record([&](cfg_shared_record& record) {
+  return with_shared_record([&](const cfg_shared_record& record) CAPI_REQUIRES(kConfShmLock) {
     if (!in_range(records, index)) return -1;
-    write_whole(bytes_at(record, records.offset, records.size, index - 1), in, records.size);
+    const RecordChange change(record, topic_at(records.offset));
+    write_whole(bytes_at(*change, records.offset, records.size, index - 1), in, records.size);
     return 0;
   });
 }
@@ -89,74 +70,72 @@ using namespace capi;
 // ---- Backend -----------------------------------------------------------------------------------
 
 int capi_cfg_backend_get_voice_stack(capi_voice_stack* record, int index) {
-  return copy_out(RECORDS(voice_stack), record, index);
+  return copy_out(CAPI_RECORDS(voice_stack), record, index);
 }
 int capi_cfg_backend_set_voice_stack(const capi_voice_stack* record, int index) {
-  return copy_in(RECORDS(voice_stack), record, index);
+  return copy_in(CAPI_RECORDS(voice_stack), record, index);
 }
 int capi_cfg_backend_get_voice_switch(capi_voice_switch* record) {
-  return copy_out(RECORDS(voice_switch), record);
+  return copy_out(CAPI_RECORDS(voice_switch), record);
 }
 int capi_cfg_backend_get_system_access(capi_system_access* record) {
-  return copy_out(RECORDS(system_access), record);
+  return copy_out(CAPI_RECORDS(system_access), record);
 }
 int capi_cfg_backend_get_voice_basic(capi_voice_basic* record) {
-  return copy_out(RECORDS(voice_basic), record);
+  return copy_out(CAPI_RECORDS(voice_basic), record);
 }
 int capi_cfg_backend_set_voice_basic(const capi_voice_basic* record) {
-  return copy_in(RECORDS(voice_basic), record);
+  return copy_in(CAPI_RECORDS(voice_basic), record);
 }
 int capi_cfg_backend_get_voice_sip_line(capi_voice_sip_line* record, int index) {
-  return copy_out(RECORDS(sip_line), record, index);
+  return copy_out(CAPI_RECORDS(sip_line), record, index);
 }
 int capi_cfg_backend_set_voice_sip_line(const capi_voice_sip_line* record, int index) {
-  return copy_in(RECORDS(sip_line), record, index);
+  return copy_in(CAPI_RECORDS(sip_line), record, index);
 }
 int capi_cfg_backend_get_voice_sip_line_features(capi_voice_sip_line_feature* record, int index) {
-  return copy_out(RECORDS(sip_line_feature), record, index);
+  return copy_out(CAPI_RECORDS(sip_line_feature), record, index);
 }
 int capi_cfg_backend_set_voice_sip_line_features(const capi_voice_sip_line_feature* record,
                                                  int index) {
-  return copy_in(RECORDS(sip_line_feature), record, index);
+  return copy_in(CAPI_RECORDS(sip_line_feature), record, index);
 }
 int capi_cfg_backend_get_voice_parameter(capi_voice_parameter* record) {
-  return copy_out(RECORDS(voice_parameter), record);
+  return copy_out(CAPI_RECORDS(voice_parameter), record);
 }
 int capi_cfg_backend_set_voice_parameter(const capi_voice_parameter* record) {
-  return copy_in(RECORDS(voice_parameter), record);
+  return copy_in(CAPI_RECORDS(voice_parameter), record);
 }
 int capi_cfg_backend_get_slic_parameter(capi_slic_parameter* record) {
-  return copy_out(RECORDS(slic_parameter), record);
+  return copy_out(CAPI_RECORDS(slic_parameter), record);
 }
 int capi_cfg_backend_set_slic_parameter(const capi_slic_parameter* record) {
-  return copy_in(RECORDS(slic_parameter), record);
+  return copy_in(CAPI_RECORDS(slic_parameter), record);
 }
 int capi_cfg_backend_set_voice_call_forward(const capi_voice_call_forward* record, int index) {
-  return copy_in(RECORDS(call_forward), record, index);
+  return copy_in(CAPI_RECORDS(call_forward), record, index);
 }
 int capi_cfg_backend_get_voice_speed_dial(capi_voice_speed_dial* record) {
-  return copy_out(RECORDS(speed_dial), record);
+  return copy_out(CAPI_RECORDS(speed_dial), record);
 }
 int capi_cfg_backend_set_voice_speed_dial(const capi_voice_speed_dial* record) {
-  return copy_in(RECORDS(speed_dial), record);
+  return copy_in(CAPI_RECORDS(speed_dial), record);
 }
 int capi_cfg_backend_get_voice_speed_dial30(capi_voice_speed_dial30* record) {
-  return copy_out(RECORDS(speed_dial30), record);
+  return copy_out(CAPI_RECORDS(speed_dial30), record);
 }
 int capi_cfg_backend_set_voice_speed_dial30(const capi_voice_speed_dial30* record) {
-  return copy_in(RECORDS(speed_dial30), record);
+  return copy_in(CAPI_RECORDS(speed_dial30), record);
 }
 int capi_cfg_backend_get_voice_call_white_list(capi_voice_call_white_list* record) {
-  return copy_out(RECORDS(call_white_list), record);
+  return copy_out(CAPI_RECORDS(call_white_list), record);
 }
 int capi_cfg_backend_get_voice_call_redirection(capi_voice_call_redirection* record) {
-  return copy_out(RECORDS(call_redirection), record);
+  return copy_out(CAPI_RECORDS(call_redirection), record);
 }
 int capi_cfg_backend_get_voice_sms_cfg(capi_voice_sms_cfg* record) {
-  return copy_out(RECORDS(sms_cfg), record);
+  return copy_out(CAPI_RECORDS(sms_cfg), record);
 }
-
-#undef RECORDS
 
 // ---- Public ------------------------------------------------------------------------------------
 

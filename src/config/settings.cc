@@ -37,9 +37,10 @@ int apply_setting_everywhere(const char* section, const char* key, const char* v
   if (section == nullptr) return 0;
   const FieldMatch match = find_field(section, key, ColumnChoice::First);
   const int result = apply(ctx->staging, match, value);
-  cfg_shared_record* record = shared_record();
+  const cfg_shared_record* record = shared_record();
   if (record != nullptr && match.lookup == FieldLookup::Found) {
-    copy_field(*record, ctx->staging, *match.field, match.index);
+    const RecordChange change(*record, topic_at(match.field->offset));
+    copy_field(*change, ctx->staging, *match.field, match.index);
   }
   return result;
 }

@@ -76,8 +76,9 @@ void copy_ims_voice(void* block) {
 }
 
 int set_ims_voice(const void* buf, int len) {
-  with_shared_record([&](cfg_shared_record& record) {
-    write_whole(record.ims_voice, buf, sizeof record.ims_voice);
+  with_shared_record([&](const cfg_shared_record& record) CAPI_REQUIRES(kConfShmLock) {
+    const RecordChange change(record, CAPI_TOPIC_DEVICE);
+    write_whole(change->ims_voice, buf, sizeof change->ims_voice);
     return 0;
   });
   return len == CAPI_IMS_VOICE_BYTES ? write_voice_file(buf) : -1;
@@ -140,8 +141,9 @@ int get_vendor_block(void* buf, int len) {
 }
 
 int set_vendor_block(const void* buf, int len) {
-  return with_shared_record([&](cfg_shared_record& record) {
-    write_whole(record.vendor, buf, std::min(buffer_size(len), sizeof record.vendor));
+  return with_shared_record([&](const cfg_shared_record& record) CAPI_REQUIRES(kConfShmLock) {
+    const RecordChange change(record, CAPI_TOPIC_DEVICE);
+    write_whole(change->vendor, buf, std::min(buffer_size(len), sizeof change->vendor));
     return 0;
   });
 }

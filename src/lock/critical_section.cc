@@ -8,6 +8,7 @@
 #include <sys/sem.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -50,11 +51,19 @@ const char* lock_name(unsigned id) {
   }
 }
 
-// Finds the set. Returns it, or -1 with errno set and logged under the operation's words.
+// The thread of this process that has lock 0.
+constinit std::atomic<pthread_t> conf_shm_taker{};
+
+void note_taker(unsigned id, pthread_t taker) {
+  if (id == CAPI_LOCK_CONF_SHM) conf_shm_taker.store(taker, std::memory_order_relaxed);
+}
+
+// Finds the set. Returns it, or -1 with errno set and logged under the operation's words, unless
+// there is no "func".
 int find_set(const char* func, const char* operation) {
   const key_t key = ftok(kManufacturingFile, kKeyProject);
-  const int set = key == -1 ? -1 : semget(key, CAPI_LOCK_COUNT, kIpcMode);
-  if (set == -1) {
+  const int set = key == -1 ? kNoSet : semget(key, CAPI_LOCK_COUNT, kIpcMode);
+  if (set == kNoSet && func != nullptr) {
     CAPI_LOG_AS(func, kLogWarning, "CAPI critical section lock%s failed [%s], reason = [%s]\n",
                 operation, key == -1 ? "ftok" : "semget", strerror(errno));
   }
@@ -62,16 +71,18 @@ int find_set(const char* func, const char* operation) {
 }
 
 // Adds "change" to a semaphore, waiting as long as needed. Returns 0 or errno. The kernel takes the
-// change back when the process dies.
+// change back when the process dies. Logs nothing without "func".
 int change_semaphore(int set, unsigned id, short change, const char* func, const char* operation) {
   // An id too large for the kernel's field must not wrap round to a lock that exists.
   const auto number = static_cast<unsigned short>(id < UINT16_MAX ? id : UINT16_MAX);
   sembuf op{.sem_num = number, .sem_op = change, .sem_flg = SEM_UNDO};
   while (semop(set, &op, 1) == -1) {
     const int error = errno;
-    CAPI_LOG_AS(func, kLogWarning,
-                "CAPI critical section lock %s Failed, lock_type = [%s], reason = [%s]\n",
-                operation, lock_name(id), strerror(error));
+    if (func != nullptr) {
+      CAPI_LOG_AS(func, kLogWarning,
+                  "CAPI critical section lock %s Failed, lock_type = [%s], reason = [%s]\n",
+                  operation, lock_name(id), strerror(error));
+    }
     if (error != EINTR && error != EAGAIN) return error;
   }
   return 0;
@@ -96,6 +107,7 @@ LockResult take(unsigned id) {
   if (set == kNoSet) return {errno, set};
   if (const int error = change_semaphore(set, id, -1, kLock, "LOCK")) return {error, set};
   lock_order::taken(id);
+  note_taker(id, pthread_self());
   const int value = semctl(set, static_cast<int>(id), GETVAL);
   if (value != 0) log_bad_value(id, value, kLock, "LOCK");  // a diagnostic: the lock is ours
   return {0, set};
@@ -115,6 +127,7 @@ int give_back(unsigned id, int taken_from) {
     log_bad_value(id, value, kUnlock, "UNLOCK");
     return -1;
   }
+  note_taker(id, pthread_t{});
   return change_semaphore(set, id, 1, kUnlock, "UNLOCK");
 }
 
@@ -246,6 +259,27 @@ CriticalSection::~CriticalSection() {
   } else {
     find_set(kUnlock, "");
   }
+}
+
+bool has_conf_shm_lock() {
+  return conf_shm_taker.load(std::memory_order_relaxed) == pthread_self();
+}
+
+bool are_there_locks() { return find_set(nullptr, nullptr) != kNoSet; }
+
+QuietSection::QuietSection() : set_(has_conf_shm_lock() ? kNoSet : find_set(nullptr, nullptr)) {
+  if (set_ == kNoSet) return;
+  if (change_semaphore(set_, CAPI_LOCK_CONF_SHM, -1, nullptr, nullptr) != 0) {
+    set_ = kNoSet;
+  } else {
+    note_taker(CAPI_LOCK_CONF_SHM, pthread_self());
+  }
+}
+
+QuietSection::~QuietSection() {
+  if (set_ == kNoSet) return;
+  note_taker(CAPI_LOCK_CONF_SHM, pthread_t{});
+  change_semaphore(set_, CAPI_LOCK_CONF_SHM, 1, nullptr, nullptr);
 }
 
 }  // namespace capi

@@ -61,4 +61,26 @@ class CAPI_SCOPED_CAPABILITY CriticalSection {
   bool refused_;
 };
 
+// Whether this thread has lock 0 and would wait for itself.
+bool has_conf_shm_lock();
+
+// Whether there is a set of locks; logs nothing.
+bool are_there_locks();
+
+// The same without a word in the log, for lock 0 alone. Tells whether it was given; without a set,
+// or to a thread that has it already, it is not.
+class QuietSection {
+ public:
+  QuietSection();
+  ~QuietSection();
+  QuietSection(const QuietSection&) = delete;
+  QuietSection& operator=(const QuietSection&) = delete;
+
+  explicit operator bool() const { return set_ != -1; }
+
+ private:
+  const CancellationHold hold_;
+  int set_;
+};
+
 }  // namespace capi

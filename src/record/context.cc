@@ -29,6 +29,7 @@ constexpr char kFunc[] = "__cfg_backend_init_shm";
 void* const kNotAttached = reinterpret_cast<void*>(-1);
 
 constinit std::atomic<cfg_backend_context*> process_context{nullptr};
+constinit std::atomic<cfg_backend_context*> live_process_context{nullptr};
 
 // No system call where the kernel lends its clock.
 time_t coarse_seconds() {
@@ -54,9 +55,9 @@ int find_or_make_segment(key_t key, bool is_master) {
   int id = shmget(key, kSize, kIpcMode);
   if (id == -1 && errno == ENOENT) {
     id = shmget(key, kSize, IPC_CREAT | kIpcMode);
-    if (id != -1 && !is_master) {
-      CAPI_LOG_AS(kFunc, kLogWarning, "there was no segment, made an empty one\n");
-    }
+    if (id == -1) return -1;
+    if (!is_master) CAPI_LOG_AS(kFunc, kLogWarning, "there was no segment, made an empty one\n");
+    announce_segment();
   }
   return id;
 }
@@ -79,8 +80,9 @@ void attach(cfg_backend_context& ctx, bool is_master) {
     CAPI_LOG_AS(kFunc, kLogErr, "ERROR shmat, reason = [%s]\n", strerror(errno));
     return;
   }
-  ctx.shm = static_cast<cfg_shared_record*>(ctx.shm_addr);
+  ctx.shm = static_cast<const cfg_shared_record*>(ctx.shm_addr);
   ctx.seen_id = ctx.shm_id;
+  ctx.attachment = kFirstAttachment;
   ctx.looked_at = coarse_seconds();
 }
 
@@ -89,7 +91,11 @@ void attach(cfg_backend_context& ctx, bool is_master) {
 bool replace_segment(cfg_backend_context& ctx, int id) {
   void* const other = shmat(id, nullptr, 0);
   if (other == kNotAttached) return false;
-  if (mremap(other, kSize, kSize, MREMAP_MAYMOVE | MREMAP_FIXED, ctx.shm_addr) == MAP_FAILED) {
+  ++ctx.attachment;
+  const bool done =
+      mremap(other, kSize, kSize, MREMAP_MAYMOVE | MREMAP_FIXED, ctx.shm_addr) != MAP_FAILED;
+  ++ctx.attachment;
+  if (!done) {
     const ErrnoKeeper keeper;
     shmdt(other);
     return false;
@@ -98,11 +104,15 @@ bool replace_segment(cfg_backend_context& ctx, int id) {
   return true;
 }
 
+int find_segment(const cfg_backend_context& ctx) {
+  const key_t key = ftok(ctx.key_path, kKeyProject);
+  return key != -1 ? shmget(key, kSize, kIpcMode) : -1;
+}
+
 // Looks whether the attached segment is the one that others find, and tells of what has changed.
 // One that is gone is kept until there is another: its values are better than none.
 void look_at_segment(cfg_backend_context& ctx) {
-  const key_t key = ftok(ctx.key_path, kKeyProject);
-  const int id = key != -1 ? shmget(key, kSize, kIpcMode) : -1;
+  const int id = find_segment(ctx);
   const bool is_news = id != ctx.seen_id;
   ctx.seen_id = id;
   if (id == ctx.shm_id) return;
@@ -128,32 +138,38 @@ void override_text(char* to, size_t size, const char* from) {
 }
 
 // The master's program may know better than the info files who the device is.
-void apply_override(cfg_backend_context& ctx) {
+void apply_override(cfg_backend_context& ctx, cfg_shared_record* record) {
   if (ctx.callbacks.init_override_cb == nullptr) return;
   const cfg_shared_record& from = ctx.staging;
-  if (ctx.callbacks.init_override_cb(&ctx.staging) <= 0 || ctx.shm == nullptr) return;
-  cfg_shared_record& to = *ctx.shm;
+  if (ctx.callbacks.init_override_cb(&ctx.staging) <= 0 || record == nullptr) return;
+  cfg_shared_record& to = *record;
   override_text(to.device_imei, sizeof to.device_imei, from.device_imei);
   override_text(to.wan_mac, sizeof to.wan_mac, from.wan_mac);
   override_text(to.fw_version, sizeof to.fw_version, from.fw_version);
   to.voice_switch = from.voice_switch;
 }
 
-void start_master(cfg_backend_context& ctx) {
-  if (ctx.shm != nullptr) {
-    fill_defaults(*ctx.shm);
-    read_info_files(*ctx.shm);
+void start_master(cfg_backend_context& ctx) CAPI_REQUIRES(kConfShmLock) {
+  if (ctx.shm == nullptr) {
+    apply_override(ctx, nullptr);
+    memset(&ctx.staging, 0, sizeof ctx.staging);
+    return;
   }
-  apply_override(ctx);
+  const RecordChange change(*ctx.shm, kRecordTopics);
+  news_of(*ctx.shm).published_at = 0;
+  fill_defaults(*change);
+  read_info_files(*change);
+  apply_override(ctx, &*change);
   memset(&ctx.staging, 0, sizeof ctx.staging);
-  if (ctx.shm != nullptr) memcpy(&ctx.staging, ctx.shm, offsetof(cfg_shared_record, cs_reg_stat));
+  memcpy(&ctx.staging, ctx.shm, offsetof(cfg_shared_record, cs_reg_stat));
 }
 
 }  // namespace
 
 cfg_backend_context* context() { return process_context.load(std::memory_order_acquire); }
+cfg_backend_context* live_context() { return live_process_context.load(std::memory_order_acquire); }
 
-cfg_shared_record* shared_record() {
+const cfg_shared_record* shared_record() {
   cfg_backend_context* ctx = context();
   if (ctx == nullptr || ctx->shm == nullptr) return nullptr;
   const time_t now = coarse_seconds();
@@ -162,7 +178,27 @@ cfg_shared_record* shared_record() {
       ctx->looked_at.exchange(now) != now) {
     look_at_segment(*ctx);
   }
+  settle_generation(news_of(*ctx->shm));
   return ctx->shm;
+}
+
+void follow_segment(cfg_backend_context& ctx) {
+  if (ctx.shm == nullptr) return;
+  const int id = find_segment(ctx);
+  if (id == -1 || id == ctx.shm_id) return;
+  const CriticalSection section(kConfShmLock);
+  look_at_segment(ctx);
+}
+
+void RecordChange::note_publishing() const {
+  News& news = news_of(record_);
+  news.published = inside_ + 1;
+  news.published_at = static_cast<uint32_t>(time(nullptr));
+}
+
+void announce_store(capi_topic topic) {
+  const cfg_backend_context* ctx = context();
+  if (ctx != nullptr && ctx->shm != nullptr) announce(news_of(*ctx->shm), topic);
 }
 
 }  // namespace capi
@@ -176,6 +212,7 @@ int capiv2_cfg_backend_init(const capi_callbacks* callbacks, int is_master) {
   if (ctx == nullptr) return 0;
   ctx->shm_id = -1;
   attach(*ctx, is_master != 0);
+  live_process_context.store(ctx, std::memory_order_release);
   if (callbacks != nullptr) {
     ctx->callbacks = *callbacks;
     if (is_master != 0) start_master(*ctx);
@@ -188,6 +225,7 @@ int capiv2_cfg_backend_deinit() {
   using namespace capi;
   if (context() == nullptr) return 0;
   const CriticalSection section(kConfShmLock);
+  live_process_context.store(nullptr, std::memory_order_relaxed);
   cfg_backend_context* ctx = process_context.exchange(nullptr, std::memory_order_acq_rel);
   if (ctx == nullptr) return 0;
   if (ctx->shm_addr != nullptr && shmdt(ctx->shm_addr) == -1) {

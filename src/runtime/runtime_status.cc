@@ -9,10 +9,11 @@
 #include <iterator>
 
 #include "capi/backend.h"
+#include "capi/live.h"
 #include "capi/runtime.h"
 #include "foundation/log.h"
 #include "foundation/text.h"
-#include "record/context.h"
+#include "record/live_read.h"
 #include "record/segment_text.h"
 #include "record/whole_write.h"
 
@@ -67,6 +68,11 @@ capi_line_reg_stat never_published() {
   return stat;
 }
 
+void hand_out(const capi_line_reg_stat& stored, capi_line_reg_stat& record) {
+  record = was_published(stored) ? stored : never_published();
+  complete(record, time(nullptr));
+}
+
 }  // namespace
 }  // namespace capi
 
@@ -76,10 +82,12 @@ using namespace capi;
 
 int capi_cfg_backend_set_runtime_line_reg_stat(int line, capi_line_reg_stat* record, int stack) {
   if (record == nullptr) return -1;
-  return with_shared_record([&](cfg_shared_record& shared) {
+  return with_shared_record([&](const cfg_shared_record& shared) CAPI_REQUIRES(kConfShmLock) {
     if (!is_line(line) || !is_stack(stack)) return -1;
     stamp(*record);
-    capi_line_reg_stat& stored = shared.reg_stat[stack][line];
+    // The callback may write, too.
+    const RecordChange change(shared, CAPI_TOPIC_LINES);
+    capi_line_reg_stat& stored = change->reg_stat[stack][line];
     write_whole(stored, *record);
     const capi_reg_stat_cb callback = context()->callbacks.reg_stat_cb;
     if (callback != nullptr) callback(line, stack, &stored);
@@ -91,22 +99,23 @@ int capi_cfg_backend_get_runtime_line_reg_stat(int line, capi_line_reg_stat* rec
   if (record == nullptr) return -1;
   return with_shared_record([&](const cfg_shared_record& shared) {
     if (!is_line(line) || !is_stack(stack)) return -1;
-    const capi_line_reg_stat& stored = shared.reg_stat[stack][line];
-    *record = was_published(stored) ? stored : never_published();
-    complete(*record, time(nullptr));
+    hand_out(shared.reg_stat[stack][line], *record);
     return 0;
   });
 }
 
 int capi_cfg_backend_set_runtime_line_cs_reg_stat(int line, const capi_line_cs_reg_stat* record) {
   if (record == nullptr) return -1;
-  return with_shared_record([&](cfg_shared_record& shared) {
+  return with_shared_record([&](const cfg_shared_record& shared) CAPI_REQUIRES(kConfShmLock) {
     if (!is_line(line)) return -1;
-    capi_line_cs_reg_stat& stored = shared.cs_reg_stat[line];
-    write_whole(stored, *record);
     const capi_cs_reg_stat_cb callback = context()->callbacks.cs_reg_stat_cb;
-    const auto position = reinterpret_cast<char*>(&stored) - reinterpret_cast<char*>(&shared);
-    if (callback != nullptr) callback(line, &stored, &shared, static_cast<int>(position));
+    // The callback may write anywhere.
+    const RecordChange change(shared,
+                              callback != nullptr ? kRecordTopics : unsigned{CAPI_TOPIC_LINES});
+    capi_line_cs_reg_stat& stored = change->cs_reg_stat[line];
+    write_whole(stored, *record);
+    const auto position = reinterpret_cast<char*>(&stored) - reinterpret_cast<char*>(&*change);
+    if (callback != nullptr) callback(line, &stored, &*change, static_cast<int>(position));
     return 0;
   });
 }
@@ -122,11 +131,12 @@ int capi_cfg_backend_get_runtime_line_cs_reg_stat(int line, capi_line_cs_reg_sta
 
 int capi_cfg_backend_set_runtime_line_phone_phy_status(int line, const char* text) {
   if (text == nullptr) return -1;
-  return with_shared_record([&](cfg_shared_record& shared) {
+  return with_shared_record([&](const cfg_shared_record& shared) CAPI_REQUIRES(kConfShmLock) {
     if (!is_line(line)) return -1;
     char status[sizeof shared.phone_phy_status[line]];
     copy_text(status, text);
-    write_whole(shared.phone_phy_status[line], status);
+    const RecordChange change(shared, CAPI_TOPIC_LINES);
+    write_whole(change->phone_phy_status[line], status);
     return 0;
   });
 }
@@ -140,6 +150,17 @@ int capi_cfg_backend_get_runtime_line_phone_phy_status(int line, char* buf, int 
     copy_text(buf, buffer_size(len), !status.empty() ? status : "Unknown");
     return 0;
   });
+}
+
+int capi_live_get_line_reg_stat(int line, capi_line_reg_stat* record, int stack) {
+  if (record == nullptr || !is_line(line) || !is_stack(stack)) return -1;
+  capi_line_reg_stat stored;
+  const bool is_attached = read_live([&](const cfg_shared_record& shared) {
+    copy_live(&stored, &shared.reg_stat[stack][line], sizeof stored);
+  });
+  if (!is_attached) return -1;
+  hand_out(stored, *record);
+  return 0;
 }
 
 // ---- Public ------------------------------------------------------------------------------------

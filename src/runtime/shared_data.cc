@@ -91,14 +91,16 @@ void write_files(const cfg_shared_record& record) {
   });
 }
 
-int store(cfg_shared_record& record, int type, const void* block) {
+int store(const cfg_shared_record& record, int type, const void* block)
+    CAPI_REQUIRES(kConfShmLock) {
   if (type < 0 || static_cast<size_t>(type) >= std::size(kBlocks)) {
     CAPI_LOG_AS("capi_cfg_backend_set_shared_data", kLogErr, "not support share data type %d!",
                 type);
     return -1;
   }
   if (block == nullptr) return -1;
-  write_whole(bytes_at(record, kBlocks[type].offset), block, kBlocks[type].size);
+  const RecordChange change(record, CAPI_TOPIC_LINES);
+  write_whole(bytes_at(*change, kBlocks[type].offset), block, kBlocks[type].size);
   return 0;
 }
 
@@ -107,7 +109,7 @@ int store(cfg_shared_record& record, int type, const void* block) {
 
 int capi_cfg_backend_set_shared_data(int type, const void* block) {
   using namespace capi;
-  return with_shared_record([&](cfg_shared_record& record) {
+  return with_shared_record([&](const cfg_shared_record& record) CAPI_REQUIRES(kConfShmLock) {
     const int result = store(record, type, block);
     write_files(record);
     return result;

@@ -17,6 +17,7 @@
 #include "foundation/file_replacement.h"
 #include "foundation/log.h"
 #include "foundation/shell.h"
+#include "record/context.h"
 #include "sms/image.h"
 #include "sms/path.h"
 
@@ -66,6 +67,7 @@ Replaced write_content(const char* path, std::span<const uint8_t> bytes, SmsPurp
   Replacing how{.is_durable = true};
   // The count, which is written last, does not fit to the messages before.
   if (purpose == SmsPurpose::Remove) how.head = sizeof(SmsFileHeader);
+  announce_store(CAPI_TOPIC_MESSAGES);
   return replace_file(path, bytes, how,
                       [&](ReplacingStep step) { log_failed_step(func, step, path); });
 }

@@ -99,7 +99,7 @@ void Adapter::publish(const std::string& settings) {
   clear_log();
 }
 
-cfg_shared_record& Adapter::segment() { return *context()->shm; }
+cfg_shared_record& Adapter::segment() { return const_cast<cfg_shared_record&>(*context()->shm); }
 
 std::string get_config(const std::string& section, const std::string& key) {
   char value[1024] = {};
