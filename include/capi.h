@@ -58,6 +58,7 @@
 #include "capi/sms.h"
 #include "capi/snapshot.h"
 #include "capi/util.h"
+#include "capi/watch.h"
 
 /* Apart stands capi/thread.h, the portable layer, for it cannot meet <threads.h>. */
 
