@@ -92,6 +92,33 @@ int capi_get_runtime_dir(int index, char *buf, int len);
  */
 char *capi_get_runtime_path(int index, const char *name, char *buf, int len);
 
+/* How far the adapter is; each needs the ones before it. */
+enum capi_presence_state {
+  CAPI_PRESENCE_NO_LOCKS = 0,   /* no master has started: "/tmp/m_data" or the locks are missing */
+  CAPI_PRESENCE_NO_SEGMENT = 1, /* capi_init() found no segment that it could attach */
+  CAPI_PRESENCE_NOT_PUBLISHED = 2, /* there is one, but no master has published its settings */
+  CAPI_PRESENCE_PUBLISHED = 3
+};
+
+struct capi_presence {
+  int32_t state;                 /* an enum capi_presence_state */
+  uint32_t replaced;             /* how often another segment took the place of the attached one */
+  uint64_t generation;           /* of the record now; 0 without a segment */
+  uint64_t published_generation; /* that publishing ended with; 0 when nothing is published */
+  int64_t published_at;          /* the time of it in seconds since 1970; 0 for the same */
+};
+
+CAPI_LAYOUT_ASSERT(offsetof(struct capi_presence, published_at) == 24, presence_published_at);
+CAPI_LAYOUT_ASSERT(sizeof(struct capi_presence) == 32, capi_presence);
+
+/*
+ * Tells whether anybody is there. What the last capi_config_finish() since the master's start left
+ * behind counts as published. Looks whether the segment was replaced, and uses the new one then.
+ * Returns 0, or -1 with the buffer untouched before capi_init() or for null. Takes lock 0 only when
+ * the segment was replaced; logs nothing otherwise.
+ */
+int capi_get_presence(struct capi_presence *presence);
+
 CAPI_END_DECLS
 
 #endif
