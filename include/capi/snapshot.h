@@ -37,6 +37,24 @@ int capi_snapshot_get(const struct cfg_shared_record *snapshot, const char *sect
 int capi_snapshot_write_config_file(const struct cfg_shared_record *snapshot, unsigned type,
                                     const char *path);
 
+/*
+ * Receives a value that differs between two snapshots: its section and key, as capi_config_get()
+ * takes them, and both texts, all valid during the call only. A result other than 0 ends the walk.
+ */
+typedef int (*capi_snapshot_change_cb)(const char *section, const char *name, const char *before,
+                                       const char *after, void *user);
+
+/*
+ * Hands every value of the key table that differs between "before" and "after" to a callback, in
+ * the order of the table, with the "user" that was given for it; a value that several sections have
+ * in common once, with the first. Returns 0, the callback's result that ended the walk, or -1 for a
+ * null snapshot or callback. Takes no lock, needs no capi_init(), and may be called from any thread
+ * and any callback.
+ */
+int capi_snapshot_diff(const struct cfg_shared_record *before,
+                       const struct cfg_shared_record *after, capi_snapshot_change_cb callback,
+                       void *user);
+
 CAPI_END_DECLS
 
 #endif
