@@ -43,6 +43,12 @@ struct Board {
   std::atomic<uint32_t> halves_seen;        // records that readers found to be half old, half new
   std::atomic<uint32_t> damage_noticed[2];  // in the files of short messages
 
+  std::atomic<uint64_t> live_reads;  // without the lock, and how many of them were torn
+  std::atomic<uint64_t> torn_live_reads;
+  std::atomic<uint64_t> plain_reads;  // without looking at the generation either
+  std::atomic<uint64_t> torn_plain_reads;
+  std::atomic<uint32_t> seen[kMaxWorkers];  // the last value that each watcher read, plus 1
+
   // What was added under each number, plus 1; 0 is nobody yet.
   std::atomic<uint32_t> call_of_sequence[kMaxNumbers];
   std::atomic<uint32_t> message_of_id[2][kMaxNumbers];

@@ -68,7 +68,7 @@ std::string_view last_line(std::string_view file) {
 char letter(uint32_t number) { return static_cast<char>('A' + number % 26); }
 
 bool is_uniform(std::span<const uint8_t> bytes) {
-  return std::all_of(bytes.begin(), bytes.end(), [&](uint8_t byte) { return byte == bytes[0]; });
+  return bytes.size() < 2 || memcmp(bytes.data(), bytes.data() + 1, bytes.size() - 1) == 0;
 }
 
 capi_call_log_record make_call(uint32_t number) {
