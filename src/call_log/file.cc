@@ -36,7 +36,6 @@ Replaced write_call_log(const char* path, const capi_call_log_image& image, cons
                                   " failure flush data into file %s, error : %s!",
                                   " failure close file %s, error : %s!"};
   how.is_durable = true;
-  announce_store(CAPI_TOPIC_CALLS);
   return replace_file(path, bytes, how, [&](ReplacingStep step) {
     CAPI_LOG_AS(words.func, kLogWarning, failures[static_cast<size_t>(step)], path,
                 strerror(errno));
@@ -188,9 +187,13 @@ int create_call_log_file(const char* path, Emptying emptying) {
     if (lstat(path, &status) == 0 && S_ISDIR(status.st_mode)) remove(path);
     how.odd_file = OddFile::Replaced;
   }
-  if (emptying == Emptying::Cleaned) how.head = kHeadSize;
+  const bool is_cleaned = emptying == Emptying::Cleaned;
+  if (is_cleaned) how.head = kHeadSize;
+  if (is_cleaned) announce_store(CAPI_TOPIC_CALLS);
   const WriteWords words{kCreate, kNotCreated, " failure write data into file %s, error : %s!"};
   if (write_call_log(path, *image, words, how) != Replaced::Done) return -1;
+  // A remedy, when it is done: who is told before that reads, and finds the same again.
+  if (!is_cleaned) announce_store(CAPI_TOPIC_CALLS);
   CAPI_LOG_AS(kCreate, kLogInfo, " create file %s success !", path);
   return 0;
 }
@@ -237,6 +240,7 @@ void delete_call_log_file(const char* path) {
 
 Replaced replace_call_log(const char* path, const capi_call_log_image& image,
                           const WriteWords& words, Purpose purpose) {
+  announce_store(CAPI_TOPIC_CALLS);
   const size_t head = purpose == Purpose::Remove ? kHeadSize : 0;
   const Replaced result = write_call_log(path, image, words, {.head = head});
   if (result == Replaced::Cut && create_call_log_file(path, Emptying::Rebuilt) != 0) {

@@ -121,13 +121,13 @@ int give_back(unsigned id, int taken_from) {
   const int error = errno;
   if (set == kNoSet) set = taken_from;
   if (set == kNoSet) return error;
+  note_taker(id, pthread_t{});
   // A lock that nobody holds must not be raised above 1.
   const int value = semctl(set, static_cast<int>(id), GETVAL);
   if (value != 0) {
     log_bad_value(id, value, kUnlock, "UNLOCK");
     return -1;
   }
-  note_taker(id, pthread_t{});
   return change_semaphore(set, id, 1, kUnlock, "UNLOCK");
 }
 

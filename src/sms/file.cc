@@ -67,7 +67,6 @@ Replaced write_content(const char* path, std::span<const uint8_t> bytes, SmsPurp
   Replacing how{.is_durable = true};
   // The count, which is written last, does not fit to the messages before.
   if (purpose == SmsPurpose::Remove) how.head = sizeof(SmsFileHeader);
-  announce_store(CAPI_TOPIC_MESSAGES);
   return replace_file(path, bytes, how,
                       [&](ReplacingStep step) { log_failed_step(func, step, path); });
 }
@@ -105,7 +104,12 @@ bool create_sms_file(const char* path, SmsPurpose purpose) {
   uint8_t bytes[sizeof(SmsFileHeader)];
   SmsImage image(bytes, sizeof bytes);
   image.reset(make_sms_file_identity());
+  const bool is_remedy = purpose == SmsPurpose::Add;
+  if (!is_remedy) announce_store(CAPI_TOPIC_MESSAGES);
   if (write_content(path, image.bytes(), purpose, kCreateFunc) != Replaced::Done) return false;
+  // Not before: who is told reads, and would try the same again, and again, where it cannot be
+  // done.
+  if (is_remedy) announce_store(CAPI_TOPIC_MESSAGES);
   CAPI_LOG_AS(kCreateFunc, kLogInfo, " create file %s successfully!\n", path);
   return true;
 }
@@ -181,6 +185,7 @@ SmsTrouble check_sms_file(std::span<const uint8_t> bytes) {
 }
 
 bool write_sms_file(const char* path, std::span<const uint8_t> bytes, SmsPurpose purpose) {
+  announce_store(CAPI_TOPIC_MESSAGES);
   const Replaced result = write_content(path, bytes, purpose, kWriteFunc);
   if (result == Replaced::Cut) create_sms_file(path);
   return result == Replaced::Done;
