@@ -52,6 +52,7 @@ inline constexpr char kInPlace[] = "in place";
 void require(bool holds, const char* what);
 
 Rows lock_rows();
+Rows live_rows();
 Rows config_rows();
 Rows record_rows();
 Rows file_rows();

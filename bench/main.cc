@@ -1,9 +1,10 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
-// capi_bench [--brief] [--only TEXT] [--json FILE] [--plot FILE.svg]
+// capi_bench [--brief] [--only TEXT] [--json FILE] [--plot FILE.svg] [--growth FILE.svg]
 //
 // Measures every row whose name contains TEXT and prints the table. With --brief each contestant
-// runs once, which shows that it works and nothing else.
+// runs once, which shows that it works and nothing else. Without --only, and with "at once", many
+// readers and watchers follow; --growth draws the readers.
 
 #include <algorithm>
 #include <cstdio>
@@ -15,6 +16,7 @@
 
 #include "bench.h"
 #include "device.h"
+#include "growth.h"
 #include "report.h"
 
 namespace bench {
@@ -28,12 +30,15 @@ struct Options {
   std::string only;
   std::string json;
   std::string plot;
+  std::string growth;
 };
 
 std::optional<Options> parse(int argc, char** argv) {
   Options options;
-  const std::map<std::string, std::string*> texts{
-      {"--only", &options.only}, {"--json", &options.json}, {"--plot", &options.plot}};
+  const std::map<std::string, std::string*> texts{{"--only", &options.only},
+                                                  {"--json", &options.json},
+                                                  {"--plot", &options.plot},
+                                                  {"--growth", &options.growth}};
   for (int i = 1; i < argc; ++i) {
     const auto text = texts.find(argv[i]);
     if (strcmp(argv[i], "--brief") == 0) {
@@ -131,8 +136,8 @@ Result measure(const Row& row, bool brief, Collector& collector) {
 
 Rows all_rows() {
   Rows all;
-  for (Rows (*make)() : {lock_rows, config_rows, record_rows, status_rows, file_rows, call_log_rows,
-                         sms_rows, carrier_rows, signal_rows, attach_rows}) {
+  for (Rows (*make)() : {lock_rows, live_rows, config_rows, record_rows, status_rows, file_rows,
+                         call_log_rows, sms_rows, carrier_rows, signal_rows, attach_rows}) {
     for (Row& row : make()) all.push_back(std::move(row));
   }
   return all;
@@ -151,6 +156,10 @@ int run(const Options& options) {
   collector.finish();
   print_table(results);
   print_peers();
+  if (std::string_view("at once").find(options.only) == 0) {
+    measure_readers(options.brief, options.growth);
+    measure_watchers(options.brief);
+  }
   if (!options.plot.empty()) write_plot(options.plot, results);
   return 0;
 }
@@ -168,7 +177,9 @@ void require(bool holds, const char* what) {
 int main(int argc, char** argv) {
   const auto options = bench::parse(argc, argv);
   if (!options) {
-    fprintf(stderr, "usage: capi_bench [--brief] [--only TEXT] [--json FILE] [--plot FILE.svg]\n");
+    fprintf(stderr,
+            "usage: capi_bench [--brief] [--only TEXT] [--json FILE] [--plot FILE.svg] "
+            "[--growth FILE.svg]\n");
     return 2;
   }
   if (getenv("CAPI_PRIVATE_VIEW") == nullptr) {

@@ -22,7 +22,7 @@
  *  7. Fork. A child of fork() without exec may use the library if its parent held no critical
  *     section at the time. It does not own the parent's locks.
  *  8. Callbacks. Those of capi_init() run with lock 0 held and must not call anything that takes
- *     it.
+ *     it. They may read by capi/live.h.
  *  9. Death. A process that dies gives its critical sections back through the kernel. A record
  *     that it was setting is the old one or the new one (on kernels with process_vm_readv()). So is
  *     a file that it was writing, also after a power cut; only one that cannot be replaced, as a

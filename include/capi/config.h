@@ -5,8 +5,9 @@
  *
  * All calls but the six that always fail take lock 0 while they copy, so that a record is never
  * seen half written, and must not be called from a callback of capi_init(). Lines, servers and
- * forwards are numbered 1 and 2, stacks 1 to 5. No setter tells anybody of the change: post a
- * signal (capi/event.h) and write the voice-stack file anew as needed.
+ * forwards are numbered 1 and 2, stacks 1 to 5. A setter tells those who watch (capi/watch.h) and
+ * nobody else: post a signal (capi/event.h) and write the voice-stack file anew as needed. To read
+ * without the lock, also from callbacks, there is capi/live.h.
  */
 #ifndef CAPI_CONFIG_H
 #define CAPI_CONFIG_H

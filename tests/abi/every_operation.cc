@@ -36,6 +36,7 @@ const capi_callbacks kNoCallbacks{};
 capi_log_sink sink = nullptr;
 
 char text[2048];
+capi_watch watch;
 constexpr int kTextSize = sizeof text;
 
 // What most callers of the library never see: the longest texts that get through.
@@ -74,6 +75,7 @@ bool gets(int (*get)(char*, int)) { return get(text, kTextSize) == 0; }
 // ---- Log, files, locks
 // ---------------------------------------------------------------------------
 
+int ignore_change(const char*, const char*, const char*, const char*, void*) { return 0; }
 int ignore_item(const char*, const char*, const char*) { return 0; }
 int put_line(int index, char* buf, void*) {
   return index <= 2 ? snprintf(buf, 64, "line=%d\n", index) : 0;
@@ -262,6 +264,29 @@ constexpr Operation kConfiguration[] = {
      }},
     {"capi_snapshot_write_config_file",
      [] { return capi_snapshot_write_config_file(&record<cfg_shared_record>(), 0, kFile) == 0; }},
+    {"capi_snapshot_diff",
+     [] {
+       static constexpr cfg_shared_record kEmpty{};
+       return capi_snapshot_diff(&kEmpty, &record<cfg_shared_record>(), ignore_change, nullptr) ==
+              0;
+     }},
+    {"capi_live_get", [] { return capi_live_get("sms", "option_sms_sca", text, kTextSize) == 0; }},
+    {"capi_live_read", [] { return gets(capi_live_get_voice_basic); }},
+    {"capi_live_get_line_reg_stat",
+     [] { return capi_live_get_line_reg_stat(0, &record<capi_line_reg_stat>(), 0) == 0; }},
+    {"capi_live_refresh",
+     [] {
+       uint64_t generation = 0;
+       return capi_live_refresh(&record<cfg_shared_record>(), &generation) == 1;
+     }},
+    {"capi_watch_open", [] { return capi_watch_open(&watch, CAPI_TOPIC_ALL) == 0; }},
+    {"capi_watch_changed", [] { return capi_watch_changed(&watch) == 0; }},
+    {"capi_watch_close",
+     [] {
+       capi_watch_close(&watch);
+       return watch.fd == -1;
+     }},
+    {"capi_get_presence", [] { return gets(capi_get_presence); }},
 };
 
 // ---- Device, carrier, line status

@@ -58,6 +58,21 @@ int take_snapshot() {
   return capi_snapshot_get(&snapshot, "sms", "option_sms_enable", value, sizeof value);
 }
 
+int watch_for_changes() {
+  capi_watch watch;
+  const int opened = capi_watch_open(&watch, CAPI_TOPIC_ALL);
+  if (opened != 0) return opened;
+  const int changed = capi_watch_changed(&watch);
+  capi_watch_close(&watch);
+  return changed;
+}
+
+int ask_who_is_there() {
+  capi_presence presence;
+  const int asked = capi_get_presence(&presence);
+  return asked != 0 ? asked : presence.state - CAPI_PRESENCE_NOT_PUBLISHED;
+}
+
 int get_directory() {
   char dir[256];
   return capi_get_runtime_dir(0, dir, sizeof dir);
@@ -114,6 +129,8 @@ Operations configuration_operations() {
       plain("get a record", get_record),
       plain("set a record", set_record),
       plain("take a snapshot", take_snapshot),
+      plain("watch for changes", watch_for_changes),
+      plain("ask who is there", ask_who_is_there),
       plain("get a directory", get_directory),
       plain("get a path", get_path),
       plain("set a line's status", set_line_status),

@@ -15,12 +15,13 @@ void capi_records(capi_serving_cell_info*, capi_shared_reg_summary*, capi_shared
 
 void capi_numbers(capi_config_key_kind, capi_hardware_info_index, capi_simcard_info_index,
                   capi_quorble_info_type, capi_lock_id, capi_shared_data_type, capi_param_type,
-                  capi_sms_selector, thrd_result, mtx_type) {}
+                  capi_sms_selector, capi_presence_state, capi_record_kind, capi_topic, thrd_result,
+                  mtx_type) {}
 
 void capi_limits(decltype(CAPI_CALL_LOG_TYPES), decltype(CAPI_CARRIER_FITS_IMSI),
                  decltype(CAPI_CARRIER_APNS), decltype(CAPI_IPC_ALL_INTERFACES),
                  decltype(CAPI_RUNTIME_DIRS), decltype(CAPI_SIGNAL_CALLS),
-                 decltype(CAPI_SMS_MAX_MESSAGES)) {}
+                 decltype(CAPI_SMS_MAX_MESSAGES), decltype(CAPI_TOPIC_COUNT)) {}
 
 #pragma GCC visibility pop
 
