@@ -6,6 +6,7 @@
 #include <time.h>
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <cmath>
 #include <cstdio>
@@ -62,7 +63,7 @@ void rest(double seconds) {
   nanosleep(&time, nullptr);
 }
 
-using Counts = std::atomic<uint64_t>[kMostReaders];
+using Counts = std::array<std::atomic<uint64_t>, kMostReaders>;
 
 uint64_t sum(const Counts& counts) {
   uint64_t all = 0;

@@ -95,7 +95,7 @@ Row refresh_row() {
 }
 
 // The setter's work without the generation and without looking whether somebody watches.
-int set_untold(const capi_voice_sip_line_feature& feature) CAPI_UNCHECKED_LOCKS {
+int set_untold(const capi_voice_sip_line_feature& feature) {
   return capi::with_shared_record([&](const cfg_shared_record& record) {
     auto& shared = const_cast<cfg_shared_record&>(record);
     capi::write_whole(shared.sip_line_feature[0], feature);
