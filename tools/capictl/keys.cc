@@ -108,6 +108,13 @@ std::string nearest_hint(const std::string& label) {
   return "All keys: capictl config list";
 }
 
+int collect_difference(const char* section, const char* name, const char* before, const char* after,
+                       void* user) {
+  const Key* key = find_key(section, name);
+  static_cast<std::vector<Difference>*>(user)->push_back({key, before, after});
+  return 0;
+}
+
 Stored stored_number(const Key& key, const std::string& value) {
   errno = 0;
   char* end = nullptr;
@@ -199,6 +206,15 @@ std::string value_of(const cfg_shared_record& record, const Key& key) {
   capi_snapshot_get(&record, key.section.c_str(), key.name.c_str(), value,
                     static_cast<int>(sizeof value));
   return value;
+}
+
+bool is_secret(const Key& key) { return key.name.ends_with("password"); }
+
+std::vector<Difference> differences(const cfg_shared_record& before,
+                                    const cfg_shared_record& after) {
+  std::vector<Difference> result;
+  capi_snapshot_diff(&before, &after, collect_difference, &result);
+  return result;
 }
 
 }  // namespace capictl

@@ -54,4 +54,16 @@ Stored loaded_value(const Key& key, const std::string& value);
 // The value of a key.
 std::string value_of(const cfg_shared_record& record, const Key& key);
 
+// Whether nobody who only looks on should read the value.
+bool is_secret(const Key& key);
+
+// What differs between two snapshots; a value that several sections have in common once.
+struct Difference {
+  const Key* key;
+  std::string before;
+  std::string after;
+};
+std::vector<Difference> differences(const cfg_shared_record& before,
+                                    const cfg_shared_record& after);
+
 }  // namespace capictl
