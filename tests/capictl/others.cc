@@ -2,8 +2,11 @@
 // SPDX-License-Identifier: MIT
 // What other processes of an adapter do while the tests run the tool.
 //
-// others calls: adds two calls. others lines: publishes what two lines do. others hold ID: takes a
-// lock, says so, and holds it until its standard input ends.
+// others calls: adds two calls. others lines: publishes what two lines do; others talk: what they
+// do then. others unnamed: writes what has no
+// key. others settings COUNT: changes a setting so often.
+// others start: starts as a master does, and publishes nothing. others hold ID: takes a lock, says
+// so, and holds it until its standard input ends.
 #include <capi.h>
 
 #include <cstdio>
@@ -49,6 +52,41 @@ int publish_lines() {
          capi_set_shared_data(CAPI_SHARED_REG_SUMMARY_1, &summary);
 }
 
+int talk() {
+  capi_line_reg_stat lost{};
+  lost.fail_reason = 3;
+  capi_shared_phone_status phone{};
+  phone.line = 1;
+  phone.incoming = 1;
+  capi_shared_call_state calls{};
+  calls.line = 1;
+  calls.call[1].state = 4;
+  strcpy(calls.call[1].number, "15551230100");
+  strcpy(calls.call[1].name, "Workshop");
+  const capi_line_cs_reg_stat cs{{1, -2, 0, 0, 5}};
+  return capi_set_runtime_line_reg_stat(0, &lost, 1) | capi_set_runtime_line_cs_reg_stat(1, &cs) |
+         capi_set_shared_data(CAPI_SHARED_PHONE_STATUS_1, &phone) |
+         capi_set_shared_data(CAPI_SHARED_CALL_STATE_1, &calls);
+}
+
+// A block whose content is its maker's, and a member of a record that has no key.
+int write_unnamed() {
+  char block[CAPI_VENDOR_BYTES] = "maker's";
+  capi_voice_stack stack{};
+  if (capi_get_voice_stack(&stack, 1) != 0) return -1;
+  stack.reserved = 7;
+  return capi_set_voice_stack(&stack, 1) |
+         capi_set_quorble_info(CAPI_QUORBLE_VENDOR, block, sizeof block);
+}
+
+int change_settings(long count) {
+  int result = 0;
+  for (; count > 0 && result == 0; --count) {
+    result = capi_config_set("sms", "option_sms_sca", 0, count % 2 != 0 ? "+1" : "+2");
+  }
+  return result;
+}
+
 int hold(unsigned lock) {
   if (capi_critical_section_lock(lock) != 0) return 1;
   puts("held");
@@ -62,9 +100,15 @@ int hold(unsigned lock) {
 int main(int argc, char** argv) {
   const char* what = argc > 1 ? argv[1] : "";
   int result = -1;
-  capi_init(nullptr, 0, [](int, const char*) {});
+  const capi_callbacks callbacks{};
+  const bool is_master = strcmp(what, "start") == 0;
+  capi_init(is_master ? &callbacks : nullptr, is_master ? 1 : 0, [](int, const char*) {});
+  if (is_master) result = 0;
   if (strcmp(what, "calls") == 0) result = add_calls();
   if (strcmp(what, "lines") == 0) result = publish_lines();
+  if (strcmp(what, "talk") == 0) result = talk();
+  if (strcmp(what, "unnamed") == 0) result = write_unnamed();
+  if (strcmp(what, "settings") == 0 && argc > 2) result = change_settings(atol(argv[2]));
   if (strcmp(what, "hold") == 0 && argc > 2) result = hold(static_cast<unsigned>(atoi(argv[2])));
   return result == 0 ? 0 : 1;
 }

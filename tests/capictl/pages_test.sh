@@ -20,6 +20,7 @@ is() { [ "$1" = "$2" ] || fail "offered \"$1\" instead of \"$2\""; }
 is "$(completed config '')" 'get set list describe dump diff lint watch --help'
 is "$(completed config w)" watch
 is "$(completed config watch --)" '--help --interval --count'
+is "$(completed monitor '')" '--help config device lines calls messages'
 is "$(completed --json stack-file voip --d)" '--diff'
 is "$(completed stack-file vo)" 'volte voip vowifi'
 is "$(completed sms show r)" received

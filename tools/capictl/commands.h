@@ -13,6 +13,7 @@ void add_status(CLI::App& app, Context& context);
 void add_config(CLI::App& app, Context& context);
 void add_config_watch(CLI::App& config, Context& context);
 void add_config_files(CLI::App& config, Context& context);
+void add_monitor(CLI::App& app, Context& context);
 void add_line(CLI::App& app, Context& context);
 void add_locks(CLI::App& app, Context& context);
 void add_carrier(CLI::App& app, Context& context);

@@ -24,7 +24,7 @@ constexpr char kFooter[] =
     "Examples:\n"
     "  capictl status\n"
     "  capictl config set sip_line_1.display_name Frontdesk\n"
-    "  capictl config watch\n"
+    "  capictl monitor\n"
     "  capictl calls export calls.csv";
 
 // A standard stream that was closed would lend its number to the next file that is opened, and what
@@ -74,6 +74,7 @@ int run_tool(int argc, char** argv) {
   app.add_flag("--json", context.json, "Print JSON");
   app.add_flag("--verbose", context.verbose, "Print the library's log on standard error");
   add_status(app, context);
+  add_monitor(app, context);
   add_config(app, context);
   add_line(app, context);
   add_locks(app, context);

@@ -4,7 +4,10 @@
 
 #include <capi.h>
 
+#include <algorithm>
 #include <cstring>
+
+#include "context.h"
 
 namespace capictl {
 namespace {
@@ -115,12 +118,35 @@ class Checker {
   Faults faults_;
 };
 
+StoredMessage message_at(const std::string& content, size_t offset) {
+  capi_sms_record record{};
+  memcpy(&record, content.data() + offset, kFixed);
+  const size_t size = std::min({record.TextLen, record.TextSize, uint32_t{CAPI_SMS_TEXT_CAPACITY}});
+  return {record.id,
+          record.status,
+          record.bRead != 0,
+          record.BeginTime,
+          text_of(record.LocalNumber),
+          text_of(record.RemoteNumber),
+          record.TextType,
+          content.substr(offset + kFixed, size)};
+}
+
 }  // namespace
 
 Faults check_messages(const std::string& content) { return Checker(content).check(); }
 
 unsigned count_messages(const std::string& content) {
   return number_at<uint32_t>(content, kCountAt);
+}
+
+std::vector<StoredMessage> messages_of(const std::string& content) {
+  std::vector<StoredMessage> messages;
+  for (size_t offset = kHeader; offset + kHead + kFixed <= content.size();) {
+    messages.push_back(message_at(content, offset + kHead));
+    offset += kHead + number_at<uint32_t>(content, offset + 4);
+  }
+  return messages;
 }
 
 }  // namespace capictl

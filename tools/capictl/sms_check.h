@@ -12,4 +12,17 @@ Faults check_messages(const std::string& content);
 // How many messages a file counts that is usable.
 unsigned count_messages(const std::string& content);
 
+// The messages of one, the oldest first. Of each text there is as much as belongs to it.
+struct StoredMessage {
+  uint64_t id;
+  unsigned status;
+  bool is_read;
+  uint32_t stored_at;  // seconds since 1970
+  std::string local;
+  std::string remote;
+  uint32_t text_type;
+  std::string text;
+};
+std::vector<StoredMessage> messages_of(const std::string& content);
+
 }  // namespace capictl

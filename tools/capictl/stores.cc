@@ -29,12 +29,6 @@ std::string path_of(const Store& store) {
          store.file;
 }
 
-bool read_store(const Store& store, std::string& content) {
-  const std::string path = path_of(store);
-  const Lock lock(store.lock);
-  return read_file(path, content);
-}
-
 const char* consequence(const Store& store, Outcome outcome) {
   switch (outcome) {
     case Outcome::Replaced:
@@ -100,6 +94,12 @@ const Store kReceivedMessages = {"received messages",     "sm_recv",      "/quor
 const Store kSentMessages = {"sent messages",         "sm_send",      "/quorbleconf/ims_data",
                              CAPI_LOCK_VOICE_SMS,     check_messages, kMessagesReplaced,
                              kMessagesReplacedAtStart};
+
+bool read_store(const Store& store, std::string& content) {
+  const std::string path = path_of(store);
+  const Lock lock(store.lock);
+  return read_file(path, content);
+}
 
 void check_store(const Store& store, const std::string& path, Context& context) {
   std::string content;

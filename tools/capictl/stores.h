@@ -26,6 +26,9 @@ extern const Store kSentMessages;
 // Checks a store's file, or another one of its kind. Needs an adapter for the former.
 void check_store(const Store& store, const std::string& path, Context& context);
 
+// Reads a store's file whole, while nobody writes it. False, and errno, when it cannot be read.
+bool read_store(const Store& store, std::string& content);
+
 // A row for each list of calls and each file of messages.
 Table store_table();
 

@@ -60,17 +60,6 @@ size_t character_size(std::string_view text) {
   return size;
 }
 
-// A text as JSON and cJSON can carry it: what they cannot becomes the sign for that.
-std::string json_text(std::string_view text) {
-  std::string result;
-  while (!text.empty()) {
-    const size_t size = text[0] == '\0' ? 0 : character_size(text);
-    result += size == 0 ? "\xEF\xBF\xBD" : text.substr(0, size);
-    text.remove_prefix(std::max<size_t>(size, 1));
-  }
-  return result;
-}
-
 using JsonPrinter = char* (*)(const cJSON* json);
 
 void print_json(const cJSON* json, JsonPrinter print = cJSON_Print) {
@@ -79,22 +68,25 @@ void print_json(const cJSON* json, JsonPrinter print = cJSON_Print) {
   puts(text.get());
 }
 
+cJSON* value_to_json(const std::string& text, bool is_number) {
+  if (is_number) return cJSON_CreateRaw(text.empty() ? "null" : text.c_str());
+  return cJSON_CreateString(json_text(text).c_str());
+}
+
 cJSON* to_json(const Table& table, const std::vector<std::string>& row) {
   cJSON* object = cJSON_CreateObject();
   for (size_t i = 0; i < row.size(); ++i) {
     const Column& column = table.columns()[i];
-    const std::string text = column.is_number ? row[i] : json_text(row[i]);
-    cJSON_AddItemToObject(object, column.title.c_str(),
-                          column.is_number ? cJSON_CreateRaw(text.empty() ? "null" : text.c_str())
-                                           : cJSON_CreateString(text.c_str()));
+    cJSON_AddItemToObject(object, column.title.c_str(), value_to_json(row[i], column.is_number));
   }
   return object;
 }
 
 cJSON* facts_to_json(const Table& table) {
   cJSON* object = cJSON_CreateObject();
-  for (const auto& fact : table.rows()) {
-    cJSON_AddStringToObject(object, fact[0].c_str(), json_text(fact[1]).c_str());
+  for (size_t i = 0; i < table.rows().size(); ++i) {
+    const auto& fact = table.rows()[i];
+    cJSON_AddItemToObject(object, fact[0].c_str(), value_to_json(fact[1], table.is_number_fact(i)));
   }
   return object;
 }
@@ -175,6 +167,25 @@ void Table::add(std::vector<std::string> cells) {
   rows_.push_back(std::move(cells));
 }
 
+void Table::add_number(std::string name, uint64_t value) {
+  number_facts_.push_back(rows_.size());
+  add({std::move(name), std::to_string(value)});
+}
+
+bool Table::is_number_fact(size_t row) const {
+  return std::ranges::find(number_facts_, row) != number_facts_.end();
+}
+
+std::string json_text(std::string_view text) {
+  std::string result;
+  while (!text.empty()) {
+    const size_t size = text[0] == '\0' ? 0 : character_size(text);
+    result += size == 0 ? "\xEF\xBF\xBD" : text.substr(0, size);
+    text.remove_prefix(std::max<size_t>(size, 1));
+  }
+  return result;
+}
+
 std::string printable(std::string_view text) {
   std::string result;
   while (!text.empty()) {
@@ -211,11 +222,11 @@ void print(const Table& table, const Context& context) {
   }
 }
 
+void print_json_line(const cJSON* json) { print_json(json, cJSON_PrintUnformatted); }
+
 void print_more(const Table& table, const Context& context) {
   if (!context.json) return print_plain(table, "");
-  for (const auto& row : table.rows()) {
-    print_json(Json(to_json(table, row)).get(), cJSON_PrintUnformatted);
-  }
+  for (const auto& row : table.rows()) print_json_line(Json(to_json(table, row)).get());
 }
 
 namespace {

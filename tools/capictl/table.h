@@ -4,6 +4,8 @@
 // as JSON.
 #pragma once
 
+#include <cjson/cJSON.h>
+
 #include <initializer_list>
 #include <string>
 #include <string_view>
@@ -27,6 +29,10 @@ class Table {
 
   void add(std::vector<std::string> cells);
 
+  // A fact that is a number in JSON, too.
+  void add_number(std::string name, uint64_t value);
+  bool is_number_fact(size_t row) const;
+
   const std::string& name() const { return name_; }
   const std::vector<Column>& columns() const { return columns_; }
   const std::vector<std::vector<std::string>>& rows() const { return rows_; }
@@ -37,11 +43,18 @@ class Table {
   std::vector<Column> columns_;
   std::vector<std::vector<std::string>> rows_;
   bool has_facts_ = false;
+  std::vector<size_t> number_facts_;  // their rows
 };
 
 // Control characters, which could also steer a terminal, and what is not UTF-8 written out: "\n",
 // "\x1b".
 std::string printable(std::string_view text);
+
+// A text as JSON can carry it: what it cannot becomes the sign for that.
+std::string json_text(std::string_view text);
+
+// Prints an object on a line of its own.
+void print_json_line(const cJSON* json);
 
 // Prints one table; in JSON it is an array of objects, or one of facts.
 void print(const Table& table, const Context& context);
