@@ -5,8 +5,8 @@ source "$(dirname "$0")/support.sh"
 
 in_case 'Without an adapter every command that needs one says what to do'
 set_up_device
-down='capictl: the adapter is not running: its shared record is not there or empty. Start its master process, or bring it up from setting files: capictl master --settings FILE'
-for command in status 'config list' 'config get sms.sca' 'config set sms.sca 1' 'config dump' \
+down='capictl: no adapter is up: there are no locks, because no master has started; start the master, or bring one up: capictl master --settings FILE'
+for command in status monitor 'config list' 'config get sms.sca' 'config set sms.sca 1' 'config dump' \
   'config diff /dev/null' 'config watch' 'stack-file voip' 'calls list' 'calls show 1' 'calls export' \
   'calls delete 1' 'calls clear' 'calls backup /tmp/a' 'calls check' 'sms list sent' 'sms show sent 1' \
   'sms send 1 hi' 'sms mark-read sent 1' 'sms delete sent 1' 'sms clear sent' 'sms backup /tmp/a' \
@@ -16,9 +16,26 @@ for command in status 'config list' 'config get sms.sca' 'config set sms.sca 1' 
 done
 [ -e /tmp/posted_signals ] && fail 'a signal was posted without an adapter'
 
-in_case 'What it is brought up from has to be there; then later files go before earlier ones'
+in_case 'What it is brought up from has to be there'
 expect_error 3 'capictl: /nowhere cannot be read: No such file or directory' master --settings /nowhere
 expect_error 3 "$down" status
+
+in_case 'What is missing is named, from the first that there has to be'
+mv /tmp/m_data /tmp/kept_data
+expect_error 3 'capictl: no adapter is up: /tmp/m_data is missing, by which the locks are found; provide it, then start the master, or bring one up: capictl master --settings FILE' status
+mv /tmp/kept_data /tmp/m_data
+expect 0 '' master
+mv /usr/sbin/vsdk_cmd /usr/sbin/kept_cmd
+expect_error 3 'capictl: no adapter is up: /usr/sbin/vsdk_cmd is missing, by which the shared record is found; provide it, then start the master, or bring one up: capictl master --settings FILE' status
+mv /usr/sbin/kept_cmd /usr/sbin/vsdk_cmd
+expect 0 '' config get sms.sca
+others start
+expect_error 3 'capictl: no adapter is up: no master has published settings yet; start the master, or bring one up: capictl master --settings FILE' status
+ipcrm --all=shm
+expect_error 3 'capictl: no adapter is up: no master has published settings yet; start the master, or bring one up: capictl master --settings FILE' config list
+ipcrm --all
+
+in_case 'Later files go before earlier ones'
 printf '[sms]\noption_sms_sca=1\noption_sms_enable=1\n' >/tmp/first
 printf '[sms]\noption_sms_sca=2\n' >/tmp/second
 expect 0 '' master --settings /tmp/first /tmp/second

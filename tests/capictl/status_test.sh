@@ -4,6 +4,7 @@
 source "$(dirname "$0")/support.sh"
 
 set_up_device
+started=$(date +%s)
 start_adapter
 device="device	model	QZX-200
 device	hardware	V3
@@ -24,14 +25,38 @@ locks	2	CAPI_LOCK_CALL_LOG	free			0
 locks	10	CAPI_LOCK_VOP_RUN_INFO	free			0
 locks	12	CAPI_LOCK_VOICE_REG_STAT	free			0
 locks	18	CAPI_LOCK_VOICE_SMS	free			0'
+# What the tool says of the adapter: the time and the numbers are other ones each time.
+look_at_adapter() {
+  local facts
+  facts=$("${tool[@]}" status | grep '^adapter')
+  since=$(sed -nE 's/^adapter\tsince\t([0-9-]{10}T[0-9:]{8}Z)$/\1/p' <<<"$facts")
+  generation=$(sed -nE 's/^adapter\tgeneration\t([0-9]+)$/\1/p' <<<"$facts")
+  [ "$since" ] && [ "$generation" ] || fail "the adapter is: $facts"
+  adapter="adapter	state	published
+adapter	since	$since
+adapter	generation	$generation
+adapter	replaced	0"
+}
 stores='stores	calls of type 0	0	sound
 stores	calls of type 1	0	sound
 stores	calls of type 2	0	sound
 stores	received messages	0	sound
 stores	sent messages	0	sound'
 
+in_case 'Since when it is published, and how often it changed'
+look_at_adapter
+published=$since
+[ "$(date -d "$since" +%s)" -ge $((started - 1)) ] || fail "it is published since $since"
+[ "$(date -d "$since" +%s)" -le "$(date +%s)" ] || fail "it is published since $since"
+before=$generation
+expect 0 '' config set sms.sca +15550000001
+look_at_adapter
+[ $((generation - before)) -eq 2 ] || fail "a change took the generation from $before to $generation"
+[ "$since" = "$published" ] || fail "a change published it again: $since"
+
 in_case 'An adapter on which nothing happens yet'
-expect 0 "$device
+expect 0 "$adapter
+$device
 lines	1	1	Frontdesk	15551230001	Unknown	0	0	0
 lines	2	0	Fax	15551230002	Unknown	0	0	0
 $stores
@@ -45,7 +70,9 @@ lines='lines	1	1	Frontdesk	15551230001	Off-hook	1	1	1
 lines	2	0	Fax	15551230002	Unknown	0	0	0
 registrations	1	2	voip	Registered	2001-09-09T01:46:40Z		
 registrations	2	1	volte	Unregistered	2001-09-09T01:47:40Z	Server Rejected	403'
-expect 0 "$device
+look_at_adapter
+expect 0 "$adapter
+$device
 $lines
 $stores
 $locks" status
@@ -91,7 +118,9 @@ calls of type 1	0	sound
 calls of type 2	1	sound
 received messages	0	unsound
 sent messages		cannot be read'
-expect 0 "$device
+look_at_adapter
+expect 0 "$adapter
+$device
 $lines
 $(sed '1d; s/^/stores\t/' <<<"$stores")
 $locks" status
@@ -101,7 +130,14 @@ cmp /quorbleconf/nv/sm_recv /tmp/damaged || fail 'a look at the status changed a
 cp /tmp/sound /quorbleconf/nv/sm_recv
 mv /tmp/sent /quorbleconf/nv/sm_send
 
-expect_on_terminal 0 'device
+look_at_adapter
+expect_on_terminal 0 "adapter
+state       published
+since       $since
+generation  $generation
+replaced    0
+"'
+device
 model           QZX-200
 hardware        V3
 serial number   2604000123456
@@ -162,6 +198,12 @@ json_registration() {
 \t\t\t"since":\t"%s",\n\t\t\t"reason":\t"%s",\n\t\t\t"detail":\t"%s"\n\t\t}' "$@"
 }
 expect 0 '{
+	"adapter":	{
+		"state":	"published",
+		"since":	"'"$since"'",
+		"generation":	'"$generation"',
+		"replaced":	0
+	},
 	"device":	{
 		"model":	"QZX-200",
 		"hardware":	"V3",

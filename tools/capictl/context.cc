@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: MIT
 #include "context.h"
 
+#include <unistd.h>
+
 #include <array>
 #include <cerrno>
 #include <cstdio>
@@ -14,6 +16,32 @@ void print_log(int level, const char* text) { fprintf(stderr, "<%d> %s\n", level
 
 void ignore_log(int, const char*) {}
 
+constexpr char kRemedy[] = "start the master, or bring one up: capictl master --settings FILE";
+
+// What keeps an adapter from being up, and what to do about it; "" when it is.
+std::string obstacle_of(const capi_presence& presence) {
+  const auto is_missing = [](const char* path) { return access(path, F_OK) != 0; };
+  const std::string down = "no adapter is up: ";
+  switch (presence.state) {
+    case CAPI_PRESENCE_PUBLISHED:
+      return "";
+    case CAPI_PRESENCE_NOT_PUBLISHED:
+      return down + "no master has published settings yet; " + kRemedy;
+    case CAPI_PRESENCE_NO_SEGMENT:
+      if (!is_missing("/usr/sbin/vsdk_cmd")) {
+        return "the shared record cannot be attached; --verbose tells why";
+      }
+      return down + "/usr/sbin/vsdk_cmd is missing, by which the shared record is found; provide " +
+             "it, then " + kRemedy;
+    default:
+      if (!is_missing("/tmp/m_data")) {
+        return down + "there are no locks, because no master has started; " + kRemedy;
+      }
+      return down + "/tmp/m_data is missing, by which the locks are found; provide it, then " +
+             kRemedy;
+  }
+}
+
 struct FileCloser {
   void operator()(FILE* file) const { fclose(file); }
 };
@@ -24,12 +52,12 @@ capi_log_sink Context::log_sink() const { return verbose ? print_log : ignore_lo
 
 Attachment::Attachment(const Context& context) {
   capi_init(nullptr, 0, context.log_sink());
-  cfg_shared_record record;
-  if (capi_snapshot_take(&record) == 0 && is_started(record)) return;
+  capi_presence presence{};
+  capi_get_presence(&presence);
+  const std::string obstacle = obstacle_of(presence);
+  if (obstacle.empty()) return;
   capi_uninit();
-  throw Failure(
-      "the adapter is not running: its shared record is not there or empty. Start its master "
-      "process, or bring it up from setting files: capictl master --settings FILE");
+  throw Failure(obstacle);
 }
 
 Attachment::~Attachment() { capi_uninit(); }

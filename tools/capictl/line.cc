@@ -12,16 +12,6 @@ namespace {
 
 bool wants(int wanted, int index) { return wanted == 0 || wanted == index + 1; }
 
-std::string time_text(int32_t seconds) {
-  if (seconds == 0) return "";
-  const time_t time = seconds;
-  tm parts{};
-  char text[32];
-  gmtime_r(&time, &parts);
-  strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &parts);
-  return text;
-}
-
 bool was_published(const capi_line_reg_stat& stat) { return stat.magic[0] != '\0'; }
 
 int registered_stacks(const cfg_shared_record& record, int line) {
@@ -45,6 +35,16 @@ void show(const Context& context, int line) {
 }
 
 }  // namespace
+
+std::string time_text(int64_t seconds) {
+  if (seconds == 0) return "";
+  const auto time = static_cast<time_t>(seconds);
+  tm parts{};
+  char text[32];
+  gmtime_r(&time, &parts);
+  strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &parts);
+  return text;
+}
 
 Table line_table(const cfg_shared_record& record, int line) {
   Table table("lines", {{"line", true},

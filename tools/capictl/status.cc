@@ -22,6 +22,17 @@ std::string firmware() {
   return version.erase(version.find_last_not_of("\r\n") + 1);
 }
 
+Table adapter_table() {
+  capi_presence presence{};
+  capi_get_presence(&presence);
+  Table table = Table::of_facts("adapter");
+  table.add({"state", presence.state == CAPI_PRESENCE_PUBLISHED ? "published" : "not published"});
+  table.add({"since", time_text(presence.published_at)});
+  table.add_number("generation", presence.generation);
+  table.add_number("replaced", presence.replaced);
+  return table;
+}
+
 Table device_table(const cfg_shared_record& record) {
   Table table = Table::of_facts("device");
   table.add({"model", text_from(capi_get_hardware_info, CAPI_HW_MODEL_NAME)});
@@ -51,16 +62,20 @@ Table sim_table() {
 void show(const Context& context) {
   const Attachment adapter(context);
   const cfg_shared_record record = take_snapshot();
-  print({device_table(record), sim_table(), line_table(record), registration_table(record),
-         store_table(), lock_table()},
+  print({adapter_table(), device_table(record), sim_table(), line_table(record),
+         registration_table(record), store_table(), lock_table()},
         context);
 }
 
 }  // namespace
 
 void add_status(CLI::App& app, Context& context) {
-  CLI::App* command = app.add_subcommand("status", "Show device, SIM, lines, stores and locks");
-  command->footer("Example:\n  capictl status --json");
+  CLI::App* command =
+      app.add_subcommand("status", "Show adapter, device, SIM, lines, stores and locks");
+  command->footer(
+      "Under \"adapter\" stand the time when the settings were published, the generation\n"
+      "of the record, which grows with each change, and how often another record took\n"
+      "the place of this process's one.\n\nExample:\n  capictl status --json");
   command->callback([&context] { show(context); });
 }
 
