@@ -4,6 +4,7 @@
 // page of many values shows it.
 
 #include <capi.h>
+#include <poll.h>
 #include <unistd.h>
 
 #include <array>
@@ -70,17 +71,22 @@ void see_change() {
          "one signal was posted");
 }
 
+constexpr char kTimer[] = "option_basic_sip_session_timer_expires";
+
+std::string value_on(const cfg_shared_record& page, const char* section, const char* key) {
+  std::array<char, 256> text{};
+  capi_snapshot_get(&page, section, key, text.data(), static_cast<int>(text.size()));
+  return text.data();
+}
+
 // A page of many values: of one snapshot, so that they belong together.
 void show_page() {
   const auto page = std::make_unique<cfg_shared_record>();
   expect(capi_snapshot_take(page.get()) == 0, "copied all %zu bytes of the record under one lock",
          sizeof *page);
   const auto value = [&page](const char* section, const char* key) {
-    std::array<char, 256> text{};
-    capi_snapshot_get(page.get(), section, key, text.data(), static_cast<int>(text.size()));
-    return std::string(text.data());
+    return value_on(*page, section, key);
   };
-  constexpr char kTimer[] = "option_basic_sip_session_timer_expires";
   show("line 1", value("sip_line_1", "option_sip_line_display_name"));
   show("line 2", value("sip_line_2", "option_sip_line_display_name"));
   show("registrar", value("sip_server_1", "option_sip_server_registrar"));
@@ -92,6 +98,52 @@ void show_page() {
   expect(capi_config_set("basic_sip", kTimer, 0, "900") == 0, "the timer is put back");
 }
 
+// A page that stays open tells that it is.
+struct OpenPage {
+  int told = -1;
+  int tell = -1;
+  OpenPage() {
+    std::array<int, 2> ends{-1, -1};
+    if (pipe(ends.data()) == 0) {
+      told = ends[0];
+      tell = ends[1];
+    }
+  }
+  ~OpenPage() {
+    close(told);
+    close(tell);
+  }
+  OpenPage(const OpenPage&) = delete;
+  OpenPage& operator=(const OpenPage&) = delete;
+};
+
+// The same page, which follows what others change, without asking again and again.
+void follow_changes(const OpenPage& open) {
+  const auto page = std::make_unique<cfg_shared_record>();
+  uint64_t generation = 0;
+  capi_watch watch{};
+  expect(capi_watch_open(&watch, CAPI_TOPIC_CONFIG) == 0, "watches the configuration");
+  expect(capi_live_refresh(page.get(), &generation) == 1, "made the page, without a lock");
+  expect(capi_live_refresh(page.get(), &generation) == 0,
+         "while nothing changes nothing is copied");
+  show("session timer", value_on(*page, "basic_sip", kTimer));
+  expect(write(open.tell, "", 1) == 1, "now it sleeps");
+  pollfd wake_up{watch.fd, POLLIN, 0};
+  expect(poll(&wake_up, 1, -1) == 1 && capi_watch_changed(&watch) == CAPI_TOPIC_CONFIG,
+         "it is woken up by a change");
+  expect(capi_live_refresh(page.get(), &generation) == 1, "brought the page up to date");
+  show("session timer", value_on(*page, "basic_sip", kTimer));
+  expect(value_on(*page, "basic_sip", kTimer) == "1200", "it is what the front end wrote");
+  expect(capi_config_set("basic_sip", kTimer, 0, "900") == 0, "the timer is put back");
+  capi_watch_close(&watch);
+}
+
+void change_timer(const OpenPage& open) {
+  char byte = 0;
+  expect(read(open.told, &byte, 1) == 1, "a page is open");
+  expect(capi_config_set("basic_sip", kTimer, 0, "1200") == 0, "changed the timer to 1200 s");
+}
+
 }  // namespace
 
 void play_typical_request(Stage& stage) {
@@ -100,6 +152,10 @@ void play_typical_request(Stage& stage) {
   stage.run_process("web front end", change_line);
   stage.run_process("voice application", see_change);
   stage.run_process("management front end", show_page);
+  const OpenPage open;
+  stage.run_together(
+      "management front end", [&open] { follow_changes(open); }, "web front end",
+      [&open] { change_timer(open); });
 }
 
 }  // namespace demo
