@@ -94,18 +94,28 @@ int read_files(cfg_shared_record& record) {
   return 0;
 }
 
+// Changes the shared record, whatever the lock is in a search.
+template <typename Body>
+void change_record(Body body) {
+  const int result = capi::with_shared_record(
+      [=](const cfg_shared_record& record) CAPI_REQUIRES(capi::kConfShmLock) {
+        const capi::RecordChange change(record, capi::kRecordTopics);
+        return body(*change);
+      });
+  require(result == 0);
+}
+
 // Begins with a record that has nothing in it.
 void fill_record_from_files() {
-  capi::with_shared_record([](cfg_shared_record& record) {
+  change_record([](cfg_shared_record& record) {
     constexpr uint8_t kNothing = 0;
     overwrite(record, &kNothing, sizeof kNothing);
-    return 0;
+    return read_files(record);
   });
-  require(capi::with_shared_record(read_files) == 0);
 }
 
 void fill_record_with(const uint8_t* data, size_t size) {
-  capi::with_shared_record([=](cfg_shared_record& record) {
+  change_record([=](cfg_shared_record& record) {
     overwrite(record, data, size);
     return 0;
   });
