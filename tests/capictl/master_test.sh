@@ -33,6 +33,10 @@ others start
 expect_error 3 'capictl: no adapter is up: no master has published settings yet; start the master, or bring one up: capictl master --settings FILE' status
 ipcrm --all=shm
 expect_error 3 'capictl: no adapter is up: no master has published settings yet; start the master, or bring one up: capictl master --settings FILE' config list
+key=$(ipcs --shmems | grep -o '^0x[^ ]*')
+ipcrm --all=shm
+perl -e 'shmget(unpack("l", pack("L", hex(shift))), 100, 01666) // die' "$key"
+expect_error 3 'capictl: the shared record cannot be attached; --verbose tells why' status
 ipcrm --all
 
 in_case 'Later files go before earlier ones'
