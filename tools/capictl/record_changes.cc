@@ -69,6 +69,8 @@ class Rest {
     memcpy(reinterpret_cast<char*>(told_.get()) + offset, bytes_at(now_, offset), size);
   }
 
+  const Record& told() const { return *told_; }
+
   // The topics in which something is left.
   unsigned topics() const {
     unsigned topics = 0;
@@ -130,24 +132,30 @@ bool differs(const Record& before, const Record& now, const Member& member) {
   return member.is_text ? strncmp(a, b, member.size) != 0 : memcmp(a, b, member.size) != 0;
 }
 
-void add_values(ChangeLines& lines, const Record& before, const Record& now, unsigned topics) {
+void add_keys(ChangeLines& lines, const Record& before, const Record& now, unsigned topics,
+              Rest& rest) {
   for (const Difference& difference : differences(before, now)) {
     const unsigned topic = topic_at(difference.key->offset());
     if ((topics & topic) != 0) lines.push_back(key_line(topic, difference));
   }
-  for (const Member& member : kMembers) {
-    if ((topics & topic_at(member.offset)) == 0 || !differs(before, now, member)) continue;
-    lines.push_back(member_line(before, now, member));
-  }
-}
-
-void add_rest(ChangeLines& lines, const Record& before, const Record& now, unsigned topics) {
-  Rest rest(before, now);
   for (const Key& key : all_keys()) {
     const bool is_text = key.row.kind == CAPI_CONFIG_TEXT;
     rest.tell(key.offset(), is_text ? static_cast<size_t>(key.row.capacity) : sizeof(int32_t));
   }
-  for (const Member& member : kMembers) rest.tell(member.offset, member.size);
+}
+
+// Those that have no key; one may get one.
+void add_members(ChangeLines& lines, const Record& now, unsigned topics, Rest& rest) {
+  for (const Member& member : kMembers) {
+    const bool is_wanted = (topics & topic_at(member.offset)) != 0;
+    if (is_wanted && differs(rest.told(), now, member)) {
+      lines.push_back(member_line(rest.told(), now, member));
+    }
+    rest.tell(member.offset, member.size);
+  }
+}
+
+void add_rest(ChangeLines& lines, unsigned topics, const Rest& rest) {
   for (const unsigned topic : {CAPI_TOPIC_CONFIG, CAPI_TOPIC_DEVICE}) {
     if ((rest.topics() & topics & topic) == 0) continue;
     lines.push_back(std::move(ChangeLine(topic, "changed").words("changed")));
@@ -158,8 +166,10 @@ void add_rest(ChangeLines& lines, const Record& before, const Record& now, unsig
 
 ChangeLines record_changes(const Record& before, const Record& now, unsigned topics) {
   ChangeLines lines;
-  add_values(lines, before, now, topics);
-  add_rest(lines, before, now, topics);
+  Rest rest(before, now);
+  add_keys(lines, before, now, topics, rest);
+  add_members(lines, now, topics, rest);
+  add_rest(lines, topics, rest);
   if ((topics & CAPI_TOPIC_LINES) == 0) return lines;
   for (ChangeLine& line : line_changes(before, now)) lines.push_back(std::move(line));
   return lines;
