@@ -18,27 +18,25 @@ void ignore_log(int, const char*) {}
 
 constexpr char kRemedy[] = "start the master, or bring one up: capictl master --settings FILE";
 
-// What keeps an adapter from being up, and what to do about it; "" when it is.
+// What keeps an adapter from being up, and what to do about it.
 std::string obstacle_of(const capi_presence& presence) {
   const auto is_missing = [](const char* path) { return access(path, F_OK) != 0; };
   const std::string down = "no adapter is up: ";
   switch (presence.state) {
-    case CAPI_PRESENCE_PUBLISHED:
-      return "";
-    case CAPI_PRESENCE_NOT_PUBLISHED:
-      return down + "no master has published settings yet; " + kRemedy;
     case CAPI_PRESENCE_NO_SEGMENT:
       if (!is_missing("/usr/sbin/vsdk_cmd")) {
         return "the shared record cannot be attached; --verbose tells why";
       }
       return down + "/usr/sbin/vsdk_cmd is missing, by which the shared record is found; provide " +
              "it, then " + kRemedy;
-    default:
+    case CAPI_PRESENCE_NO_LOCKS:
       if (!is_missing("/tmp/m_data")) {
         return down + "there are no locks, because no master has started; " + kRemedy;
       }
       return down + "/tmp/m_data is missing, by which the locks are found; provide it, then " +
              kRemedy;
+    default:
+      return down + "no master has published settings yet; " + kRemedy;
   }
 }
 
@@ -50,14 +48,16 @@ struct FileCloser {
 
 capi_log_sink Context::log_sink() const { return verbose ? print_log : ignore_log; }
 
+// What a master has started is worth a look, whatever has got lost since.
 Attachment::Attachment(const Context& context) {
   capi_init(nullptr, 0, context.log_sink());
+  cfg_shared_record record;
+  uint64_t generation = 0;
+  if (capi_live_refresh(&record, &generation) == 1 && is_started(record)) return;
   capi_presence presence{};
   capi_get_presence(&presence);
-  const std::string obstacle = obstacle_of(presence);
-  if (obstacle.empty()) return;
   capi_uninit();
-  throw Failure(obstacle);
+  throw Failure(obstacle_of(presence));
 }
 
 Attachment::~Attachment() { capi_uninit(); }
