@@ -6,6 +6,7 @@
 
 #include "capi.h"
 #include "operation.h"
+#include "record/news.h"
 #include "support/adapter.h"
 
 namespace capi::test {
@@ -129,7 +130,14 @@ Operations configuration_operations() {
       plain("get a record", get_record),
       plain("set a record", set_record),
       plain("take a snapshot", take_snapshot),
-      plain("watch for changes", watch_for_changes),
+      {.name = "watch for changes",
+       .prepare =
+           [] {
+             become_master();
+             for (int i = 0; i < CAPI_TOPIC_COUNT; ++i) std::filesystem::remove(news_file(i));
+           },
+       .run = watch_for_changes,
+       .recover = [] { return watch_for_changes() == 0; }},
       plain("ask who is there", ask_who_is_there),
       plain("get a directory", get_directory),
       plain("get a path", get_path),
