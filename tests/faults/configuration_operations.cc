@@ -138,7 +138,10 @@ Operations configuration_operations() {
            },
        .run = watch_for_changes,
        .recover = [] { return watch_for_changes() == 0; }},
-      plain("ask who is there", ask_who_is_there),
+      {.name = "ask who is there",
+       .run = ask_who_is_there,
+       // Somebody may have removed the locks, which it says then.
+       .recover = [] { return ask_who_is_there() <= 0; }},
       plain("get a directory", get_directory),
       plain("get a path", get_path),
       plain("set a line's status", set_line_status),
