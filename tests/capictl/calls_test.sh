@@ -71,11 +71,15 @@ expect_on_terminal 0 $'\r1 of 2 calls\r2 of 2 calls' calls export /tmp/calls.csv
 expect_error 3 'capictl: /nowhere/calls.csv cannot be written' calls export /nowhere/calls.csv
 expect_error 3 'capictl: /dev/full is not complete: is the disk full?' calls export /dev/full
 
-in_case 'A backup is a copy of the file, at a path without blanks'
-expect 0 '' calls backup /tmp/copy
-until cmp --silent /tmp/copy /quorbleconf/nv/voip_call_log; do :; done # it may still be written
-expect_error 3 'capictl: the path goes to the shell as it is; choose one without blanks and such signs' \
-  calls backup '/tmp/a b'
+in_case 'A backup is a copy of the file, whatever its path, and there when the tool is done'
+for copy in /tmp/copy '/tmp/a b' '/tmp/$(id)'; do
+  expect 0 '' calls backup "$copy"
+  cmp "$copy" /quorbleconf/nv/voip_call_log || fail "the copy $copy is another file"
+done
+expect_error 3 'capictl: /nowhere/copy cannot be written: No such file or directory' \
+  calls backup /nowhere/copy
+expect_error 3 'capictl: /dev/full cannot be written: No space left on device' calls backup /dev/full
+ls /tmp/copy.new 2>/dev/null && fail 'a draft is left'
 
 in_case 'Calls are deleted by node, by type, or all of them'
 expect 0 '' calls delete 0

@@ -45,4 +45,18 @@ for held in '0 CONF_SHM' '2 CALL_LOG'; do
   expect 0 "$(locks_but none)" locks
 done
 
+in_case 'Many ask at once, beside the library that writes of its locks, and each gets all of them'
+free=$(locks_but none)
+for round in {1..20}; do
+  for i in 1 2 3; do
+    "${tool[@]}" locks >/tmp/asked.$i &
+    asked[i]=$!
+  done
+  "${emulator[@]}" "$others" stats
+  wait "${asked[@]}"
+  for i in 1 2 3; do
+    [ "$(cat /tmp/asked.$i)" = "$free" ] || fail "in round $round it said: $(cat /tmp/asked.$i)"
+  done
+done
+
 finish

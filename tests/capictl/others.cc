@@ -6,7 +6,7 @@
 // do then. others unnamed: writes what has no
 // key. others settings COUNT: changes a setting so often.
 // others start: starts as a master does, and publishes nothing. others hold ID: takes a lock, says
-// so, and holds it until its standard input ends.
+// so, and holds it until its standard input ends. others stats: has the library write of its locks.
 #include <capi.h>
 
 #include <cstdio>
@@ -109,6 +109,7 @@ int main(int argc, char** argv) {
   if (strcmp(what, "talk") == 0) result = talk();
   if (strcmp(what, "unnamed") == 0) result = write_unnamed();
   if (strcmp(what, "settings") == 0 && argc > 2) result = change_settings(atol(argv[2]));
+  if (strcmp(what, "stats") == 0) result = capi_critical_section_lock_stats();
   if (strcmp(what, "hold") == 0 && argc > 2) result = hold(static_cast<unsigned>(atoi(argv[2])));
   return result == 0 ? 0 : 1;
 }

@@ -58,12 +58,24 @@ text=$("${tool[@]}" sms list sent | tail -n 1 | cut -f 7-)
 "${tool[@]}" sms list sent --json | grep -qF $'"text":\t"\\u001b[2J\ufffd\u009b\u00e4"' ||
   fail 'the JSON is no UTF-8'
 
+in_case 'What is no phone number is sent nothing'
+before=$("${tool[@]}" sms list sent)
+for number in '' 'abc def' '+' '1 2' '12+' $'1\n'; do
+  "${tool[@]}" sms send "$number" hi 2>/tmp/refusal && fail "sent to '$number'"
+  grep -q 'is no phone number: digits, \* and #, with a + in front or without$' /tmp/refusal ||
+    fail "for '$number' it said: $(cat /tmp/refusal)"
+done
+[ "$("${tool[@]}" sms list sent)" = "$before" ] || fail 'a message was stored all the same'
+expect 0 '' sms send '*100#' hi
+expect 0 '' sms delete sent "$("${tool[@]}" sms list sent | tail -n 1 | cut -f 1)"
+
 expect 0 '' sms backup /tmp/copy
 cmp /tmp/copy.send /quorbleconf/nv/sm_send || fail 'the copy of the sent messages is another file'
 cmp /tmp/copy.recv /quorbleconf/nv/sm_recv || fail 'the copy of the received ones is another file'
-expect_error 3 'capictl: the path goes to the shell as it is; choose one without blanks and such signs' \
-  sms backup '/tmp/a b'
-expect_error 3 'capictl: the messages could not be copied; --verbose tells more' sms backup '/tmp/a[b]'
+expect 0 '' sms backup '/tmp/a b'
+cmp '/tmp/a b.send' /quorbleconf/nv/sm_send || fail 'the copy of the sent messages is another file'
+expect_error 3 'capictl: /nowhere/copy.recv cannot be written: No such file or directory' \
+  sms backup /nowhere/copy
 
 expect 0 '' sms delete sent 1
 expect 0 '' sms delete sent 2

@@ -164,10 +164,7 @@ void clear(const Context& context, const Args& args) {
 
 void back_up(const Context& context, const Args& args) {
   const Attachment adapter(context);
-  if (args.path.find_first_of(" '\"`$\\;&|<>()*?\n") != std::string::npos) {
-    throw Failure("the path goes to the shell as it is; choose one without blanks and such signs");
-  }
-  if (capi_voip_call_log_backup(args.path.c_str()) != 0) throw Failure("there is no call log");
+  back_up_store(kCallLog, args.path);
 }
 
 void check(Context& context, const Args& args) { check_store(kCallLog, args.path, context); }

@@ -54,6 +54,10 @@ bool read_file(const std::string& path, std::string& content);
 // The same; throws a Failure.
 std::string read_file(const std::string& path);
 
+// Replaces a file by this content, or leaves it as it was and throws: it is written whole, to the
+// medium, before it gets its name. What is no regular file is written to.
+void replace_file(const std::string& path, const std::string& content);
+
 // A text in a field of a record, which may lack its terminator.
 template <size_t N>
 std::string text_of(const char (&field)[N]) {

@@ -1,10 +1,8 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
 // capictl locks.
-#include <sys/stat.h>
-
-#include <cstdio>
-#include <sstream>
+#include <sys/ipc.h>
+#include <sys/sem.h>
 
 #include "commands.h"
 #include "lines.h"
@@ -13,7 +11,16 @@ namespace capictl {
 
 namespace {
 
-constexpr char kStatsPath[] = "/tmp/capi_lock_stats";
+// The locks that have a meaning.
+struct Name {
+  capi_lock_id id;
+  const char* text;
+};
+constexpr Name kNames[] = {{CAPI_LOCK_CONF_SHM, "CAPI_LOCK_CONF_SHM"},
+                           {CAPI_LOCK_CALL_LOG, "CAPI_LOCK_CALL_LOG"},
+                           {CAPI_LOCK_VOP_RUN_INFO, "CAPI_LOCK_VOP_RUN_INFO"},
+                           {CAPI_LOCK_VOICE_REG_STAT, "CAPI_LOCK_VOICE_REG_STAT"},
+                           {CAPI_LOCK_VOICE_SMS, "CAPI_LOCK_VOICE_SMS"}};
 
 std::string process_name(int pid) {
   std::string name;
@@ -21,58 +28,30 @@ std::string process_name(int pid) {
   return name.substr(0, name.find('\n'));
 }
 
-// Tells one writing of the statistics from another.
-struct Version {
-  ino_t inode;
-  timespec time;
-};
-
-Version version_of_stats() {
-  struct stat status {};
-  if (stat(kStatsPath, &status) != 0) return {};
-  return {status.st_ino, status.st_mtim};
-}
-
-bool operator==(const Version& a, const Version& b) {
-  return a.inode == b.inode && a.time.tv_sec == b.time.tv_sec && a.time.tv_nsec == b.time.tv_nsec;
-}
-
-// The library tells of its locks by writing a file.
-std::string write_and_read_stats() {
-  const Version before = version_of_stats();
-  if (capi_critical_section_lock_stats() != 0) {
+// The set of locks, as everybody finds it.
+int find_locks() {
+  const key_t key = ftok("/tmp/m_data", 'l');
+  const int set = key != -1 ? semget(key, CAPI_LOCK_COUNT, 0) : -1;
+  if (set == -1) {
     throw Failure("there are no locks: the adapter's master has not been started on this device");
   }
-  if (version_of_stats() == before) {
-    throw Failure(std::string(kStatsPath) +
-                  " cannot be written. It belongs to another user: be that one, or root");
-  }
-  return read_file(kStatsPath);
+  return set;
 }
 
 }  // namespace
 
+// Not by the library's statistics: they go through one file, which others may be writing, too.
 Table lock_table() {
   Table table(
       "locks",
       {{"id", true}, {"lock"}, {"state"}, {"holder", true}, {"program"}, {"waiters", true}});
-  std::istringstream in(write_and_read_stats());
-  int id = -1;
-  for (std::string line; std::getline(in, line);) {
-    char name[64];
-    int value = 0;
-    int pid = 0;
-    int waiters = 0;
-    if (sscanf(line.c_str(), "Type = [%63[^]]], Value = [%d], PID = [%d], NCNT = [%d]", name,
-               &value, &pid, &waiters) != 4) {
-      continue;
-    }
-    ++id;
-    if (!std::string(name).starts_with("CAPI_")) continue;
-    const bool is_held = value == 0;
-    table.add({std::to_string(id), name, is_held ? "held" : "free",
+  const int set = find_locks();
+  for (const Name& name : kNames) {
+    const bool is_held = semctl(set, name.id, GETVAL) == 0;
+    const int pid = semctl(set, name.id, GETPID);
+    table.add({std::to_string(name.id), name.text, is_held ? "held" : "free",
                is_held ? std::to_string(pid) : "", is_held ? process_name(pid) : "",
-               std::to_string(waiters)});
+               std::to_string(semctl(set, name.id, GETNCNT))});
   }
   return table;
 }

@@ -95,7 +95,16 @@ void show(const Context& context, const Args& args) {
   print(table, context);
 }
 
+bool is_number(const std::string& text) {
+  const size_t first = text.starts_with('+') ? 1 : 0;
+  return text.size() > first && text.find_first_not_of("0123456789*#", first) == std::string::npos;
+}
+
 void send(const Context& context, const Args& args) {
+  if (!is_number(args.number)) {
+    throw Failure("\"" + printable(args.number) +
+                  "\" is no phone number: digits, * and #, with a + in front or without");
+  }
   if (args.number.size() >= sizeof(capi_sms_record::RemoteNumber)) {
     throw Failure("the number is too long: it has up to 23 characters");
   }
@@ -136,12 +145,8 @@ void clear(const Context& context, const Args& args) {
 
 void back_up(const Context& context, const Args& args) {
   const Attachment adapter(context);
-  if (args.path.find_first_of(" '\"`$\\;&|<>()*?\n") != std::string::npos) {
-    throw Failure("the path goes to the shell as it is; choose one without blanks and such signs");
-  }
-  if (capi_voip_sms_backup(args.path.c_str()) != 0) {
-    throw Failure("the messages could not be copied; --verbose tells more");
-  }
+  back_up_store(kReceivedMessages, args.path + ".recv");
+  back_up_store(kSentMessages, args.path + ".send");
 }
 
 void check(Context& context, const Args& args) {

@@ -2,7 +2,9 @@
 // SPDX-License-Identifier: MIT
 #include "stores.h"
 
+#include <cerrno>
 #include <cstddef>
+#include <cstring>
 
 #include "calls_check.h"
 #include "sms_check.h"
@@ -117,6 +119,14 @@ void check_store(const Store& store, const std::string& path, Context& context) 
   }
   print(table, context);
   if (!table.rows().empty()) context.exit_code = kFinding;
+}
+
+void back_up_store(const Store& store, const std::string& to) {
+  std::string content;
+  if (!read_store(store, content)) {
+    throw Failure(path_of(store) + " cannot be read: " + strerror(errno));
+  }
+  replace_file(to, content);
 }
 
 Table store_table() {

@@ -29,6 +29,10 @@ void check_store(const Store& store, const std::string& path, Context& context);
 // Reads a store's file whole, while nobody writes it. False, and errno, when it cannot be read.
 bool read_store(const Store& store, std::string& content);
 
+// Copies a store's file as it is at one moment; the copy is there, whole and on the medium, when
+// this returns. Not by the library's backup, which a shell may go on with in the background.
+void back_up_store(const Store& store, const std::string& to);
+
 // A row for each list of calls and each file of messages.
 Table store_table();
 
