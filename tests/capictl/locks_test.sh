@@ -46,7 +46,7 @@ for held in '0 CONF_SHM' '2 CALL_LOG'; do
 done
 
 in_case 'Many ask at once, beside the library that writes of its locks, and each gets all of them'
-free=$(locks_but none)
+names=$(locks_but none | cut -f 1,2)
 for round in {1..20}; do
   for i in 1 2 3; do
     "${tool[@]}" locks >/tmp/asked.$i &
@@ -55,7 +55,8 @@ for round in {1..20}; do
   "${emulator[@]}" "$others" stats
   wait "${asked[@]}"
   for i in 1 2 3; do
-    [ "$(cat /tmp/asked.$i)" = "$free" ] || fail "in round $round it said: $(cat /tmp/asked.$i)"
+    # Who starts or ends has a lock for a moment.
+    [ "$(cut -f 1,2 /tmp/asked.$i)" = "$names" ] || fail "in round $round it said: $(cat /tmp/asked.$i)"
   done
 done
 
