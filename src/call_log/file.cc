@@ -188,8 +188,10 @@ int create_call_log_file(const char* path, Emptying emptying) {
     how.odd_file = OddFile::Replaced;
   }
   const bool is_cleaned = emptying == Emptying::Cleaned;
-  if (is_cleaned) how.head = kHeadSize;
-  if (is_cleaned) announce_store(CAPI_TOPIC_CALLS);
+  if (is_cleaned) {
+    how.head = kHeadSize;
+    announce_store(CAPI_TOPIC_CALLS);
+  }
   const WriteWords words{kCreate, kNotCreated, " failure write data into file %s, error : %s!"};
   if (write_call_log(path, *image, words, how) != Replaced::Done) return -1;
   // A remedy, when it is done: who is told before that reads, and finds the same again.
