@@ -23,12 +23,14 @@ struct RecordsOf : Records {};
 
 // Of this file's own, for what all share is reached by a detour on the device.
 template <typename Section, size_t Offset>
+// NOLINTNEXTLINE(bugprone-dynamic-static-initializers): it is constant
 static constexpr RecordsOf<std::remove_extent_t<Section>> kRecords{
     {Offset, sizeof(std::remove_extent_t<Section>),
      std::is_array_v<Section> ? std::extent_v<Section> : 1}};
 
 // A member as one record, bytes too.
 template <typename Section, size_t Offset>
+// NOLINTNEXTLINE(bugprone-dynamic-static-initializers): it is constant
 static constexpr Records kWhole{Offset, sizeof(Section), 1};
 
 }  // namespace capi
