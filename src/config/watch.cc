@@ -57,10 +57,9 @@ void forget_events(int fd) {
 unsigned ask(capi_watch& watch, const cfg_backend_context& ctx) {
   News& news = news_of(*ctx.shm);
   for (int i = 0; i < CAPI_TOPIC_COUNT; ++i) {
-    if ((watch.topics & 1U << i) != 0) news.topics[i].asked.fetch_add(1);
+    if ((watch.topics & 1U << i) != 0) ++news.topics[i].asked;
   }
   // Either the writer sees that it was asked, or its change is seen here.
-  std::atomic_thread_fence(std::memory_order_seq_cst);
   const uint32_t attachment = ctx.attachment.load();
   unsigned changed = 0;
   for (int i = 0; i < CAPI_TOPIC_COUNT; ++i) {

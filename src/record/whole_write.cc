@@ -20,6 +20,14 @@ bool is_within_a_page(const void* bytes, size_t size) {
 }
 
 bool kernel_copies(void* to, const void* from, size_t size) {
+#if defined(__SANITIZE_THREAD__)
+  // Readers without the lock look on, and the sanitizer takes only atomic stores for meant.
+  for (size_t i = 0; i < size; ++i) {
+    const char byte = static_cast<const char*>(from)[i];
+    __atomic_store_n(static_cast<char*>(to) + i, byte, __ATOMIC_RELAXED);
+  }
+  return true;
+#endif
   const iovec target{to, size};
   const iovec source{const_cast<void*>(from), size};
   return process_vm_readv(getpid(), &target, 1, &source, 1, 0) == static_cast<ssize_t>(size);
