@@ -57,6 +57,7 @@
 #include "capi/signal.h"
 #include "capi/sms.h"
 #include "capi/snapshot.h"
+#include "capi/stack_line.h"
 #include "capi/util.h"
 #include "capi/watch.h"
 

@@ -40,6 +40,16 @@ typedef int (*capi_config_key_cb)(const struct capi_config_key *key, void *user)
  */
 int capi_config_for_each(capi_config_key_cb callback, void *user);
 
+/*
+ * The key that capi_config_get() answers for, from a section and a name as it takes them: the
+ * numbers of both are those of the key's pattern. What is taken for a key although it is spelled
+ * otherwise, as any text in front of an entry's number, gives that key. Needs no capi_init(), takes
+ * no lock and may be called from any thread and any callback.
+ * Returns 0, or -1 with "key" untouched for a null argument, a section or name that there is not,
+ * or a number out of its range.
+ */
+int capi_config_find(const char *section, const char *name, struct capi_config_key *key);
+
 CAPI_END_DECLS
 
 #endif

@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "config/field_rows.h"
+#include "config/field_table.h"
 #include "foundation/text.h"
 
 namespace capi {
@@ -40,20 +41,32 @@ capi_config_key describe(const Section& section, std::string_view own_key, const
   return key;
 }
 
-int walk_section(SectionId id, capi_config_key_cb callback, void* user) {
-  const Section& section = kSections[static_cast<size_t>(id)];
-  for (const Row& row : kRows) {
-    if (row.section != id) continue;
-    const capi_config_key key = describe(section, kRows.text(row.named.key), row.named.field, 0);
-    if (const int result = callback(&key, user)) return result;
-  }
-  for (const NumberedRow& row : kNumberedRows) {
-    if (row.section != id) continue;
-    const capi_config_key key =
-        describe(section, kNumberedRows.text(row.named.key), row.named.field, row.count);
-    if (const int result = callback(&key, user)) return result;
+const Section& section_of(SectionId id) { return kSections[static_cast<size_t>(id)]; }
+
+capi_config_key describe(const Row& row) {
+  return describe(section_of(row.section), kRows.text(row.named.key), row.named.field, 0);
+}
+
+capi_config_key describe(const NumberedRow& row) {
+  return describe(section_of(row.section), kNumberedRows.text(row.named.key), row.named.field,
+                  row.count);
+}
+
+// Describes each row that "is_wanted" until "take" returns another number than 0: that is returned.
+template <typename Rows, typename Wanted, typename Take>
+int describe_each(const Rows& rows, Wanted is_wanted, Take take) {
+  for (const auto& row : rows) {
+    if (!is_wanted(row)) continue;
+    const capi_config_key key = describe(row);
+    if (const int result = take(key)) return result;
   }
   return 0;
+}
+
+template <typename Wanted, typename Take>
+int describe_each(Wanted is_wanted, Take take) {
+  const int result = describe_each(kRows, is_wanted, take);
+  return result != 0 ? result : describe_each(kNumberedRows, is_wanted, take);
 }
 
 }  // namespace
@@ -64,7 +77,21 @@ using namespace capi;
 int capi_config_for_each(capi_config_key_cb callback, void* user) {
   if (callback == nullptr) return -1;
   for (size_t id = 0; id < kSections.size(); ++id) {
-    if (const int result = walk_section(static_cast<SectionId>(id), callback, user)) return result;
+    const auto is_here = [&](const auto& row) { return row.section == static_cast<SectionId>(id); };
+    const auto hand_out = [&](const capi_config_key& key) { return callback(&key, user); };
+    if (const int result = describe_each(is_here, hand_out)) return result;
   }
+  return 0;
+}
+
+int capi_config_find(const char* section, const char* name, capi_config_key* key) {
+  if (section == nullptr || name == nullptr || key == nullptr) return -1;
+  const FieldMatch match = find_field(section, name, ColumnChoice::Last);
+  if (match.lookup != FieldLookup::Found) return -1;
+  const auto is_match = [&](const auto& row) { return &row.named.field == match.field; };
+  describe_each(is_match, [&](const capi_config_key& found) {
+    *key = found;
+    return 1;
+  });
   return 0;
 }

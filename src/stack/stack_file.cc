@@ -14,6 +14,7 @@
 #include "foundation/text.h"
 #include "record/context.h"
 #include "stack/stack_rows.h"
+#include "stack/stack_types.h"
 
 namespace capi {
 namespace {
@@ -21,30 +22,6 @@ namespace {
 using namespace stack_rows;
 
 constexpr int kTransportTls = 2;
-
-// What differs between the stacks. Members that are null: no interface or P-CSCF of its own, the
-// loopback address.
-struct StackType {
-  char suffix[8];
-  int stack;  // entry of the voice stacks, from 0
-  bool is_voip;
-  bool refreshes_sim_file;
-  int interface;  // entry of the per-stack interfaces, or -1
-  int channel_type;
-  char (cfg_shared_record::*address)[64];
-  char (cfg_shared_record::*pcscf)[256];
-};
-
-using R = cfg_shared_record;
-constexpr StackType kTypes[] = {
-    {".volte", 0, false, true, 0, 1, &R::ims_ip, &R::pcscf_addr},
-    {".voip", 1, true, false, 1, 0, &R::voip_ip, &R::pcscf_addr},
-    {".vowifi", 2, false, true, 2, 0, &R::wan_ip, &R::pcscf_addr},
-    {".cs", 3, false, false, -1, 0, nullptr, nullptr},
-    {".qvc", 4, false, false, -1, 0, nullptr, nullptr},
-    {".sos", 0, false, true, 5, 2, &R::sos_ip, &R::sos_pcscf},  // an emergency call is a VoLTE call
-    {"", 0, false, false, -1, 0, nullptr, nullptr},
-};
 
 class StackFileWriter {
  public:
@@ -101,7 +78,7 @@ class StackFileWriter {
       case When::Always:
         break;
     }
-    return row.source != Source::PcscfAddress || type_.pcscf != nullptr;
+    return row.source != Source::PcscfAddress || type_.pcscf != 0;
   }
 
   // The row of a section and those of its lines, up to "end".
@@ -157,7 +134,7 @@ class StackFileWriter {
       case Source::CallerPreferences:
         return type_.is_voip ? "0" : "1";
       case Source::PcscfAddress:
-        return bounded(record_.*type_.pcscf);
+        return text_at_offset(type_.pcscf, sizeof record_.pcscf_addr);
       case Source::DialPlan:
         return bounded(record_.voice_basic.dial_plan);
       case Source::CodecCount:
@@ -176,7 +153,11 @@ class StackFileWriter {
   }
 
   std::string_view address() const {
-    return type_.address != nullptr ? bounded(record_.*type_.address) : "127.0.0.1";
+    return type_.address != 0 ? text_at_offset(type_.address, sizeof record_.ims_ip) : "127.0.0.1";
+  }
+
+  std::string_view text_at_offset(size_t offset, size_t width) const {
+    return bounded(reinterpret_cast<const char*>(&record_) + offset, width);
   }
 
   FILE* file_;
@@ -186,7 +167,7 @@ class StackFileWriter {
 };
 
 const StackType& type_of(unsigned type) {
-  return kTypes[std::min<size_t>(type, std::size(kTypes) - 1)];
+  return kStackTypes[std::min<size_t>(type, std::size(kStackTypes) - 1)];
 }
 
 // The text of a file, in memory. False without enough of that.

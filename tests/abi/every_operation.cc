@@ -242,6 +242,7 @@ constexpr Operation kRecords[] = {
 };
 
 int ignore_key(const capi_config_key*, void*) { return 0; }
+int ignore_stack_line(const capi_stack_line*, void*) { return 0; }
 
 constexpr Operation kConfiguration[] = {
     {"capi_config_set",
@@ -256,6 +257,10 @@ constexpr Operation kConfiguration[] = {
     {"capi_cfg_backend_make_config_file",
      [] { return makes_stack_files(capi_cfg_backend_make_config_file); }},
     {"capi_config_for_each", [] { return capi_config_for_each(ignore_key, nullptr) == 0; }},
+    {"capi_config_find",
+     [] { return capi_config_find("sms", "option_sms_sca", &record<capi_config_key>()) == 0; }},
+    {"capi_stack_line_for_each",
+     [] { return capi_stack_line_for_each(ignore_stack_line, nullptr) == 0; }},
     {"capi_snapshot_take", [] { return gets(capi_snapshot_take); }},
     {"capi_snapshot_get",
      [] {

@@ -16,7 +16,7 @@ trap 'rm -rf "$scratch"' EXIT
 
 # Paths and names that are put together, shell lines, file contents, values.
 others='
-%lu %llu %d %s %s/%s %s%s %s_%%d %s.err .%s.new
+%lu %llu %d %s %s/%s %s%s %s%%d %s_%%d %s.err .%s.new
 option_%s_%s%%d option_%s_%s apn%u_%s %se
 /tmp/vosip.conf%s [%s] %s():Line[%d] %s=%.*s %s=(%.*s) %s%d=%.*s error stats
 CODEC%d LINE%d_FEATURE LINE%d_SUBSCRIBER OUTBOUNDPROXY_%d PROXYSERVER_%d REGISTRAR_%d

@@ -157,6 +157,51 @@ TEST_F(ConfigKey, TellsWhereTheValueStandsInTheRecord) {
       });
 }
 
+TEST_F(ConfigKey, FindsWhatTheWalkHandsOver) {
+  for_each_single_key(
+      [](const std::string& section, const std::string& name, const capi_config_key& key) {
+        capi_config_key found{};
+        ASSERT_EQ(capi_config_find(section.c_str(), name.c_str(), &found), 0) << section << name;
+        EXPECT_EQ(memcmp(&found, &key, sizeof key), 0) << section << " " << name;
+      });
+}
+
+TEST_F(ConfigKey, FindsTheKeyThatGettingAnswersFor) {
+  capi_config_key key{};
+  // Nobody looks at what stands in front of an entry's number, and of two columns the last counts.
+  ASSERT_EQ(capi_config_find("call_block", "option_call_block_enrty_3", &key), 0);
+  EXPECT_STREQ(key.name, "option_call_block_entry_%d");
+  ASSERT_EQ(capi_config_find("voice_parameter", "x_name_code_payload_7", &key), 0);
+  EXPECT_STREQ(key.name, "option_voice_parameter_code_payload_%d");
+  ASSERT_EQ(capi_config_find("sip_line_02", "option_sip_line_enable", &key), 0);
+  EXPECT_STREQ(key.section, "sip_line_%d");
+}
+
+TEST_F(ConfigKey, FindsNothingUnderOtherNames) {
+  capi_config_key key{};
+  key.offset = -7;
+  const std::pair<const char*, const char*> unknown[] = {
+      {"basic_sip", "option_basic_sip_nothing"},
+      {"basic_sip", "local_port"},
+      {"basic", "option_basic_sip_local_port"},
+      {"sip_line", "option_sip_line_enable"},
+      {"sip_line_0", "option_sip_line_enable"},
+      {"sip_line_3", "option_sip_line_enable"},
+      {"call_block", "option_call_block_entry_11"},
+      {"call_white_list", "option_call_white_list_entry_21"},
+      {"voice_parameter", "option_voice_parameter_name_13"},
+      {"", ""},
+      {nullptr, "option_sms_sca"},
+      {"sms", nullptr},
+  };
+  for (const auto& [section, name] : unknown) {
+    EXPECT_EQ(capi_config_find(section, name, &key), -1)
+        << (section != nullptr ? section : "-") << " " << (name != nullptr ? name : "-");
+  }
+  EXPECT_EQ(capi_config_find("sms", "option_sms_sca", nullptr), -1);
+  EXPECT_EQ(key.offset, -7);
+}
+
 TEST_F(ConfigKey, TheWalkEndsAtTheCallbacksWish) {
   int seen = 0;
   const auto end_at_third = [](const capi_config_key*, void* user) {

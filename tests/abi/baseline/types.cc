@@ -13,7 +13,7 @@ extern "C" {
 void capi_records(capi_serving_cell_info*, capi_shared_reg_summary*, capi_shared_call_state*,
                   capi_shared_phone_status*) {}
 
-void capi_numbers(capi_config_key_kind, capi_hardware_info_index, capi_simcard_info_index,
+void capi_numbers(capi_config_key_kind, capi_stack_line_condition, capi_hardware_info_index, capi_simcard_info_index,
                   capi_quorble_info_type, capi_lock_id, capi_shared_data_type, capi_param_type,
                   capi_sms_selector, capi_presence_state, capi_record_kind, capi_topic, thrd_result,
                   mtx_type) {}
