@@ -4,8 +4,8 @@
 #
 # rooms_test.sh SOURCE-DIR [DIR]
 #
-# Checks that the rooms of src/ (or of DIR) are those of the table in docs/architecture.md, and that
-# each includes headers of itself and of the rooms above it only.
+# Checks that the rooms of src/ (or of DIR), and keys/ beside them, are those of the table in
+# docs/architecture.md, and that each includes headers of itself and of the rooms above it only.
 set -euo pipefail
 source=$1
 src=${2-$source/src}
@@ -19,16 +19,18 @@ fail() {
   failures=$((failures + 1))
 }
 
-if ! difference=$(diff <(printf '%s\n' "${rooms[@]}" | sort) <(cd "$src" && ls -d */ | tr -d /)); then
+if ! difference=$(diff <(printf '%s\n' "${rooms[@]}" | sort) <({ echo keys && cd "$src" && ls -d */ | tr -d /; } | sort)); then
   fail "the rooms are not those of the table:"$'\n'"$difference"
 fi
 
 allowed=capi
 for room in "${rooms[@]}"; do
   allowed+="|$room"
-  # Public headers are included as "capi/x.h", those of a room as "room/x.h".
-  wrong=$(grep -nE '^ *# *include "' -r "$src/$room" --include='*.h' --include='*.cc' |
-    grep -vE "include \"($allowed)/[a-z0-9_]+\.h\"" || true)
+  folder=$src/$room
+  [ "$room" != keys ] || folder=$source/keys
+  # Public headers are included as "capi/x.h" and "capi-keys.h", those of a room as "room/x.h".
+  wrong=$(grep -nE '^ *# *include "' -r "$folder" --include='*.h' --include='*.cc' |
+    grep -vE "include \"(($allowed)/[a-z0-9_]+|capi-keys)\.h\"" || true)
   [ -z "$wrong" ] || fail "$room/ includes what is not above it:"$'\n'"$wrong"
 done
 
