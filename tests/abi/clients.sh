@@ -31,7 +31,8 @@ static void no_log(int level, const char *text) { (void)level, (void)text; }
 int main(void) {
   struct capi_callbacks callbacks = {0, 0, 0};
   char name[16] = "";
-  if (capi_init(&callbacks, 1, no_log) != 0 || capi_post_init(1) != 0) return 1;
+  if (capi_init(&callbacks, 1, no_log) != 0 || capi_config_finish() != 0) return 1;
+  if (capi_post_init(1) != 0) return 1;
   if (capi_config_set("sip_line_1", "option_sip_line_display_name", 0, "Kitchen") != 0) return 2;
   if (capi_config_get("sip_line_1", "option_sip_line_display_name", name, sizeof name) != 0) return 3;
   puts(name);
