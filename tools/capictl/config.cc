@@ -1,13 +1,12 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
-// capictl config get, set, list and describe.
+// capictl config get, list, describe and schema.
 #include <iostream>
 #include <memory>
 
 #include "commands.h"
-#include "keys.h"
-#include "places.h"
-#include "table.h"
+#include "document.h"
+#include "key_facts.h"
 
 namespace capictl {
 namespace {
@@ -27,83 +26,99 @@ std::vector<std::string> with_input(const std::vector<std::string>& words) {
   return result;
 }
 
+std::vector<const Key*> named_keys(const std::vector<std::string>& labels) {
+  std::vector<const Key*> keys;
+  for (const std::string& label : labels) keys.push_back(&named_key(label));
+  return keys;
+}
+
 void get(const Context& context, const std::vector<std::string>& labels) {
   const Attachment adapter(context);
   const cfg_shared_record record = take_snapshot();
-  const std::vector<std::string> wanted = with_input(labels);
-  if (wanted.size() == 1 && !context.json) {
-    puts(printable(value_of(record, named_key(wanted[0]))).c_str());
+  const std::vector<const Key*> keys = named_keys(with_input(labels));
+  if (context.json) return print_document(record, keys, context);
+  if (keys.size() == 1) {
+    const std::string value = value_of(record, *keys[0]);
+    puts(printable(told_value(*keys[0], value, context)).c_str());
     return;
   }
   Table table("values", kKeyAndValue);
-  for (const std::string& label : wanted) {
-    const Key& key = named_key(label);
-    table.add({key.label(), value_of(record, key)});
+  for (const Key* key : keys) {
+    table.add({key->label(), told_value(*key, value_of(record, *key), context)});
   }
   print(table, context);
 }
 
-void set(const Context& context, const std::string& label, const std::string& value) {
-  const Attachment adapter(context);
-  const Key& key = named_key(label);
-  const Stored stored = stored_value(key, value);
-  if (!stored.loss.empty()) {
-    throw Failure(label + " is left as it was: the value would not stay as it is (" + stored.loss +
-                  ")");
-  }
-  if (capi_config_set(key.section.c_str(), key.name.c_str(), 0, value.c_str()) != 0) {
-    throw Failure(label + " could not be set; --verbose tells more");
-  }
+struct ListArgs {
+  std::string section;
+  bool only_changed = false;
+  bool is_long = false;
+};
+
+KeyState state_of(const cfg_shared_record& record, const Key& key,
+                  const std::vector<std::string>& files) {
+  const std::string value = value_of(record, key);
+  return {value, source_of(key, value, files)};
 }
 
-void list(const Context& context, const std::string& section) {
+void print_long_json(const cfg_shared_record& record, const std::vector<const Key*>& keys,
+                     const Context& context) {
+  const std::vector<std::string> files = adapter_setting_files();
+  const Json json(cJSON_CreateArray());
+  for (const Key* key : keys) {
+    cJSON_AddItemToArray(json.get(), key_json(*key, state_of(record, *key, files), context));
+  }
+  print_json(json.get());
+}
+
+Table list_table(const cfg_shared_record& record, const std::vector<const Key*>& keys,
+                 const ListArgs& args, const Context& context) {
+  std::vector<Column> columns = kKeyAndValue;
+  if (args.is_long || args.only_changed) columns.push_back({"default"});
+  if (args.is_long) columns.insert(columns.end(), {{"unit"}, {"meaning"}});
+  Table table("values", columns);
+  for (const Key* key : keys) {
+    std::vector<std::string> cells = {
+        key->label(), told_value(*key, value_of(record, *key), context),
+        told_value(*key, key->meaning.start, context), key->meaning.unit, key->meaning.meaning};
+    cells.resize(columns.size());
+    table.add(cells);
+  }
+  return table;
+}
+
+void list(const Context& context, const ListArgs& args) {
+  std::vector<const Key*> keys = keys_of(args.section);
   const Attachment adapter(context);
   const cfg_shared_record record = take_snapshot();
-  Table table("values", kKeyAndValue);
-  for (const Key& key : all_keys()) {
-    const bool wanted =
-        section.empty() || key.section == section || key.section.starts_with(section + "_");
-    if (wanted) table.add({key.label(), value_of(record, key)});
+  if (args.only_changed) {
+    std::erase_if(keys,
+                  [&](const Key* key) { return value_of(record, *key) == key->meaning.start; });
   }
-  if (table.rows().empty()) {
-    std::string names;
-    for (const std::string& name : all_sections()) names += " " + name;
-    throw Failure("there is no section " + section + ". The sections:" + names);
+  if (!context.json) return print(list_table(record, keys, args, context), context);
+  args.is_long ? print_long_json(record, keys, context) : print_document(record, keys, context);
+}
+
+// The state of a key where an adapter is up.
+std::optional<KeyState> present_state(const Key& key, const std::vector<std::string>& files,
+                                      const Context& context) {
+  try {
+    const Attachment adapter(context);
+    return state_of(take_snapshot(), key, files);
+  } catch (const Failure&) {
+    return std::nullopt;
   }
-  print(table, context);
 }
 
-std::string numbered(const char* pattern, int max) {
-  return pattern + std::string(", 1 to ") + std::to_string(max);
-}
-
-Table facts_of(const Key& key) {
-  const capi_config_key& row = key.row;
-  const bool is_text = row.kind == CAPI_CONFIG_TEXT;
-  Table table = Table::of_facts("key");
-  table.add({"section", key.section});
-  table.add({"key", key.name});
-  table.add({"kind", is_text ? "text" : "number"});
-  if (is_text) table.add({"most characters", std::to_string(row.capacity - 1)});
-  if (row.value_max != 0) table.add({"kept in", "0 to " + std::to_string(row.value_max)});
-  if (row.section_max != 0) table.add({"sections", numbered(row.section, row.section_max)});
-  if (row.name_max != 0) table.add({"keys", numbered(row.name, row.name_max)});
-  if (row.is_shared != 0) table.add({"shared", "all sections of the number have one value"});
-  table.add({"setting file", "[" + key.section + "] " + key.name + "=..."});
-  return table;
-}
-
-Table places_table(const Key& key) {
-  Table table("written to", {{"files"}, {"section"}, {"line"}, {"when"}});
-  for (const Place& place : places_of(key)) {
-    table.add({place.files, place.section, place.line, place.when});
-  }
-  return table;
-}
-
-void describe(const Context& context, const std::string& label) {
+void describe(const Context& context, const std::string& label,
+              const std::vector<std::string>& files) {
   const Key& key = named_key(label);
-  print({facts_of(key), places_table(key)}, context);
+  const std::optional<KeyState> state =
+      present_state(key, files.empty() ? adapter_setting_files() : files, context);
+  if (!context.json) return print(key_tables(key, state, context), context);
+  const Json json(key_json(key, state, context));
+  add_places(json.get(), key);
+  print_json(json.get());
 }
 
 void add_get(CLI::App& config, Context& context) {
@@ -117,41 +132,47 @@ void add_get(CLI::App& config, Context& context) {
   command->callback([labels, &context] { get(context, *labels); });
 }
 
-void add_set(CLI::App& config, Context& context) {
-  struct Args {
-    std::string label;
-    std::string value;
-  };
-  CLI::App* command = config.add_subcommand("set", "Change the value of a key");
-  const auto args = std::make_shared<Args>();
-  command->add_option("KEY", args->label, "SECTION.FIELD")->required();
-  command->add_option("VALUE", args->value, "What to set it to; a number for a number")->required();
-  command->footer(
-      "A value that could not be kept as it is, is refused. Nobody is told of the\n"
-      "change: see \"capictl signal\" and \"capictl stack-file\". Put -- in front of a\n"
-      "value that begins with a minus.\n\nExample:\n"
-      "  capictl config set sip_registration.reg_interval 3600");
-  command->callback([args, &context] { set(context, args->label, args->value); });
-}
-
 void add_list(CLI::App& config, Context& context) {
   CLI::App* command = config.add_subcommand("list", "Print all values, or those of a section");
-  const auto section = std::make_shared<std::string>();
-  command->add_option("SECTION", *section, "A section, without its number for all of its kind");
-  command->footer("Example:\n  capictl config list sip_line");
-  command->callback([section, &context] { list(context, *section); });
+  const auto args = std::make_shared<ListArgs>();
+  command->add_option("SECTION", args->section,
+                      "A section, without its number for all of its kind");
+  command->add_flag("--changed", args->only_changed,
+                    "Only values that differ from those of a start without settings");
+  command->add_flag("--long", args->is_long, "With the value of a start, unit and meaning");
+  command->footer(
+      "With --json it is a document that \"capictl config load\" takes.\n\n"
+      "Example:\n  capictl config list sip_line");
+  command->callback([args, &context] { list(context, *args); });
 }
 
 void add_describe(CLI::App& config, Context& context) {
+  struct Args {
+    std::string label;
+    std::vector<std::string> files;
+  };
   CLI::App* command =
-      config.add_subcommand("describe", "Tell what a key takes and where it stands");
-  const auto label = std::make_shared<std::string>();
-  command->add_option("KEY", *label, "SECTION.FIELD")->required();
+      config.add_subcommand("describe", "Tell what a key means, what it takes and where it stands");
+  const auto args = std::make_shared<Args>();
+  command->add_option("KEY", args->label, "SECTION.FIELD")->required();
+  command->add_option("--settings", args->files,
+                      "Setting files that the value may come from, in the order in which\n"
+                      "they were loaded, instead of those in /etc/capi/settings.d");
   command->footer(
-      "\"written to\" lists the lines that have the value in them: the types of the voice stacks'\n"
-      "files, section and key, and when. Needs no adapter.\n\nExample:\n  capictl config describe "
-      "voice_stack_1.codec");
-  command->callback([label, &context] { describe(context, *label); });
+      "\"from\" tells where the value comes from, where an adapter is up. \"written to\"\n"
+      "lists the lines that have the value in them: the types of the voice stacks'\n"
+      "files, section and key, and when.\n\n"
+      "Example:\n  capictl config describe voice_stack_1.codec");
+  command->callback([args, &context] { describe(context, args->label, args->files); });
+}
+
+void add_schema_command(CLI::App& config) {
+  CLI::App* command =
+      config.add_subcommand("schema", "Print the JSON Schema of a document of settings");
+  command->footer(
+      "Draft 2020-12; for what \"capictl config list --json\" prints and \"capictl config\n"
+      "load\" takes. Needs no adapter.\n\nExample:\n  capictl config schema >settings.schema.json");
+  command->callback(print_document_schema);
 }
 
 }  // namespace
@@ -163,9 +184,10 @@ void add_config(CLI::App& app, Context& context) {
       "A key is named SECTION.FIELD, as sip_line_1.display_name.\n\n"
       "Example:\n  capictl config get sip_line_1.display_name");
   add_get(*config, context);
-  add_set(*config, context);
+  add_config_changes(*config, context);
   add_list(*config, context);
   add_describe(*config, context);
+  add_schema_command(*config);
   add_config_files(*config, context);
   add_config_watch(*config, context);
 }

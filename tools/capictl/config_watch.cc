@@ -6,6 +6,7 @@
 #include "commands.h"
 #include "keys.h"
 #include "table.h"
+#include "value.h"
 #include "watcher.h"
 
 namespace capictl {
@@ -21,7 +22,9 @@ int print_changes(const cfg_shared_record& before, const cfg_shared_record& now,
                   const Context& context) {
   Table table("changes", {{"key"}, {"old"}, {"new"}});
   for (const Difference& difference : differences(before, now)) {
-    table.add({difference.key->label(), difference.before, difference.after});
+    const Key& key = *difference.key;
+    table.add({key.label(), shown_value(key, difference.before, context),
+               shown_value(key, difference.after, context)});
   }
   print_more(table, context);
   return static_cast<int>(table.rows().size());

@@ -65,9 +65,10 @@ bool write_whole(int fd, std::string_view content) {
 // The file in which the content is put together.
 class Draft {
  public:
-  Draft(const std::string& name, int flags) : name_(name), is_new_((flags & O_CREAT) != 0) {
+  Draft(const std::string& name, int flags, mode_t mode)
+      : name_(name), is_new_((flags & O_CREAT) != 0) {
     if (is_new_) unlink(name_.c_str());
-    fd_ = open(name_.c_str(), O_WRONLY | O_CLOEXEC | flags, 0666);
+    fd_ = open(name_.c_str(), O_WRONLY | O_CLOEXEC | flags, mode);
   }
   ~Draft() {
     if (fd_ == -1) return;
@@ -135,10 +136,10 @@ std::string read_file(const std::string& path) {
   return content;
 }
 
-void replace_file(const std::string& path, const std::string& content) {
+void replace_file(const std::string& path, const std::string& content, mode_t mode) {
   struct stat status {};
   const bool is_odd = stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode);
-  const Draft draft(is_odd ? path : path + ".new", is_odd ? 0 : O_CREAT | O_EXCL);
+  const Draft draft(is_odd ? path : path + ".new", is_odd ? 0 : O_CREAT | O_EXCL, mode);
   if (draft.fd() == -1 || !write_whole(draft.fd(), content)) fail_to_write(path, errno);
   if (!is_odd && rename(draft.name(), path.c_str()) != 0) fail_to_write(path, errno);
 }

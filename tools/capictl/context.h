@@ -4,6 +4,7 @@
 #pragma once
 
 #include <capi.h>
+#include <sys/types.h>
 
 #include <cstring>
 #include <stdexcept>
@@ -27,6 +28,7 @@ class Failure : public std::runtime_error {
 struct Context {
   bool json = false;
   bool verbose = false;  // the library's log goes to standard error
+  bool show_secrets = false;
   int exit_code = kDone;
 
   capi_log_sink log_sink() const;
@@ -56,7 +58,7 @@ std::string read_file(const std::string& path);
 
 // Replaces a file by this content, or leaves it as it was and throws: it is written whole, to the
 // medium, before it gets its name. What is no regular file is written to.
-void replace_file(const std::string& path, const std::string& content);
+void replace_file(const std::string& path, const std::string& content, mode_t mode = 0666);
 
 // A text in a field of a record, which may lack its terminator.
 template <size_t N>

@@ -3,13 +3,13 @@
 #include "keys.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <limits>
 #include <memory>
 
 #include "context.h"
+#include "spelling.h"
 
 namespace capictl {
 namespace {
@@ -37,8 +37,13 @@ int collect(const capi_config_key* row, void* user) {
   auto& keys = *static_cast<std::vector<Key>*>(user);
   for (int section = 1; section <= std::max(row->section_max, 1); ++section) {
     for (int number = 1; number <= std::max(row->name_max, 1); ++number) {
-      keys.push_back({with_number(row->section, section), with_number(row->name, number),
-                      std::max(section, number), *row});
+      Key key{with_number(row->section, section),
+              with_number(row->name, number),
+              std::max(section, number),
+              *row,
+              {}};
+      capi_keys_describe(row, &key.meaning);
+      keys.push_back(std::move(key));
     }
   }
   return 0;
@@ -69,43 +74,37 @@ void mark(cfg_shared_record& record, const Key& key, size_t index) {
   }
 }
 
-// The key of a section that the library takes a spelling for: it answers with that key's value.
-const Key* find_odd_spelling(const std::string& section, const std::string& name) {
+// The key of a row that the library takes a spelling for: it answers with that key's value.
+const Key* find_odd_spelling(const capi_config_key& row, const std::string& section,
+                             const std::string& name) {
   const std::vector<Key>& keys = all_keys();
   const auto record = std::make_unique<cfg_shared_record>();
   for (size_t i = 0; i < keys.size(); ++i) {
-    if (keys[i].section == section) mark(*record, keys[i], i);
+    if (keys[i].row.offset == row.offset) mark(*record, keys[i], i);
   }
   char index[1024] = {};
   capi_snapshot_get(record.get(), section.c_str(), name.c_str(), index, sizeof index);
   return &keys[static_cast<size_t>(atoi(index))];
 }
 
-// The first key of a section of this kind, whatever its number.
-const Key* first_of_section(const std::string& section) {
-  for (const Key& key : all_keys()) {
-    const bool is_numbered = key.row.section_max != 0;
-    const std::string base = without_placeholder(key.row.section);
-    if (is_numbered ? section.starts_with(base) : section == base) return &key;
-  }
-  return nullptr;
-}
-
-// A key of the same kind of section before any other, a whole field before the end of one.
-std::string nearest_hint(const std::string& label) {
+// The label that one was meant to be: with its section, or nearly so spelled. A key of the same
+// kind of section before any other, a whole field before the end of one.
+std::string meant_label(const std::string& label) {
   const size_t dot = label.find('.');
   const std::string field = label.substr(dot + 1);  // all of it without a dot
   const std::string section = label.substr(0, label.find_first_of("0123456789."));
+  if (field.empty()) return "";
   for (const std::string& begin : {dot != std::string::npos ? section : "", std::string()}) {
     for (const std::string& end : {"." + field, field}) {
       for (const Key& key : all_keys()) {
         const std::string candidate = key.label();
-        const bool is_near = candidate.starts_with(begin) && candidate.ends_with(end);
-        if (is_near && !field.empty()) return "Did you mean " + candidate + "?";
+        if (candidate.starts_with(begin) && candidate.ends_with(end)) return candidate;
       }
     }
   }
-  return "All keys: capictl config list";
+  std::vector<std::string> labels;
+  for (const Key& key : all_keys()) labels.push_back(key.label());
+  return nearest(label, labels);
 }
 
 int collect_difference(const char* section, const char* name, const char* before, const char* after,
@@ -115,23 +114,19 @@ int collect_difference(const char* section, const char* name, const char* before
   return 0;
 }
 
-Stored stored_number(const Key& key, const std::string& value) {
-  errno = 0;
-  char* end = nullptr;
-  const long long given = strtoll(value.c_str(), &end, 10);
-  long long number = std::clamp<long long>(given, std::numeric_limits<int32_t>::min(),
+std::string stored_number(const Key& key, const std::string& value) {
+  long long number = std::clamp<long long>(strtoll(value.c_str(), nullptr, 10),
+                                           std::numeric_limits<int32_t>::min(),
                                            std::numeric_limits<int32_t>::max());
   if (key.row.value_max != 0) number = std::clamp<long long>(number, 0, key.row.value_max);
-  const std::string text = std::to_string(number);
-  if (end == value.c_str()) return {text, "not a number: read as 0"};
-  if (*end != '\0') return {text, "not all of it is a number: read as " + text};
-  if (number != given || errno == ERANGE) return {text, "out of range: kept as " + text};
-  return {text, ""};
+  return std::to_string(number);
 }
 
 }  // namespace
 
-std::string Key::label() const { return section + "." + name.substr(name_prefix(row).size()); }
+std::string Key::field() const { return name.substr(name_prefix(row).size()); }
+
+std::string Key::label() const { return section + "." + field(); }
 
 size_t Key::offset() const {
   const auto stride = static_cast<size_t>(row.stride);
@@ -143,40 +138,49 @@ const std::vector<Key>& all_keys() {
   return kKeys;
 }
 
-Meaning meaning_of(const std::string& section, const std::string& name) {
-  // The library itself tells: a value that is found fills the buffer.
-  static const cfg_shared_record kEmpty{};
-  char buf[1024];
-  std::fill(std::begin(buf), std::end(buf), '?');
-  const int result =
-      capi_snapshot_get(&kEmpty, section.c_str(), name.c_str(), buf, static_cast<int>(sizeof buf));
-  if (buf[0] != '?') return Meaning::Key;
-  if (result != -1) return Meaning::UnknownKey;
-  return first_of_section(section) != nullptr ? Meaning::OutOfRange : Meaning::UnknownSection;
-}
-
-Meaning meaning_of_section(const std::string& section) {
-  const Key* first = first_of_section(section);
-  return first != nullptr ? meaning_of(section, first->name) : Meaning::UnknownSection;
-}
-
 const Key* find_key(const std::string& section, const std::string& name) {
   for (const Key& key : all_keys()) {
     if (key.section == section && key.name == name) return &key;
   }
-  return meaning_of(section, name) == Meaning::Key ? find_odd_spelling(section, name) : nullptr;
+  capi_config_key row;
+  const bool is_key = capi_config_find(section.c_str(), name.c_str(), &row) == 0;
+  return is_key ? find_odd_spelling(row, section, name) : nullptr;
+}
+
+const Key* find_label(const std::string& label) {
+  const size_t dot = label.find('.');
+  if (dot == std::string::npos) return nullptr;
+  const std::string section = label.substr(0, dot);
+  const std::string field = label.substr(dot + 1);
+  for (const Key& key : all_keys()) {
+    if (key.section == section && (key.name == field || key.label() == label)) return &key;
+  }
+  return nullptr;
+}
+
+std::string unknown_key(const std::string& label) {
+  const std::string meant = meant_label(label);
+  return "there is no key " + label + ". " +
+         (meant.empty() ? "All keys: capictl config list" : "Did you mean " + meant + "?");
 }
 
 const Key& named_key(const std::string& label) {
-  const size_t dot = label.find('.');
-  if (dot != std::string::npos) {
-    const std::string section = label.substr(0, dot);
-    const std::string field = label.substr(dot + 1);
-    for (const Key& key : all_keys()) {
-      if (key.section == section && (key.name == field || key.label() == label)) return key;
-    }
+  const Key* key = find_label(label);
+  if (key == nullptr) throw Failure(unknown_key(label));
+  return *key;
+}
+
+std::vector<const Key*> keys_of(const std::string& section) {
+  std::vector<const Key*> keys;
+  for (const Key& key : all_keys()) {
+    const bool is_wanted =
+        section.empty() || key.section == section || key.section.starts_with(section + "_");
+    if (is_wanted) keys.push_back(&key);
   }
-  throw Failure("there is no key " + label + ". " + nearest_hint(label));
+  if (!keys.empty()) return keys;
+  std::string names;
+  for (const std::string& name : all_sections()) names += " " + name;
+  throw Failure("there is no section " + section + ". The sections:" + names);
 }
 
 std::vector<std::string> all_sections() {
@@ -187,18 +191,15 @@ std::vector<std::string> all_sections() {
   return sections;
 }
 
-Stored stored_value(const Key& key, const std::string& value) {
+std::string stored_value(const Key& key, const std::string& value) {
   if (key.row.kind == CAPI_CONFIG_NUMBER) return stored_number(key, value);
-  const auto room = static_cast<size_t>(key.row.capacity) - 1;
-  if (value.size() <= room) return {value, ""};
-  return {value.substr(0, room), "too long: cut to " + std::to_string(room) + " characters"};
+  return value.substr(0, static_cast<size_t>(key.row.capacity) - 1);
 }
 
-Stored loaded_value(const Key& key, const std::string& value) {
-  Stored stored = stored_value(key, value);
+std::string loaded_value(const Key& key, const std::string& value) {
+  const std::string stored = stored_value(key, value);
   const bool is_port = key.section.starts_with("sip_server_") && key.name.ends_with("_port");
-  if (!stored.loss.empty() || !is_port || stored.value != "0") return stored;
-  return {"5060", "no port: read as 5060"};
+  return is_port && stored == "0" ? "5060" : stored;
 }
 
 std::string value_of(const cfg_shared_record& record, const Key& key) {
@@ -207,8 +208,6 @@ std::string value_of(const cfg_shared_record& record, const Key& key) {
                     static_cast<int>(sizeof value));
   return value;
 }
-
-bool is_secret(const Key& key) { return key.name.ends_with("password"); }
 
 std::vector<Difference> differences(const cfg_shared_record& before,
                                     const cfg_shared_record& after) {

@@ -3,6 +3,7 @@
 // The configuration keys, one by one, as people name them: "sip_line_1.display_name".
 #pragma once
 
+#include <capi-keys.h>
 #include <capi.h>
 
 #include <string>
@@ -15,7 +16,9 @@ struct Key {
   std::string name;     // "option_sip_line_display_name"
   int number;           // that of the section or the name, 1 for none
   capi_config_key row;
+  capi_key_meaning meaning;
 
+  std::string field() const;  // "display_name"
   std::string label() const;  // "sip_line_1.display_name"
   size_t offset() const;      // of the value in the record
 };
@@ -28,34 +31,28 @@ const std::vector<Key>& all_keys();
 const Key* find_key(const std::string& section, const std::string& name);
 
 // The key that a person names: SECTION.FIELD, where FIELD may be written in full, as in setting
-// files. Throws a Failure.
+// files. Null, or a Failure with a hint, where there is none.
+const Key* find_label(const std::string& label);
 const Key& named_key(const std::string& label);
+
+// Says that there is no key of this name, and which may be meant.
+std::string unknown_key(const std::string& label);
+
+// Those of a section, of all of its kind when it is named without its number, or of none; all keys
+// for an empty name. Throws a Failure where there is no such section.
+std::vector<const Key*> keys_of(const std::string& section);
 
 // The sections' names, each once.
 std::vector<std::string> all_sections();
 
-// What a name means to the library.
-enum class Meaning { Key, UnknownSection, UnknownKey, OutOfRange };
-Meaning meaning_of(const std::string& section, const std::string& name);
+// A value as it is kept when it is set.
+std::string stored_value(const Key& key, const std::string& value);
 
-// What a section's name means: Key for one that there is.
-Meaning meaning_of_section(const std::string& section);
-
-// What is left of a value when it is stored, and why it is not the value itself; "" when it is.
-struct Stored {
-  std::string value;
-  std::string loss;
-};
-Stored stored_value(const Key& key, const std::string& value);
-
-// The same for a value that a master loads from a setting file.
-Stored loaded_value(const Key& key, const std::string& value);
+// The same when a master loads it from a setting file.
+std::string loaded_value(const Key& key, const std::string& value);
 
 // The value of a key.
 std::string value_of(const cfg_shared_record& record, const Key& key);
-
-// Whether nobody who only looks on should read the value.
-bool is_secret(const Key& key);
 
 // What differs between two snapshots; a value that several sections have in common once.
 struct Difference {

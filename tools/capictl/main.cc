@@ -73,6 +73,7 @@ int run_tool(int argc, char** argv) {
   app.set_version_flag("--version", CAPI_VERSION, "Print the version and end");
   app.add_flag("--json", context.json, "Print JSON");
   app.add_flag("--verbose", context.verbose, "Print the library's log on standard error");
+  app.add_flag("--show-secrets", context.show_secrets, "Show passwords, not just if they are set");
   add_status(app, context);
   add_monitor(app, context);
   add_config(app, context);

@@ -40,7 +40,7 @@ std::string listed(unsigned topics) {
 // What was seen last of everything.
 class Monitor {
  public:
-  explicit Monitor(unsigned topics) : topics_(topics) {
+  Monitor(unsigned topics, const Context& context) : topics_(topics), context_(context) {
     if ((topics & CAPI_TOPIC_CALLS) != 0) calls_.emplace();
     if ((topics & CAPI_TOPIC_MESSAGES) != 0) messages_.emplace();
   }
@@ -50,7 +50,7 @@ class Monitor {
     ChangeLines lines;
     if ((changed & kRecordTopics) != 0) {
       const auto before = view_.look();
-      lines = record_changes(*before, view_.record(), topics_);
+      lines = record_changes(*before, view_.record(), topics_, context_);
     }
     if (calls_ && (changed & CAPI_TOPIC_CALLS) != 0) append(lines, calls_->look());
     if (messages_ && (changed & CAPI_TOPIC_MESSAGES) != 0) append(lines, messages_->look());
@@ -63,6 +63,7 @@ class Monitor {
   }
 
   unsigned topics_;
+  const Context& context_;
   View view_;
   std::optional<CallChanges> calls_;
   std::optional<MessageChanges> messages_;
@@ -80,7 +81,7 @@ void monitor(const Context& context, const Names& names) {
   const Attachment adapter(context);
   const unsigned topics = topics_of(names);
   Watcher watcher(topics);
-  Monitor state(topics);
+  Monitor state(topics, context);
   fprintf(stderr, "Watching %s. Ctrl-C ends.\n", listed(topics).c_str());
   while (const unsigned changed = watcher.wait()) {
     if (!print_lines(state.look(changed), context)) return;
@@ -96,9 +97,9 @@ void add_monitor(CLI::App& app, Context& context) {
       ->check(CLI::IsMember(Names(std::begin(kTopicNames), std::end(kTopicNames))));
   command->footer(
       "A line a change: time, topic and what changed; with --json an object. Settings\n"
-      "have key, old and new value; of a password there is only \"(set)\". What cannot\n"
-      "be told in detail is \"changed\". On a terminal lines end at its edge; texts of\n"
-      "messages are whole elsewhere and with --json.\n\n"
+      "have key, old and new value; of a password only whether it is set, unless with\n"
+      "--show-secrets. What cannot be told in detail is \"changed\". On a terminal lines\n"
+      "end at its edge; texts of messages are whole elsewhere and with --json.\n\n"
       "It is told of changes and does nothing while there are none. Where things change\n"
       "faster than it can tell, it tells the latest state and not each step. Ends with\n"
       "Ctrl-C, or when nobody reads its output any more.\n\n"

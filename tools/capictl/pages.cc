@@ -5,7 +5,8 @@
 #include <cstdio>
 
 #include "commands.h"
-#include "keys.h"
+#include "key_pages.h"
+#include "value.h"
 
 namespace capictl {
 namespace {
@@ -123,40 +124,6 @@ void print_completion(const CLI::App& app) {
       stdout);
 }
 
-int print_key(const capi_config_key* key, void* user) {
-  auto& section = *static_cast<std::string*>(user);
-  if (section != key->section) {
-    section = key->section;
-    printf("\n## %s\n\n", key->section);
-    if (key->section_max != 0) printf("Numbered from 1 to %d.\n\n", key->section_max);
-    printf("| key | kind | takes |\n|---|---|---|\n");
-  }
-  const bool is_text = key->kind == CAPI_CONFIG_TEXT;
-  printf("| `%s` | %s | ", key->name, is_text ? "text" : "number");
-  if (is_text) {
-    printf("up to %d characters", key->capacity - 1);
-  } else if (key->value_max != 0) {
-    printf("0 to %d", key->value_max);
-  } else {
-    printf("32 bits, signed");
-  }
-  if (key->name_max != 0) printf("; numbered from 1 to %d", key->name_max);
-  if (key->is_shared != 0) printf("; one value for all numbers of the section");
-  printf(" |\n");
-  return 0;
-}
-
-void print_key_reference() {
-  printf(
-      "# Configuration keys\n\n"
-      "Every key that setting files, `capi_config_set()` and `capi_config_get()` know, made with\n"
-      "`capictl page keys`. Where a name has `%%d` stands a number. `capictl config describe` "
-      "tells\n"
-      "of a single key.\n");
-  std::string section;
-  capi_config_for_each(print_key, &section);
-}
-
 }  // namespace
 
 void add_pages(CLI::App& app) {
@@ -169,6 +136,17 @@ void add_pages(CLI::App& app) {
   });
   pages->add_subcommand("sections", "The sections' names, for the completion")->callback([] {
     for (const std::string& section : all_sections()) puts(section.c_str());
+  });
+  CLI::App* values =
+      pages->add_subcommand("values", "The names of a key's values, for the completion");
+  const auto label = std::make_shared<std::string>();
+  values->add_option("KEY", *label)->required();
+  values->callback([label] {
+    const Key* key = find_label(*label);
+    if (key == nullptr) return;
+    for (const NamedValue& value : named_values(*key)) {
+      puts(value.name.empty() ? std::to_string(value.number).c_str() : value.name.c_str());
+    }
   });
   pages->add_subcommand("keys", "The reference of the keys")->callback(print_key_reference);
   pages->add_subcommand("bash", "The completion for bash")->callback([&app] {

@@ -17,7 +17,6 @@ struct Place {
   std::string when;  // "" for always
 };
 
-// The voice stacks' files tell themselves: they are written in memory with one value and another.
 std::vector<Place> places_of(const Key& key);
 
 }  // namespace capictl

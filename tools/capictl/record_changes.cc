@@ -6,13 +6,12 @@
 #include <iterator>
 
 #include "keys.h"
+#include "value.h"
 
 namespace capictl {
 namespace {
 
 using Record = cfg_shared_record;
-
-constexpr char kHidden[] = "(set)";
 
 // What stands between two offsets of the record.
 struct Range {
@@ -88,8 +87,6 @@ class Rest {
   const Record& now_;
 };
 
-std::string hidden(const std::string& value) { return value.empty() ? value : kHidden; }
-
 ChangeLine value_line(unsigned topic, const std::string& key, const std::string& before,
                       const std::string& after) {
   ChangeLine line(topic, "value");
@@ -97,13 +94,11 @@ ChangeLine value_line(unsigned topic, const std::string& key, const std::string&
   return line;
 }
 
-ChangeLine key_line(unsigned topic, const Difference& difference) {
+ChangeLine key_line(unsigned topic, const Difference& difference, const Context& context) {
   const Key& key = *difference.key;
-  if (is_secret(key)) {
-    return value_line(topic, key.label(), hidden(difference.before), hidden(difference.after));
-  }
   if (key.row.kind == CAPI_CONFIG_TEXT) {
-    return value_line(topic, key.label(), difference.before, difference.after);
+    return value_line(topic, key.label(), shown_value(key, difference.before, context),
+                      shown_value(key, difference.after, context));
   }
   ChangeLine line(topic, "value");
   line.text("key", key.label())
@@ -133,10 +128,10 @@ bool differs(const Record& before, const Record& now, const Member& member) {
 }
 
 void add_keys(ChangeLines& lines, const Record& before, const Record& now, unsigned topics,
-              Rest& rest) {
+              const Context& context, Rest& rest) {
   for (const Difference& difference : differences(before, now)) {
     const unsigned topic = topic_at(difference.key->offset());
-    if ((topics & topic) != 0) lines.push_back(key_line(topic, difference));
+    if ((topics & topic) != 0) lines.push_back(key_line(topic, difference, context));
   }
   for (const Key& key : all_keys()) {
     const bool is_text = key.row.kind == CAPI_CONFIG_TEXT;
@@ -164,10 +159,11 @@ void add_rest(ChangeLines& lines, unsigned topics, const Rest& rest) {
 
 }  // namespace
 
-ChangeLines record_changes(const Record& before, const Record& now, unsigned topics) {
+ChangeLines record_changes(const Record& before, const Record& now, unsigned topics,
+                           const Context& context) {
   ChangeLines lines;
   Rest rest(before, now);
-  add_keys(lines, before, now, topics, rest);
+  add_keys(lines, before, now, topics, context, rest);
   add_members(lines, now, topics, rest);
   add_rest(lines, topics, rest);
   if ((topics & CAPI_TOPIC_LINES) == 0) return lines;

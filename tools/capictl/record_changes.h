@@ -9,7 +9,7 @@ namespace capictl {
 
 // Of these topics; what cannot be told in detail is told as "changed".
 ChangeLines record_changes(const cfg_shared_record& before, const cfg_shared_record& now,
-                           unsigned topics);
+                           unsigned topics, const Context& context);
 
 // Those of CAPI_TOPIC_LINES.
 ChangeLines line_changes(const cfg_shared_record& before, const cfg_shared_record& now);

@@ -13,11 +13,6 @@
 namespace capictl {
 namespace {
 
-struct JsonDeleter {
-  void operator()(cJSON* json) const { cJSON_Delete(json); }
-};
-using Json = std::unique_ptr<cJSON, JsonDeleter>;
-
 struct TextFreer {
   void operator()(char* text) const { cJSON_free(text); }
 };
@@ -62,7 +57,7 @@ size_t character_size(std::string_view text) {
 
 using JsonPrinter = char* (*)(const cJSON* json);
 
-void print_json(const cJSON* json, JsonPrinter print = cJSON_Print) {
+void print_json(const cJSON* json, JsonPrinter print) {
   const std::unique_ptr<char, TextFreer> text(print(json));
   if (!text) throw Failure("there is no memory for the JSON");
   puts(text.get());
@@ -214,13 +209,15 @@ std::string printable(std::string_view text) {
 
 void print(const Table& table, const Context& context) {
   if (context.json) {
-    print_json(Json(to_json(table)).get());
+    capictl::print_json(Json(to_json(table)).get());
   } else if (on_terminal()) {
     print_set(table);
   } else {
     print_plain(table, "");
   }
 }
+
+void print_json(const cJSON* json) { print_json(json, cJSON_Print); }
 
 void print_json_line(const cJSON* json) { print_json(json, cJSON_PrintUnformatted); }
 
@@ -236,7 +233,7 @@ void print_as_json(const std::vector<Table>& tables) {
   for (const Table& table : tables) {
     cJSON_AddItemToObject(object.get(), table.name().c_str(), to_json(table));
   }
-  print_json(object.get());
+  capictl::print_json(object.get());
 }
 
 void print_on_terminal(const std::vector<Table>& tables) {

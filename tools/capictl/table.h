@@ -7,6 +7,7 @@
 #include <cjson/cJSON.h>
 
 #include <initializer_list>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -52,6 +53,13 @@ std::string printable(std::string_view text);
 
 // A text as JSON can carry it: what it cannot becomes the sign for that.
 std::string json_text(std::string_view text);
+
+struct JsonDeleter {
+  void operator()(cJSON* json) const { cJSON_Delete(json); }
+};
+using Json = std::unique_ptr<cJSON, JsonDeleter>;
+
+void print_json(const cJSON* json);
 
 // Prints an object on a line of its own.
 void print_json_line(const cJSON* json);

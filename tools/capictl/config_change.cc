@@ -1,0 +1,203 @@
+// SPDX-FileCopyrightText: The capi authors
+// SPDX-License-Identifier: MIT
+// capictl config set, load and reset.
+#include "config_change.h"
+
+#include <cstdio>
+#include <memory>
+
+#include "commands.h"
+#include "table.h"
+#include "value.h"
+
+namespace capictl {
+namespace {
+
+bool store(const Setting& setting) {
+  const Key& key = *setting.key;
+  return capi_config_set(key.section.c_str(), key.name.c_str(), 0, setting.value.c_str()) == 0;
+}
+
+// What the record has for each of them.
+std::vector<Setting> present_values(const std::vector<Setting>& settings) {
+  const cfg_shared_record record = take_snapshot();
+  std::vector<Setting> present;
+  for (const Setting& setting : settings) {
+    present.push_back({setting.key, value_of(record, *setting.key)});
+  }
+  return present;
+}
+
+void store_all(const std::vector<Setting>& settings, const std::vector<Setting>& before) {
+  for (size_t i = 0; i < settings.size(); ++i) {
+    if (store(settings[i])) continue;
+    for (size_t back = i; back > 0; --back) store(before[back - 1]);
+    throw Failure(settings[i].key->label() + " could not be set; --verbose tells more");
+  }
+}
+
+// The values that differ, a key that is set twice once.
+Table changes_table(const std::vector<Setting>& before, const std::vector<Setting>& settings,
+                    const Context& context) {
+  Table table("changes", {{"key"}, {"old"}, {"new"}});
+  for (size_t i = 0; i < settings.size(); ++i) {
+    const Key& key = *settings[i].key;
+    const auto is_same_key = [&](const Setting& other) { return other.key == &key; };
+    const bool is_last =
+        std::none_of(settings.begin() + static_cast<ptrdiff_t>(i) + 1, settings.end(), is_same_key);
+    const std::string value = stored_value(key, settings[i].value);
+    if (!is_last || value == before[i].value) continue;
+    table.add({key.label(), shown_value(key, before[i].value, context),
+               shown_value(key, value, context)});
+  }
+  return table;
+}
+
+void warn(const std::string& text) { fprintf(stderr, "capictl: %s\n", printable(text).c_str()); }
+
+// What people write on the command line: KEY VALUE or KEY=VALUE, again and again.
+std::vector<Setting> pairs_of(const std::vector<std::string>& words) {
+  std::vector<Setting> settings;
+  for (size_t i = 0; i < words.size(); ++i) {
+    const size_t equals = words[i].find('=');
+    const bool has_value = equals != std::string::npos;
+    if (!has_value && i + 1 == words.size()) throw CLI::RequiredError("VALUE");
+    const Key& key = named_key(words[i].substr(0, equals));
+    const std::string value = has_value ? words[i].substr(equals + 1) : words[++i];
+    settings.push_back({&key, taken_value(key, value)});
+  }
+  return settings;
+}
+
+void refuse_wrong(const std::vector<Setting>& settings) {
+  for (const auto& [key, value, line] : settings) {
+    const std::string wrong = refusal(*key, value);
+    if (wrong.empty()) continue;
+    const char* hint =
+        is_only_not_kept(*key, value) ? "; --force sets it until the next start" : "";
+    throw Failure(key->label() + " is left as it was: " + wrong + hint);
+  }
+}
+
+void set(const Context& context, const std::vector<std::string>& words,
+         const ChangeOptions& options) {
+  const std::vector<Setting> settings = pairs_of(words);
+  if (!options.is_forced) refuse_wrong(settings);
+  for (const Setting& setting : settings) {
+    if (setting.key->meaning.is_read_back == 0) continue;
+    warn(setting.key->label() + " is read from the device's own files, and not meant to be set");
+  }
+  const Attachment adapter(context);
+  change(settings, options, context);
+}
+
+void load(const Context& context, const std::string& path, const ChangeOptions& options) {
+  const Settings settings = read_settings(read_file(path));
+  for (const Finding& finding : settings.findings) {
+    const std::string place = finding.line != 0 ? ":" + std::to_string(finding.line) : "";
+    warn(path + place + ": " + finding.text);
+  }
+  if (settings.has_error() && !options.is_forced) {
+    throw Failure("nothing was set; --force sets what a master would take");
+  }
+  const Attachment adapter(context);
+  change(settings.items, options, context);
+}
+
+// The values of a start for a key, or for those of a section.
+std::vector<Setting> start_values(const std::string& name) {
+  std::vector<Setting> settings;
+  const bool is_key = name.find('.') != std::string::npos;
+  const std::vector<const Key*> keys =
+      is_key ? std::vector<const Key*>{&named_key(name)} : keys_of(name);
+  for (const Key* key : keys) settings.push_back({key, key->meaning.start});
+  return settings;
+}
+
+void reset(const Context& context, const std::vector<std::string>& names,
+           const ChangeOptions& options) {
+  std::vector<Setting> settings;
+  for (const std::string& name : names) {
+    for (const Setting& setting : start_values(name)) settings.push_back(setting);
+  }
+  const Attachment adapter(context);
+  change(settings, options, context);
+}
+
+void add_dry_run(CLI::App& command, ChangeOptions& options) {
+  command.add_flag("--dry-run", options.is_dry_run, "Tell what would change, and change nothing");
+}
+
+void add_set(CLI::App& config, Context& context) {
+  struct Args {
+    std::vector<std::string> words;
+    ChangeOptions options;
+  };
+  CLI::App* command = config.add_subcommand("set", "Change the values of keys, all or none");
+  const auto args = std::make_shared<Args>();
+  command->add_option("KEY", args->words, "SECTION.FIELD VALUE, or SECTION.FIELD=VALUE; and more")
+      ->option_text("KEY VALUE ...")
+      ->required();
+  command->add_flag("--force", args->options.is_forced,
+                    "Set what is refused otherwise, as a master would take it");
+  add_dry_run(*command, args->options);
+  command->footer(
+      "A value may be given by its name, as tls for 2, and a time with its unit, as\n"
+      "30s. \"capictl config describe\" tells what a key takes; anything else is\n"
+      "refused. Nobody is told of the change: see \"capictl signal\" and\n"
+      "\"capictl stack-file\". Put -- in front of a value that begins with a minus.\n\n"
+      "Example:\n  capictl config set sip_registration.reg_interval 3600");
+  command->callback([args, &context] { set(context, args->words, args->options); });
+}
+
+void add_load(CLI::App& config, Context& context) {
+  struct Args {
+    std::string path;
+    ChangeOptions options;
+  };
+  CLI::App* command = config.add_subcommand("load", "Set the values of a file, all or none");
+  const auto args = std::make_shared<Args>();
+  command->add_option("FILE", args->path, "A setting file or a JSON document")->required();
+  command->add_flag("--force", args->options.is_forced,
+                    "Set what is right, and the rest as a master would take it");
+  add_dry_run(*command, args->options);
+  command->footer(
+      "A JSON document is what \"capictl config list --json\" prints, or a part of it:\n"
+      "{\"sip_line_1\": {\"display_name\": \"Kitchen\", \"enable\": 1}}. \"capictl config\n"
+      "schema\" tells what may stand in it. A secret that is \"(set)\" stays as it is.\n\n"
+      "Example:\n  capictl config load my.settings");
+  command->callback([args, &context] { load(context, args->path, args->options); });
+}
+
+void add_reset(CLI::App& config, Context& context) {
+  struct Args {
+    std::vector<std::string> names;
+    ChangeOptions options;
+  };
+  CLI::App* command =
+      config.add_subcommand("reset", "Give keys the values of a start without settings");
+  const auto args = std::make_shared<Args>();
+  command->add_option("KEY", args->names, "SECTION.FIELD, or a SECTION for all of its keys")
+      ->required();
+  add_dry_run(*command, args->options);
+  command->footer("Example:\n  capictl config reset sip_line_2 basic_sip.rtp_dscp");
+  command->callback([args, &context] { reset(context, args->names, args->options); });
+}
+
+}  // namespace
+
+void change(const std::vector<Setting>& settings, const ChangeOptions& options,
+            const Context& context) {
+  const std::vector<Setting> before = present_values(settings);
+  const Table changes = changes_table(before, settings, context);
+  if (!options.is_dry_run) store_all(settings, before);
+  if (options.is_dry_run || context.json) print(changes, context);
+}
+
+void add_config_changes(CLI::App& config, Context& context) {
+  add_set(config, context);
+  add_load(config, context);
+  add_reset(config, context);
+}
+
+}  // namespace capictl

@@ -1,0 +1,45 @@
+// SPDX-FileCopyrightText: The capi authors
+// SPDX-License-Identifier: MIT
+// All that is known of a key.
+#pragma once
+
+#include <cjson/cJSON.h>
+
+#include <optional>
+
+#include "table.h"
+#include "value.h"
+
+namespace capictl {
+
+// Where a start finds its settings, and the file that it loads last.
+constexpr char kSettingsDirectory[] = "/etc/capi/settings.d";
+constexpr char kLocalSettings[] = "/etc/capi/settings.d/local.settings";
+
+// The setting files there in the order in which a start loads them.
+std::vector<std::string> adapter_setting_files();
+
+// Where a value comes from.
+struct Source {
+  std::string kind;  // "start", "file", "device" or "set"
+  std::string file;
+  int line = 0;
+};
+Source source_of(const Key& key, const std::string& value, const std::vector<std::string>& files);
+
+// A key as it is now: its value, and where that comes from.
+struct KeyState {
+  std::string value;
+  Source source;
+};
+
+// Facts for people, and the lines of the voice stacks' files that show the value. The state is
+// missing where no adapter is up.
+std::vector<Table> key_tables(const Key& key, const std::optional<KeyState>& state,
+                              const Context& context);
+
+// The same as a JSON object, with or without the lines. The caller deletes it.
+cJSON* key_json(const Key& key, const std::optional<KeyState>& state, const Context& context);
+void add_places(cJSON* json, const Key& key);
+
+}  // namespace capictl

@@ -1,0 +1,10 @@
+// SPDX-FileCopyrightText: The capi authors
+// SPDX-License-Identifier: MIT
+// The reference of the keys, docs/keys.md.
+#pragma once
+
+namespace capictl {
+
+void print_key_reference();
+
+}  // namespace capictl
