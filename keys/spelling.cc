@@ -66,6 +66,9 @@ class Search {
     const int number = last_number(name_.data());
     if (max != 0 && name_ == spell(pattern, number).text) result_.count = max;
     const Spelling spelling = spell(pattern, std::clamp(number, 1, std::max(max, 1)));
+    // Each letter more or less is one to put in or leave out.
+    const auto letters = static_cast<int>(name_.size()) - static_cast<int>(strlen(spelling.text));
+    if (std::abs(letters) >= least_) return;
     const int here = distance(name_, spelling.text);
     if (here >= least_) return;
     least_ = here;
