@@ -41,7 +41,7 @@ std::string cut_line(std::string& text) {
 
 Item parse(const uint8_t* data, size_t size) {
   std::string text(reinterpret_cast<const char*>(data), size);
-  text = text.c_str();
+  text.resize(std::min(text.find('\0'), text.size()));
   Item item;
   item.section = cut_line(text);
   item.name = cut_line(text);
