@@ -35,14 +35,16 @@ int distance(std::string_view a, std::string_view b) {
 
 class Search {
  public:
-  Search(const char* name, const char* section) : name_(name), section_(section) {
+  Search(const char* name, const char* section)
+      : name_(name),
+        section_(section),
+        far_(std::max<int>(2, static_cast<int>(name_.size()) / 5) + 1) {
     result_.nearest.text[0] = '\0';
   }
 
   Suggestion run() {
     if (name_.size() < kMaxLength) capi_config_for_each(look, this);
-    // Farther away it is another name.
-    result_.is_near = least_ <= std::max<int>(2, static_cast<int>(name_.size()) / 5);
+    result_.is_near = least_ < far_;
     return result_;
   }
 
@@ -77,7 +79,8 @@ class Search {
 
   std::string_view name_;
   const char* section_;  // null for a search of sections
-  int least_ = INT32_MAX;
+  int far_;              // what differs as much is another name
+  int least_ = far_;
   Suggestion result_{};
 };
 
