@@ -9,6 +9,9 @@ set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_COMPONENTS_ALL library dev)
+if(TARGET capi_keys)
+  list(APPEND CPACK_COMPONENTS_ALL keys keys_dev)
+endif()
 if(CAPI_BUILD_TOOL)
   list(APPEND CPACK_COMPONENTS_ALL tool)
 endif()
@@ -23,13 +26,16 @@ endif()
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
 
-# What the programs are linked with; the library, which no package on this machine has, is told
+# What the programs are linked with; our libraries, which no package on this machine has, are told
 # below.
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_CURRENT_BINARY_DIR})
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS
+  ${CMAKE_CURRENT_BINARY_DIR} ${CMAKE_CURRENT_BINARY_DIR}/keys)
 
 set(library libcapi${PROJECT_VERSION_MAJOR})
+set(keys_library libcapi-keys${PROJECT_VERSION_MAJOR})
 set(this_version "(= ${PROJECT_VERSION})")
+set(these_keys "${keys_library} ${this_version}")
 
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_NAME ${library})
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_SECTION libs)
@@ -46,9 +52,25 @@ set(CPACK_DEBIAN_DEV_DESCRIPTION "development files of libcapi
 Headers, examples, and what pkg-config and CMake need to build a program that
 uses the configuration library of an LTE phone adapter.")
 
+set(CPACK_DEBIAN_KEYS_PACKAGE_NAME ${keys_library})
+set(CPACK_DEBIAN_KEYS_PACKAGE_SECTION libs)
+set(CPACK_DEBIAN_KEYS_PACKAGE_DEPENDS "${library} ${this_version}")
+set(CPACK_DEBIAN_KEYS_DESCRIPTION "what the keys of an LTE phone adapter mean
+Tells programs that people set values with what each key of the configuration
+means and takes, and whether a value is right for it.")
+
+set(CPACK_DEBIAN_KEYS_PACKAGE_CONTROL_EXTRA ${CPACK_DEBIAN_LIBRARY_PACKAGE_CONTROL_EXTRA})
+
+set(CPACK_DEBIAN_KEYS_DEV_PACKAGE_NAME libcapi-keys-dev)
+set(CPACK_DEBIAN_KEYS_DEV_PACKAGE_SECTION libdevel)
+set(CPACK_DEBIAN_KEYS_DEV_PACKAGE_DEPENDS "${these_keys}, libcapi-dev ${this_version}")
+set(CPACK_DEBIAN_KEYS_DEV_DESCRIPTION "development files of libcapi-keys
+The header, and what pkg-config and CMake need to build a program that tells
+what the configuration of an LTE phone adapter means.")
+
 set(CPACK_DEBIAN_TOOL_PACKAGE_NAME capictl)
 set(CPACK_DEBIAN_TOOL_PACKAGE_SECTION utils)
-set(CPACK_DEBIAN_TOOL_PACKAGE_DEPENDS "${library} ${this_version}")
+set(CPACK_DEBIAN_TOOL_PACKAGE_DEPENDS "${library} ${this_version}, ${these_keys}")
 set(CPACK_DEBIAN_TOOL_DESCRIPTION "LTE phone adapter from the terminal
 Shows and changes the configuration, the call log, the short messages and the
 live state of an adapter that runs libcapi.")
@@ -60,7 +82,7 @@ if(NOT newest MATCHES "^capi \\(${PROJECT_VERSION}\\) ")
 endif()
 
 # Licence and changelog stand where Debian looks for them. Other installations can do without.
-foreach(component IN ITEMS library dev tool)
+foreach(component IN ITEMS library dev keys keys_dev tool)
   string(TOUPPER ${component} upper)
   set(directory ${CMAKE_INSTALL_DATADIR}/doc/${CPACK_DEBIAN_${upper}_PACKAGE_NAME})
   install(FILES LICENSE RENAME copyright COMPONENT ${component} DESTINATION ${directory}
@@ -68,8 +90,12 @@ foreach(component IN ITEMS library dev tool)
   install(FILES cmake/debian/changelog COMPONENT ${component} DESTINATION ${directory}
     EXCLUDE_FROM_ALL)
 endforeach()
-install(FILES cmake/debian/lintian-overrides RENAME ${library} COMPONENT library EXCLUDE_FROM_ALL
-  DESTINATION ${CMAKE_INSTALL_DATADIR}/lintian/overrides)
+foreach(component IN ITEMS library keys)
+  string(TOUPPER ${component} upper)
+  install(FILES cmake/debian/lintian-overrides RENAME ${CPACK_DEBIAN_${upper}_PACKAGE_NAME}
+    COMPONENT ${component} EXCLUDE_FROM_ALL
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/lintian/overrides)
+endforeach()
 file(GLOB examples ${CMAKE_CURRENT_SOURCE_DIR}/examples/*.c)
 install(FILES ${examples} COMPONENT dev EXCLUDE_FROM_ALL
   DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${CPACK_DEBIAN_DEV_PACKAGE_NAME}/examples)

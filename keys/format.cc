@@ -3,6 +3,7 @@
 #include "keys/format.h"
 
 #include <arpa/inet.h>
+#include <strings.h>
 
 #include <algorithm>
 #include <cstring>
@@ -65,7 +66,10 @@ bool is_domain(std::string_view text) {
   return !is_all(dot == std::string_view::npos ? text : tail(text, dot + 1), 1, kMaxName, is_digit);
 }
 
-bool is_host(std::string_view text) { return is_ip(text) || is_domain(text); }
+// A name may end in the dot of the root, as in RFC 3261.
+bool is_host(std::string_view text) {
+  return is_ip(text) || is_domain(text.ends_with('.') ? head(text, text.size() - 1) : text);
+}
 
 bool is_mac(std::string_view text) {
   constexpr size_t kLength = 17;
@@ -117,14 +121,33 @@ bool is_sip_address(std::string_view text) {
   return is_host_part(host_part(at == std::string_view::npos ? text : tail(text, at + 1)));
 }
 
+// The number of a tel URI, whose digits may stand in groups; a local one may have letters.
+bool is_tel_number(std::string_view text) {
+  constexpr size_t kAny = 255;
+  const bool is_global = starts_with(text, "+");
+  const auto is_separator = [](char c) { return strchr("-.()", c) != nullptr; };
+  const auto is_dialled_here = [=](char c) {
+    return is_global ? is_digit(c) : is_hex(c) || is_dialled(c);
+  };
+  const std::string_view number = without_plus(text);
+  return is_all(number, 1, kAny, [&](char c) { return is_separator(c) || is_dialled_here(c); }) &&
+         std::any_of(number.begin(), number.end(), is_dialled_here);
+}
+
+// A scheme in letters of either case.
+bool has_scheme(std::string_view text, std::string_view scheme) {
+  return text.size() >= scheme.size() &&
+         strncasecmp(text.data(), scheme.data(), scheme.size()) == 0;
+}
+
 bool is_uri(std::string_view text) {
   for (const std::string_view scheme : {"sip:", "sips:"}) {
-    if (starts_with(text, scheme)) return is_sip_address(tail(text, scheme.size()));
+    if (has_scheme(text, scheme)) return is_sip_address(tail(text, scheme.size()));
   }
   constexpr std::string_view kTel = "tel:";
-  if (!starts_with(text, kTel)) return false;
+  if (!has_scheme(text, kTel)) return false;
   text = tail(text, kTel.size());
-  return is_phone(head(text, text.find(';')));
+  return is_tel_number(head(text, text.find(';')));
 }
 
 bool is_target(std::string_view text) { return is_phone(text) || is_uri(text); }

@@ -12,6 +12,17 @@
 
 namespace capi::keys {
 
+inline constexpr std::string_view kStacks =
+    "Stack 1 is VoLTE's, and the emergency calls', 2 VoIP's, 3 VoWiFi's, 4 CS's and 5 QVC's.";
+inline constexpr std::string_view kManufacturing =
+    "capi_get_hardware_info() tells what the manufacturing file has, whatever stands here.";
+inline constexpr std::string_view kOneAddress =
+    "Whether the stack takes more than one is not stated.";
+inline constexpr std::string_view kServingCell =
+    "Not published while there is an lte_net_info.data.";
+inline constexpr std::string_view kOneDomain =
+    "Both sections name the same one, which is no server's own.";
+
 inline constexpr KeyDraft kKeyDrafts[] = {
     key("voice_switch", "mode", kUnknownNumber, "Mode of the voice switching, which is passed on."),
     key("voice_access", "mode", kUnknownNumber, "Mode of the system's access, which is passed on."),
@@ -74,12 +85,13 @@ inline constexpr KeyDraft kKeyDrafts[] = {
     key("basic_sip", "cert_file", kPath, "File of the own certificate for SIP over TLS."),
     key("basic_sip", "key_file", kPath, "File of the own private key for SIP over TLS."),
 
-    key("voice_stack", "enable", kSwitch, "Whether the stack is enabled."),
+    key("voice_stack", "enable", kSwitch, "Whether the stack is enabled.").note(kStacks),
     key("voice_stack", "priority", kUnknownNumber, "Priority of the stack.")
         .note("Whether a high or a low number comes first is not stated."),
     key("voice_stack", "t1", kNotNegative, "Timer T1 of SIP, the estimated round-trip time.")
         .by("RFC 3261")
-        .note("The unit is not stated."),
+        .note("The unit is not stated. The stack's file has another one beside it, the constant "
+              "sip_t1_timer=2000."),
     key("voice_stack", "type", kUnknownText, "Type of the stack."),
     key("voice_stack", "codec", kUnknownText, "Codecs of the stack, as a list.")
         .note("The notation is not stated."),
@@ -107,13 +119,21 @@ inline constexpr KeyDraft kKeyDrafts[] = {
         .by("3GPP TS 31.102")
         .read_back(),
 
-    key("hw_info", "wan_mac", kMac, "MAC address of the WAN side.").by("IEEE 802").read_back(),
-    key("hw_info", "lan_mac", kMac, "MAC address of the LAN side.").by("IEEE 802").read_back(),
+    key("hw_info", "wan_mac", kMac, "MAC address of the WAN side.")
+        .by("IEEE 802")
+        .note(kManufacturing)
+        .read_back(),
+    key("hw_info", "lan_mac", kMac, "MAC address of the LAN side.")
+        .by("IEEE 802")
+        .note(kManufacturing)
+        .read_back(),
     key("hw_info", "version", kAnyText, "Version of the hardware.").read_back(),
-    key("hw_info", "serial", kAnyText, "Serial number of the device.").read_back(),
+    key("hw_info", "serial", kAnyText, "Serial number of the device.")
+        .note(kManufacturing)
+        .read_back(),
     key("hw_info", "model", kAnyText, "Name of the model.").read_back(),
     key("hw_info", "contrycode", kAnyText, "Country code of the device.")
-        .note("Spelled so. A device that has none says \"US\" of itself.")
+        .note("Spelled so.")
         .read_back(),
     key("hw_info", "imei0", kImei, "IMEI that manufacturing gave the device.")
         .by("3GPP TS 23.003")
@@ -127,12 +147,13 @@ inline constexpr KeyDraft kKeyDrafts[] = {
     key("runtime_info", "fw_build_number", kAnyText, "Build number of the firmware."),
     key("runtime_info", "work_directory", kPath, "The work directory.").start("/tmp"),
     key("runtime_info", "data_directory", kPath,
-        "The data directory, with the call log and the messages.")
+        "The data directory, with info.simcard and the shared status files.")
         .start("/tmp"),
     key("runtime_info", "log_directory", kPath, "The log directory.").start("/tmp"),
     key("runtime_info", "bin_directory", kPath,
         "Directory of programs; never made by the library."),
-    key("runtime_info", "nv_directory", kPath, "Directory of non-volatile data.")
+    key("runtime_info", "nv_directory", kPath,
+        "Directory of non-volatile data, with the call log and the messages.")
         .note("When it is empty the data directory serves."),
     key("runtime_info", "ivr_directory", kPath, "Directory of the IVR."),
     key("runtime_info", "uuid", kAnyText, "UUID of the system.").read_back(),
@@ -147,43 +168,58 @@ inline constexpr KeyDraft kKeyDrafts[] = {
         .read_back(),
     key("runtime_info", "public_ip", kIp, "Public address of the WAN.").read_back(),
     key("runtime_info", "bb_if_name", kInterface,
-        "Baseband interface, for stacks without one of their own."),
-    key("runtime_info", "4g_if_name", kInterface, "The 4G interface."),
+        "Baseband interface, for stacks without one of their own.")
+        .note("capi_get_runtime_bb_interface() tells the WAN interface instead."),
+    key("runtime_info", "4g_if_name", kInterface, "The 4G interface.")
+        .note("capi_get_runtime_3g_interface() tells it."),
     key("runtime_info", "wan_if_name", kInterface, "The WAN interface."),
     key("runtime_info", "xcap_if_name", kInterface, "The interface of XCAP.").cites("RFC 4825"),
-    key("runtime_info", "dns_server", kIp, "DNS server of the voice stacks."),
+    key("runtime_info", "dns_server", kIp, "DNS server of the voice stacks.").note(kOneAddress),
     key("runtime_info", "voip_ip", kIp, "Address that the VoIP stack binds to."),
     key("runtime_info", "ims_ip", kIp, "Address that the VoLTE stack binds to."),
     key("runtime_info", "sos_ip", kIp, "Address that the emergency stack binds to."),
     key("runtime_info", "pcscf_addr", kHost, "P-CSCF of the VoLTE, VoIP and VoWiFi stacks.")
-        .cites("3GPP TS 24.229"),
+        .cites("3GPP TS 24.229")
+        .note(kOneAddress),
     key("runtime_info", "sos_pcscf", kHost, "P-CSCF of the emergency stack.")
-        .cites("3GPP TS 24.229"),
+        .cites("3GPP TS 24.229")
+        .note(kOneAddress),
     key("runtime_info", "if_name_ims", kInterface, "Interface of the VoLTE stack."),
     key("runtime_info", "if_name_voip", kInterface, "Interface of the VoIP stack."),
     key("runtime_info", "if_name_vowifi", kInterface, "Interface of the VoWiFi stack."),
     key("runtime_info", "if_name_sos", kInterface, "Interface of the emergency stack."),
     key("runtime_info", "lte_netinfo_tac", kUnknownText, "Tracking area code of the serving cell.")
         .cites("3GPP TS 23.003")
-        .note("The notation is not stated. Published with at most 7 characters."),
+        .note(
+            "The notation is not stated. At most 7 characters are published, and none while there "
+            "is an lte_net_info.data."),
     key("runtime_info", "lte_netinfo_globalcellid", {CAPI_KEY_HEX},
         "Cell identity of the serving cell, of which eNB and cell are worked out when it is set.")
-        .cites("3GPP TS 23.003"),
-    key("runtime_info", "lte_netinfo_cellid", kDigits, "Number of the serving cell in its eNB."),
+        .cites("3GPP TS 23.003")
+        .note(kServingCell),
+    key("runtime_info", "lte_netinfo_cellid", kDigits,
+        "Number of the serving cell in its eNB, where there is no global cell id.")
+        .note(kServingCell),
     key("runtime_info", "lte_netinfo_mcc", {CAPI_KEY_MCC}, "Country code of the serving network.")
-        .by("3GPP TS 23.003"),
+        .by("3GPP TS 23.003")
+        .note(kServingCell),
     key("runtime_info", "lte_netinfo_mnc", {CAPI_KEY_MNC}, "Network code of the serving network.")
-        .by("3GPP TS 23.003"),
+        .by("3GPP TS 23.003")
+        .note(kServingCell),
     key("runtime_info", "lte_netinfo_band", kDigits, "Frequency band of the serving cell.")
-        .by("3GPP TS 36.101"),
-    key("runtime_info", "lte_netinfo_enbid", kDigits, "Number of the serving eNB."),
+        .by("3GPP TS 36.101")
+        .note(kServingCell),
+    key("runtime_info", "lte_netinfo_enbid", kDigits,
+        "Number of the serving eNB, where there is no global cell id.")
+        .note(kServingCell),
     key("runtime_info", "lte_netinfo_msisdn", kMsisdn, "Phone number on the LTE network.")
         .by("3GPP TS 23.003"),
 
     key("sip_feature", "hotline_enable", kSwitch, "Whether the hotline is used."),
     key("sip_feature", "callwaiting_enable", kSwitch, "Whether call waiting is used.")
         .cites("3GPP TS 22.083"),
-    key("sip_feature", "dnd_enable", kSwitch, "Whether do-not-disturb is used."),
+    key("sip_feature", "dnd_enable", kSwitch, "Whether do-not-disturb is used.")
+        .note("Stands as \"enable_dnd\" in the stack's file, which has do_not_disturb=0 as well."),
     key("sip_feature", "default_ptime", kNotNegative,
         "Default packet time, as ptime of SDP has it.")
         .unit("ms")
@@ -221,8 +257,9 @@ inline constexpr KeyDraft kKeyDrafts[] = {
         .by("RFC 3261")
         .secret(),
 
-    key("sip_server", "sip_domain_enable", kSwitch, "Whether the SIP domain is used."),
-    key("sip_server", "sip_domain", kHost, "The SIP domain.").cites("RFC 3261"),
+    key("sip_server", "sip_domain_enable", kSwitch, "Whether the SIP domain is used.")
+        .note(kOneDomain),
+    key("sip_server", "sip_domain", kHost, "The SIP domain.").cites("RFC 3261").note(kOneDomain),
     key("sip_server", "registrar_port", kPort, "Port of the registrar.")
         .start("5060")
         .note("0 becomes 5060 when settings are published."),
@@ -290,15 +327,22 @@ inline constexpr KeyDraft kKeyDrafts[] = {
     key("voice_parameter", "volume", kUnknownNumber, "Volume.").note("The unit is not stated."),
     key("voice_parameter", "gate_control_enable", kSwitch, "Whether gate control is used."),
 
-    key("call_forward", "direct_forward", kSwitch, "Whether all calls are forwarded."),
-    key("call_forward", "busy_forward", kSwitch, "Whether calls to the busy line are forwarded."),
-    key("call_forward", "noanswer_forward", kSwitch, "Whether unanswered calls are forwarded."),
+    key("call_forward", "direct_forward", kSwitch, "Whether all calls are forwarded.")
+        .cites("3GPP TS 22.082"),
+    key("call_forward", "busy_forward", kSwitch, "Whether calls to the busy line are forwarded.")
+        .cites("3GPP TS 22.082"),
+    key("call_forward", "noanswer_forward", kSwitch, "Whether unanswered calls are forwarded.")
+        .cites("3GPP TS 22.082"),
     key("call_forward", "noanswer_forward_timeout", kNotNegative,
         "How long a call rings before it is forwarded.")
-        .unit("s"),
-    key("call_forward", "direct_forward_dest", kTarget, "Where all calls are forwarded to."),
-    key("call_forward", "busy_forward_dest", kTarget, "Where calls to the busy line go."),
-    key("call_forward", "noanswer_forward_dest", kTarget, "Where unanswered calls go."),
+        .unit("s")
+        .cites("3GPP TS 22.082"),
+    key("call_forward", "direct_forward_dest", kTarget, "Where all calls are forwarded to.")
+        .cites("3GPP TS 22.082"),
+    key("call_forward", "busy_forward_dest", kTarget, "Where calls to the busy line go.")
+        .cites("3GPP TS 22.082"),
+    key("call_forward", "noanswer_forward_dest", kTarget, "Where unanswered calls go.")
+        .cites("3GPP TS 22.082"),
 
     key("call_white_list", "enable", kSwitch, "Whether the white list of calls is used."),
     key("call_redirection", "enable", kSwitch, "Whether calls are redirected."),
@@ -318,6 +362,7 @@ inline constexpr KeyDraft kKeyDrafts[] = {
     // The keys that carry a number.
     key("voice_parameter", "_name_", kAnyText, "Name of the slot's codec."),
     key("voice_parameter", "_packet_time_", kAnyText, "Packet time of the slot's codec.")
+        .unit("ms")
         .cites("RFC 8866")
         .note("Whether it may be a list is not stated."),
     key("voice_parameter", "_mode_set_", {CAPI_KEY_MODE_SET},

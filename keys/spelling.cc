@@ -35,14 +35,16 @@ int distance(std::string_view a, std::string_view b) {
 
 class Search {
  public:
-  Search(const char* name, const char* section) : name_(name), section_(section) {
+  Search(const char* name, const char* section)
+      : name_(name),
+        section_(section),
+        far_(std::max<int>(2, static_cast<int>(name_.size()) / 5) + 1) {
     result_.nearest.text[0] = '\0';
   }
 
   Suggestion run() {
     if (name_.size() < kMaxLength) capi_config_for_each(look, this);
-    // Farther away it is another name.
-    result_.is_near = least_ <= std::max<int>(2, static_cast<int>(name_.size()) / 5);
+    result_.is_near = least_ < far_;
     return result_;
   }
 
@@ -66,6 +68,9 @@ class Search {
     const int number = last_number(name_.data());
     if (max != 0 && name_ == spell(pattern, number).text) result_.count = max;
     const Spelling spelling = spell(pattern, std::clamp(number, 1, std::max(max, 1)));
+    // Each letter more or less is one to put in or leave out.
+    const auto letters = static_cast<int>(name_.size()) - static_cast<int>(strlen(spelling.text));
+    if (std::abs(letters) >= least_) return;
     const int here = distance(name_, spelling.text);
     if (here >= least_) return;
     least_ = here;
@@ -74,7 +79,8 @@ class Search {
 
   std::string_view name_;
   const char* section_;  // null for a search of sections
-  int least_ = INT32_MAX;
+  int far_;              // what differs as much is another name
+  int least_ = far_;
   Suggestion result_{};
 };
 

@@ -51,13 +51,18 @@ target_link_libraries(cxx_client PRIVATE capi::capi)
 END_OF_LISTS
 }
 
-build_with_pkg_config() {
-  local options
-  # What is installed, and what the architecture has; not what is there for this machine.
-  options=$(PKG_CONFIG_LIBDIR=$(find "$prefix" -name capi.pc -printf %h):/usr/lib/$(
+# options_for PACKAGE: of what is installed, and what the architecture has; not what is there for
+# this machine.
+options_for() {
+  PKG_CONFIG_LIBDIR=$(find "$prefix" -name capi.pc -printf %h):/usr/lib/$(
     "$c_compiler" -print-multiarch)/pkgconfig \
     PKG_CONFIG_ALLOW_SYSTEM_CFLAGS=1 PKG_CONFIG_ALLOW_SYSTEM_LIBS=1 \
-    pkg-config --cflags --libs capi)
+    pkg-config --cflags --libs "$1"
+}
+
+build_with_pkg_config() {
+  local options
+  options=$(options_for capi)
   read -ra options <<<"$options"
   mkdir by_pkg_config
   "$c_compiler" -std=c99 -Wall -Werror "${extra[@]}" client.c -o by_pkg_config/c_client "${options[@]}"
@@ -79,3 +84,38 @@ run_client() {
   [ "$said" = Kitchen ] || fail "$1 said \"$said\""
   echo "ok: $1"
 }
+
+# What the keys mean is a library of its own: clients of it as of the other, built and run.
+check_keys_clients() (
+  local client options said
+  mkdir keys
+  cd keys || exit
+  cat >client.c <<'END_OF_CLIENT'
+#include <capi-keys.h>
+#include <stdio.h>
+
+int main(void) {
+  char sentence[CAPI_KEYS_SENTENCE];
+  int result = capi_keys_check("sms", "option_sms_enable", "7", sentence, sizeof sentence);
+  puts(sentence);
+  return result == CAPI_KEY_NOT_ONE_OF ? 0 : 1;
+}
+END_OF_CLIENT
+  cat >CMakeLists.txt <<'END_OF_LISTS'
+cmake_minimum_required(VERSION 3.22)
+project(client LANGUAGES C)
+find_package(capi-keys 0.1 REQUIRED)
+add_executable(c_client client.c)
+target_link_libraries(c_client PRIVATE capi::keys)
+END_OF_LISTS
+  build_with_cmake
+  options=$(options_for capi-keys)
+  read -ra options <<<"$options"
+  "$c_compiler" "${extra[@]}" client.c -o by_pkg_config "${options[@]}"
+  for client in by_cmake/c_client ./by_pkg_config; do
+    said=$("${emulator[@]}" "$client") || fail "$client fails"
+    [ "$said" = '"7" is none of those that are allowed; allowed: 0 (off) or 1 (on)' ] ||
+      fail "$client said \"$said\""
+    echo "ok: keys/$client"
+  done
+)

@@ -45,35 +45,4 @@ done
 said=$("${emulator[@]}" usr/bin/capictl config get sip_line_1.display_name)
 [ "$said" = Kitchen ] || fail "capictl said \"$said\""
 
-# What the keys mean is a library of its own.
-mkdir keys
-cd keys
-cat >client.c <<'END_OF_CLIENT'
-#include <capi-keys.h>
-#include <stdio.h>
-
-int main(void) {
-  char sentence[CAPI_KEYS_SENTENCE];
-  int result = capi_keys_check("sms", "option_sms_enable", "7", sentence, sizeof sentence);
-  puts(sentence);
-  return result == CAPI_KEY_NOT_ONE_OF ? 0 : 1;
-}
-END_OF_CLIENT
-cat >CMakeLists.txt <<'END_OF_LISTS'
-cmake_minimum_required(VERSION 3.22)
-project(client LANGUAGES C)
-find_package(capi-keys 0.1 REQUIRED)
-add_executable(c_client client.c)
-target_link_libraries(c_client PRIVATE capi::keys)
-END_OF_LISTS
-build_with_cmake
-flags_of_both=$(PKG_CONFIG_LIBDIR=$(find "$prefix" -name capi-keys.pc -printf %h):/usr/lib/$(
-  "$c_compiler" -print-multiarch)/pkgconfig pkg-config --cflags --libs capi-keys)
-read -ra keys_options <<<"$flags_of_both"
-"$c_compiler" "${extra[@]}" client.c -o by_pkg_config "${keys_options[@]}"
-for client in by_cmake/c_client ./by_pkg_config; do
-  said=$("${emulator[@]}" "$client") || fail "$client fails"
-  [ "$said" = '"7" is none of those that are allowed; allowed: 0 (off) or 1 (on)' ] ||
-    fail "$client said \"$said\""
-  echo "ok: keys/$client"
-done
+check_keys_clients

@@ -33,7 +33,7 @@ prefix=$root/usr
 
 cd "$scratch"
 quietly cpack -G DEB --config "$build/CPackConfig.cmake" -B "$scratch"
-packages=(libcapi0_*.deb libcapi-dev_*.deb capictl_*.deb)
+packages=(libcapi0_*.deb libcapi-dev_*.deb libcapi-keys0_*.deb libcapi-keys-dev_*.deb capictl_*.deb)
 for package in "${packages[@]}"; do
   [ "$(dpkg-deb --field "$package" Architecture)" = "$architecture" ] ||
     fail "$package is for another architecture than $architecture"
@@ -44,14 +44,30 @@ if [ "$check" = yes ]; then
     fail 'lintian is not content'
 fi
 
-dpkg-deb --info libcapi0_*.deb shlibs | grep -q '^libcapi 0 libcapi0 (>= ' ||
-  fail 'other packages do not learn what to depend on'
-dpkg-deb --contents libcapi0_*.deb | grep -E '\.h$|libcapi\.so ->' &&
-  fail 'development files are in the package of the library'
+for library in libcapi libcapi-keys; do
+  dpkg-deb --info "$library"0_*.deb shlibs | grep -q "^$library 0 ${library}0 (>= " ||
+    fail "other packages do not learn what to depend on for $library"
+  dpkg-deb --contents "$library"0_*.deb | grep -E "\.h$|$library\.so ->" &&
+    fail "development files are in the package of $library"
+done
+version=$(dpkg-deb --field libcapi0_*.deb Version)
+needs() { # PACKAGE OTHER: of the same version
+  dpkg-deb --field "$1"_*.deb Depends | grep -q "$2 (= $version)" || fail "$1 does not need $2"
+}
+needs libcapi-keys0 libcapi0
+needs libcapi-keys-dev libcapi-keys0
+needs libcapi-keys-dev libcapi-dev
+needs capictl libcapi0
+needs capictl libcapi-keys0
+# An adapter's processes can do without what the keys mean.
+dpkg-deb --field libcapi0_*.deb Depends | grep -q keys && fail 'libcapi0 needs libcapi-keys'
+dpkg-deb --field libcapi-dev_*.deb Depends | grep -q keys && fail 'libcapi-dev needs libcapi-keys'
 
 quietly "${dpkg[@]}" --install "${packages[@]}"
-for file in /usr/include/capi.h /usr/bin/capictl /usr/share/man/man1/capictl.1.gz \
+for file in /usr/include/capi.h /usr/include/capi-keys.h /usr/bin/capictl \
+  /usr/share/man/man1/capictl.1.gz \
   /usr/share/bash-completion/completions/capictl /usr/share/doc/libcapi0/changelog.gz \
+  /usr/share/doc/libcapi-keys0/changelog.gz /usr/share/doc/libcapi-keys-dev/copyright \
   /usr/share/doc/libcapi-dev/copyright /usr/share/doc/libcapi-dev/examples/monitor.c; do
   [ -e "$root$file" ] || fail "$file is not installed"
 done
@@ -69,8 +85,9 @@ for client in by_pkg_config/c_client by_pkg_config/cxx_client by_cmake/c_client 
 done
 said=$("${emulator[@]}" "$prefix/bin/capictl" config get sip_line_1.display_name)
 [ "$said" = Kitchen ] || fail "capictl said \"$said\""
+check_keys_clients
 
-quietly "${dpkg[@]}" --purge capictl libcapi-dev libcapi0
+quietly "${dpkg[@]}" --purge capictl libcapi-keys-dev libcapi-keys0 libcapi-dev libcapi0
 for package in "${packages[@]}"; do
   dpkg-deb --contents "$package" | sed -n 's|^[^d].* \./\(usr/[^ ]*\).*|/\1|p'
 done >files
