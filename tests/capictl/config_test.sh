@@ -40,21 +40,21 @@ expect 0 '' config set basic_sip.rtp_dscp -5
 expect 0 '-5' config get basic_sip.rtp_dscp
 expect 0 '' config set voice_parameter.code_list_12 last
 expect 0 last config get voice_parameter.code_list_12
-expect_error 3 'capictl: sms.enable is left as it was: the value would not stay as it is (not a number: read as 0)' config set sms.enable on
+expect_error 4 'capictl: sms.enable is left as it was: the value would not stay as it is (not a number: read as 0)' config set sms.enable on
 expect 0 '1' config get sms.enable
-expect_error 3 'capictl: sms.enable is left as it was: the value would not stay as it is (not all of it is a number: read as 1)' config set sms.enable 1x
-expect_error 3 'capictl: sms.enable is left as it was: the value would not stay as it is (out of range: kept as 2147483647)' \
+expect_error 4 'capictl: sms.enable is left as it was: the value would not stay as it is (not all of it is a number: read as 1)' config set sms.enable 1x
+expect_error 4 'capictl: sms.enable is left as it was: the value would not stay as it is (out of range: kept as 2147483647)' \
   config set sms.enable 2147483648
-expect_error 3 'capictl: voice_parameter.count is left as it was: the value would not stay as it is (out of range: kept as 12)' \
+expect_error 4 'capictl: voice_parameter.count is left as it was: the value would not stay as it is (out of range: kept as 12)' \
   config set voice_parameter.count 13
-expect_error 3 'capictl: sms.sca is left as it was: the value would not stay as it is (too long: cut to 31 characters)' \
+expect_error 4 'capictl: sms.sca is left as it was: the value would not stay as it is (too long: cut to 31 characters)' \
   config set sms.sca 12345678901234567890123456789012
 expect_error 3 'capictl: there is no key display_name. Did you mean sip_line_1.display_name?' \
   config get display_name
 expect_error 3 'capictl: there is no key sip_line_3.enable. Did you mean sip_line_1.enable?' \
   config set sip_line_3.enable 1
 expect_error 3 'capictl: there is no key nothing. All keys: capictl config list' config get nothing
-expect_error 2 $'KEY is required\nRun with --help for more information.' config get
-expect_error 2 $'VALUE is required\nRun with --help for more information.' config set sms.sca
+expect_error 2 'capictl: KEY is required. Help: capictl config get --help' config get
+expect_error 2 'capictl: VALUE is required. Help: capictl config set --help' config set sms.sca
 
 finish

@@ -97,10 +97,10 @@ expect 0 '{
 		"section":	"sms",
 		"key":	"option_sms_sca",
 		"kind":	"text",
-		"most characters":	"31",
-		"setting file":	"[sms] option_sms_sca=..."
+		"most_characters":	"31",
+		"setting_file":	"[sms] option_sms_sca=..."
 	},
-	"written to":	[{
+	"written_to":	[{
 			"files":	"volte voip vowifi cs qvc sos generic",
 			"section":	"SHORT_MESSAGE",
 			"line":	"sca",

@@ -55,13 +55,13 @@ expect 1 $'sms.enable\t1\t0' config diff /tmp/a.settings
 expect 1 '[{
 		"key":	"sms.enable",
 		"now":	"1",
-		"in the file":	"0"
+		"in_the_file":	"0"
 	}]' config diff /tmp/a.settings --json
 expect_on_terminal 1 'key         now  in the file
 sms.enable  1    0' config diff /tmp/a.settings
 expect 0 '+15550000001' config get sms.sca
 expect 0 '1' config get sms.enable
-expect_error 3 'capictl: /tmp/none cannot be opened for reading and writing, as setting files must be' \
+expect_error 1 'capictl: /tmp/none cannot be opened for reading and writing, as setting files must be' \
   config diff /tmp/none
 
 finish

@@ -12,7 +12,7 @@
 namespace capictl {
 namespace {
 
-const std::vector<Column> kKeyAndValue = {{"key"}, {"value"}};
+const std::vector<Column> kKeyAndValue = {{"key"}, {.title = "value", .is_long = true}};
 
 // "-" stands for the words on standard input.
 std::vector<std::string> with_input(const std::vector<std::string>& words) {
@@ -48,8 +48,9 @@ void set(const Context& context, const std::string& label, const std::string& va
   const Key& key = named_key(label);
   const Stored stored = stored_value(key, value);
   if (!stored.loss.empty()) {
-    throw Failure(label + " is left as it was: the value would not stay as it is (" + stored.loss +
-                  ")");
+    throw Failure(
+        label + " is left as it was: the value would not stay as it is (" + stored.loss + ")",
+        {kRefused, label});
   }
   if (capi_config_set(key.section.c_str(), key.name.c_str(), 0, value.c_str()) != 0) {
     throw Failure(label + " could not be set; --verbose tells more");
@@ -68,7 +69,8 @@ void list(const Context& context, const std::string& section) {
   if (table.rows().empty()) {
     std::string names;
     for (const std::string& name : all_sections()) names += " " + name;
-    throw Failure("there is no section " + section + ". The sections:" + names);
+    throw Failure("there is no section " + section + ". The sections:" + names,
+                  {kNotFound, section});
   }
   print(table, context);
 }

@@ -76,7 +76,7 @@ void diff(Context& context, const std::string& path) {
 }
 
 void lint_files(Context& context, const std::vector<std::string>& paths) {
-  Table table("findings", {{"file"}, {"line", true}, {"finding"}});
+  Table table("findings", {{"file"}, {"line", Type::Number}, {"finding"}});
   for (const std::string& path : paths) {
     for (const Finding& finding : lint(read_file(path))) {
       table.add({path, std::to_string(finding.line), finding.text});

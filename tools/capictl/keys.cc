@@ -176,7 +176,7 @@ const Key& named_key(const std::string& label) {
       if (key.section == section && (key.name == field || key.label() == label)) return key;
     }
   }
-  throw Failure("there is no key " + label + ". " + nearest_hint(label));
+  throw Failure("there is no key " + label + ". " + nearest_hint(label), {kNotFound, label});
 }
 
 std::vector<std::string> all_sections() {
