@@ -12,7 +12,7 @@
 #include "support/files.h"
 #include "tools/capictl/calls_check.h"
 #include "tools/capictl/keys.h"
-#include "tools/capictl/lint.h"
+#include "tools/capictl/setting_file.h"
 #include "tools/capictl/sms_check.h"
 
 namespace capi::test {
@@ -165,7 +165,7 @@ TEST_F(SettingLine, WithoutAFindingIsTakenAsItStandsAndOthersAreNot) {
     const capictl::Key& key = capictl::all_keys()[pick(capictl::all_keys().size())];
     const std::string& value = kValues[pick(std::size(kValues))];
     const std::string line = key.name + kEquals[pick(12) % std::size(kEquals)] + value;
-    const auto findings = capictl::lint("[" + key.section + "]\n" + line + "\n");
+    const auto findings = capictl::read_setting_file("[" + key.section + "]\n" + line + "\n");
     const bool is_as_it_stands = loaded(key, line) == written_value(line);
     ASSERT_EQ(findings.empty(), is_as_it_stands)
         << line << "\n"

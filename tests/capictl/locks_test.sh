@@ -5,7 +5,7 @@ source "$(dirname "$0")/support.sh"
 
 set_up_device
 rm /tmp/m_data
-expect_error 3 "capictl: there are no locks: the adapter's master has not been started on this device" locks
+expect_error 5 "capictl: there are no locks: the adapter's master has not been started on this device" locks
 start_adapter
 
 # locks_but ID LINE: all locks are free, but for one.

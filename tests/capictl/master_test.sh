@@ -12,21 +12,21 @@ for command in status monitor 'config list' 'config get sms.sca' 'config set sms
   'sms send 1 hi' 'sms mark-read sent 1' 'sms delete sent 1' 'sms clear sent' 'sms backup /tmp/a' \
   'sms check sent' carrier line 'signal vop_sig_cfg_changed'; do
   # shellcheck disable=SC2086
-  expect_error 3 "$down" $command
+  expect_error 5 "$down" $command
 done
 [ -e /tmp/posted_signals ] && fail 'a signal was posted without an adapter'
 
 in_case 'What it is brought up from has to be there'
 expect_error 3 'capictl: /nowhere cannot be read: No such file or directory' master --settings /nowhere
-expect_error 3 "$down" status
+expect_error 5 "$down" status
 
 in_case 'What is missing is named, from the first that there has to be'
 mv /tmp/m_data /tmp/kept_data
-expect_error 3 'capictl: no adapter is up: /tmp/m_data is missing, by which the locks are found; provide it, then start the master, or bring one up: capictl master --settings FILE' status
+expect_error 5 'capictl: no adapter is up: /tmp/m_data is missing, by which the locks are found; provide it, then start the master, or bring one up: capictl master --settings FILE' status
 mv /tmp/kept_data /tmp/m_data
 expect 0 '' master
 mv /usr/sbin/vsdk_cmd /usr/sbin/kept_cmd
-expect_error 3 'capictl: no adapter is up: /usr/sbin/vsdk_cmd is missing, by which the shared record is found; provide it, then start the master, or bring one up: capictl master --settings FILE' status
+expect_error 5 'capictl: no adapter is up: /usr/sbin/vsdk_cmd is missing, by which the shared record is found; provide it, then start the master, or bring one up: capictl master --settings FILE' status
 mv /usr/sbin/kept_cmd /usr/sbin/vsdk_cmd
 expect 0 '' config get sms.sca
 others start
@@ -35,11 +35,11 @@ mv /tmp/m_data /tmp/kept_data
 expect 0 '' config get sms.sca
 mv /tmp/kept_data /tmp/m_data
 ipcrm --all=shm
-expect_error 3 'capictl: no adapter is up: no master has published settings yet; start the master, or bring one up: capictl master --settings FILE' config list
+expect_error 5 'capictl: no adapter is up: no master has published settings yet; start the master, or bring one up: capictl master --settings FILE' config list
 key=$(ipcs --shmems | grep -o '^0x[^ ]*')
 ipcrm --all=shm
 perl -e 'shmget(unpack("l", pack("L", hex(shift))), 100, 01666) // die' "$key"
-expect_error 3 'capictl: the shared record cannot be attached; --verbose tells why' status
+expect_error 5 'capictl: the shared record cannot be attached; --verbose tells why' status
 ipcrm --all
 
 in_case 'Later files go before earlier ones'
@@ -47,8 +47,8 @@ printf '[sms]\noption_sms_sca=1\noption_sms_enable=1\n' >/tmp/first
 printf '[sms]\noption_sms_sca=2\n' >/tmp/second
 expect 0 '' master --settings /tmp/first /tmp/second
 expect 0 $'sms.enable\t1\nsms.sca\t2\nsms.psi\t' config list sms
-expect_error 3 'capictl: the adapter is up already; --force clears its record and starts it anew' master
-expect_error 3 'capictl: the adapter is up already; --force clears its record and starts it anew' \
+expect_error 4 'capictl: the adapter is up already; --force clears its record and starts it anew' master
+expect_error 4 'capictl: the adapter is up already; --force clears its record and starts it anew' \
   master --settings /tmp/first
 expect 0 2 config get sms.sca
 expect 0 '' master --force --settings /tmp/second /tmp/first
@@ -58,6 +58,6 @@ expect 0 '' config get sms.sca
 
 in_case 'The files by which segment and locks are found'
 rm /tmp/m_data /usr/sbin/vsdk_cmd
-expect_error 3 'capictl: there is no shared record: /usr/sbin/vsdk_cmd and /tmp/m_data must exist' master
+expect_error 1 'capictl: there is no shared record: /usr/sbin/vsdk_cmd and /tmp/m_data must exist' master
 
 finish

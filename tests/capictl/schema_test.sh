@@ -27,11 +27,11 @@ expect 0 '[{
 		"type":	"int",
 		"value":	"60",
 		"default":	"60",
-		"changed":	0,
+		"changed":	false,
 		"limits":	"1..9"
 	}]' schema $document sip expires --json
 expect_on_terminal 0 'section  parameter  type  value  default  changed  limits
-sip      expires    int   60     60             0  1..9' schema $document sip expires
+sip      expires    int   60     60       0        1..9' schema $document sip expires
 
 in_case 'A change goes into the file, and the default out of it again'
 expect 0 '' schema $document sip expires 5
@@ -46,9 +46,9 @@ $others_of_all" schema $document
 expect_error 3 "capictl: there is no sip port in $document" schema $document sip port
 expect_error 3 "capictl: there is no sip port in $document" schema $document sip port 1
 expect_error 3 "capictl: there is no nothing in $document" schema $document nothing
-expect_error 3 'capictl: the parameter has no value that could be set' schema $document net odd 1
+expect_error 1 'capictl: the parameter has no value that could be set' schema $document net odd 1
 expect_error 3 'capictl: /tmp/none cannot be read: No such file or directory' schema /tmp/none
 echo '{' >/tmp/broken.json
-expect_error 3 'capictl: /tmp/broken.json is not JSON' schema /tmp/broken.json
+expect_error 1 'capictl: /tmp/broken.json is not JSON' schema /tmp/broken.json
 
 finish

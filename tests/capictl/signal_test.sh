@@ -15,20 +15,20 @@ expect 0 '' signal vop_sig_cfg_changed 'two words' '$(id)' ';*'
   fail "posted: $(tail -n 1 /tmp/posted_signals)"
 cp /tmp/posted_signals /tmp/before
 for name in 'a;b' 'a b' '$(id)' '`id`' '' 'a|b' $'a\nb'; do
-  [ -z "$name" ] || expect_error 3 'capictl: a signal'"'"'s name has letters, digits, "_", "." and "-" only' signal "$name"
+  [ -z "$name" ] || expect_error 4 'capictl: a signal'"'"'s name has letters, digits, "_", "." and "-" only' signal "$name"
 done
-expect_error 3 $'capictl: "it\'s" cannot be sent: it holds a quote, a backslash or a control character' \
+expect_error 4 $'capictl: "it\'s" cannot be sent: it holds a quote, a backslash or a control character' \
   signal name "it's"
-expect_error 3 'capictl: "a\x1bb" cannot be sent: it holds a quote, a backslash or a control character' \
+expect_error 4 'capictl: "a\x1bb" cannot be sent: it holds a quote, a backslash or a control character' \
   signal name $'a\eb'
 chmod o+w /usr/sbin/vsdk_cmd
-expect_error 3 'capictl: the signal could not be posted; --verbose tells more' signal name
-expect_error 3 'capictl: the signal could not be posted; --verbose tells more' signal name text
+expect_error 1 'capictl: the signal could not be posted; --verbose tells more' signal name
+expect_error 1 'capictl: the signal could not be posted; --verbose tells more' signal name text
 chmod o-w /usr/sbin/vsdk_cmd
-expect_error 2 $'PARAM: At Most 3 required but received 4\nRun with --help for more information.' \
+expect_error 2 'capictl: PARAM: At Most 3 required but received 4. Help: capictl signal --help' \
   signal name 1 2 3 4
 cmp /tmp/posted_signals /tmp/before || fail 'what was refused was posted all the same'
-expect_error 2 $'NAME is required\nRun with --help for more information.' signal
+expect_error 2 'capictl: NAME is required. Help: capictl signal --help' signal
 expect 0 $'name\tvop_sig_voip_vm_on\nline\t1' signal decode \
   <<<'{"msg":"signal","name":"vop_sig_voip_vm_on","attrs":{"line":1}}'
 expect 0 '[{
@@ -53,7 +53,7 @@ callinfo.2.callstate	0
 callinfo.2.callpartynumber	
 callinfo.2.callpartyname	' signal decode \
   <<<'{"name":"vop_sig_voip_call_state_change","attrs":{"line":2,"callinfo":[{"call":7,"callstate":5}]}}'
-expect_error 3 'capictl: standard input is not JSON' signal decode <<<'{'
-expect_error 3 'capictl: this JSON is no signal: it has no "name"' signal decode <<<'{}'
+expect_error 1 'capictl: standard input is not JSON' signal decode <<<'{'
+expect_error 1 'capictl: this JSON is no signal: it has no "name"' signal decode <<<'{}'
 
 finish

@@ -19,38 +19,39 @@ show=$("${tool[@]}" sms show sent 1 | grep -v ed$'\t'20)
 [ "$show" = $'id\t1\nstatus\t2\nread\t1\nIMSI\t001010123456789\nlocal number\t+15551230001\nremote number\t+15551230002\ntext type\t0\ntext\tOn my way\\n' ] ||
   fail "sms show: $show"
 expect_error 3 'capictl: there is no sent message 2. All of them: capictl sms list sent' sms show sent 2
-expect_error 2 $'BOX: drafts not in {received,sent}\nRun with --help for more information.' sms list drafts
+expect_error 2 'capictl: BOX is one of received, sent, not drafts. Help: capictl sms list --help' sms list drafts
 
 expect 0 '[{
 		"id":	1,
-		"read":	1,
+		"read":	true,
 		"status":	2,
 		"time":	"'"$time"'",
 		"local":	"+15551230001",
 		"remote":	"+15551230002",
-		"type":	0,
+		"text_type":	0,
 		"text":	"On my way\n"
 	}]' sms list sent --json
 changed=$("${tool[@]}" sms show sent 1 | sed -n 's/^changed\t//p')
 expect 0 '{
-	"id":	"1",
-	"status":	"2",
-	"read":	"1",
+	"id":	1,
+	"status":	2,
+	"read":	true,
 	"stored":	"'"$time"'",
 	"changed":	"'"$changed"'",
-	"IMSI":	"001010123456789",
-	"local number":	"+15551230001",
-	"remote number":	"+15551230002",
-	"text type":	"0",
+	"imsi":	"001010123456789",
+	"local_number":	"+15551230001",
+	"remote_number":	"+15551230002",
+	"text_type":	0,
 	"text":	"On my way\n"
 }' sms show sent 1 --json
 expect_on_terminal 0 "id  read  status  time                  local         remote        type  text
- 1     1       2  $time  +15551230001  +15551230002     0  On my way\\n" sms list sent
+ 1  1          2  $time  +15551230001  +15551230002     0
+    text: On my way\\n" sms list sent
 
 in_case 'Texts that are too long, and bytes that are no text: what could steer a terminal is written out'
-expect_error 3 'capictl: the number is too long: it has up to 23 characters' \
+expect_error 4 'capictl: the number is too long: it has up to 23 characters' \
   sms send +12345678901234567890123 hi
-expect_error 3 'capictl: the message was not stored: is there a SIM, and is the text at most 39100 bytes?' \
+expect_error 1 'capictl: the message was not stored: is there a SIM, and is the text at most 39100 bytes?' \
   sms send +15551230002 "$(printf %039101d 0)"
 expect 0 '' sms send +15551230002 --type 3 $'\e[2J\xff\u009b\u00e4'
 text=$("${tool[@]}" sms list sent | tail -n 1 | cut -f 7-)
@@ -74,7 +75,7 @@ cmp /tmp/copy.send /quorbleconf/nv/sm_send || fail 'the copy of the sent message
 cmp /tmp/copy.recv /quorbleconf/nv/sm_recv || fail 'the copy of the received ones is another file'
 expect 0 '' sms backup '/tmp/a b'
 cmp '/tmp/a b.send' /quorbleconf/nv/sm_send || fail 'the copy of the sent messages is another file'
-expect_error 3 'capictl: /nowhere/copy.recv cannot be written: No such file or directory' \
+expect_error 1 'capictl: /nowhere/copy.recv cannot be written: No such file or directory' \
   sms backup /nowhere/copy
 
 expect 0 '' sms delete sent 1

@@ -44,12 +44,12 @@ expect_on_terminal 1 'change  section  line
 expect 0 /tmp/vosip.conf.voip stack-file voip
 expect 0 '' stack-file voip --diff
 
-expect_error 2 $'TYPE: foo not in {volte,voip,vowifi,cs,qvc,sos,generic}\nRun with --help for more information.' \
+expect_error 2 'capictl: TYPE is one of volte, voip, vowifi, cs, qvc, sos, generic, not foo. Help: capictl stack-file --help' \
   stack-file foo
-expect_error 2 $'--print excludes --diff\nRun with --help for more information.' stack-file voip --print --diff
+expect_error 2 'capictl: --print excludes --diff. Help: capictl stack-file --help' stack-file voip --print --diff
 rm /tmp/vosip.conf.cs
 mkdir /tmp/vosip.conf.cs
-expect_error 3 'capictl: /tmp/vosip.conf.cs cannot be written; --print shows what it would be' \
+expect_error 1 'capictl: /tmp/vosip.conf.cs cannot be written; --print shows what it would be' \
   stack-file cs
 
 finish

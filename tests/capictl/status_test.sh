@@ -62,7 +62,7 @@ lines	2	0	Fax	15551230002	Unknown	0	0	0
 $stores
 $locks" status
 expect 0 $'lines\t2\t0\tFax\t15551230002\tUnknown\t0\t0\t0' line 2
-expect_error 2 $'LINE: Value 3 not in range 1 to 2\nRun with --help for more information.' line 3
+expect_error 2 'capictl: LINE: Value 3 not in range 1 to 2. Help: capictl line --help' line 3
 
 in_case 'An adapter with lines that are in use'
 others lines
@@ -80,13 +80,13 @@ expect 0 "$lines" line
 expect 0 '{
 	"lines":	[{
 			"line":	1,
-			"enabled":	1,
+			"enabled":	true,
 			"name":	"Frontdesk",
 			"user":	"15551230001",
 			"phone":	"Off-hook",
-			"hook":	1,
-			"registered stacks":	1,
-			"voice mail":	1
+			"off_hook":	true,
+			"registered_stacks":	1,
+			"voice_mail":	true
 		}],
 	"registrations":	[{
 			"line":	1,
@@ -99,8 +99,8 @@ expect 0 '{
 		}]
 }' --json line 1
 expect_on_terminal 0 'lines
-line  enabled  name  user         phone    hook  registered stacks  voice mail
-   2        0  Fax   15551230002  Unknown     0                  0           0
+line  enabled  name  user         phone    hook  stacks  mail
+   2  0        Fax   15551230002  Unknown  0          0  0
 
 registrations
 line  stack  type   status        since                 reason           detail
@@ -156,9 +156,9 @@ carrier file  /tmp/carrier_config/voip_TEST_XX.conf
 may be used   no
 
 lines
-line  enabled  name       user         phone     hook  registered stacks  voice mail
-   1        1  Frontdesk  15551230001  Off-hook     1                  1           1
-   2        0  Fax        15551230002  Unknown      0                  0           0
+line  enabled  name       user         phone     hook  stacks  mail
+   1  1        Frontdesk  15551230001  Off-hook  1          1  1
+   2  0        Fax        15551230002  Unknown   0          0  0
 
 registrations
 line  stack  type   status        since                 reason           detail
@@ -191,7 +191,7 @@ json_store() {
 }
 json_line() {
   printf '{\n\t\t\t"line":\t%s,\n\t\t\t"enabled":\t%s,\n\t\t\t"name":\t"%s",\n\t\t\t"user":\t"%s",
-\t\t\t"phone":\t"%s",\n\t\t\t"hook":\t%s,\n\t\t\t"registered stacks":\t%s,\n\t\t\t"voice mail":\t%s\n\t\t}' "$@"
+\t\t\t"phone":\t"%s",\n\t\t\t"off_hook":\t%s,\n\t\t\t"registered_stacks":\t%s,\n\t\t\t"voice_mail":\t%s\n\t\t}' "$@"
 }
 json_registration() {
   printf '{\n\t\t\t"line":\t%s,\n\t\t\t"stack":\t%s,\n\t\t\t"type":\t"%s",\n\t\t\t"status":\t"%s",
@@ -207,23 +207,23 @@ expect 0 '{
 	"device":	{
 		"model":	"QZX-200",
 		"hardware":	"V3",
-		"serial number":	"2604000123456",
+		"serial_number":	"2604000123456",
 		"firmware":	"v2.4.1",
-		"IMEI":	"350000000000017",
-		"WAN MAC":	"0a:3f:7c:21:b0:04",
-		"WAN address":	"192.0.2.20",
-		"data directory":	"/tmp/data"
+		"imei":	"350000000000017",
+		"wan_mac":	"0a:3f:7c:21:b0:04",
+		"wan_address":	"192.0.2.20",
+		"data_directory":	"/tmp/data"
 	},
 	"sim":	{
-		"ICCID":	"8988211000000012345",
-		"IMSI":	"001010123456789",
+		"iccid":	"8988211000000012345",
+		"imsi":	"001010123456789",
 		"number":	"+15551230001",
-		"carrier":	"38",
-		"carrier file":	"/tmp/carrier_config/voip_TEST_XX.conf",
-		"may be used":	"no"
+		"carrier":	38,
+		"carrier_file":	"/tmp/carrier_config/voip_TEST_XX.conf",
+		"may_be_used":	false
 	},
-	"lines":	['"$(json_line 1 1 Frontdesk 15551230001 Off-hook 1 1 1), $(
-  json_line 2 0 Fax 15551230002 Unknown 0 0 0)"'],
+	"lines":	['"$(json_line 1 true Frontdesk 15551230001 Off-hook true 1 true), $(
+  json_line 2 false Fax 15551230002 Unknown false 0 false)"'],
 	"registrations":	['"$(json_registration 1 2 voip Registered 2001-09-09T01:46:40Z '' ''), $(
   json_registration 2 1 volte Unregistered 2001-09-09T01:47:40Z 'Server Rejected' 403)"'],
 	"stores":	['"$(json_store 'calls of type 0' 1), $(json_store 'calls of type 1' 0), $(

@@ -54,7 +54,7 @@ exec 3<&-
 kill $watcher
 wait $watcher || fail "within the time watch ended with $?"
 [ "$(cut -f 1,3 /tmp/changes)" = $'sms.sca\t1' ] || fail "watch saw: $(cat /tmp/changes)"
-expect_error 2 $'--interval: Value 0 not in range 1 to 3600000\nRun with --help for more information.' \
+expect_error 2 'capictl: --interval: Value 0 not in range 1 to 3600000. Help: capictl config watch --help' \
   config watch --interval 0
 
 in_case 'A value that sections have in common is told of once'

@@ -43,25 +43,26 @@ const capi_call_log_record& call_in_node(const Calls& calls, unsigned node) {
   for (const auto& call : calls) {
     if (call.index == node) return call;
   }
-  throw Failure("there is no call in node " + std::to_string(node) +
-                ". All calls: capictl calls list");
+  throw Failure(
+      "there is no call in node " + std::to_string(node) + ". All calls: capictl calls list",
+      {kNotFound});
 }
 
 void list(const Context& context, const Args& args) {
   const Attachment adapter(context);
-  Table table("calls", {{"node", true},
-                        {"type", true},
-                        {"line", true},
+  Table table("calls", {{"node", Type::Number},
+                        {"type", Type::Number},
+                        {"line", Type::Number},
                         {"number"},
                         {"name"},
-                        {"start", true},
-                        {"connect", true},
-                        {"end", true}});
+                        {"start", Type::Time},
+                        {"connect", Type::Time},
+                        {"end", Type::Time}});
   for (const auto& call : read_calls(args.type)) {
     table.add({std::to_string(call.index), std::to_string(call.calltype),
                std::to_string(call.endpt), text_of(call.number), text_of(call.displayname),
-               std::to_string(call.calltimestart), std::to_string(call.calltimeconnect),
-               std::to_string(call.calltimeend)});
+               time_or_number(call.calltimestart), time_or_number(call.calltimeconnect),
+               time_or_number(call.calltimeend)});
   }
   print(table, context);
 }
@@ -73,9 +74,9 @@ std::vector<std::pair<std::string, std::string>> values_of(const capi_call_log_r
           {"sequence", std::to_string(call.sequence)},
           {"type", std::to_string(call.calltype)},
           {"line", std::to_string(call.endpt)},
-          {"start", std::to_string(call.calltimestart)},
-          {"connect", std::to_string(call.calltimeconnect)},
-          {"end", std::to_string(call.calltimeend)},
+          {"start", time_or_number(call.calltimestart)},
+          {"connect", time_or_number(call.calltimeconnect)},
+          {"end", time_or_number(call.calltimeend)},
           {"name", text_of(call.displayname)},
           {"number", text_of(call.number)},
           {"PacketsSent", std::to_string(media.PacketsSent)},
@@ -92,11 +93,16 @@ std::vector<std::pair<std::string, std::string>> values_of(const capi_call_log_r
           {"Decodelatency", std::to_string(media.Decodelatency)}};
 }
 
+Type type_of(const std::string& name) {
+  if (name == "name" || name == "number") return Type::Text;
+  return name == "start" || name == "connect" || name == "end" ? Type::Time : Type::Number;
+}
+
 void show(const Context& context, const Args& args) {
   const Attachment adapter(context);
   Table table = Table::of_facts("call");
   for (const auto& [name, value] : values_of(call_in_node(read_calls(-1), args.node))) {
-    table.add({name, value});
+    table.add_fact({name, type_of(name)}, value);
   }
   print(table, context);
 }
@@ -116,8 +122,7 @@ std::string csv_head() {
 std::string csv_row(const Calls::value_type& call) {
   std::string row;
   for (const auto& [name, value] : values_of(call)) {
-    const bool is_text = name == "name" || name == "number";
-    row += (row.empty() ? "" : ",") + (is_text ? quoted(value) : value);
+    row += (row.empty() ? "" : ",") + (type_of(name) == Type::Text ? quoted(value) : value);
   }
   return row;
 }

@@ -9,8 +9,13 @@
 namespace capictl {
 namespace {
 
-const std::vector<Column> kRow = {{"row", true}, {"carrier", true},    {"file"},        {"MCC"},
-                                  {"MNCs"},      {"MNC length", true}, {"ICCID prefix"}};
+const std::vector<Column> kRow = {{"row", Type::Number},
+                                  {"id", Type::Number, "carrier"},
+                                  {"file"},
+                                  {"MCC"},
+                                  {.title = "MNCs", .is_long = true},
+                                  {"len", Type::Number, "mnc_length"},
+                                  {"ICCID", Type::Text, "iccid_prefix"}};
 
 std::vector<std::string> cells(int row, const capi_carrier_info& carrier) {
   return {std::to_string(row), std::to_string(carrier.id),         carrier.file,        carrier.mcc,
@@ -46,7 +51,8 @@ int take_match(const capi_carrier_info* carrier, int fits, void* user) {
   if (won) walk.winner_was_seen = true;
   std::vector<std::string> row = cells(walk.row, *carrier);
   row.push_back(by_iccid ? "IMSI and ICCID" : "IMSI");
-  row.push_back(won ? (by_iccid ? "yes: fits both" : "yes: first that fits the IMSI") : "no");
+  row.push_back(won ? "yes" : "no");
+  row.push_back(won ? (by_iccid ? "fits both" : "first that fits the IMSI") : "");
   walk.table.add(row);
   return 0;
 }
@@ -68,19 +74,22 @@ void explain(Context& context, const Args& args) {
   const std::string iccid =
       args.iccid.empty() ? sim_text(CAPI_SIM_ICCID) : args.iccid.substr(0, 31);
   if (imsi.empty() || iccid.empty()) {
-    throw Failure("no SIM is inserted; name an IMSI and an ICCID: capictl carrier IMSI ICCID");
+    throw Failure("no SIM is inserted; name an IMSI and an ICCID: capictl carrier IMSI ICCID",
+                  {kNotFound});
   }
   capi_carrier_info winner{};
   const bool is_known = capi_get_carrier_info(imsi.c_str(), iccid.c_str(), &winner) == 0;
   std::vector<Column> columns = kRow;
+  columns[2].is_long = true;  // there is less room
   columns.push_back({"fits by"});
-  columns.push_back({"chosen"});
+  columns.push_back({"chosen", Type::Flag});
+  columns.push_back({.title = "why", .is_long = true});
   Walk walk{Table("carriers", columns), 0, is_known ? &winner : nullptr};
   capi_carrier_for_each(imsi.c_str(), iccid.c_str(), take_match, &walk);
   if (is_known && !walk.winner_was_seen) {
     std::vector<std::string> row = cells(0, winner);
     row[0] = "";
-    row.insert(row.end(), {"test SIM file", "yes: no other fits"});
+    row.insert(row.end(), {"test SIM file", "yes", "no other fits"});
     walk.table.add(row);
   }
   print(walk.table, context);

@@ -11,7 +11,7 @@
 namespace capictl {
 namespace {
 
-const std::vector<Column> kKeyAndValue = {{"key"}, {"value"}};
+const std::vector<Column> kKeyAndValue = {{"key"}, {.title = "value", .is_long = true}};
 
 // "-" stands for the words on standard input.
 std::vector<std::string> with_input(const std::vector<std::string>& words) {
@@ -75,7 +75,8 @@ Table list_table(const cfg_shared_record& record, const std::vector<const Key*>&
                  const ListArgs& args, const Context& context) {
   std::vector<Column> columns = kKeyAndValue;
   if (args.is_long || args.only_changed) columns.push_back({"default"});
-  if (args.is_long) columns.insert(columns.end(), {{"unit"}, {"meaning"}});
+  if (args.is_long)
+    columns.insert(columns.end(), {{"unit"}, {.title = "meaning", .is_long = true}});
   Table table("values", columns);
   for (const Key* key : keys) {
     std::vector<std::string> cells = {

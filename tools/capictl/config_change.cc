@@ -75,7 +75,8 @@ void refuse_wrong(const std::vector<Setting>& settings) {
     if (wrong.empty()) continue;
     const char* hint =
         is_only_not_kept(*key, value) ? "; --force sets it until the next start" : "";
-    throw Failure(key->label() + " is left as it was: " + wrong + hint);
+    throw Failure(key->label() + " is left as it was: " + wrong + hint,
+                  {kRefused, key->label(), allowed_values(*key)});
   }
 }
 
@@ -98,7 +99,7 @@ void load(const Context& context, const std::string& path, const ChangeOptions& 
     warn(path + place + ": " + finding.text);
   }
   if (settings.has_error() && !options.is_forced) {
-    throw Failure("nothing was set; --force sets what a master would take");
+    throw Failure("nothing was set; --force sets what a master would take", {kRefused});
   }
   const Attachment adapter(context);
   change(settings.items, options, context);

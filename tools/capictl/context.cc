@@ -100,7 +100,7 @@ Attachment::Attachment(const Context& context) {
   capi_presence presence{};
   capi_get_presence(&presence);
   capi_uninit();
-  throw Failure(obstacle_of(presence));
+  throw Failure(obstacle_of(presence), {kNoAdapter});
 }
 
 Attachment::~Attachment() { capi_uninit(); }
@@ -131,7 +131,9 @@ bool read_file(const std::string& path, std::string& content) {
 std::string read_file(const std::string& path) {
   std::string content;
   if (!read_file(path, content)) {
-    throw Failure(path + " cannot be read: " + strerror(errno));
+    const int error = errno;
+    throw Failure(path + " cannot be read: " + strerror(error),
+                  {error == ENOENT ? kNotFound : kFailed});
   }
   return content;
 }

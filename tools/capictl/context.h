@@ -9,26 +9,63 @@
 #include <cstring>
 #include <stdexcept>
 #include <string>
+#include <utility>
 
 namespace capictl {
 
 enum ExitCode : int {
   kDone = 0,
-  kFinding = 1,  // a check found something, or two things differ
+  kFailed = 1,
+  kFinding = kFailed,  // a check found something, or two things differ
   kUsage = 2,
-  kFailed = 3,
+  kNotFound = 3,
+  kRefused = 4,
+  kNoAdapter = 5,
+  kTimedOut = 6,
+};
+
+// What the codes mean, in their order. The names are those of errors in JSON.
+struct ExitCodeRow {
+  const char* name;
+  const char* meaning;
+};
+inline constexpr ExitCodeRow kExitCodes[] = {
+    {"done", "done"},
+    {"failed", "it failed, or something was found (lint, check) or differs (diff)"},
+    {"usage", "the command line is wrong"},
+    {"not_found", "there is no such key, call, message or file"},
+    {"refused", "a check refused it; nothing was changed"},
+    {"no_adapter", "no adapter is up"},
+    {"timed_out", "a lock was not free in time"},
+};
+
+// What else a program wants to know of a failure. Empty texts are left out.
+struct Why {
+  ExitCode code = kFailed;
+  std::string key = {};      // what it is about, as it was given
+  std::string allowed = {};  // what would be right
+  std::string name = {};     // a finer name than that of the exit code
 };
 
 // Ends the program; the text says what is wrong and what to do about it.
 class Failure : public std::runtime_error {
  public:
-  using std::runtime_error::runtime_error;
+  explicit Failure(const std::string& text, Why why = {})
+      : std::runtime_error(text), why_(std::move(why)) {}
+  const Why& why() const { return why_; }
+
+ private:
+  Why why_;
 };
 
 struct Context {
   bool json = false;
   bool verbose = false;  // the library's log goes to standard error
   bool show_secrets = false;
+  bool table = false;      // as on a terminal, whatever standard output is
+  bool header = false;     // a line of names, where there would be none
+  bool no_header = false;  // none, where there would be one
+  std::string fields;      // the only ones that are shown, with commas between them
   int exit_code = kDone;
 
   capi_log_sink log_sink() const;

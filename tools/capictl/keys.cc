@@ -9,7 +9,7 @@
 #include <memory>
 
 #include "context.h"
-#include "spelling.h"
+#include "text.h"
 
 namespace capictl {
 namespace {
@@ -166,7 +166,7 @@ std::string unknown_key(const std::string& label) {
 
 const Key& named_key(const std::string& label) {
   const Key* key = find_label(label);
-  if (key == nullptr) throw Failure(unknown_key(label));
+  if (key == nullptr) throw Failure(unknown_key(label), {kNotFound, label});
   return *key;
 }
 
@@ -180,7 +180,7 @@ std::vector<const Key*> keys_of(const std::string& section) {
   if (!keys.empty()) return keys;
   std::string names;
   for (const std::string& name : all_sections()) names += " " + name;
-  throw Failure("there is no section " + section + ". The sections:" + names);
+  throw Failure("there is no section " + section + ". The sections:" + names, {kNotFound, section});
 }
 
 std::vector<std::string> all_sections() {

@@ -1,7 +1,6 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
 // capictl line.
-#include <ctime>
 #include <memory>
 
 #include "commands.h"
@@ -36,25 +35,15 @@ void show(const Context& context, int line) {
 
 }  // namespace
 
-std::string time_text(int64_t seconds) {
-  if (seconds == 0) return "";
-  const auto time = static_cast<time_t>(seconds);
-  tm parts{};
-  char text[32];
-  gmtime_r(&time, &parts);
-  strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &parts);
-  return text;
-}
-
 Table line_table(const cfg_shared_record& record, int line) {
-  Table table("lines", {{"line", true},
-                        {"enabled", true},
+  Table table("lines", {{"line", Type::Number},
+                        {"enabled", Type::Flag},
                         {"name"},
                         {"user"},
                         {"phone"},
-                        {"hook", true},
-                        {"registered stacks", true},
-                        {"voice mail", true}});
+                        {"hook", Type::Flag, "off_hook"},
+                        {"stacks", Type::Number, "registered_stacks"},
+                        {"mail", Type::Flag, "voice_mail"}});
   for (int i = 0; i < CAPI_SIP_LINES; ++i) {
     if (!wants(line, i)) continue;
     const capi_voice_sip_line& config = record.sip_line[i];
@@ -68,9 +57,13 @@ Table line_table(const cfg_shared_record& record, int line) {
 }
 
 Table registration_table(const cfg_shared_record& record, int line) {
-  Table table(
-      "registrations",
-      {{"line", true}, {"stack", true}, {"type"}, {"status"}, {"since"}, {"reason"}, {"detail"}});
+  Table table("registrations", {{"line", Type::Number},
+                                {"stack", Type::Number},
+                                {"type"},
+                                {"status"},
+                                {"since", Type::Time},
+                                {"reason"},
+                                {"detail"}});
   for (int i = 0; i < CAPI_SIP_LINES; ++i) {
     for (int stack = 0; stack < CAPI_VOICE_STACKS; ++stack) {
       if (!wants(line, i) || !was_published(record.reg_stat[stack][i])) continue;

@@ -7,9 +7,6 @@
 
 namespace capictl {
 
-// A time in seconds since 1970, as "2026-11-22T05:10:00Z"; "" for 0.
-std::string time_text(int64_t seconds);
-
 // A row for each line, or for one of them (from 1); 0 is both.
 Table line_table(const cfg_shared_record& record, int line = 0);
 

@@ -33,7 +33,8 @@ int find_locks() {
   const key_t key = ftok("/tmp/m_data", 'l');
   const int set = key != -1 ? semget(key, CAPI_LOCK_COUNT, 0) : -1;
   if (set == -1) {
-    throw Failure("there are no locks: the adapter's master has not been started on this device");
+    throw Failure("there are no locks: the adapter's master has not been started on this device",
+                  {kNoAdapter});
   }
   return set;
 }
@@ -42,9 +43,12 @@ int find_locks() {
 
 // Not by the library's statistics: they go through one file, which others may be writing, too.
 Table lock_table() {
-  Table table(
-      "locks",
-      {{"id", true}, {"lock"}, {"state"}, {"holder", true}, {"program"}, {"waiters", true}});
+  Table table("locks", {{"id", Type::Number},
+                        {"lock"},
+                        {"state"},
+                        {"holder", Type::Number},
+                        {"program"},
+                        {"waiters", Type::Number}});
   const int set = find_locks();
   for (const Name& name : kNames) {
     const bool is_held = semctl(set, name.id, GETVAL) == 0;

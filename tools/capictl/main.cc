@@ -4,28 +4,40 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
+#include <cstring>
+#include <iterator>
+#include <memory>
 
 #include "commands.h"
+#include "help.h"
 #include "table.h"
 
 namespace {
 
-constexpr char kDescription[] = "Shows and changes the state of an LTE phone adapter.";
+constexpr char kDescription[] = "Show and change the state of an LTE phone adapter";
 constexpr char kFooter[] =
-    "On a terminal results are tables; elsewhere a row is a line of values with tabs between "
-    "them.\n"
-    "With --json they are JSON. Files (dump, export, stack-file --print) stay as they are.\n"
+    "On a terminal results are tables as wide as the terminal; elsewhere a row is a line of values "
+    "with tabs between them, in which \\t and \\n stand for tabs and line ends. With --json they "
+    "are JSON, and so is an error. Files (dump, export, stack-file --print) stay as they are.\n"
     "\n"
-    "Exit codes: 0 done, 1 something was found (lint, check) or differs (diff), 2 the command "
-    "line\n"
-    "is wrong, 3 it could not be done; the reason is on standard error.\n"
+    "NO_COLOR in the environment keeps colours away, COLUMNS is the width for --table where no "
+    "terminal tells one.\n"
     "\n"
     "Examples:\n"
     "  capictl status\n"
     "  capictl config set sip_line_1.display_name Frontdesk\n"
     "  capictl monitor\n"
     "  capictl calls export calls.csv";
+
+std::string footer() {
+  std::string text = "Exit codes:\n";
+  for (size_t i = 0; i < std::size(capictl::kExitCodes); ++i) {
+    text += "  " + std::to_string(i) + "  " + capictl::kExitCodes[i].meaning + "\n";
+  }
+  return text + "\n" + kFooter;
+}
 
 // A standard stream that was closed would lend its number to the next file that is opened, and what
 // is printed would go there. For reading only: printing to it fails.
@@ -37,30 +49,69 @@ void occupy_standard_streams() {
   }
 }
 
-int report_failure(const char* text) {
-  fprintf(stderr, "capictl: %s\n", capictl::printable(text).c_str());
-  return capictl::kFailed;
+void add_text(cJSON* object, const char* name, const std::string& text) {
+  if (!text.empty()) cJSON_AddStringToObject(object, name, capictl::json_text(text).c_str());
+}
+
+void print_error_as_json(const capictl::Why& why, const std::string& message) {
+  const capictl::Json document(cJSON_CreateObject());
+  cJSON* error = cJSON_AddObjectToObject(document.get(), "error");
+  add_text(error, "code", why.name.empty() ? capictl::kExitCodes[why.code].name : why.name);
+  add_text(error, "message", message);
+  add_text(error, "key", why.key);
+  add_text(error, "allowed", why.allowed);
+  const std::unique_ptr<char, decltype(&cJSON_free)> text(cJSON_PrintUnformatted(document.get()),
+                                                          cJSON_free);
+  fprintf(stderr, "%s\n", text ? text.get() : "{}");
+}
+
+int report(const capictl::Failure& failure, bool as_json) {
+  if (as_json) {
+    print_error_as_json(failure.why(), failure.what());
+  } else {
+    fprintf(stderr, "capictl: %s\n", capictl::printable(failure.what()).c_str());
+  }
+  return failure.why().code;
+}
+
+// A command line that is wrong is not read to its end.
+bool wants_json(int argc, char** argv) {
+  return std::any_of(argv, argv + argc,
+                     [](const char* word) { return strcmp(word, "--json") == 0; });
+}
+
+void parse(CLI::App& app, int argc, char** argv) {
+  try {
+    app.parse(argc, argv);
+    if (app.get_subcommands().empty()) capictl::print_help(app);
+  } catch (const CLI::ParseError& error) {
+    if (capictl::print_asked_help(app, error)) return;
+    if (error.get_exit_code() != 0) throw capictl::usage_failure(app, error);
+    app.exit(error);  // the version
+  }
 }
 
 int run(CLI::App& app, const capictl::Context& context, int argc, char** argv) {
   try {
-    app.parse(argc, argv);
-    return context.exit_code;
-  } catch (const CLI::RequiredError& error) {
-    // What was written instead of that which is required says more.
-    const std::vector<std::string> unknown = app.remaining(true);
-    unknown.empty() ? app.exit(error) : app.exit(CLI::ExtrasError("", unknown));
-    return capictl::kUsage;
-  } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? capictl::kDone : capictl::kUsage;
+    parse(app, argc, argv);
+    if (fflush(stdout) == 0 && ferror(stdout) == 0) return context.exit_code;
+    throw capictl::Failure("the output is not complete: standard output cannot be written");
+  } catch (const capictl::Failure& failure) {
+    return report(failure, wants_json(argc, argv));
   } catch (const std::exception& failure) {
-    return report_failure(failure.what());
+    return report(capictl::Failure(failure.what()), wants_json(argc, argv));
   }
 }
 
-int flush_output(int exit_code) {
-  if (fflush(stdout) == 0 && ferror(stdout) == 0) return exit_code;
-  return report_failure("the output is not complete: standard output cannot be written");
+void add_options(CLI::App& app, capictl::Context& context) {
+  app.set_version_flag("--version", CAPI_VERSION, "Print the version and end");
+  CLI::Option* json = app.add_flag("--json", context.json, "Print JSON, and errors as JSON");
+  app.add_flag("--table", context.table, "Print tables as on a terminal")->excludes(json);
+  CLI::Option* header = app.add_flag("--header", context.header, "Print the fields' names first");
+  app.add_flag("--no-header", context.no_header, "Print no names above tables")->excludes(header);
+  app.add_option("--fields", context.fields, "Print these fields only, as name,number");
+  app.add_flag("--show-secrets", context.show_secrets, "Show passwords, not just if they are set");
+  app.add_flag("--verbose", context.verbose, "Print the library's log on standard error");
 }
 
 int run_tool(int argc, char** argv) {
@@ -68,12 +119,9 @@ int run_tool(int argc, char** argv) {
   Context context;
   CLI::App app(kDescription, "capictl");
   app.fallthrough();
-  app.require_subcommand(1);
-  app.footer(kFooter);
-  app.set_version_flag("--version", CAPI_VERSION, "Print the version and end");
-  app.add_flag("--json", context.json, "Print JSON");
-  app.add_flag("--verbose", context.verbose, "Print the library's log on standard error");
-  app.add_flag("--show-secrets", context.show_secrets, "Show passwords, not just if they are set");
+  app.require_subcommand(0, 1);
+  app.footer(footer());
+  add_options(app, context);
   add_status(app, context);
   add_monitor(app, context);
   add_config(app, context);
@@ -86,8 +134,9 @@ int run_tool(int argc, char** argv) {
   add_sms(app, context);
   add_schema(app, context);
   add_master(app, context);
+  add_help(app);
   add_pages(app);
-  return flush_output(run(app, context, argc, argv));
+  return run(app, context, argc, argv);
 }
 
 }  // namespace

@@ -24,7 +24,8 @@ bool is_up(const Context& context) {
 
 void bring_up(const Context& context, const Args& args) {
   if (!args.force && is_up(context)) {
-    throw Failure("the adapter is up already; --force clears its record and starts it anew");
+    throw Failure("the adapter is up already; --force clears its record and starts it anew",
+                  {kRefused});
   }
   for (const std::string& path : args.settings) read_file(path);
   const capi_callbacks callbacks{};

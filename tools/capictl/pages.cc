@@ -1,26 +1,17 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
 // capictl page: the manual page and the completion, made from the command line's own description.
-#include <algorithm>
 #include <cstdio>
+#include <cstring>
 
 #include "commands.h"
+#include "help.h"
 #include "key_pages.h"
+#include "text.h"
 #include "value.h"
 
 namespace capictl {
 namespace {
-
-using Commands = std::vector<CLI::App*>;
-
-Commands subcommands(const CLI::App& app) {
-  Commands commands;
-  for (CLI::App* command :
-       const_cast<CLI::App&>(app).get_subcommands([](CLI::App*) { return true; })) {
-    if (!command->get_group().empty()) commands.push_back(command);
-  }
-  return commands;
-}
 
 // A text as roff takes it.
 std::string roff(const std::string& text) {
@@ -43,46 +34,46 @@ std::string roff(const std::string& text) {
 void print_options(const CLI::App& app) {
   for (const CLI::Option* option : app.get_options()) {
     const std::string name = option->get_name(false, true);
-    printf(".TP\n.B %s\n%s\n", roff(name).c_str(), roff(option->get_description()).c_str());
+    printf(".TP\n.B %s\n%s\n", roff(name).c_str(), roff(description(*option)).c_str());
   }
 }
 
 void print_footer(const CLI::App& app) {
-  const std::string footer = const_cast<CLI::App&>(app).get_footer();
-  if (!footer.empty()) printf(".PP\n.nf\n%s\n.fi\n", roff(footer).c_str());
+  for (const Paragraph& paragraph : paragraphs(const_cast<CLI::App&>(app).get_footer())) {
+    const char* form = paragraph.is_filled ? ".PP\n%s\n" : ".PP\n.nf\n%s\n.fi\n";
+    printf(form, roff(paragraph.text).c_str());
+  }
 }
 
-void print_command(const CLI::App& command, const std::string& path) {
-  const std::string name = path + command.get_name();
+void print_command(const CLI::App& command) {
+  const std::string name = full_name(command).substr(strlen("capictl "));
   printf(".SS %s\n", roff(name).c_str());
-  printf("%s.\n", roff(command.get_description()).c_str());
+  printf("%s.\n.PP\n.B capictl %s\n%s\n", roff(command.get_description()).c_str(),
+         roff(name).c_str(), roff(synopsis(command)).c_str());
   print_options(command);
   print_footer(command);
-  for (const CLI::App* inner : subcommands(command)) print_command(*inner, name + " ");
+  for (const CLI::App* inner : subcommands(command)) print_command(*inner);
 }
 
 void print_manual(const CLI::App& app) {
   printf(".TH CAPICTL 1 \"\" \"capi %s\"\n", CAPI_VERSION);
-  printf(".SH NAME\ncapictl \\- shows and changes the state of an LTE phone adapter\n");
+  printf(".SH NAME\ncapictl \\- show and change the state of an LTE phone adapter\n");
   printf(".SH SYNOPSIS\n.B capictl\n[OPTION]... COMMAND [ARGUMENT]...\n");
   printf(".SH OPTIONS\n");
   print_options(app);
   printf(".SH COMMANDS\n");
-  for (const CLI::App* command : subcommands(app)) print_command(*command, "");
-  printf(".SH NOTES\n.nf\n%s\n.fi\n", roff(const_cast<CLI::App&>(app).get_footer()).c_str());
+  for (const CLI::App* command : subcommands(app)) print_command(*command);
+  printf(".SH NOTES\n");
+  print_footer(app);
 }
 
-// What an argument may be, for the shell to expand: "volte voip" out of "TEXT:{volte,voip}".
-std::string choices(const CLI::Option& option, const std::string& path) {
+// What an argument may be, for the shell to expand.
+std::string words_for(const CLI::Option& option, const std::string& path) {
   if (option.get_name() == "KEY") return "$(capictl page labels) ";
   if (option.get_name() == "SECTION" && path == "capictl config list")
     return "$(capictl page sections) ";
-  const std::string type = option.get_type_name();
-  const size_t begin = type.find('{');
-  if (!option.get_positional() || begin == std::string::npos) return "";
-  std::string words = type.substr(begin + 1, type.find('}') - begin - 1) + " ";
-  std::replace(words.begin(), words.end(), ',', ' ');
-  return words;
+  if (!option.get_positional() || choices(option).empty()) return "";
+  return joined(choices(option), " ") + " ";
 }
 
 // "capictl config get" and the words that may follow it.
@@ -90,7 +81,7 @@ void print_cases(const CLI::App& app, const std::string& path) {
   std::string words;
   for (const CLI::App* command : subcommands(app)) words += command->get_name() + " ";
   for (const CLI::Option* option : app.get_options()) {
-    words += choices(*option, path);
+    words += words_for(*option, path);
     for (const std::string& name : option->get_lnames()) words += "--" + name + " ";
   }
   words.erase(words.find_last_not_of(' ') + 1);

@@ -24,7 +24,8 @@ struct Closer {
 
 [[noreturn]] void throw_missing(const Args& args) {
   throw Failure("there is no " + args.section + (args.param.empty() ? "" : " " + args.param) +
-                " in " + args.file);
+                    " in " + args.file,
+                {kNotFound});
 }
 
 std::string or_empty(const char* text) { return text != nullptr ? text : ""; }
@@ -66,7 +67,7 @@ void show(const Context& context, const Args& args, const cJSON* root) {
                              {"type"},
                              {"value"},
                              {"default"},
-                             {"changed", true},
+                             {"changed", Type::Flag},
                              {"limits"}});
   const cJSON* section = nullptr;
   cJSON_ArrayForEach(section, root) {

@@ -27,18 +27,20 @@ void refuse_unsafe(const Args& args) {
   size_t length = args.name.size();
   if (args.name.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz"
                                   "0123456789_.-") != std::string::npos) {
-    throw Failure("a signal's name has letters, digits, \"_\", \".\" and \"-\" only");
+    throw Failure("a signal's name has letters, digits, \"_\", \".\" and \"-\" only", {kRefused});
   }
   for (const std::string& param : args.params) {
     length += param.size();
     if (param.find_first_of("'\"\\") != std::string::npos || param != printable(param)) {
-      throw Failure("\"" + param +
-                    "\" cannot be sent: it holds a quote, a backslash or a control character");
+      throw Failure(
+          "\"" + param + "\" cannot be sent: it holds a quote, a backslash or a control character",
+          {kRefused});
     }
   }
   if (length > kMaxLength) {
     throw Failure("name and texts have more than " + std::to_string(kMaxLength) +
-                  " characters together; there is no room for them");
+                      " characters together; there is no room for them",
+                  {kRefused});
   }
 }
 

@@ -28,15 +28,6 @@ int selector_of(const std::string& box) {
   return box == kBoxes[CAPI_SMS_SENT] ? CAPI_SMS_SENT : CAPI_SMS_RECEIVED;
 }
 
-std::string time_text(uint32_t seconds) {
-  const auto time = static_cast<time_t>(seconds);
-  tm parts{};
-  char text[32];
-  gmtime_r(&time, &parts);
-  strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &parts);
-  return text;
-}
-
 std::string body_of(const capi_sms_record& record) {
   return std::string(
       record.Text, std::min({size_t{record.TextLen}, size_t{record.TextSize}, sizeof record.Text}));
@@ -44,7 +35,7 @@ std::string body_of(const capi_sms_record& record) {
 
 int take_row(const capi_sms_record* record, void* user) {
   static_cast<Table*>(user)->add({std::to_string(record->id), std::to_string(record->bRead),
-                                  std::to_string(record->status), time_text(record->BeginTime),
+                                  std::to_string(record->status), time_or_number(record->BeginTime),
                                   text_of(record->LocalNumber), text_of(record->RemoteNumber),
                                   std::to_string(record->TextType), body_of(*record)});
   return 0;
@@ -52,14 +43,14 @@ int take_row(const capi_sms_record* record, void* user) {
 
 void list(const Context& context, const Args& args) {
   const Attachment adapter(context);
-  Table table("messages", {{"id", true},
-                           {"read", true},
-                           {"status", true},
-                           {"time"},
+  Table table("messages", {{"id", Type::Number},
+                           {"read", Type::Flag},
+                           {"status", Type::Number},
+                           {"time", Type::Time},
                            {"local"},
                            {"remote"},
-                           {"type", true},
-                           {"text"}});
+                           {"type", Type::Number, "text_type"},
+                           {.title = "text", .is_long = true}});
   if (capi_voip_sms_dump(selector_of(args.box), take_row, &table) != 0) {
     throw Failure(
         "the messages cannot be read. If their file was damaged, there is an empty one now, and a "
@@ -72,7 +63,8 @@ capi_sms_record& read_message(const Args& args, std::unique_ptr<capi_sms_record>
   record = std::make_unique<capi_sms_record>();
   if (capi_voip_sms_get(selector_of(args.box), args.id, record.get()) != 0) {
     throw Failure("there is no " + args.box + " message " + std::to_string(args.id) +
-                  ". All of them: capictl sms list " + args.box);
+                      ". All of them: capictl sms list " + args.box,
+                  {kNotFound});
   }
   return *record;
 }
@@ -82,15 +74,15 @@ void show(const Context& context, const Args& args) {
   std::unique_ptr<capi_sms_record> owner;
   const capi_sms_record& record = read_message(args, owner);
   Table table = Table::of_facts("message");
-  table.add({"id", std::to_string(record.id)});
-  table.add({"status", std::to_string(record.status)});
-  table.add({"read", std::to_string(record.bRead)});
-  table.add({"stored", time_text(record.BeginTime)});
-  table.add({"changed", time_text(record.LastTime)});
+  table.add_fact({"id", Type::Number}, std::to_string(record.id));
+  table.add_fact({"status", Type::Number}, std::to_string(record.status));
+  table.add_fact({"read", Type::Flag}, std::to_string(record.bRead));
+  table.add_fact({"stored", Type::Time}, time_or_number(record.BeginTime));
+  table.add_fact({"changed", Type::Time}, time_or_number(record.LastTime));
   table.add({"IMSI", text_of(record.imsi)});
   table.add({"local number", text_of(record.LocalNumber)});
   table.add({"remote number", text_of(record.RemoteNumber)});
-  table.add({"text type", std::to_string(record.TextType)});
+  table.add_fact({"text type", Type::Number}, std::to_string(record.TextType));
   table.add({"text", body_of(record)});
   print(table, context);
 }
@@ -103,10 +95,11 @@ bool is_number(const std::string& text) {
 void send(const Context& context, const Args& args) {
   if (!is_number(args.number)) {
     throw Failure("\"" + printable(args.number) +
-                  "\" is no phone number: digits, * and #, with a + in front or without");
+                      "\" is no phone number: digits, * and #, with a + in front or without",
+                  {kRefused});
   }
   if (args.number.size() >= sizeof(capi_sms_record::RemoteNumber)) {
-    throw Failure("the number is too long: it has up to 23 characters");
+    throw Failure("the number is too long: it has up to 23 characters", {kRefused});
   }
   const Attachment adapter(context);
   if (capi_voip_sms_send(args.number.c_str(), args.type, args.text.data(),

@@ -27,9 +27,9 @@ Table adapter_table() {
   capi_get_presence(&presence);
   Table table = Table::of_facts("adapter");
   table.add({"state", presence.state == CAPI_PRESENCE_PUBLISHED ? "published" : "not published"});
-  table.add({"since", time_text(presence.published_at)});
-  table.add_number("generation", presence.generation);
-  table.add_number("replaced", presence.replaced);
+  table.add_fact({"since", Type::Time}, time_text(presence.published_at));
+  table.add_fact({"generation", Type::Number}, std::to_string(presence.generation));
+  table.add_fact({"replaced", Type::Number}, std::to_string(presence.replaced));
   return table;
 }
 
@@ -53,9 +53,9 @@ Table sim_table() {
   table.add({"number", text_from(capi_get_simcard_info, CAPI_SIM_MSISDN)});
   capi_carrier_info carrier{};
   const bool is_known = capi_get_carrier_info(nullptr, nullptr, &carrier) == 0;
-  table.add({"carrier", is_known ? std::to_string(carrier.id) : "unknown"});
+  table.add_fact({"carrier", Type::Number}, is_known ? std::to_string(carrier.id) : "unknown");
   table.add({"carrier file", is_known ? carrier.file : ""});
-  table.add({"may be used", capi_check_simcard() == 0 ? "yes" : "no"});
+  table.add_fact({"may be used", Type::Flag}, capi_check_simcard() == 0 ? "yes" : "no");
   return table;
 }
 

@@ -110,7 +110,7 @@ void check_store(const Store& store, const std::string& path, Context& context) 
   } else {
     const Attachment adapter(context);
     if (!read_store(store, content)) {
-      throw Failure(path_of(store) + " cannot be read; the master's start makes it");
+      throw Failure(path_of(store) + " cannot be read; the master's start makes it", {kNotFound});
     }
   }
   Table table("faults", {{"fault"}, {"the library"}});
@@ -130,7 +130,7 @@ void back_up_store(const Store& store, const std::string& to) {
 }
 
 Table store_table() {
-  Table table("stores", {{"store"}, {"entries", true}, {"state"}});
+  Table table("stores", {{"store"}, {"entries", Type::Number}, {"state"}});
   add_calls(table);
   add_messages(table, kReceivedMessages);
   add_messages(table, kSentMessages);

@@ -2,13 +2,13 @@
 // SPDX-License-Identifier: MIT
 #include "table.h"
 
-#include <cjson/cJSON.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cstdio>
-#include <cstdlib>
-#include <memory>
+
+#include "layout.h"
 
 namespace capictl {
 namespace {
@@ -17,54 +17,24 @@ struct TextFreer {
   void operator()(char* text) const { cJSON_free(text); }
 };
 
-// Whether a character may begin so: not too long a spelling, no surrogate, and nothing behind the
-// last character there is.
-bool may_begin_with(uint8_t first, uint8_t second) {
-  switch (first) {
-    case 0xE0:
-      return second >= 0xA0;
-    case 0xED:
-      return second <= 0x9F;
-    case 0xF0:
-      return second >= 0x90;
-    case 0xF4:
-      return second <= 0x8F;
-    default:
-      return true;
-  }
-}
-
-// How many bytes a character has that begins with this one; 0 when none does.
-size_t announced_size(uint8_t first) {
-  if (first < 0x80) return 1;
-  if (first < 0xC2 || first > 0xF4) return 0;
-  if (first < 0xE0) return 2;
-  return first < 0xF0 ? 3 : 4;
-}
-
-// How many bytes of the text, which is not empty, are its first character in UTF-8; 0 when they are
-// none.
-size_t character_size(std::string_view text) {
-  const auto byte = [&](size_t i) { return static_cast<uint8_t>(text[i]); };
-  const size_t size = announced_size(byte(0));
-  if (size <= 1) return size;
-  if (text.size() < size || !may_begin_with(byte(0), byte(1))) return 0;
-  for (size_t i = 1; i < size; ++i) {
-    if ((byte(i) & 0xC0) != 0x80) return 0;
-  }
-  return size;
-}
-
-using JsonPrinter = char* (*)(const cJSON* json);
-
-void print_json(const cJSON* json, JsonPrinter print) {
-  const std::unique_ptr<char, TextFreer> text(print(json));
+void put_json(char* made) {
+  const std::unique_ptr<char, TextFreer> text(made);
   if (!text) throw Failure("there is no memory for the JSON");
   puts(text.get());
 }
 
-cJSON* value_to_json(const std::string& text, bool is_number) {
-  if (is_number) return cJSON_CreateRaw(text.empty() ? "null" : text.c_str());
+bool is_integer(const std::string& text) {
+  const size_t first = text.starts_with('-') ? 1 : 0;
+  return text.size() > first && text.find_first_not_of("0123456789", first) == std::string::npos;
+}
+
+// Numbers of 64 bits would not stay what they are as cJSON's numbers.
+cJSON* value_to_json(const std::string& text, Type type) {
+  if (type == Type::Text) return cJSON_CreateString(json_text(text).c_str());
+  if (text.empty()) return cJSON_CreateNull();
+  if (type == Type::Flag) return cJSON_CreateBool(text != "0" && text != "no");
+  if (is_integer(text)) return cJSON_CreateRaw(text.c_str());
+  if (type == Type::Number) return cJSON_CreateNull();
   return cJSON_CreateString(json_text(text).c_str());
 }
 
@@ -72,7 +42,7 @@ cJSON* to_json(const Table& table, const std::vector<std::string>& row) {
   cJSON* object = cJSON_CreateObject();
   for (size_t i = 0; i < row.size(); ++i) {
     const Column& column = table.columns()[i];
-    cJSON_AddItemToObject(object, column.title.c_str(), value_to_json(row[i], column.is_number));
+    cJSON_AddItemToObject(object, column.name().c_str(), value_to_json(row[i], column.type));
   }
   return object;
 }
@@ -80,10 +50,154 @@ cJSON* to_json(const Table& table, const std::vector<std::string>& row) {
 cJSON* facts_to_json(const Table& table) {
   cJSON* object = cJSON_CreateObject();
   for (size_t i = 0; i < table.rows().size(); ++i) {
-    const auto& fact = table.rows()[i];
-    cJSON_AddItemToObject(object, fact[0].c_str(), value_to_json(fact[1], table.is_number_fact(i)));
+    const Column& fact = table.facts()[i];
+    cJSON_AddItemToObject(object, fact.name().c_str(),
+                          value_to_json(table.rows()[i][1], fact.type));
   }
   return object;
+}
+
+std::string plain_line(const std::string& prefix, std::vector<std::string> cells) {
+  for (std::string& cell : cells) cell = printable(cell);
+  return (prefix.empty() ? "" : prefix + "\t") + joined(cells, "\t");
+}
+
+// "prefix" stands in front of every row.
+void print_rows(const Table& table, const std::string& prefix) {
+  for (const auto& row : table.rows()) puts(plain_line(prefix, row).c_str());
+}
+
+void print_plain(const Table& table, const Context& context, const std::string& prefix) {
+  if (context.header && !table.has_facts()) {
+    puts(plain_line(prefix, table.field_names()).c_str());
+  }
+  print_rows(table, prefix);
+}
+
+bool has_title_line(const Table& table, const Context& context) {
+  return !table.has_facts() && !context.no_header;
+}
+
+[[noreturn]] void throw_unknown_field(const std::string& field,
+                                      const std::vector<std::string>& names) {
+  const std::string allowed = joined(names, ", ");
+  throw Failure("there is no field " + field + guess(field, names) + " The fields: " + allowed,
+                {kUsage, field, allowed, "unknown_field"});
+}
+
+// The field of one of several tables may be named with that table: "locks.state".
+std::vector<std::string> own_fields(const Table& table, const std::vector<std::string>& fields) {
+  std::vector<std::string> own;
+  for (const std::string& field : fields) {
+    const std::string prefix = table.name() + ".";
+    own.push_back(field.starts_with(prefix) ? field.substr(prefix.size()) : field);
+  }
+  return own;
+}
+
+// What the user wants to see of them.
+std::vector<Table> chosen(const std::vector<Table>& tables, const Context& context) {
+  if (context.fields.empty()) return tables;
+  const std::vector<std::string> fields = split(context.fields, ',');
+  std::vector<size_t> misses(fields.size());
+  std::vector<std::string> names;
+  std::vector<Table> result;
+  for (const Table& table : tables) {
+    std::vector<std::string> unknown;
+    const std::vector<std::string> own = own_fields(table, fields);
+    Table part = table.only(own, unknown);
+    for (size_t i = 0; i < own.size(); ++i) {
+      if (std::ranges::find(unknown, own[i]) != unknown.end()) ++misses[i];
+    }
+    std::ranges::move(table.field_names(), std::back_inserter(names));
+    if (unknown.size() < own.size()) result.push_back(std::move(part));
+  }
+  const auto missed = std::ranges::find(misses, tables.size());
+  if (missed != misses.end()) {
+    throw_unknown_field(fields[static_cast<size_t>(missed - misses.begin())], names);
+  }
+  return result;
+}
+
+void print_for_people(const std::vector<Table>& tables, const Context& context) {
+  const char* gap = "";
+  for (const Table& table : tables) {
+    printf("%s%s\n", gap, heading(table.name()).c_str());
+    gap = "\n";
+    if (table.rows().empty()) {
+      puts("none");
+    } else {
+      print_set(table, has_title_line(table, context));
+    }
+  }
+}
+
+}  // namespace
+
+std::string Column::name() const {
+  if (!json.empty()) return json;
+  std::string result;
+  for (size_t i = 0; i < title.size(); ++i) {
+    const auto c = static_cast<unsigned char>(title[i]);
+    const bool is_hump = i > 0 && std::isupper(c) != 0 &&
+                         std::islower(static_cast<unsigned char>(title[i - 1])) != 0;
+    if (is_hump) result += '_';
+    result += std::isalnum(c) != 0 ? static_cast<char>(std::tolower(c)) : '_';
+  }
+  return result;
+}
+
+Table::Table(std::string name, std::vector<Column> columns)
+    : name_(std::move(name)), columns_(std::move(columns)) {}
+
+Table Table::of_facts(std::string name) {
+  Table table(std::move(name), {{"fact"}, {.title = "value", .is_long = true}});
+  table.has_facts_ = true;
+  return table;
+}
+
+void Table::add(std::vector<std::string> cells) {
+  cells.resize(columns_.size());
+  if (has_facts_) facts_.push_back({cells[0]});
+  rows_.push_back(std::move(cells));
+}
+
+void Table::add_fact(Column fact, std::string value) {
+  rows_.push_back({fact.title, std::move(value)});
+  facts_.push_back(std::move(fact));
+}
+
+std::vector<std::string> Table::field_names() const {
+  std::vector<std::string> names;
+  for (const Column& field : has_facts_ ? facts_ : columns_) names.push_back(field.name());
+  return names;
+}
+
+Table Table::only(const std::vector<std::string>& fields, std::vector<std::string>& unknown) const {
+  Table result = has_facts_ ? of_facts(name_) : Table(name_, {});
+  const std::vector<std::string> names = field_names();
+  std::vector<size_t> chosen;
+  for (const std::string& field : fields) {
+    const auto found = std::ranges::find(names, field);
+    if (found == names.end()) {
+      unknown.push_back(field);
+      continue;
+    }
+    chosen.push_back(static_cast<size_t>(found - names.begin()));
+  }
+  for (const size_t i : chosen) {
+    if (has_facts_) {
+      result.add_fact(facts_[i], rows_[i][1]);
+    } else {
+      result.columns_.push_back(columns_[i]);
+    }
+  }
+  for (const auto& row : rows_) {
+    if (has_facts_) break;
+    result.rows_.emplace_back();
+    for (const size_t i : chosen) result.rows_.back().push_back(row[i]);
+  }
+  return result;
 }
 
 cJSON* to_json(const Table& table) {
@@ -93,168 +207,44 @@ cJSON* to_json(const Table& table) {
   return array;
 }
 
-// Characters as a terminal counts them, for texts in UTF-8.
-size_t width(std::string_view text) {
-  return static_cast<size_t>(std::count_if(text.begin(), text.end(), [](char c) {
-    return (static_cast<unsigned char>(c) & 0xC0) != 0x80;
-  }));
-}
-
-std::string padded(const std::string& text, size_t columns, bool is_number) {
-  const std::string blanks(columns - std::min(columns, width(text)), ' ');
-  return is_number ? blanks + text : text + blanks;
-}
-
-bool on_terminal() { return isatty(STDOUT_FILENO) != 0; }
-
-std::string heading(const std::string& text) {
-  return getenv("NO_COLOR") == nullptr ? "\033[1m" + text + "\033[0m" : text;
-}
-
-// The cells of a line in columns of these widths.
-std::string set_line(const Table& table, const std::vector<size_t>& widths,
-                     const std::vector<std::string>& cells) {
-  std::string line;
-  for (size_t i = 0; i < cells.size(); ++i) {
-    line += padded(printable(cells[i]), widths[i], table.columns()[i].is_number) + "  ";
+cJSON* to_json(const std::vector<Table>& tables) {
+  cJSON* object = cJSON_CreateObject();
+  for (const Table& table : tables) {
+    cJSON_AddItemToObject(object, Column{table.name()}.name().c_str(), to_json(table));
   }
-  return line.erase(line.find_last_not_of(' ') + 1);
+  return object;
 }
 
-void print_set(const Table& table) {
-  std::vector<std::string> titles;
-  std::vector<size_t> widths(table.columns().size());
-  if (!table.has_facts()) {
-    for (const Column& column : table.columns()) titles.push_back(column.title);
-  }
-  for (size_t i = 0; i < titles.size(); ++i) widths[i] = width(titles[i]);
-  for (const auto& row : table.rows()) {
-    for (size_t i = 0; i < row.size(); ++i) {
-      widths[i] = std::max(widths[i], width(printable(row[i])));
-    }
-  }
-  if (!table.has_facts()) printf("%s\n", heading(set_line(table, widths, titles)).c_str());
-  for (const auto& row : table.rows()) printf("%s\n", set_line(table, widths, row).c_str());
-}
+void print_json(const cJSON* json) { put_json(cJSON_Print(json)); }
 
-// "prefix" stands in front of every row.
-void print_plain(const Table& table, const std::string& prefix) {
-  for (const auto& row : table.rows()) {
-    std::string line = prefix.empty() ? "" : prefix + "\t";
-    for (size_t i = 0; i < row.size(); ++i) line += (i == 0 ? "" : "\t") + printable(row[i]);
-    printf("%s\n", line.c_str());
-  }
-}
+void print_json_line(const cJSON* json) { put_json(cJSON_PrintUnformatted(json)); }
 
-}  // namespace
-
-Table::Table(std::string name, std::vector<Column> columns)
-    : name_(std::move(name)), columns_(std::move(columns)) {}
-
-Table Table::of_facts(std::string name) {
-  Table table(std::move(name), {{"fact"}, {"value"}});
-  table.has_facts_ = true;
-  return table;
-}
-
-void Table::add(std::vector<std::string> cells) {
-  cells.resize(columns_.size());
-  rows_.push_back(std::move(cells));
-}
-
-void Table::add_number(std::string name, uint64_t value) {
-  number_facts_.push_back(rows_.size());
-  add({std::move(name), std::to_string(value)});
-}
-
-bool Table::is_number_fact(size_t row) const {
-  return std::ranges::find(number_facts_, row) != number_facts_.end();
-}
-
-std::string json_text(std::string_view text) {
-  std::string result;
-  while (!text.empty()) {
-    const size_t size = text[0] == '\0' ? 0 : character_size(text);
-    result += size == 0 ? "\xEF\xBF\xBD" : text.substr(0, size);
-    text.remove_prefix(std::max<size_t>(size, 1));
-  }
-  return result;
-}
-
-std::string printable(std::string_view text) {
-  std::string result;
-  while (!text.empty()) {
-    const size_t size = character_size(text);
-    const auto first = static_cast<uint8_t>(text[0]);
-    const bool is_control = first < ' ' || first == 0x7F ||
-                            (size == 2 && first == 0xC2 && static_cast<uint8_t>(text[1]) < 0xA0);
-    const std::string_view character = text.substr(0, std::max<size_t>(size, 1));
-    text.remove_prefix(character.size());
-    if (size != 0 && !is_control) {
-      result += character;
-    } else if (first == '\n') {
-      result += "\\n";
-    } else if (first == '\t') {
-      result += "\\t";
-    } else {
-      for (const char c : character) {
-        char escape[8];
-        snprintf(escape, sizeof escape, "\\x%02x", static_cast<uint8_t>(c));
-        result += escape;
-      }
-    }
-  }
-  return result;
+bool is_set_for_people(const Context& context) {
+  return !context.json && (context.table || isatty(STDOUT_FILENO) != 0);
 }
 
 void print(const Table& table, const Context& context) {
-  if (context.json) {
-    capictl::print_json(Json(to_json(table)).get());
-  } else if (on_terminal()) {
-    print_set(table);
-  } else {
-    print_plain(table, "");
-  }
+  const Table part = chosen({table}, context)[0];
+  if (context.json) return print_json(Json(to_json(part)).get());
+  if (!is_set_for_people(context)) return print_plain(part, context, "");
+  if (!part.rows().empty()) return print_set(part, has_title_line(part, context));
+  fprintf(stderr, "no %s\n", part.name().c_str());
 }
-
-void print_json(const cJSON* json) { print_json(json, cJSON_Print); }
-
-void print_json_line(const cJSON* json) { print_json(json, cJSON_PrintUnformatted); }
 
 void print_more(const Table& table, const Context& context) {
-  if (!context.json) return print_plain(table, "");
-  for (const auto& row : table.rows()) print_json_line(Json(to_json(table, row)).get());
+  const Table part = chosen({table}, context)[0];
+  static bool has_begun = false;
+  if (!context.json && has_begun) return print_rows(part, "");
+  has_begun = true;
+  if (!context.json) return print_plain(part, context, "");
+  for (const auto& row : part.rows()) print_json_line(Json(to_json(part, row)).get());
 }
-
-namespace {
-
-void print_as_json(const std::vector<Table>& tables) {
-  const Json object(cJSON_CreateObject());
-  for (const Table& table : tables) {
-    cJSON_AddItemToObject(object.get(), table.name().c_str(), to_json(table));
-  }
-  capictl::print_json(object.get());
-}
-
-void print_on_terminal(const std::vector<Table>& tables) {
-  const char* gap = "";
-  for (const Table& table : tables) {
-    printf("%s%s\n", gap, heading(table.name()).c_str());
-    gap = "\n";
-    if (table.rows().empty()) {
-      puts("none");
-    } else {
-      print_set(table);
-    }
-  }
-}
-
-}  // namespace
 
 void print(const std::vector<Table>& tables, const Context& context) {
-  if (context.json) return print_as_json(tables);
-  if (on_terminal()) return print_on_terminal(tables);
-  for (const Table& table : tables) print_plain(table, table.name());
+  const std::vector<Table> parts = chosen(tables, context);
+  if (context.json) return print_json(Json(to_json(parts)).get());
+  if (is_set_for_people(context)) return print_for_people(parts, context);
+  for (const Table& part : parts) print_plain(part, context, part.name());
 }
 
 }  // namespace capictl

@@ -1,24 +1,37 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
-// How results are shown: well set on a terminal, a line of tab-separated values a row elsewhere, or
-// as JSON.
+// Results, and how they are shown: well set on a terminal, a line of tab-separated values a row
+// elsewhere, or as JSON.
 #pragma once
 
 #include <cjson/cJSON.h>
 
-#include <initializer_list>
+#include <cstdint>
 #include <memory>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include "context.h"
+#include "text.h"
 
 namespace capictl {
 
+// What a cell is in JSON; what is none of its kind is null.
+enum class Type : uint8_t {
+  Text,
+  Number,  // an integer
+  Flag,    // false for "0" and "no"
+  Time,    // a text, or a number when it is one
+};
+
 struct Column {
-  std::string title;  // and the member's name in JSON
-  bool is_number = false;
+  std::string title;  // on a terminal
+  Type type = Type::Text;
+  std::string json = {};  // the field's name, when it is not made of the title
+  bool is_long = false;   // what does not fit goes on a line of its own
+
+  // As --fields, headers elsewhere than on terminals, and JSON name it: "registered_stacks".
+  std::string name() const;
 };
 
 class Table {
@@ -30,41 +43,46 @@ class Table {
 
   void add(std::vector<std::string> cells);
 
-  // A fact that is a number in JSON, too.
-  void add_number(std::string name, uint64_t value);
-  bool is_number_fact(size_t row) const;
+  // A fact that is no text in JSON, or has another name there.
+  void add_fact(Column fact, std::string value);
+
+  // These fields only, in this order. Those that it does not have are added to "unknown".
+  Table only(const std::vector<std::string>& fields, std::vector<std::string>& unknown) const;
 
   const std::string& name() const { return name_; }
   const std::vector<Column>& columns() const { return columns_; }
   const std::vector<std::vector<std::string>>& rows() const { return rows_; }
   bool has_facts() const { return has_facts_; }
+  const std::vector<Column>& facts() const { return facts_; }
+  std::vector<std::string> field_names() const;
 
  private:
   std::string name_;
   std::vector<Column> columns_;
   std::vector<std::vector<std::string>> rows_;
   bool has_facts_ = false;
-  std::vector<size_t> number_facts_;  // their rows
+  std::vector<Column> facts_;  // one for each row
 };
-
-// Control characters, which could also steer a terminal, and what is not UTF-8 written out: "\n",
-// "\x1b".
-std::string printable(std::string_view text);
-
-// A text as JSON can carry it: what it cannot becomes the sign for that.
-std::string json_text(std::string_view text);
 
 struct JsonDeleter {
   void operator()(cJSON* json) const { cJSON_Delete(json); }
 };
 using Json = std::unique_ptr<cJSON, JsonDeleter>;
 
-void print_json(const cJSON* json);
+// An array of objects, or one of facts. The caller owns it.
+cJSON* to_json(const Table& table);
+
+// The member for each table under its name. The caller owns it.
+cJSON* to_json(const std::vector<Table>& tables);
 
 // Prints an object on a line of its own.
 void print_json_line(const cJSON* json);
+void print_json(const cJSON* json);
 
-// Prints one table; in JSON it is an array of objects, or one of facts.
+// Whether results are set for people.
+bool is_set_for_people(const Context& context);
+
+// Prints one table. An empty one is told of on standard error where people look on.
 void print(const Table& table, const Context& context);
 
 // Prints the rows of a result that goes on: tab-separated or, as JSON, an object a line.

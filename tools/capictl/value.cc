@@ -2,9 +2,9 @@
 // SPDX-License-Identifier: MIT
 #include "value.h"
 
-#include <unistd.h>
-
 #include <cstdlib>
+
+#include "table.h"
 
 namespace capictl {
 namespace {
@@ -71,8 +71,7 @@ std::string shown_value(const Key& key, const std::string& value, const Context&
 }
 
 std::string told_value(const Key& key, const std::string& value, const Context& context) {
-  const bool is_for_people = !context.json && isatty(STDOUT_FILENO) != 0;
-  const std::string name = is_for_people ? value_name(key, value) : "";
+  const std::string name = is_set_for_people(context) ? value_name(key, value) : "";
   return shown_value(key, value, context) + (name.empty() ? "" : " (" + name + ")");
 }
 

@@ -1,0 +1,153 @@
+// SPDX-FileCopyrightText: The capi authors
+// SPDX-License-Identifier: MIT
+#include "layout.h"
+
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <limits>
+
+namespace capictl {
+namespace {
+
+constexpr size_t kGap = 2;  // between columns
+constexpr size_t kIndent = 4;
+constexpr size_t kNoEnd = std::numeric_limits<int>::max();
+constexpr size_t kUsualWidth = 80;
+
+// A table's columns on their way to the terminal.
+class Layout {
+ public:
+  explicit Layout(const Table& table, bool has_header) : table_(table), has_header_(has_header) {
+    for (size_t i = 0; i < table.columns().size(); ++i) {
+      widths_.push_back(width_within(i, kNoEnd));
+      shown_.push_back(i);
+    }
+    fit(terminal_width());
+  }
+
+  void print() const {
+    if (has_header_) printf("%s\n", heading(line_of(titles())).c_str());
+    for (const auto& row : table_.rows()) print_row(row);
+    if (!dropped_.empty()) {
+      fprintf(stderr, "capictl: no room for: %s. --fields chooses, --json has all\n",
+              joined(dropped_, ", ").c_str());
+    }
+  }
+
+ private:
+  std::vector<std::string> titles() const {
+    std::vector<std::string> titles;
+    for (const Column& column : table_.columns()) titles.push_back(column.title);
+    return titles;
+  }
+
+  size_t total() const {
+    size_t sum = 0;
+    for (const size_t i : shown_) sum += widths_[i] + kGap;
+    return sum - kGap;
+  }
+
+  // The widest that is no wider than this, but room for the title.
+  size_t width_within(size_t column, size_t room) const {
+    size_t most = has_header_ ? width(table_.columns()[column].title) : 0;
+    for (const auto& row : table_.rows()) {
+      const size_t own = width(printable(row[column]));
+      if (own <= room) most = std::max(most, own);
+    }
+    return most;
+  }
+
+  // Columns of long values give way first.
+  void fit(size_t room) {
+    for (const size_t i : shown_) {
+      if (!table_.columns()[i].is_long || total() <= room) continue;
+      const size_t others = total() - widths_[i];
+      widths_[i] = width_within(i, room > others ? room - others : 0);
+    }
+    while (total() > room && drop_last()) continue;
+  }
+
+  // False when there is none but the first and those whose values have lines of their own.
+  bool drop_last() {
+    for (size_t at = shown_.size(); at-- > 1;) {
+      const Column& column = table_.columns()[shown_[at]];
+      if (column.is_long || table_.has_facts()) continue;
+      dropped_.insert(dropped_.begin(), column.name());
+      shown_.erase(shown_.begin() + static_cast<std::ptrdiff_t>(at));
+      return true;
+    }
+    return false;
+  }
+
+  bool is_too_wide(size_t column, const std::string& text) const {
+    return width(text) > widths_[column];
+  }
+
+  std::string padded(size_t column, const std::string& text) const {
+    const std::string blanks(widths_[column] - std::min(widths_[column], width(text)), ' ');
+    return table_.columns()[column].type == Type::Number ? blanks + text : text + blanks;
+  }
+
+  std::string line_of(const std::vector<std::string>& cells) const {
+    std::string line;
+    for (const size_t i : shown_) {
+      const std::string text = printable(cells[i]);
+      line += padded(i, is_too_wide(i, text) ? "" : text) + std::string(kGap, ' ');
+    }
+    return line.erase(line.find_last_not_of(' ') + 1);
+  }
+
+  static void print_below(const std::string& text) {
+    for (const std::string& line : wrapped(text, terminal_width() - kIndent)) {
+      printf("%*s%s\n", int{kIndent}, "", line.c_str());
+    }
+  }
+
+  void print_row(const std::vector<std::string>& row) const {
+    printf("%s\n", line_of(row).c_str());
+    for (const size_t i : shown_) {
+      const std::string text = printable(row[i]);
+      if (!is_too_wide(i, text)) continue;
+      print_below(table_.has_facts() ? text : table_.columns()[i].title + ": " + text);
+    }
+  }
+
+  const Table& table_;
+  bool has_header_;
+  std::vector<size_t> widths_;
+  std::vector<size_t> shown_;
+  std::vector<std::string> dropped_;
+};
+
+}  // namespace
+
+size_t terminal_width() {
+  winsize size{};
+  const bool is_terminal = isatty(STDOUT_FILENO) != 0;
+  if (is_terminal && ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0) {
+    return size.ws_col;
+  }
+  const char* columns = getenv("COLUMNS");
+  const int given = columns != nullptr ? atoi(columns) : 0;
+  if (given > 0) return static_cast<size_t>(given);
+  return is_terminal ? kUsualWidth : kNoEnd;
+}
+
+bool has_colours() {
+  const char* refusal = getenv("NO_COLOR");
+  const char* kind = getenv("TERM");
+  const bool is_dumb = kind != nullptr && std::string_view(kind) == "dumb";
+  return isatty(STDOUT_FILENO) != 0 && !is_dumb && (refusal == nullptr || *refusal == '\0');
+}
+
+std::string heading(const std::string& text) {
+  return has_colours() ? "\033[1m" + text + "\033[0m" : text;
+}
+
+void print_set(const Table& table, bool has_header) { Layout(table, has_header).print(); }
+
+}  // namespace capictl
