@@ -40,17 +40,17 @@ void look() {
 }
 
 void change() {
-  type("capictl config set sip_line_2.display_name 'Fax, ground floor'");
-  expect(type("capictl config get sip_line_2.display_name") == "Fax, ground floor\n",
+  type("capictl config set sip_line_2.display_name Ground-floor");
+  expect(type("capictl config get sip_line_2.display_name") == "Ground-floor\n",
          "everybody sees it");
   type("capictl config describe sip_line_2.display_name");
   expect(type("capictl stack-file voip --diff", 1) ==
              "-\tLINE2_SUBSCRIBER\tdisplayname=Fax\n"
-             "+\tLINE2_SUBSCRIBER\tdisplayname=Fax, ground floor\n",
+             "+\tLINE2_SUBSCRIBER\tdisplayname=Ground-floor\n",
          "the voice stack does not, yet");
   type("capictl stack-file voip && capictl signal vop_sig_cfg_changed");
   expect(show_posted_signals() == "signal simple vop_sig_cfg_changed\n", "now it is told");
-  type("capictl config set sms.enable on", 3);
+  type("capictl config set sms.enable 7", 4);
 }
 
 }  // namespace

@@ -72,7 +72,8 @@ expect 0 $'sip_line_2.enable\t1\nsip_line_2.user_name\t15551230002' \
   config get sip_line_2.enable sip_line_2.user_name
 expect 4 '' config set sip_line_2.enable 0 basic_sip.local_port 99999
 expect 3 '' config set sip_line_2.enable 0 sip_line_2.nothing 1
-expect_error 2 $'capictl: VALUE is required' config set sip_line_2.enable 0 sip_line_2.user_name
+expect_error 2 'capictl: VALUE is required. Help: capictl config set --help' \
+  config set sip_line_2.enable 0 sip_line_2.user_name
 expect 0 '1' config get sip_line_2.enable
 
 in_case 'A value has a name, and a time may have its unit'
@@ -125,7 +126,7 @@ expect_error 3 'capictl: there is no key sip_line_2.enabel. Did you mean sip_lin
 expect_error 3 'capictl: there is no key sip_line_3.enable. Did you mean sip_line_1.enable?' \
   config set sip_line_3.enable 1
 expect_error 3 'capictl: there is no key nothing. All keys: capictl config list' config get nothing
-expect_error 2 $'KEY is required\nRun with --help for more information.' config get
-expect_error 2 $'VALUE is required\nRun with --help for more information.' config set sms.sca
+expect_error 2 'capictl: KEY is required. Help: capictl config get --help' config get
+expect_error 2 'capictl: VALUE is required. Help: capictl config set --help' config set sms.sca
 
 finish

@@ -40,6 +40,7 @@ start	(empty)
 allowed	a host name or an IP address, as sip.example.net
 meaning	The SIP domain.
 standard	RFC 3261
+note	Both sections name the same one, which is no server'"'"'s own.
 kind	text of at most 255 characters
 sections	sip_server_%d, 1 to 2
 shared	all sections of the number have one value
@@ -59,7 +60,7 @@ meaning	Expiry of a registration that is asked for.
 standard	RFC 3261
 note	The value of the start is ten minutes as ms, and nearly seven days as what it is.
 kind	number
-setting file	[sip_registration] option_sip_registration_reg_interval=...' "$every	REGISTRATION	reg_interval	"
+setting file	[sip_registration] option_sip_registration_reg_interval=...' "$every	SIP	regexptime	"
 
 # places KEY PLACES: the places alone.
 places() {
@@ -136,7 +137,7 @@ start_adapter
 from() { "${tool[@]}" config describe "$@" | sed -n 's/^key\tfrom\t//p'; }
 is() { [ "$1" = "$2" ] || fail "\"$1\" instead of \"$2\""; }
 is "$(from sip_registration.reg_interval)" 'set since the start'
-is "$(from voice_parameter.volume)" 'a start without settings'
+is "$(from sip_feature_2.cpc_duration)" 'a start without settings'
 is "$(from runtime_info.imei)" "the device's own files"
 is "$(from sms.sca --settings /quorbleconf/config/voice.settings)" \
   "/quorbleconf/config/voice.settings, line $(grep -n sms_sca /quorbleconf/config/voice.settings | cut -d: -f1)"

@@ -81,7 +81,7 @@ expect 0 '' config set sip_line_1.display_name 'Front desk' --force
 cp /tmp/my.settings /tmp/my.before
 expect 4 '' config save /tmp/my.settings
 [[ $errors == 'capictl: the value of sip_line_1.display_name is not in the file: it holds blanks, "#" or ";"
-capictl: nothing was saved; --force saves the rest, and a document has room for all: capictl config list --json --show-secrets' ]] ||
+capictl: nothing was saved, because of sip_line_1.display_name: it holds blanks, "#" or ";"; --force saves the rest, and a document has room for all: capictl config list --json --show-secrets' ]] ||
   fail "said: $errors"
 cmp /tmp/my.settings /tmp/my.before || fail 'the file is another'
 expect 0 '' config save /tmp/my.settings --force
@@ -98,6 +98,9 @@ printf '[sip_line_1]\noption_sip_line_display_name=Hall\noption_sip_line_enable=
 expect 4 '' config load /tmp/a.settings
 [[ $errors == 'capictl: /tmp/a.settings:3: option_sip_line_enable: "7" is none of those that are allowed; allowed: 0 (off) or 1 (on)
 capictl: nothing was set; --force sets what a master would take' ]] || fail "said: $errors"
+expect 4 '' --json config load /tmp/a.settings
+[ "$errors" = '{"error":{"code":"refused","message":"/tmp/a.settings:3: option_sip_line_enable: \"7\" is none of those that are allowed; allowed: 0 (off) or 1 (on); nothing was set; --force sets what a master would take"}}' ] ||
+  fail "said: $errors"
 expect 0 'Front desk' config get sip_line_1.display_name
 expect 0 '' config load --force /tmp/a.settings
 expect 0 $'sip_line_1.display_name\tHall\nsip_line_1.enable\t7' \
@@ -112,7 +115,7 @@ expect 0 $'sip_line_1.display_name\tAttic\nsip_line_1.auth_password\tother' \
 expect 0 '' config reset sip_line_1 basic_sip
 expect 0 '' config load /tmp/whole.json
 "${tool[@]}" --json config list --show-secrets | cmp - /tmp/whole.json || fail 'it is not what it was'
-for text in '{"sip_line_1": {' '[1]' '{"sip_line_1": {"display_name": "a\u0000b"}}'; do
+for text in '{"sip_line_1": {' '{"sip_line_1": {"enable": }}' '{"sip_line_1": {"display_name": "a\u0000b"}}'; do
   printf '%s' "$text" >/tmp/a.json
   expect 1 '' config load /tmp/a.json
 done
@@ -129,6 +132,6 @@ expect_on_terminal 1 'key         now  file
 sms.enable  1    0' config diff /tmp/a.settings
 expect 0 '+15550000001' config get sms.sca
 expect 0 '1' config get sms.enable
-expect_error 1 'capictl: /tmp/none cannot be read: No such file or directory' config diff /tmp/none
+expect_error 3 'capictl: /tmp/none cannot be read: No such file or directory' config diff /tmp/none
 
 finish

@@ -95,6 +95,6 @@ expect 1 $'/tmp/a.json\t\terror\tsip_line_1.enable: "7" is none of those that ar
 /tmp/a.json\t\terror\tbasic_sip.local_port has to be a whole number
 /tmp/a.json\t\terror\tsip_line_2 has to be an object of keys and values' config lint /tmp/a.json
 
-expect_error 1 'capictl: /tmp/none cannot be read: No such file or directory' config lint /tmp/none
+expect_error 3 'capictl: /tmp/none cannot be read: No such file or directory' config lint /tmp/none
 
 finish

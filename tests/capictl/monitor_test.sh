@@ -59,10 +59,10 @@ told $'config\tsms.enable\t1\t0'
 expect 0 '' config set runtime_info.wan_ip 192.0.2.99
 told $'device\truntime_info.wan_ip\t192.0.2.20\t192.0.2.99'
 expect 0 '' config set sms.enable 0
-expect 0 '' config set sip_line_2.auth_password 'not to be seen'
+expect 0 '' config set sip_line_2.auth_password not-to-be-seen
 told $'config\tsip_line_2.auth_password\t(set)\t(set)'
 expect 0 '' config set sip_line_2.auth_password ''
-told $'config\tsip_line_2.auth_password\t(set)\t'
+told $'config\tsip_line_2.auth_password\t(set)\t(not set)'
 others unnamed
 told $'config\tchanged' $'device\tvendor changed'
 
@@ -100,10 +100,10 @@ in_case 'As JSON a change is an object with real types'
 watch 'config, device, lines, calls, messages' --json
 expect 0 '' config set sms.enable 1
 told '{"topic":"config","change":"value","key":"sms.enable","old":0,"new":1}'
-expect 0 '' config set sms.sca $'a"\xff'
+expect 0 '' config set --force sms.sca $'a"\xff'
 told '{"topic":"config","change":"value","key":"sms.sca","old":"+15550000002","new":"a\"'$'\xef\xbf\xbd''"}'
-expect 0 '' config set sip_line_2.auth_password 'not to be seen'
-told '{"topic":"config","change":"value","key":"sip_line_2.auth_password","old":"","new":"(set)"}'
+expect 0 '' config set sip_line_2.auth_password not-to-be-seen
+told '{"topic":"config","change":"value","key":"sip_line_2.auth_password","old":"(not set)","new":"(set)"}'
 others lines
 told '{"topic":"lines","change":"registration","line":1,"stack":2,"type":"voip","registered":true,"reason":"","detail":""}' \
   '{"topic":"lines","change":"hook","line":1,"off_hook":true,"incoming":false}'

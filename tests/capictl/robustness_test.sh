@@ -49,9 +49,9 @@ expect 3 '' config get "$long"
 expect 3 '' config get "sip_line_1.$long"
 expect 3 '' config list "$long"
 expect 3 '' config describe "$long"
-expect_error 4 'capictl: slic_parameter.settings is left as it was: the value would not stay as it is (too long: cut to 1023 characters)' \
+expect_error 4 "capictl: slic_parameter.settings is left as it was: ${#long} characters are too many: 1023 are kept" \
   config set slic_parameter.settings "$long"
-expect_error 4 'capictl: sms.enable is left as it was: the value would not stay as it is (out of range: kept as 2147483647)' \
+expect_error 4 "capictl: sms.enable is left as it was: \"9${long:0:79}\" is out of range; allowed: 0 (off) or 1 (on)" \
   config set sms.enable "9$long"
 expect 2 '' calls show "9$long"
 expect 2 '' calls show -1
@@ -112,8 +112,7 @@ if as_user "${tool[@]}" --version >/dev/null 2>&1; then
   chmod 600 /quorbleconf/nv/voip_call_log /quorbleconf/nv/sm_recv
   expect_error 3 "capictl: /quorbleconf/nv/voip_call_log cannot be read; the master's start makes it" calls check
   expect_error 1 'capictl: the call log cannot be read. What is wrong with it: capictl calls check' calls list
-  expect_error 1 'capictl: /quorbleconf/config/voice.settings cannot be opened for reading and writing, as setting files must be' \
-    config diff /quorbleconf/config/voice.settings
+  expect 1 $'sms.sca\t4711\t+15550000001' config diff /quorbleconf/config/voice.settings
   tool=("${root_tool[@]}")
   expect 0 '' calls check
 fi

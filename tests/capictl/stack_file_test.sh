@@ -23,7 +23,7 @@ END
 in_case 'What a change would do to a file, before it is written'
 cp /tmp/vosip.conf.voip /tmp/before
 expect 0 '' config set basic_sip.local_port 5070
-expect 0 '' config set sip_line_2.display_name 'Fax; 2nd floor'
+expect 0 '' config set --force sip_line_2.display_name 'Fax; 2nd floor'
 expect 1 '-	LINE2_SUBSCRIBER	displayname=Fax
 -	SIP	local_udp_tcp_port=5060
 +	LINE2_SUBSCRIBER	displayname=Fax; 2nd floor

@@ -7,7 +7,7 @@ start_adapter
 others calls
 
 in_case 'Through a pipe a row is a line of values with tabs between them, in which there are none'
-expect 0 '' config set sip_line_1.display_name $'a\tb\nc'
+expect 0 '' config set --force sip_line_1.display_name $'a\tb\nc'
 expect 0 $'lines\t1\ta\\tb\\nc' line 1 --fields line,name
 
 in_case 'The fields are those that are wanted, in that order, under their names when those are wanted'

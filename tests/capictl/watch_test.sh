@@ -32,7 +32,7 @@ wait $watcher || fail "watch ended with $?"
 in_case 'Ctrl-C ends it well, and what it saw is not lost'
 for signal in INT TERM; do
   watch
-  expect 0 '' config set sms.sca "$signal"
+  expect 0 '' config set --force sms.sca "$signal"
   until [ -s /tmp/changes ]; do :; done
   kill -s $signal $watcher
   wait $watcher || fail "after $signal watch ended with $?"

@@ -94,12 +94,15 @@ void set(const Context& context, const std::vector<std::string>& words,
 
 void load(const Context& context, const std::string& path, const ChangeOptions& options) {
   const Settings settings = read_settings(read_file(path));
+  std::string errors;
   for (const Finding& finding : settings.findings) {
     const std::string place = finding.line != 0 ? ":" + std::to_string(finding.line) : "";
-    warn(path + place + ": " + finding.text);
+    const std::string text = path + place + ": " + finding.text;
+    if (!context.json) warn(text);
+    if (context.json && finding.is_error) errors += text + "; ";
   }
   if (settings.has_error() && !options.is_forced) {
-    throw Failure("nothing was set; --force sets what a master would take", {kRefused});
+    throw Failure(errors + "nothing was set; --force sets what a master would take", {kRefused});
   }
   const Attachment adapter(context);
   change(settings.items, options, context);
@@ -163,9 +166,9 @@ void add_load(CLI::App& config, Context& context) {
                     "Set what is right, and the rest as a master would take it");
   add_dry_run(*command, args->options);
   command->footer(
-      "A JSON document is what \"capictl config list --json\" prints, or a part of it:\n"
-      "{\"sip_line_1\": {\"display_name\": \"Kitchen\", \"enable\": 1}}. \"capictl config\n"
-      "schema\" tells what may stand in it. A secret that is \"(set)\" stays as it is.\n\n"
+      "A JSON document is what \"capictl config list --json\" prints, or a part of it: "
+      "{\"sip_line_1\": {\"display_name\": \"Kitchen\", \"enable\": 1}}. \"capictl config schema\" "
+      "tells what may stand in it. A secret that is \"(set)\" stays as it is.\n\n"
       "Example:\n  capictl config load my.settings");
   command->callback([args, &context] { load(context, args->path, args->options); });
 }

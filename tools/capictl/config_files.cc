@@ -109,11 +109,13 @@ void save(Context context, const SaveArgs& args) {
     if (is_saved(key, value, args.has_all)) writer.add(key, value);
   }
   const SettingFile file = writer.take();
-  tell_lost(file, "file");
+  if (!context.json) tell_lost(file, "file");
   if (!file.lost.empty() && !args.is_forced) {
-    throw Failure(
-        "nothing was saved; --force saves the rest, and a document has room for all: "
-        "capictl config list --json --show-secrets");
+    throw Failure("nothing was saved, because of " + file.lost[0].key->label() + ": " +
+                      file.lost[0].why +
+                      "; --force saves the rest, and a document has room for all: "
+                      "capictl config list --json --show-secrets",
+                  {kRefused, file.lost[0].key->label()});
   }
   replace_file(args.is_local ? kLocalSettings : args.path, file.text, 0600);
 }

@@ -87,24 +87,39 @@ const Key* find_odd_spelling(const capi_config_key& row, const std::string& sect
   return &keys[static_cast<size_t>(atoi(index))];
 }
 
+// Whether a name ends with this, and not within a word.
+bool has_ending(const std::string& name, const std::string& ending) {
+  return name.ends_with("." + ending) || name.ends_with("_" + ending);
+}
+
+// The label that is nearly spelled so; of a section that there is, the field is.
+std::string nearly_spelled(const std::string& section, const std::string& field) {
+  std::vector<std::string> labels;
+  std::vector<std::string> fields;
+  for (const Key& key : all_keys()) {
+    labels.push_back(key.label());
+    if (key.section == section) fields.push_back(key.field());
+  }
+  if (fields.empty()) return nearest(section + "." + field, labels);
+  const std::string near = nearest(field, fields);
+  return near.empty() ? near : section + "." + near;
+}
+
 // The label that one was meant to be: with its section, or nearly so spelled. A key of the same
-// kind of section before any other, a whole field before the end of one.
+// kind of section goes before any other.
 std::string meant_label(const std::string& label) {
   const size_t dot = label.find('.');
   const std::string field = label.substr(dot + 1);  // all of it without a dot
   const std::string section = label.substr(0, label.find_first_of("0123456789."));
-  if (field.empty()) return "";
+  constexpr size_t kShortest = 3;
   for (const std::string& begin : {dot != std::string::npos ? section : "", std::string()}) {
-    for (const std::string& end : {"." + field, field}) {
-      for (const Key& key : all_keys()) {
-        const std::string candidate = key.label();
-        if (candidate.starts_with(begin) && candidate.ends_with(end)) return candidate;
-      }
+    for (const Key& key : all_keys()) {
+      const std::string candidate = key.label();
+      if (field.size() < kShortest) break;
+      if (candidate.starts_with(begin) && has_ending(candidate, field)) return candidate;
     }
   }
-  std::vector<std::string> labels;
-  for (const Key& key : all_keys()) labels.push_back(key.label());
-  return nearest(label, labels);
+  return nearly_spelled(label.substr(0, dot), field);
 }
 
 int collect_difference(const char* section, const char* name, const char* before, const char* after,
