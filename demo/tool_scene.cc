@@ -48,8 +48,8 @@ void change() {
              "-\tLINE2_SUBSCRIBER\tdisplayname=Fax\n"
              "+\tLINE2_SUBSCRIBER\tdisplayname=Ground-floor\n",
          "the voice stack does not, yet");
-  type("capictl stack-file voip && capictl signal vop_sig_cfg_changed");
-  expect(show_posted_signals() == "signal simple vop_sig_cfg_changed\n", "now it is told");
+  type("capictl stack-file voip && capictl signal vop_sig_cfg_changed_info");
+  expect(show_posted_signals() == "signal simple vop_sig_cfg_changed_info\n", "now it is told");
   type("capictl config set sms.enable 7", 4);
 }
 

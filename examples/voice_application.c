@@ -32,7 +32,7 @@ static int publish_registration(void) {
 static int add_call(const char *number) {
   struct capi_call_log_record call;
   memset(&call, 0, sizeof call);
-  call.endpt = LINE_1;
+  call.endpt = LINE_1 + 1; /* 1 or 2, unlike the index of a line */
   call.calltimeend = (uint32_t)time(NULL);
   call.calltimestart = call.calltimeend - CALL_SECONDS;
   call.calltimeconnect = call.calltimestart;

@@ -46,14 +46,14 @@ struct capi_call_log_statistics {
 /*
  * A node of the file, and a call as callers hand it in and get it back. The links, "index" and
  * "sequence" are the store's: what a caller puts there is not looked at. The unit of the times is
- * the callers'. The texts hold at most 63 characters; longer ones are cut.
+ * the callers': seconds since 1970 in all programs of this project. The texts hold at most 63 characters; longer ones are cut.
  */
 struct capi_call_log_record {
   uint32_t calltype; /* 0 to 2, or 0xFFFFFFFF in a free node */
   uint16_t prev;     /* in the list of the type, or of the free nodes */
   uint16_t next;
   uint16_t index; /* the node's own */
-  uint16_t endpt; /* phone line of the call */
+  uint16_t endpt; /* phone line of the call: 1 or 2, and 0 where nobody said */
   uint32_t calltimestart;
   uint32_t calltimeconnect;
   uint32_t calltimeend;

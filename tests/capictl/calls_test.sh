@@ -86,9 +86,101 @@ expect 0 '' calls delete 0
 expect_error 3 'capictl: there is no call in node 0. All calls: capictl calls list' calls delete 0
 expect_error 2 'capictl: NODE: Value 300 not in range 0 to 299. Help: capictl calls delete --help' calls delete 300
 expect 0 "$carl" calls list
-expect 0 '' calls clear --type 0
+expect 0 '' calls clear --type 0 --yes
 expect 0 "$carl" calls list
-expect 0 '' calls clear
+expect 0 '' calls clear --yes
+[ "$errors" = '1 call deleted' ] || fail "it said: $errors"
 expect 0 '' calls list
+expect 0 '{
+	"deleted":	0
+}' calls clear --json
+
+in_case 'Where nobody can be asked nothing is deleted without --yes'
+others calls
+expect_error 4 'capictl: nobody can be asked whether to delete 2 calls: --yes says so' calls clear </dev/null
+[ "$("${tool[@]}" calls list | wc -l)" -eq 2 ] || fail 'calls were deleted'
+
+# answered ANSWER ARG...: the tool on a terminal on which somebody types that.
+answered() {
+  local answer=$1
+  shift
+  script --quiet --return --command "$(printf '%q ' "${tool[@]}" "$@")" /dev/null <<<"$answer" |
+    tr -d '\r' | grep -vx "$answer"
+}
+
+in_case 'On a terminal it asks, and says how many went'
+said=$(answered no calls clear --type 0)
+[ "$said" = 'Really delete 1 call? [y/N] capictl: nothing was deleted' ] || fail "it said: $said"
+[ "$("${tool[@]}" calls list | wc -l)" -eq 2 ] || fail 'calls were deleted'
+said=$(answered y calls clear)
+[ "$said" = 'Really delete 2 calls? [y/N] 2 calls deleted' ] || fail "it said: $said"
+expect 0 '' calls list
+
+in_case 'Only the calls that are meant: of a line, a number, since a time or for some time'
+now=$(date +%s)
+day=$((now - now % 86400))
+iso() { date -u -d "@$1" +%Y-%m-%dT%H:%M:%SZ; }
+others call 0 1 +15551230007 $((day - 5 * 86400))
+others call 2 2 15551230008 $((day - 2 * 86400))
+others call 2 1 15551230007 $((day - 2 * 86400 + 60))
+others call 1 0 15551230009 $((now - 60))
+others call 1 1 15551230009 7
+five=$'0\t0\t1\t+15551230007\t\t'"$(iso $((day - 5 * 86400)))"
+two=$'1\t2\t2\t15551230008\t\t'"$(iso $((day - 2 * 86400)))"
+also=$'2\t2\t1\t15551230007\t\t'"$(iso $((day - 2 * 86400 + 60)))"
+new=$'3\t1\t0\t15551230009\t\t'"$(iso $((now - 60)))"
+odd=$'4\t1\t1\t15551230009\t\t7'
+# listed EXPECTED ARG...: what is listed, but for the two later times.
+listed() {
+  local expected=$1 actual
+  shift
+  actual=$("${tool[@]}" calls list "$@" | cut -f 1-6) || fail "calls list $* ends with $?"
+  [ "$actual" = "$expected" ] || fail "calls list $* lists: $actual"
+}
+listed "$odd"$'\n'"$new"$'\n'"$also"$'\n'"$two"$'\n'"$five"
+listed "$five"$'\n'"$two"$'\n'"$also"$'\n'"$new"$'\n'"$odd" --reverse
+listed "$odd"$'\n'"$new" --limit 2
+listed "$new"$'\n'"$odd" --limit 2 --reverse
+listed "$two" --line 2
+listed "$new" --line 0
+listed "$also"$'\n'"$five" --number +15551230007
+listed "$new" --since 2h
+listed "$new"$'\n'"$also"$'\n'"$two" --since 4d
+listed "$new"$'\n'"$also"$'\n'"$two" --since "$(date -u -d "@$((day - 2 * 86400))" +%Y-%m-%d)"
+listed "$new"$'\n'"$also" --since "$(iso $((day - 2 * 86400 + 1)))"
+listed "$new"$'\n'"$also" --since "$(date -u -d "@$((day - 2 * 86400 + 60))" '+%Y-%m-%d %H:%M')"
+for odd_time in yesterday 2026-13-01 2h3 h '' 99999999999d 2026-11-22T; do
+  "${tool[@]}" calls list --since "$odd_time" >/dev/null 2>/tmp/errors
+  code=$?
+  [ -z "$odd_time" ] || [ $code -eq 2 ] || fail "--since '$odd_time' ends with $code"
+done
+expect_error 2 'capictl: "soon" is no time: it is written as 2026-11-22, 2026-11-22T08:30:00Z, 30m, 2h, 3d or 1w' \
+  calls list --since soon
+
+in_case 'The calls of each day, with bars where people look'
+day_of() { date -u -d "@$1" +%Y-%m-%d; }
+expect 0 "$(day_of $((now - 60)))	1	1	60
+$(day_of $((day - 2 * 86400)))	2	2	120
+$(day_of $((day - 5 * 86400)))	0	1	60
+	1	1	0" calls stats
+expect 0 "day         type  calls  seconds
+$(day_of $((now - 60)))     1      1       60  ##########
+$(day_of $((day - 2 * 86400)))     2      2      120  ####################
+$(day_of $((day - 5 * 86400)))     0      1       60  ##########" calls stats --since 6d --table
+expect 0 '[{
+		"day":	null,
+		"type":	1,
+		"calls":	1,
+		"seconds":	0
+	}]' calls stats --line 1 --type 1 --json
+expect 0 "$(day_of $((day - 2 * 86400)))	2	1	60" line history 2
+coloured() { script --quiet --return --command "$(printf '%q ' "${tool[@]}") line history 2" /dev/null </dev/null; }
+[[ $(NO_COLOR='' TERM=xterm coloured) == *$'\e[36m####################\e[0m'* ]] || fail 'the bars have no colour'
+[[ $(NO_COLOR=1 TERM=xterm coloured) == *' ####################'* ]] || fail 'NO_COLOR is not honoured'
+
+in_case 'Calls that are meant are deleted'
+expect 0 '' calls clear --type 2 --number 15551230007 --yes
+[ "$errors" = '1 call deleted' ] || fail "it said: $errors"
+listed "$odd"$'\n'"$new"$'\n'"$two"$'\n'"$five"
 
 finish

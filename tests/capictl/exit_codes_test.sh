@@ -31,11 +31,11 @@ commands=(
   'a status' 'a monitor' 'a config get sms.sca' 'a config set sms.sca 1' 'a config list'
   'a config load /dev/null' 'a config reset sms' 'a config save /tmp/a' 'n config schema'
   'n config describe sms.sca' 'a config dump' 'a config diff /dev/null' 'n config lint /dev/null'
-  'a config watch' 'a line' 'a locks' 'a carrier' 'n carrier list' 'a signal vop_sig_cfg_changed_info'
-  'n signal decode' 'a stack-file voip' 'a calls list' 'a calls show 0' 'a calls export'
-  'a calls delete 0' 'a calls clear' 'a calls backup /tmp/a' 'a calls check' 'a sms list sent'
+  'a config watch' 'a line' 'a line history' 'a locks' 'a carrier' 'n carrier list' 'a signal vop_sig_cfg_changed_info'
+  'n signal list' 'n signal decode' 'a stack-file voip' 'a calls list' 'a calls show 0' 'a calls export' 'a calls stats'
+  'a calls delete 0' 'a calls clear --yes' 'a calls backup /tmp/a' 'a calls check' 'a sms list sent'
   'a sms show sent 1' 'a sms send 1 hi' 'a sms mark-read sent 1' 'a sms delete sent 1'
-  'a sms clear sent' 'a sms backup /tmp/a' 'a sms check sent' 'n schema /dev/null' 'n master'
+  'a sms clear sent --yes' 'a sms backup /tmp/a' 'a sms check sent' 'n schema /dev/null' 'n master'
   'n help' 'n page man')
 listed=$("${tool[@]}" page bash | grep -c '^    "capictl .*") words=')
 # Besides these it lists config, calls and sms.
@@ -70,6 +70,7 @@ line 1
 locks
 carrier
 carrier list
+signal list
 signal vop_sig_cfg_changed_info
 stack-file voip
 stack-file voip --print
@@ -78,7 +79,9 @@ calls list
 calls show 0
 calls export
 calls delete 0
-calls clear
+calls clear --yes
+calls stats
+line history
 calls backup /tmp/calls
 calls check
 sms list sent
@@ -86,7 +89,7 @@ sms show sent 1
 sms send +15551230002 hi
 sms mark-read sent 1
 sms delete sent 1
-sms clear sent
+sms clear sent --yes
 sms backup /tmp/messages
 sms check received
 help
@@ -122,6 +125,8 @@ carrier list --fields nothing
 status --fields nothing
 status --header --no-header
 calls list --type 3
+calls list --since soon
+carrier lst
 calls show
 calls show 300
 calls show -1
@@ -151,8 +156,12 @@ sms check sent /nowhere
 schema /nowhere
 master --force --settings /nowhere
 END
+"${tool[@]}" sms send +15551230002 hi
 printf '[sms]\noption_sms_enable=7\n' >/tmp/wrong
 ends 4 <<'END'
+signal nothing
+calls clear
+sms clear sent
 config set sms.enable 7
 config load /tmp/wrong
 signal 'no;name'

@@ -10,7 +10,7 @@ for command in status monitor 'config list' 'config get sms.sca' 'config set sms
   'config diff /dev/null' 'config watch' 'stack-file voip' 'calls list' 'calls show 1' 'calls export' \
   'calls delete 1' 'calls clear' 'calls backup /tmp/a' 'calls check' 'sms list sent' 'sms show sent 1' \
   'sms send 1 hi' 'sms mark-read sent 1' 'sms delete sent 1' 'sms clear sent' 'sms backup /tmp/a' \
-  'sms check sent' carrier line 'signal vop_sig_cfg_changed'; do
+  'sms check sent' carrier line 'signal vop_sig_cfg_changed_info'; do
   # shellcheck disable=SC2086
   expect_error 5 "$down" $command
 done

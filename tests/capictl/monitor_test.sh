@@ -84,7 +84,7 @@ told $'calls\tnew call of type 0: 15551230007, Anna, 1000' \
   $'calls\tnew call of type 2: 15551230008, "B", Carl, 2000'
 expect 0 '' calls delete 0
 told $'calls\t1 call deleted, 1 left'
-expect 0 '' calls clear
+expect 0 '' calls clear --yes
 told $'calls\t1 call deleted, none left'
 expect 0 '' sms send +15551230002 $'Hi\tthere'
 told $'messages\tnew sent message 1: +15551230002, TIME: Hi\\tthere'
@@ -92,7 +92,7 @@ expect 0 '' sms send +15551230002 more
 told $'messages\tnew sent message 2: +15551230002, TIME: more'
 expect 0 '' sms mark-read sent 2
 told $'messages\tsent message 2 is read, status 2'
-expect 0 '' sms clear sent
+expect 0 '' sms clear sent --yes
 told $'messages\t2 sent messages deleted, none left'
 end
 
@@ -110,7 +110,7 @@ told '{"topic":"lines","change":"registration","line":1,"stack":2,"type":"voip",
 others calls
 told '{"topic":"calls","change":"added","node":0,"type":0,"line":1,"number":"15551230007","name":"Anna","start":1000}' \
   '{"topic":"calls","change":"added","node":1,"type":2,"line":1,"number":"15551230008","name":"\"B\", Carl","start":2000}'
-expect 0 '' calls clear
+expect 0 '' calls clear --yes
 told '{"topic":"calls","change":"deleted","count":2,"left":0}'
 long=$(printf %039000d 0)
 expect 0 '' sms send +15551230002 "$long"

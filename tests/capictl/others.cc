@@ -2,7 +2,8 @@
 // SPDX-License-Identifier: MIT
 // What other processes of an adapter do while the tests run the tool.
 //
-// others calls: adds two calls. others lines: publishes what two lines do; others talk: what they
+// others calls: adds two calls. others call TYPE LINE NUMBER START: adds one that took a minute.
+// others lines: publishes what two lines do; others talk: what they
 // do then. others unnamed: writes what has no
 // key. others settings COUNT: changes a setting so often.
 // others start: starts as a master does, and publishes nothing. others hold ID: takes a lock, says
@@ -29,6 +30,16 @@ int add_call(unsigned type, const char* number, const char* name, uint32_t start
 
 int add_calls() {
   return add_call(0, "15551230007", "Anna", 1000) | add_call(2, "15551230008", "\"B\", Carl", 2000);
+}
+
+int add_one_call(char** words) {
+  capi_call_log_record record{};
+  record.endpt = static_cast<uint16_t>(atoi(words[1]));
+  record.calltimestart = static_cast<uint32_t>(atoll(words[3]));
+  record.calltimeconnect = record.calltimestart;
+  record.calltimeend = record.calltimestart + 60;
+  strncpy(record.number, words[2], sizeof record.number - 1);
+  return capi_voip_add_call_log(static_cast<unsigned>(atoi(words[0])), &record);
 }
 
 int publish_lines() {
@@ -105,6 +116,7 @@ int main(int argc, char** argv) {
   capi_init(is_master ? &callbacks : nullptr, is_master ? 1 : 0, [](int, const char*) {});
   if (is_master) result = 0;
   if (strcmp(what, "calls") == 0) result = add_calls();
+  if (strcmp(what, "call") == 0 && argc > 5) result = add_one_call(argv + 2);
   if (strcmp(what, "lines") == 0) result = publish_lines();
   if (strcmp(what, "talk") == 0) result = talk();
   if (strcmp(what, "unnamed") == 0) result = write_unnamed();

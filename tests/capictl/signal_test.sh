@@ -5,13 +5,13 @@ source "$(dirname "$0")/support.sh"
 
 start_adapter
 rm -f /tmp/posted_signals
-expect 0 '' signal vop_sig_cfg_changed
-expect 0 '' signal vop_sig_cfg_changed 1 two
-[ "$(cat /tmp/posted_signals)" = 'signal simple vop_sig_cfg_changed
-signal json {"msg":"signal","name":"vop_sig_cfg_changed","attrs":{"param1":"1","param2":"two","param3":""}}' ] ||
+expect 0 '' signal vop_sig_cfg_changed_info
+expect 0 '' signal vop_sig_cfg_changed_info 1 two
+[ "$(cat /tmp/posted_signals)" = 'signal simple vop_sig_cfg_changed_info
+signal json {"msg":"signal","name":"vop_sig_cfg_changed_info","attrs":{"param1":"1","param2":"two","param3":""}}' ] ||
   fail "posted: $(cat /tmp/posted_signals)"
-expect 0 '' signal vop_sig_cfg_changed 'two words' '$(id)' ';*'
-[ "$(tail -n 1 /tmp/posted_signals)" = 'signal json {"msg":"signal","name":"vop_sig_cfg_changed","attrs":{"param1":"two words","param2":"$(id)","param3":";*"}}' ] ||
+expect 0 '' signal vop_sig_cfg_changed_info 'two words' '$(id)' ';*'
+[ "$(tail -n 1 /tmp/posted_signals)" = 'signal json {"msg":"signal","name":"vop_sig_cfg_changed_info","attrs":{"param1":"two words","param2":"$(id)","param3":";*"}}' ] ||
   fail "posted: $(tail -n 1 /tmp/posted_signals)"
 cp /tmp/posted_signals /tmp/before
 for name in 'a;b' 'a b' '$(id)' '`id`' '' 'a|b' $'a\nb'; do
@@ -22,13 +22,33 @@ expect_error 4 $'capictl: "it\'s" cannot be sent: it holds a quote, a backslash 
 expect_error 4 'capictl: "a\x1bb" cannot be sent: it holds a quote, a backslash or a control character' \
   signal name $'a\eb'
 chmod o+w /usr/sbin/vsdk_cmd
-expect_error 1 'capictl: the signal could not be posted; --verbose tells more' signal name
-expect_error 1 'capictl: the signal could not be posted; --verbose tells more' signal name text
+expect_error 1 'capictl: the signal could not be posted; --verbose tells more' signal vop_sig_vosip_exit_event
+expect_error 1 'capictl: the signal could not be posted; --verbose tells more' signal vop_sig_vosip_exit_event text
 chmod o-w /usr/sbin/vsdk_cmd
 expect_error 2 'capictl: PARAM: At Most 3 required but received 4. Help: capictl signal --help' \
   signal name 1 2 3 4
 cmp /tmp/posted_signals /tmp/before || fail 'what was refused was posted all the same'
 expect_error 2 'capictl: NAME is required. Help: capictl signal --help' signal
+in_case 'A name that no program knows is refused, unless it is meant so'
+expect_error 4 'capictl: no program knows the signal vop_sig_cfg_changd_info; did you mean vop_sig_cfg_changed_info? All: capictl signal list. --force posts it' \
+  signal vop_sig_cfg_changd_info
+expect_error 4 'capictl: no program knows the signal watch. All: capictl signal list. --force posts it' signal watch vop_sig_voip_vm_on
+cmp /tmp/posted_signals /tmp/before || fail 'what was refused was posted all the same'
+expect 0 '' signal --force own_signal
+[ "$(tail -n 1 /tmp/posted_signals)" = 'signal simple own_signal' ] || fail 'it is not posted with --force'
+expect 0 '{
+	"posted":	"vop_sig_voip_vm_on"
+}' signal vop_sig_voip_vm_on 1 --json
+
+in_case 'The list posts nothing, and has what the library reads, writes and posts'
+cp /tmp/posted_signals /tmp/before
+listed=$("${tool[@]}" signal list | cut -f 1)
+[ "$listed" = "$(grep -rhoE '"vop_sig_[a-z0-9_]+"' "$source_dir/src" | tr -d '"' | sort -u)" ] ||
+  fail "it lists: $listed"
+cmp /tmp/posted_signals /tmp/before || fail 'the list was posted'
+COLUMNS=80 "${tool[@]}" signal list --table | grep -E '^.{81}' && fail 'the list is too wide'
+
+in_case 'A signal is read as programs see it'
 expect 0 $'name\tvop_sig_voip_vm_on\nline\t1' signal decode \
   <<<'{"msg":"signal","name":"vop_sig_voip_vm_on","attrs":{"line":1}}'
 expect 0 '[{

@@ -54,7 +54,7 @@ expect_error 4 'capictl: the number is too long: it has up to 23 characters' \
 expect_error 1 'capictl: the message was not stored: is there a SIM, and is the text at most 39100 bytes?' \
   sms send +15551230002 "$(printf %039101d 0)"
 expect 0 '' sms send +15551230002 --type 3 $'\e[2J\xff\u009b\u00e4'
-text=$("${tool[@]}" sms list sent | tail -n 1 | cut -f 7-)
+text=$("${tool[@]}" sms list sent | head -n 1 | cut -f 7-)
 [ "$text" = $'3\t\\x1b[2J\\xff\\xc2\\x9b\u00e4' ] || fail "the text is shown as: $text"
 "${tool[@]}" sms list sent --json | grep -qF $'"text":\t"\\u001b[2J\ufffd\u009b\u00e4"' ||
   fail 'the JSON is no UTF-8'
@@ -68,7 +68,7 @@ for number in '' 'abc def' '+' '1 2' '12+' $'1\n'; do
 done
 [ "$("${tool[@]}" sms list sent)" = "$before" ] || fail 'a message was stored all the same'
 expect 0 '' sms send '*100#' hi
-expect 0 '' sms delete sent "$("${tool[@]}" sms list sent | tail -n 1 | cut -f 1)"
+expect 0 '' sms delete sent "$("${tool[@]}" sms list sent | head -n 1 | cut -f 1)"
 
 expect 0 '' sms backup /tmp/copy
 cmp /tmp/copy.send /quorbleconf/nv/sm_send || fail 'the copy of the sent messages is another file'
@@ -86,7 +86,39 @@ expect_error 3 'capictl: there is no sent message 2. All of them: capictl sms li
 expect_error 3 'capictl: there is no received message 1. All of them: capictl sms list received' \
   sms mark-read received 1
 expect 0 '' sms send +15551230002 again
-expect 0 '' sms clear sent
+expect_error 4 'capictl: nobody can be asked whether to delete 1 sent message: --yes says so' sms clear sent </dev/null
+expect 0 '' sms clear sent --yes
+[ "$errors" = '1 sent message deleted' ] || fail "it said: $errors"
 expect 0 '' sms list sent
+expect 0 '' sms clear sent
+[ "$errors" = '0 sent messages deleted' ] || fail "it said: $errors"
+
+in_case 'The newest first, and those that are meant'
+expect 0 '' sms send +15551230002 'On my way'
+expect 0 '' sms send +15551230003 'At the WAY station'
+expect 0 '' sms send +15551230002 'Here'
+ids() { "${tool[@]}" sms list sent --fields id "$@" | tr '\n' ' '; }
+first=$(ids | cut -d ' ' -f 3)
+all="$((first + 2)) $((first + 1)) $first "
+# ids_are EXPECTED ARG...
+ids_are() {
+  local expected=$1 actual
+  shift
+  actual=$(ids "$@")
+  [ "$actual" = "$expected" ] || fail "sms list sent $* lists: $actual"
+}
+ids_are "$all"
+ids_are "$first $((first + 1)) $((first + 2)) " --reverse
+ids_are "$((first + 2)) " --limit 1
+ids_are "$((first + 2)) $first " --number 15551230002
+ids_are "$((first + 1)) $first " --text way
+ids_are "$all" --since 1h
+ids_are '' --since 2999-01-01 --reverse
+expect 0 '' sms mark-read sent "$first"
+ids_are "$((first + 2)) $((first + 1)) " --unread
+expect 0 '{
+	"deleted":	2
+}' sms clear sent --unread --yes --json
+ids_are "$first "
 
 finish

@@ -48,7 +48,7 @@ expect_on_terminal 0 'no differences' config diff /tmp/empty
 expect_on_terminal 0 'no faults' calls check
 
 in_case 'On a terminal no value is cut and no line too wide'
-for command in status line locks 'carrier list' carrier 'calls list' 'sms list sent' 'config list'; do
+for command in status line locks 'carrier list' 'signal list' carrier 'calls list' 'sms list sent' 'config list'; do
   read -ra words <<<"$command"
   COLUMNS=80 "${tool[@]}" "${words[@]}" --table 2>/tmp/errors | grep -E '^.{81}' &&
     fail "$command is too wide"
@@ -70,10 +70,10 @@ expect 0 '' sms send +15551230002 'What is long has lines of its own, and they e
 expect 0 '' sms send +15551230002 short
 export COLUMNS=60
 expect 0 'id  remote        text
+ 2  +15551230002  short
  1  +15551230002
     text: What is long has lines of its own, and they end
-    where a word ends, so that it can be read
- 2  +15551230002  short' sms list sent --fields id,remote,text --table
+    where a word ends, so that it can be read' sms list sent --fields id,remote,text --table
 unset COLUMNS
 
 in_case 'Colours are for terminals that take them'

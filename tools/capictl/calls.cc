@@ -3,10 +3,13 @@
 // capictl calls.
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <memory>
 
+#include "call_days.h"
 #include "commands.h"
+#include "filter.h"
 #include "stores.h"
 #include "table.h"
 
@@ -15,29 +18,12 @@ namespace {
 
 struct Args {
   unsigned node = 0;
-  int type = -1;
+  Filter filter;
+  Order order;
+  bool says_yes = false;
   std::string path;
   bool csv = false;
 };
-
-using Calls = std::vector<capi_call_log_record>;
-
-int take_call(const capi_call_log_record* record, void* user) {
-  static_cast<Calls*>(user)->push_back(*record);
-  return 0;
-}
-
-// The calls of a type, or all with -1, the newest first.
-Calls read_calls(int type) {
-  Calls calls;
-  if (capi_voip_call_log_dump(0, take_call, &calls) != 0) {
-    throw Failure("the call log cannot be read. What is wrong with it: capictl calls check");
-  }
-  if (type >= 0) {
-    std::erase_if(calls, [type](const auto& call) { return call.calltype != unsigned(type); });
-  }
-  return calls;
-}
 
 const capi_call_log_record& call_in_node(const Calls& calls, unsigned node) {
   for (const auto& call : calls) {
@@ -58,7 +44,9 @@ void list(const Context& context, const Args& args) {
                         {"start", Type::Time},
                         {"connect", Type::Time},
                         {"end", Type::Time}});
-  for (const auto& call : read_calls(args.type)) {
+  Calls calls = read_calls(args.filter);
+  args.order.apply(calls);
+  for (const auto& call : calls) {
     table.add({std::to_string(call.index), std::to_string(call.calltype),
                std::to_string(call.endpt), text_of(call.number), text_of(call.displayname),
                time_or_number(call.calltimestart), time_or_number(call.calltimeconnect),
@@ -101,7 +89,7 @@ Type type_of(const std::string& name) {
 void show(const Context& context, const Args& args) {
   const Attachment adapter(context);
   Table table = Table::of_facts("call");
-  for (const auto& [name, value] : values_of(call_in_node(read_calls(-1), args.node))) {
+  for (const auto& [name, value] : values_of(call_in_node(read_calls(), args.node))) {
     table.add_fact({name, type_of(name)}, value);
   }
   print(table, context);
@@ -140,7 +128,8 @@ void write_csv(FILE* out, const Calls& calls) {
 
 void export_calls(const Context& context, const Args& args) {
   const Attachment adapter(context);
-  const Calls calls = read_calls(args.type);
+  Calls calls = read_calls(args.filter);
+  args.order.apply(calls);
   if (args.path.empty()) return write_csv(stdout, calls);
   FILE* out = fopen(args.path.c_str(), "we");
   if (out == nullptr) throw Failure(args.path + " cannot be written");
@@ -152,24 +141,71 @@ void export_calls(const Context& context, const Args& args) {
 
 void remove(const Context& context, const Args& args) {
   const Attachment adapter(context);
-  const unsigned type = call_in_node(read_calls(-1), args.node).calltype;
+  const unsigned type = call_in_node(read_calls(), args.node).calltype;
   if (capi_voip_delete_call_log_by_node(type, args.node) != 0) {
     throw Failure("the call could not be deleted; --verbose tells more");
   }
+  Table facts = Table::of_facts("result");
+  facts.add_fact({"deleted", Type::Number}, "1");
+  report(facts, context);
+}
+
+void tell_deleted(const Context& context, size_t count) {
+  fprintf(stderr, "%s deleted\n", counted(count, "call").c_str());
+  Table facts = Table::of_facts("result");
+  facts.add_fact({"deleted", Type::Number}, std::to_string(count));
+  report(facts, context);
+}
+
+// How many there are to go; -1 for a damaged log, which is emptied only whole.
+long count_of(const Filter& filter) {
+  try {
+    return static_cast<long>(read_calls(filter).size());
+  } catch (const Failure& failure) {
+    if (!filter.is_empty() || failure.why().code == kUsage) throw;
+    return -1;
+  }
+}
+
+bool delete_calls(const Filter& filter) {
+  if (filter.is_empty()) return capi_voip_clean_all_call_log() == 0;
+  if (filter.has_type_only()) {
+    return capi_voip_clean_call_log_by_type(static_cast<unsigned>(filter.type)) == 0;
+  }
+  bool is_done = true;
+  for (const auto& call : read_calls(filter)) {
+    is_done = capi_voip_delete_call_log_by_node(call.calltype, call.index) == 0 && is_done;
+  }
+  return is_done;
 }
 
 void clear(const Context& context, const Args& args) {
   const Attachment adapter(context);
-  if (args.type >= 0 && read_calls(args.type).empty()) return;
-  const int result = args.type < 0
-                         ? capi_voip_clean_all_call_log()
-                         : capi_voip_clean_call_log_by_type(static_cast<unsigned>(args.type));
-  if (result != 0) throw Failure("the call log could not be cleared; --verbose tells more");
+  const long count = count_of(args.filter);
+  if (count == 0) return tell_deleted(context, 0);
+  confirm(count < 0 ? "empty the damaged call log"
+                    : "delete " + counted(static_cast<size_t>(count), "call"),
+          args.says_yes);
+  if (!delete_calls(args.filter)) {
+    throw Failure("the call log could not be cleared; --verbose tells more");
+  }
+  tell_deleted(context, static_cast<size_t>(std::max(count, 0L)));
 }
 
 void back_up(const Context& context, const Args& args) {
   const Attachment adapter(context);
   back_up_store(kCallLog, args.path);
+  Table facts = Table::of_facts("result");
+  facts.add({"file", args.path});
+  report(facts, context);
+}
+
+// How many calls of a kind a day had, and how long people talked.
+void stats(const Context& context, const Args& args) {
+  const Attachment adapter(context);
+  print(calls_by_day(read_calls(args.filter), args.order,
+                     {"type", [](const capi_call_log_record& call) { return call.calltype; }}),
+        context);
 }
 
 void check(Context& context, const Args& args) { check_store(kCallLog, args.path, context); }
@@ -183,9 +219,17 @@ CLI::App* add_command(CLI::App& calls, const char* name, const char* what, const
   return command;
 }
 
-void add_type(CLI::App* command, const std::shared_ptr<Args>& args) {
-  command->add_option("--type", args->type, "Only calls of this type")
+void add_filter(CLI::App* command, const std::shared_ptr<Args>& args) {
+  command->add_option("--type", args->filter.type, "Only calls of this type")
       ->check(CLI::Range(0, CAPI_CALL_LOG_TYPES - 1));
+  command->add_option("--line", args->filter.line, "Only calls of this line, 0 for those of none")
+      ->check(CLI::Range(0, int{CAPI_SIP_LINES}));
+  add_filter_options(command, args->filter);
+}
+
+void add_selection(CLI::App* command, const std::shared_ptr<Args>& args) {
+  add_filter(command, args);
+  add_order_options(command, args->order);
 }
 
 void add_node(CLI::App* command, const std::shared_ptr<Args>& args) {
@@ -200,12 +244,17 @@ void add_calls(CLI::App& app, Context& context) {
   CLI::App* calls = app.add_subcommand("calls", "Show and change the call log");
   calls->require_subcommand(1);
   calls->footer(
-      "What the types 0 to 2 and the times mean is up to the programs that add the calls.\n\n"
+      "What the types 0 to 2 mean is up to the programs that add the calls. The line is 1 or 2, or "
+      "0 where nobody said.\n\n"
       "Example:\n  capictl calls list --type 2");
   const auto args = std::make_shared<Args>();
-  add_type(add_command(*calls, "list", "Print the calls, the newest first",
-                       "Example:\n  capictl calls list --type 2", context, args, list),
-           args);
+  add_selection(add_command(*calls, "list", "Print the calls, the newest first",
+                            "Times are in UTC. What cannot be one, because the program that added "
+                            "the call counts something else, is the number.\n\n"
+                            "Examples:\n  capictl calls list --type 2\n"
+                            "  capictl calls list --line 1 --since 2h --limit 10",
+                            context, args, list),
+                args);
   add_node(add_command(*calls, "show", "Print all that is known of a call",
                        "Example:\n  capictl calls show 17", context, args, show),
            args);
@@ -214,13 +263,23 @@ void add_calls(CLI::App& app, Context& context) {
                   "Example:\n  capictl calls export --csv calls.csv", context, args, export_calls);
   command->add_flag("--csv", args->csv, "The only form there is, and so the default");
   command->add_option("FILE", args->path, "Instead of standard output");
-  add_type(command, args);
+  add_selection(command, args);
   add_node(add_command(*calls, "delete", "Remove a call", "Example:\n  capictl calls delete 17",
                        context, args, remove),
            args);
-  add_type(add_command(*calls, "clear", "Remove all calls",
-                       "Example:\n  capictl calls clear --type 2", context, args, clear),
-           args);
+  command = add_command(*calls, "clear", "Remove all calls, or those that are meant",
+                        "Asks before, and says how many went. Where nobody can be asked it "
+                        "removes nothing without --yes.\n\n"
+                        "Examples:\n  capictl calls clear --type 2\n"
+                        "  capictl calls clear --number +15551230007 --yes",
+                        context, args, clear);
+  add_filter(command, args);
+  command->add_flag("--yes", args->says_yes, "Ask nothing");
+  add_selection(add_command(*calls, "stats", "Count the calls of each day and type",
+                            "On a terminal with a bar for each number of calls.\n\n"
+                            "Example:\n  capictl calls stats --since 1w",
+                            context, args, stats),
+                args);
   add_command(*calls, "backup", "Copy the call log's file",
               "Example:\n  capictl calls backup /tmp/call_log.backup", context, args, back_up)
       ->add_option("PATH", args->path, "Where to")

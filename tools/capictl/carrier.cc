@@ -68,7 +68,17 @@ std::string sim_text(int index) {
   return text;
 }
 
+// A command that is misspelt would be an IMSI, too.
+void refuse_others_than_digits(const std::string& text) {
+  if (text.find_first_not_of("0123456789") == std::string::npos) return;
+  throw Failure(
+      "\"" + text + "\" is no IMSI or ICCID, which have digits only" + guess(text, {"list"}),
+      {kUsage, text});
+}
+
 void explain(Context& context, const Args& args) {
+  refuse_others_than_digits(args.imsi);
+  refuse_others_than_digits(args.iccid);
   const Attachment adapter(context);
   const std::string imsi = args.imsi.empty() ? sim_text(CAPI_SIM_IMSI) : args.imsi.substr(0, 31);
   const std::string iccid =

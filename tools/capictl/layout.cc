@@ -18,11 +18,35 @@ constexpr size_t kIndent = 4;
 constexpr size_t kNoEnd = std::numeric_limits<int>::max();
 constexpr size_t kUsualWidth = 80;
 
+// The longest bar of a column has so many characters, and who has anything at all has one.
+std::string bar(uint64_t value, uint64_t most) {
+  constexpr uint64_t kLongest = 20;
+  return std::string(most == 0 ? 0 : (value * kLongest + most - 1) / most, '#');
+}
+
+uint64_t number_in(const std::string& cell) { return strtoull(cell.c_str(), nullptr, 10); }
+
+Table with_bars(const Table& table) {
+  Table result(table.name(), table.columns());
+  std::vector<uint64_t> most(table.columns().size());
+  for (const auto& row : table.rows()) {
+    for (size_t i = 0; i < row.size(); ++i) most[i] = std::max(most[i], number_in(row[i]));
+  }
+  for (auto row : table.rows()) {
+    for (size_t i = 0; i < row.size(); ++i) {
+      if (table.columns()[i].type == Type::Bar) row[i] = bar(number_in(row[i]), most[i]);
+    }
+    result.add(std::move(row));
+  }
+  return result;
+}
+
 // A table's columns on their way to the terminal.
 class Layout {
  public:
-  explicit Layout(const Table& table, bool has_header) : table_(table), has_header_(has_header) {
-    for (size_t i = 0; i < table.columns().size(); ++i) {
+  Layout(const Table& table, bool has_header)
+      : table_(table.has_facts() ? table : with_bars(table)), has_header_(has_header) {
+    for (size_t i = 0; i < table_.columns().size(); ++i) {
       widths_.push_back(width_within(i, kNoEnd));
       shown_.push_back(i);
     }
@@ -89,7 +113,10 @@ class Layout {
 
   std::string padded(size_t column, const std::string& text) const {
     const std::string blanks(widths_[column] - std::min(widths_[column], width(text)), ' ');
-    return table_.columns()[column].type == Type::Number ? blanks + text : text + blanks;
+    const Type type = table_.columns()[column].type;
+    if (type == Type::Bar && has_colours() && !text.empty())
+      return "\033[36m" + text + "\033[0m" + blanks;
+    return type == Type::Number ? blanks + text : text + blanks;
   }
 
   std::string line_of(const std::vector<std::string>& cells) const {
@@ -116,7 +143,7 @@ class Layout {
     }
   }
 
-  const Table& table_;
+  Table table_;
   bool has_header_;
   std::vector<size_t> widths_;
   std::vector<size_t> shown_;

@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "commands.h"
+#include "table.h"
 
 namespace capictl {
 namespace {
@@ -43,6 +44,9 @@ void bring_up(const Context& context, const Args& args) {
   if (!is_published || !has_record) {
     throw Failure("there is no shared record: /usr/sbin/vsdk_cmd and /tmp/m_data must exist");
   }
+  Table facts = Table::of_facts("result");
+  facts.add_fact({"started", Type::Flag}, "1");
+  report(facts, context);
 }
 
 }  // namespace

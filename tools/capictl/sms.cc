@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "commands.h"
+#include "filter.h"
 #include "stores.h"
 #include "table.h"
 
@@ -18,6 +19,9 @@ struct Args {
   std::string number;
   std::string text;
   uint32_t type = 0;
+  Filter filter;
+  Order order;
+  bool says_yes = false;
   std::string path;
 };
 
@@ -33,12 +37,45 @@ std::string body_of(const capi_sms_record& record) {
       record.Text, std::min({size_t{record.TextLen}, size_t{record.TextSize}, sizeof record.Text}));
 }
 
-int take_row(const capi_sms_record* record, void* user) {
-  static_cast<Table*>(user)->add({std::to_string(record->id), std::to_string(record->bRead),
-                                  std::to_string(record->status), time_or_number(record->BeginTime),
-                                  text_of(record->LocalNumber), text_of(record->RemoteNumber),
-                                  std::to_string(record->TextType), body_of(*record)});
+struct Message {
+  uint64_t id;
+  std::vector<std::string> cells;
+};
+
+// Those that are meant, on their way out of the store.
+struct Walk {
+  Matcher is_meant;
+  std::vector<Message> messages = {};
+};
+
+int take_message(const capi_sms_record* record, void* user) {
+  Walk& walk = *static_cast<Walk*>(user);
+  const std::string text = body_of(*record);
+  const std::string number = text_of(record->RemoteNumber);
+  if (!walk.is_meant({.time = record->BeginTime,
+                      .number = number,
+                      .is_read = record->bRead != 0,
+                      .text = text})) {
+    return 0;
+  }
+  walk.messages.push_back(
+      {record->id,
+       {std::to_string(record->id), std::to_string(record->bRead), std::to_string(record->status),
+        time_or_number(record->BeginTime), text_of(record->LocalNumber), number,
+        std::to_string(record->TextType), text}});
   return 0;
+}
+
+// The newest first.
+std::vector<Message> read_messages(const Args& args) {
+  Walk walk{Matcher(args.filter)};
+  if (capi_voip_sms_dump(selector_of(args.box), take_message, &walk) != 0) {
+    throw Failure(
+        "the messages cannot be read. If their file was damaged, there is an empty one now, and a "
+        "copy whose name ends in .err");
+  }
+  std::ranges::reverse(walk.messages);
+  return std::move(walk.messages);
 }
 
 void list(const Context& context, const Args& args) {
@@ -51,11 +88,9 @@ void list(const Context& context, const Args& args) {
                            {"remote"},
                            {"type", Type::Number, "text_type"},
                            {.title = "text", .is_long = true}});
-  if (capi_voip_sms_dump(selector_of(args.box), take_row, &table) != 0) {
-    throw Failure(
-        "the messages cannot be read. If their file was damaged, there is an empty one now, and a "
-        "copy whose name ends in .err");
-  }
+  std::vector<Message> messages = read_messages(args);
+  args.order.apply(messages);
+  for (Message& message : messages) table.add(std::move(message.cells));
   print(table, context);
 }
 
@@ -107,6 +142,9 @@ void send(const Context& context, const Args& args) {
     throw Failure(
         "the message was not stored: is there a SIM, and is the text at most 39100 bytes?");
   }
+  Table facts = Table::of_facts("result");
+  facts.add({"sent_to", args.number});
+  report(facts, context);
 }
 
 void mark_read(const Context& context, const Args& args) {
@@ -118,6 +156,16 @@ void mark_read(const Context& context, const Args& args) {
   if (capi_voip_sms_update(selector_of(args.box), &record) != 0) {
     throw Failure("the message could not be changed; --verbose tells more");
   }
+  Table facts = Table::of_facts("result");
+  facts.add_fact({"id", Type::Number}, std::to_string(args.id));
+  facts.add_fact({"read", Type::Flag}, "1");
+  report(facts, context);
+}
+
+void tell_deleted(const Context& context, size_t count) {
+  Table facts = Table::of_facts("result");
+  facts.add_fact({"deleted", Type::Number}, std::to_string(count));
+  report(facts, context);
 }
 
 void remove(const Context& context, const Args& args) {
@@ -127,19 +175,39 @@ void remove(const Context& context, const Args& args) {
   if (capi_voip_sms_del_by_id(selector_of(args.box), args.id) != 0) {
     throw Failure("the message could not be deleted; --verbose tells more");
   }
+  tell_deleted(context, 1);
+}
+
+bool delete_messages(const Args& args, const std::vector<Message>& messages) {
+  if (args.filter.is_empty()) return capi_voip_sms_clean(selector_of(args.box)) == 0;
+  return std::ranges::all_of(messages, [&](const Message& message) {
+    return capi_voip_sms_del_by_id(selector_of(args.box), message.id) == 0;
+  });
 }
 
 void clear(const Context& context, const Args& args) {
   const Attachment adapter(context);
-  if (capi_voip_sms_clean(selector_of(args.box)) != 0) {
-    throw Failure("the messages could not be cleared; --verbose tells more");
+  const std::vector<Message> messages = read_messages(args);
+  const std::string what = counted(messages.size(), args.box + " message");
+  if (!messages.empty()) {
+    confirm("delete " + what, args.says_yes);
+    if (!delete_messages(args, messages)) {
+      throw Failure("the messages could not be cleared; --verbose tells more");
+    }
   }
+  fprintf(stderr, "%s deleted\n", what.c_str());
+  tell_deleted(context, messages.size());
 }
 
 void back_up(const Context& context, const Args& args) {
   const Attachment adapter(context);
-  back_up_store(kReceivedMessages, args.path + ".recv");
-  back_up_store(kSentMessages, args.path + ".send");
+  Table table("files", {{"file"}});
+  for (const auto& [store, end] :
+       {std::pair{&kReceivedMessages, ".recv"}, {&kSentMessages, ".send"}}) {
+    back_up_store(*store, args.path + end);
+    table.add({args.path + end});
+  }
+  report(table, context);
 }
 
 void check(Context& context, const Args& args) {
@@ -163,6 +231,12 @@ CLI::App* add_box(CLI::App* command, const std::shared_ptr<Args>& args) {
   return command;
 }
 
+void add_filter(CLI::App* command, const std::shared_ptr<Args>& args) {
+  command->add_flag("--unread", args->filter.unread, "Only those that nobody marked as read");
+  add_filter_options(command, args->filter);
+  command->add_option("--text", args->filter.text, "Only those with this in their text");
+}
+
 void add_message(CLI::App* command, const std::shared_ptr<Args>& args) {
   add_box(command, args)->add_option("ID", args->id, "The message's id, as listed")->required();
 }
@@ -174,13 +248,16 @@ void add_sms(CLI::App& app, Context& context) {
   sms->require_subcommand(1);
   sms->footer("Example:\n  capictl sms list received");
   const auto args = std::make_shared<Args>();
-  add_box(add_command(*sms, "list", "Print messages, the oldest first",
-                      "Example:\n  capictl sms list received", context, args, list),
-          args);
+  CLI::App* command = add_command(*sms, "list", "Print messages, the newest first",
+                                  "Times are in UTC.\n\nExamples:\n  capictl sms list received\n"
+                                  "  capictl sms list received --unread --since 3d",
+                                  context, args, list);
+  add_filter(add_box(command, args), args);
+  add_order_options(command, args->order);
   add_message(add_command(*sms, "show", "Print all of a message",
                           "Example:\n  capictl sms show received 3", context, args, show),
               args);
-  CLI::App* command =
+  command =
       add_command(*sms, "send", "Store a message and ask the voice application to send it",
                   "Example:\n  capictl sms send +15551230002 \"On my way\"", context, args, send);
   command->add_option("NUMBER", args->number, "Whom to, up to 23 characters")->required();
@@ -192,9 +269,14 @@ void add_sms(CLI::App& app, Context& context) {
   add_message(add_command(*sms, "delete", "Remove a message",
                           "Example:\n  capictl sms delete received 3", context, args, remove),
               args);
-  add_box(add_command(*sms, "clear", "Remove all messages", "Example:\n  capictl sms clear sent",
-                      context, args, clear),
-          args);
+  command = add_command(*sms, "clear", "Remove all messages, or those that are meant",
+                        "Asks before, and says how many went. Where nobody can be asked it "
+                        "removes nothing without --yes.\n\n"
+                        "Examples:\n  capictl sms clear sent\n"
+                        "  capictl sms clear received --number 4711 --yes",
+                        context, args, clear);
+  add_filter(add_box(command, args), args);
+  command->add_flag("--yes", args->says_yes, "Ask nothing");
   add_command(*sms, "backup", "Copy both files to PATH.recv and PATH.send",
               "Example:\n  capictl sms backup /tmp/messages", context, args, back_up)
       ->add_option("PATH", args->path, "Where to")

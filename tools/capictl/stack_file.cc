@@ -59,6 +59,9 @@ void run(Context& context, const Args& args) {
   if (capi_make_config_file(type) != 0) {
     throw Failure(std::string(path) + " cannot be written; --print shows what it would be");
   }
+  Table facts = Table::of_facts("result");
+  facts.add({"file", path});
+  if (context.json) return report(facts, context);
   puts(path);
 }
 
@@ -80,7 +83,7 @@ void add_stack_file(CLI::App& app, Context& context) {
   command->footer(
       "Prints the path of the file that it wrote. The voice application has to be told.\n\n"
       "Examples:\n  capictl stack-file voip --diff\n"
-      "  capictl stack-file voip && capictl signal vop_sig_cfg_changed");
+      "  capictl stack-file voip && capictl signal vop_sig_cfg_changed_info");
   command->callback([args, &context] { run(context, *args); });
 }
 

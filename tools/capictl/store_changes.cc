@@ -8,11 +8,8 @@
 namespace capictl {
 namespace {
 
-// Before this a time of a call is none of the clock's, but something else that its maker counts.
-constexpr uint32_t kFirstClockTime = 946684800;  // 2000-01-01
-
 std::string call_time(uint32_t seconds) {
-  return seconds >= kFirstClockTime ? local_time(seconds) : std::to_string(seconds);
+  return is_time(seconds) ? local_time(seconds) : std::to_string(seconds);
 }
 
 // "3 calls deleted, 97 left".
@@ -46,8 +43,12 @@ ChangeLine new_call(const capi_call_log_record& call) {
       .number("type", call.calltype)
       .number("line", call.endpt)
       .text("number", number)
-      .text("name", name)
-      .number("start", call.calltimestart);
+      .text("name", name);
+  if (is_time(call.calltimestart)) {
+    line.text("start", call_time(call.calltimestart));
+  } else {
+    line.number("start", call.calltimestart);
+  }
   line.words("new call of type " + std::to_string(call.calltype) + ": " + number +
              (name.empty() ? "" : ", " + name) + ", " + call_time(call.calltimestart));
   return line;

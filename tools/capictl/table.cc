@@ -95,8 +95,21 @@ std::vector<std::string> own_fields(const Table& table, const std::vector<std::s
   return own;
 }
 
+// Bars are for people.
+Table without_bars(const Table& table) {
+  std::vector<std::string> names;
+  std::vector<std::string> unknown;
+  for (const Column& column : table.columns()) {
+    if (column.type != Type::Bar) names.push_back(column.name());
+  }
+  return names.size() == table.columns().size() ? table : table.only(names, unknown);
+}
+
 // What the user wants to see of them.
-std::vector<Table> chosen(const std::vector<Table>& tables, const Context& context) {
+std::vector<Table> chosen(std::vector<Table> tables, const Context& context) {
+  if (!is_set_for_people(context)) {
+    for (Table& table : tables) table = without_bars(table);
+  }
   if (context.fields.empty()) return tables;
   const std::vector<std::string> fields = split(context.fields, ',');
   std::vector<size_t> misses(fields.size());
@@ -238,6 +251,10 @@ void print_more(const Table& table, const Context& context) {
   has_begun = true;
   if (!context.json) return print_plain(part, context, "");
   for (const auto& row : part.rows()) print_json_line(Json(to_json(part, row)).get());
+}
+
+void report(const Table& facts, const Context& context) {
+  if (context.json) print(facts, context);
 }
 
 void print(const std::vector<Table>& tables, const Context& context) {

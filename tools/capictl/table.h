@@ -22,6 +22,7 @@ enum class Type : uint8_t {
   Number,  // an integer
   Flag,    // false for "0" and "no"
   Time,    // a text, or a number when it is one
+  Bar,     // a number as a bar, for people only
 };
 
 struct Column {
@@ -87,6 +88,9 @@ void print(const Table& table, const Context& context);
 
 // Prints the rows of a result that goes on: tab-separated or, as JSON, an object a line.
 void print_more(const Table& table, const Context& context);
+
+// Tells programs what was done; people see it.
+void report(const Table& facts, const Context& context);
 
 // Prints several under their names; in JSON they are the members of an object.
 void print(const std::vector<Table>& tables, const Context& context);
