@@ -46,7 +46,8 @@ struct capi_call_log_statistics {
 /*
  * A node of the file, and a call as callers hand it in and get it back. The links, "index" and
  * "sequence" are the store's: what a caller puts there is not looked at. The unit of the times is
- * the callers': seconds since 1970 in all programs of this project. The texts hold at most 63 characters; longer ones are cut.
+ * the callers': seconds since 1970 in all programs of this project. The texts hold at most 63
+ * characters; longer ones are cut.
  */
 struct capi_call_log_record {
   uint32_t calltype; /* 0 to 2, or 0xFFFFFFFF in a free node */

@@ -30,6 +30,15 @@ expect 0 Kitchen config get sip_line_1.display_name
 grep -qx 'displayname=Kitchen' /tmp/vosip.conf.voip || fail 'the voice stack was not told'
 example 1 '' web_front_end 3 Kitchen
 
+in_case 'A password that is set and read does not stand in the log, other values do'
+example 0 'option_sip_line_auth_password has 9 characters' \
+  quiet_log sip_line_2 option_sip_line_auth_password hunter2ff
+grep -q 'hunter2ff' /tmp/errors && fail "it does: $(cat /tmp/errors)"
+example 0 'option_sip_line_user_name has 9 characters' quiet_log sip_line_2 option_sip_line_user_name visible77
+[ "$(grep -c 'visible77' /tmp/errors)" -eq 2 ] || fail "the log lacks others: $(cat /tmp/errors)"
+"${tool[@]}" --json config list --long | tr -d '\n\t' | sed 's/},{/\n/g' | grep '"secret":true' |
+  grep -v '"name":"[^"]*password"' && fail 'a secret has another name than the example knows'
+
 in_case 'The daemon sleeps while no line changes, tells of a change, and stops when it is told to'
 "${emulator[@]}" "$examples/example_monitor" >/tmp/watched 2>/dev/null &
 monitor=$!

@@ -20,6 +20,17 @@ sos /tmp/vosip.conf.sos
 generic /tmp/vosip.conf
 END
 
+in_case 'A terminal shows a password only when it is told to, and a comparison as well'
+expect 0 '' config set sip_line_1.auth_password hunter2
+"${tool[@]}" stack-file voip --print | grep -qx 'password=hunter2' || fail 'the file is not what is written'
+"${tool[@]}" stack-file voip --print --table | grep -q 'hunter2' && fail 'the terminal shows it'
+"${tool[@]}" stack-file voip --print --table | grep -qx 'password=(set)' || fail 'the terminal does not tell'
+"${tool[@]}" stack-file voip --print --table --show-secrets | grep -qx 'password=hunter2' || fail 'it is not shown'
+expect 1 $'-\tLINE1_SUBSCRIBER\tpassword=(set)\n+\tLINE1_SUBSCRIBER\tpassword=(set)' stack-file voip --diff
+expect 1 $'-\tLINE1_SUBSCRIBER\tpassword=tulip-47\n+\tLINE1_SUBSCRIBER\tpassword=hunter2' \
+  stack-file voip --diff --show-secrets
+expect 0 /tmp/vosip.conf.voip stack-file voip
+
 in_case 'What a change would do to a file, before it is written'
 cp /tmp/vosip.conf.voip /tmp/before
 expect 0 '' config set basic_sip.local_port 5070
