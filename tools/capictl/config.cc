@@ -28,8 +28,8 @@ std::vector<std::string> with_input(const std::vector<std::string>& words) {
 }
 
 void get(const Context& context, const std::vector<std::string>& labels) {
-  const Attachment adapter(context);
-  const cfg_shared_record record = take_snapshot();
+  const Attachment adapter(context, Need::Record);
+  const cfg_shared_record record = adapter.snapshot();
   const std::vector<std::string> wanted = with_input(labels);
   if (wanted.size() == 1 && !context.json) {
     puts(printable(value_of(record, named_key(wanted[0]))).c_str());
@@ -58,8 +58,8 @@ void set(const Context& context, const std::string& label, const std::string& va
 }
 
 void list(const Context& context, const std::string& section) {
-  const Attachment adapter(context);
-  const cfg_shared_record record = take_snapshot();
+  const Attachment adapter(context, Need::Record);
+  const cfg_shared_record record = adapter.snapshot();
   Table table("values", kKeyAndValue);
   for (const Key& key : all_keys()) {
     const bool wanted =

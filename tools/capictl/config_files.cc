@@ -24,8 +24,8 @@ std::string loss_of(const Key& key, const std::string& value) {
 }
 
 void dump(Context& context) {
-  const Attachment adapter(context);
-  const cfg_shared_record record = take_snapshot();
+  const Attachment adapter(context, Need::Record);
+  const cfg_shared_record record = adapter.snapshot();
   std::string section;
   for (const Key& key : all_keys()) {
     const std::string value = value_of(record, key);
@@ -56,8 +56,8 @@ int take_item(const char* section, const char* name, const char* value) {
 }
 
 void diff(Context& context, const std::string& path) {
-  const Attachment adapter(context);
-  const cfg_shared_record record = take_snapshot();
+  const Attachment adapter(context, Need::Record);
+  const cfg_shared_record record = adapter.snapshot();
   if (config_file_reader(path.c_str(), take_item) != 0) {
     throw Failure(path + " cannot be opened for reading and writing, as setting files must be");
   }

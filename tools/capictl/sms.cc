@@ -79,7 +79,7 @@ std::vector<Message> read_messages(const Args& args) {
 }
 
 void list(const Context& context, const Args& args) {
-  const Attachment adapter(context);
+  const Attachment adapter(context, Need::Adapter, {CAPI_LOCK_VOICE_SMS});
   Table table("messages", {{"id", Type::Number},
                            {"read", Type::Flag},
                            {"status", Type::Number},
@@ -105,7 +105,7 @@ capi_sms_record& read_message(const Args& args, std::unique_ptr<capi_sms_record>
 }
 
 void show(const Context& context, const Args& args) {
-  const Attachment adapter(context);
+  const Attachment adapter(context, Need::Adapter, {CAPI_LOCK_VOICE_SMS});
   std::unique_ptr<capi_sms_record> owner;
   const capi_sms_record& record = read_message(args, owner);
   Table table = Table::of_facts("message");
@@ -136,7 +136,7 @@ void send(const Context& context, const Args& args) {
   if (args.number.size() >= sizeof(capi_sms_record::RemoteNumber)) {
     throw Failure("the number is too long: it has up to 23 characters", {kRefused});
   }
-  const Attachment adapter(context);
+  const Attachment adapter(context, Need::Adapter, {CAPI_LOCK_VOICE_SMS});
   if (capi_voip_sms_send(args.number.c_str(), args.type, args.text.data(),
                          static_cast<uint32_t>(args.text.size())) != 0) {
     throw Failure(
@@ -148,7 +148,7 @@ void send(const Context& context, const Args& args) {
 }
 
 void mark_read(const Context& context, const Args& args) {
-  const Attachment adapter(context);
+  const Attachment adapter(context, Need::Adapter, {CAPI_LOCK_VOICE_SMS});
   std::unique_ptr<capi_sms_record> owner;
   capi_sms_record& record = read_message(args, owner);
   record.bRead = 1;
@@ -169,7 +169,7 @@ void tell_deleted(const Context& context, size_t count) {
 }
 
 void remove(const Context& context, const Args& args) {
-  const Attachment adapter(context);
+  const Attachment adapter(context, Need::Adapter, {CAPI_LOCK_VOICE_SMS});
   std::unique_ptr<capi_sms_record> owner;
   read_message(args, owner);
   if (capi_voip_sms_del_by_id(selector_of(args.box), args.id) != 0) {
@@ -186,7 +186,7 @@ bool delete_messages(const Args& args, const std::vector<Message>& messages) {
 }
 
 void clear(const Context& context, const Args& args) {
-  const Attachment adapter(context);
+  const Attachment adapter(context, Need::Adapter, {CAPI_LOCK_VOICE_SMS});
   const std::vector<Message> messages = read_messages(args);
   const std::string what = counted(messages.size(), args.box + " message");
   if (!messages.empty()) {
@@ -200,7 +200,7 @@ void clear(const Context& context, const Args& args) {
 }
 
 void back_up(const Context& context, const Args& args) {
-  const Attachment adapter(context);
+  const Attachment adapter(context, Need::Adapter, {CAPI_LOCK_VOICE_SMS});
   Table table("files", {{"file"}});
   for (const auto& [store, end] :
        {std::pair{&kReceivedMessages, ".recv"}, {&kSentMessages, ".send"}}) {
