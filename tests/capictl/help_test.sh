@@ -7,7 +7,7 @@ in_case 'Every command, as the completion knows them, has help with an example, 
 "${tool[@]}" page bash >/tmp/completion
 "${tool[@]}" page man >/tmp/capictl.1
 mapfile -t commands < <(sed -n 's/^    "capictl \(.*\)") words=.*/\1/p' /tmp/completion)
-[ ${#commands[@]} -eq 41 ] || fail "there are ${#commands[@]} commands"
+[ ${#commands[@]} -eq 43 ] || fail "there are ${#commands[@]} commands"
 for command in '' "${commands[@]}"; do
   read -ra words <<<"$command"
   help=$("${tool[@]}" "${words[@]}" --help 2>&1) || fail "$command --help ends with $?"

@@ -36,23 +36,9 @@ const capi_call_log_record& call_in_node(const Calls& calls, unsigned node) {
 
 void list(const Context& context, const Args& args) {
   const Attachment adapter(context, Need::Adapter, {CAPI_LOCK_CALL_LOG});
-  Table table("calls", {{"node", Type::Number},
-                        {"type", Type::Number},
-                        {"line", Type::Number},
-                        {"number"},
-                        {"name"},
-                        {"start", Type::Time},
-                        {"connect", Type::Time},
-                        {"end", Type::Time}});
   Calls calls = read_calls(args.filter);
   args.order.apply(calls);
-  for (const auto& call : calls) {
-    table.add({std::to_string(call.index), std::to_string(call.calltype),
-               std::to_string(call.endpt), text_of(call.number), text_of(call.displayname),
-               time_or_number(call.calltimestart), time_or_number(call.calltimeconnect),
-               time_or_number(call.calltimeend)});
-  }
-  print(table, context);
+  print(call_table(calls), context);
 }
 
 // Every value of a call beside its name, in the order of the file.
@@ -239,6 +225,24 @@ void add_node(CLI::App* command, const std::shared_ptr<Args>& args) {
 }
 
 }  // namespace
+
+Table call_table(const Calls& calls) {
+  Table table("calls", {{"node", Type::Number},
+                        {"type", Type::Number},
+                        {"line", Type::Number},
+                        {"number"},
+                        {"name"},
+                        {"start", Type::Time},
+                        {"connect", Type::Time},
+                        {"end", Type::Time}});
+  for (const auto& call : calls) {
+    table.add({std::to_string(call.index), std::to_string(call.calltype),
+               std::to_string(call.endpt), text_of(call.number), text_of(call.displayname),
+               time_or_number(call.calltimestart), time_or_number(call.calltimeconnect),
+               time_or_number(call.calltimeend)});
+  }
+  return table;
+}
 
 void add_calls(CLI::App& app, Context& context) {
   CLI::App* calls = app.add_subcommand("calls", "Show and change the call log");

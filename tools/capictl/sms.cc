@@ -7,6 +7,7 @@
 
 #include "commands.h"
 #include "filter.h"
+#include "messages.h"
 #include "stores.h"
 #include "table.h"
 
@@ -67,9 +68,9 @@ int take_message(const capi_sms_record* record, void* user) {
 }
 
 // The newest first.
-std::vector<Message> read_messages(const Args& args) {
-  Walk walk{Matcher(args.filter)};
-  if (capi_voip_sms_dump(selector_of(args.box), take_message, &walk) != 0) {
+std::vector<Message> read_messages(const std::string& box, const Filter& filter) {
+  Walk walk{Matcher(filter)};
+  if (capi_voip_sms_dump(selector_of(box), take_message, &walk) != 0) {
     throw Failure(
         "the messages cannot be read. If their file was damaged, there is an empty one now, and a "
         "copy whose name ends in .err");
@@ -80,18 +81,7 @@ std::vector<Message> read_messages(const Args& args) {
 
 void list(const Context& context, const Args& args) {
   const Attachment adapter(context, Need::Adapter, {CAPI_LOCK_VOICE_SMS});
-  Table table("messages", {{"id", Type::Number},
-                           {"read", Type::Flag},
-                           {"status", Type::Number},
-                           {"time", Type::Time},
-                           {"local"},
-                           {"remote"},
-                           {"type", Type::Number, "text_type"},
-                           {.title = "text", .is_long = true}});
-  std::vector<Message> messages = read_messages(args);
-  args.order.apply(messages);
-  for (Message& message : messages) table.add(std::move(message.cells));
-  print(table, context);
+  print(message_table(args.box, args.filter, args.order), context);
 }
 
 capi_sms_record& read_message(const Args& args, std::unique_ptr<capi_sms_record>& record) {
@@ -187,7 +177,7 @@ bool delete_messages(const Args& args, const std::vector<Message>& messages) {
 
 void clear(const Context& context, const Args& args) {
   const Attachment adapter(context, Need::Adapter, {CAPI_LOCK_VOICE_SMS});
-  const std::vector<Message> messages = read_messages(args);
+  const std::vector<Message> messages = read_messages(args.box, args.filter);
   const std::string what = counted(messages.size(), args.box + " message");
   if (!messages.empty()) {
     confirm("delete " + what, args.says_yes);
@@ -242,6 +232,21 @@ void add_message(CLI::App* command, const std::shared_ptr<Args>& args) {
 }
 
 }  // namespace
+
+Table message_table(const std::string& box, const Filter& filter, const Order& order) {
+  Table table("messages", {{"id", Type::Number},
+                           {"read", Type::Flag},
+                           {"status", Type::Number},
+                           {"time", Type::Time},
+                           {"local"},
+                           {"remote"},
+                           {"type", Type::Number, "text_type"},
+                           {.title = "text", .is_long = true}});
+  std::vector<Message> messages = read_messages(box, filter);
+  order.apply(messages);
+  for (Message& message : messages) table.add(std::move(message.cells));
+  return table;
+}
 
 void add_sms(CLI::App& app, Context& context) {
   CLI::App* sms = app.add_subcommand("sms", "Show, send and change short messages");

@@ -81,10 +81,14 @@ std::vector<Table> all_tables(const cfg_shared_record& record) {
 void show(const Context& context) {
   const Attachment adapter(context, Need::Record);
   const cfg_shared_record record = adapter.snapshot();
-  print(adapter.is_whole() ? all_tables(record) : tables_of(record), context);
+  print(status_tables(adapter, record), context);
 }
 
 }  // namespace
+
+std::vector<Table> status_tables(const Attachment& adapter, const cfg_shared_record& record) {
+  return adapter.is_whole() ? all_tables(record) : tables_of(record);
+}
 
 void add_status(CLI::App& app, Context& context) {
   CLI::App* command =
