@@ -37,7 +37,7 @@ commands=(
   'a sms clear sent --yes' 'a sms backup /tmp/a' 'a sms check sent' 'a export' 'n schema /dev/null' 'n master'
   'n help' 'n page man')
 # Without an adapter metrics have something to print all the same.
-listed=$("${tool[@]}" page bash | grep -c '^    "capictl .*") words=')
+listed=$("${tool[@]}" page commands | wc -l)
 # Besides these it lists config, calls, sms and metrics.
 [ $((${#commands[@]} + 4 - 1)) -eq "$listed" ] || fail "there are $listed commands"
 

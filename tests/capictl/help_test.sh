@@ -3,10 +3,9 @@
 # SPDX-License-Identifier: MIT
 source "$(dirname "$0")/support.sh"
 
-in_case 'Every command, as the completion knows them, has help with an example, and a place in the manual'
-"${tool[@]}" page bash >/tmp/completion
+in_case 'Every command, as the tool lists them, has help with an example, and a place in the manual'
 "${tool[@]}" page man >/tmp/capictl.1
-mapfile -t commands < <(sed -n 's/^    "capictl \(.*\)") words=.*/\1/p' /tmp/completion)
+mapfile -t commands < <("${tool[@]}" page commands)
 [ ${#commands[@]} -eq 43 ] || fail "there are ${#commands[@]} commands"
 for command in '' "${commands[@]}"; do
   read -ra words <<<"$command"

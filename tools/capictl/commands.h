@@ -26,6 +26,6 @@ void add_schema(CLI::App& app, Context& context);
 void add_master(CLI::App& app, Context& context);
 
 // Prints pages that are made from the command line's own description.
-void add_pages(CLI::App& app);
+void add_pages(CLI::App& app, Context& context);
 
 }  // namespace capictl

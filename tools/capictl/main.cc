@@ -135,7 +135,7 @@ int run_tool(int argc, char** argv) {
   add_schema(app, context);
   add_master(app, context);
   add_help(app);
-  add_pages(app);
+  add_pages(app, context);
   return run(app, context, argc, argv);
 }
 
