@@ -50,7 +50,7 @@ void change() {
          "the voice stack does not, yet");
   type("capictl stack-file voip && capictl signal vop_sig_cfg_changed_info");
   expect(show_posted_signals() == "signal simple vop_sig_cfg_changed_info\n", "now it is told");
-  type("capictl config set sms.enable on", 3);
+  type("capictl config set sms.enable on", 4);
 }
 
 }  // namespace

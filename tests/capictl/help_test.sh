@@ -31,6 +31,9 @@ codes='Exit codes:
 [[ $("${tool[@]}" --help) == *"$codes"* ]] || fail 'no exit codes'
 [[ $(cat /tmp/capictl.1) == *"$codes"* ]] || fail 'none in the manual'
 expect 0 "$(sed -n 's/^project(capi VERSION \([0-9.]*\).*/\1/p' "$source_dir/CMakeLists.txt")" --version
+sed -n 's/^  \([0-9]\)  \(.*\)/\1 \2/p' <<<"$codes" >/tmp/codes
+diff /tmp/codes <(sed -n 's/^| \([0-9]\) | \(.*\) |$/\1 \2/p' "$source_dir/docs/capictl.md" | tr -d '`') ||
+  fail 'docs/capictl.md tells other exit codes'
 if command -v groff >/dev/null; then
   groff -man -ww -Tutf8 /tmp/capictl.1 2>&1 >/dev/null | grep . && fail 'the manual is no good roff'
 fi
