@@ -28,6 +28,7 @@ void run_shell() {
   const pid_t shell = fork();
   if (shell == 0) {
     setenv("PS1", "adapter:\\w# ", 1);
+    setenv("PROMPT_COMMAND", "source <(capictl page bash); unset PROMPT_COMMAND", 1);
     execlp("bash", "bash", "--norc", static_cast<char*>(nullptr));
     _exit(127);
   }

@@ -84,7 +84,8 @@ expect 0 '' config set sip_registration.reg_interval 1800000ms
 expect 0 1800 config get sip_registration.reg_interval
 expect 4 '' config set sip_registration.reg_interval 1500ms
 expect_on_terminal 0 '2 (tls)' config get basic_sip.transport_protocol
-expect 0 $'off\non' page values sip_line_1.enable
+expect 0 $'off\non' page complete -- config set sip_line_1.enable ''
+expect 0 tls page complete -- config set sip_line_1.enable on basic_sip.transport_protocol t
 
 in_case 'A dry run tells what would change, and changes nothing'
 expect 0 $'sip_line_2.enable\t0\t1' config set --dry-run sip_line_2.enable on basic_sip.transport_protocol 2

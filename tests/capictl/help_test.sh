@@ -3,11 +3,10 @@
 # SPDX-License-Identifier: MIT
 source "$(dirname "$0")/support.sh"
 
-in_case 'Every command, as the completion knows them, has help with an example, and a place in the manual'
-"${tool[@]}" page bash >/tmp/completion
+in_case 'Every command, as the tool lists them, has help with an example, and a place in the manual'
 "${tool[@]}" page man >/tmp/capictl.1
-mapfile -t commands < <(sed -n 's/^    "capictl \(.*\)") words=.*/\1/p' /tmp/completion)
-[ ${#commands[@]} -eq 45 ] || fail "there are ${#commands[@]} commands"
+mapfile -t commands < <("${tool[@]}" page commands)
+[ ${#commands[@]} -eq 47 ] || fail "there are ${#commands[@]} commands"
 for command in '' "${commands[@]}"; do
   read -ra words <<<"$command"
   help=$("${tool[@]}" "${words[@]}" --help 2>&1) || fail "$command --help ends with $?"
@@ -32,6 +31,9 @@ codes='Exit codes:
 [[ $("${tool[@]}" --help) == *"$codes"* ]] || fail 'no exit codes'
 [[ $(cat /tmp/capictl.1) == *"$codes"* ]] || fail 'none in the manual'
 expect 0 "$(sed -n 's/^project(capi VERSION \([0-9.]*\).*/\1/p' "$source_dir/CMakeLists.txt")" --version
+sed -n 's/^  \([0-9]\)  \(.*\)/\1 \2/p' <<<"$codes" >/tmp/codes
+diff /tmp/codes <(sed -n 's/^| \([0-9]\) | \(.*\) |$/\1 \2/p' "$source_dir/docs/capictl.md" | tr -d '`') ||
+  fail 'docs/capictl.md tells other exit codes'
 if command -v groff >/dev/null; then
   groff -man -ww -Tutf8 /tmp/capictl.1 2>&1 >/dev/null | grep . && fail 'the manual is no good roff'
 fi

@@ -22,6 +22,9 @@ struct CallKind {
 // A row for each day and kind, the latest day first. Calls whose time is none have no day.
 Table calls_by_day(const Calls& calls, const Order& order, const CallKind& kind);
 
+// A row for each.
+Table call_table(const Calls& calls);
+
 // Those that are meant, the newest first. Throws a Failure.
 Calls read_calls(const Filter& filter = {});
 

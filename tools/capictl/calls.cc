@@ -35,24 +35,10 @@ const capi_call_log_record& call_in_node(const Calls& calls, unsigned node) {
 }
 
 void list(const Context& context, const Args& args) {
-  const Attachment adapter(context);
-  Table table("calls", {{"node", Type::Number},
-                        {"type", Type::Number},
-                        {"line", Type::Number},
-                        {"number"},
-                        {"name"},
-                        {"start", Type::Time},
-                        {"connect", Type::Time},
-                        {"end", Type::Time}});
+  const Attachment adapter(context, Need::Adapter, {CAPI_LOCK_CALL_LOG});
   Calls calls = read_calls(args.filter);
   args.order.apply(calls);
-  for (const auto& call : calls) {
-    table.add({std::to_string(call.index), std::to_string(call.calltype),
-               std::to_string(call.endpt), text_of(call.number), text_of(call.displayname),
-               time_or_number(call.calltimestart), time_or_number(call.calltimeconnect),
-               time_or_number(call.calltimeend)});
-  }
-  print(table, context);
+  print(call_table(calls), context);
 }
 
 // Every value of a call beside its name, in the order of the file.
@@ -87,7 +73,7 @@ Type type_of(const std::string& name) {
 }
 
 void show(const Context& context, const Args& args) {
-  const Attachment adapter(context);
+  const Attachment adapter(context, Need::Adapter, {CAPI_LOCK_CALL_LOG});
   Table table = Table::of_facts("call");
   for (const auto& [name, value] : values_of(call_in_node(read_calls(), args.node))) {
     table.add_fact({name, type_of(name)}, value);
@@ -127,7 +113,7 @@ void write_csv(FILE* out, const Calls& calls) {
 }
 
 void export_calls(const Context& context, const Args& args) {
-  const Attachment adapter(context);
+  const Attachment adapter(context, Need::Adapter, {CAPI_LOCK_CALL_LOG});
   Calls calls = read_calls(args.filter);
   args.order.apply(calls);
   if (args.path.empty()) return write_csv(stdout, calls);
@@ -140,7 +126,7 @@ void export_calls(const Context& context, const Args& args) {
 }
 
 void remove(const Context& context, const Args& args) {
-  const Attachment adapter(context);
+  const Attachment adapter(context, Need::Adapter, {CAPI_LOCK_CALL_LOG});
   const unsigned type = call_in_node(read_calls(), args.node).calltype;
   if (capi_voip_delete_call_log_by_node(type, args.node) != 0) {
     throw Failure("the call could not be deleted; --verbose tells more");
@@ -180,7 +166,7 @@ bool delete_calls(const Filter& filter) {
 }
 
 void clear(const Context& context, const Args& args) {
-  const Attachment adapter(context);
+  const Attachment adapter(context, Need::Adapter, {CAPI_LOCK_CALL_LOG});
   const long count = count_of(args.filter);
   if (count == 0) return tell_deleted(context, 0);
   confirm(count < 0 ? "empty the damaged call log"
@@ -193,7 +179,7 @@ void clear(const Context& context, const Args& args) {
 }
 
 void back_up(const Context& context, const Args& args) {
-  const Attachment adapter(context);
+  const Attachment adapter(context, Need::Adapter, {CAPI_LOCK_CALL_LOG});
   back_up_store(kCallLog, args.path);
   Table facts = Table::of_facts("result");
   facts.add({"file", args.path});
@@ -202,7 +188,7 @@ void back_up(const Context& context, const Args& args) {
 
 // How many calls of a kind a day had, and how long people talked.
 void stats(const Context& context, const Args& args) {
-  const Attachment adapter(context);
+  const Attachment adapter(context, Need::Adapter, {CAPI_LOCK_CALL_LOG});
   print(calls_by_day(read_calls(args.filter), args.order,
                      {"type", [](const capi_call_log_record& call) { return call.calltype; }}),
         context);
@@ -239,6 +225,24 @@ void add_node(CLI::App* command, const std::shared_ptr<Args>& args) {
 }
 
 }  // namespace
+
+Table call_table(const Calls& calls) {
+  Table table("calls", {{"node", Type::Number},
+                        {"type", Type::Number},
+                        {"line", Type::Number},
+                        {"number"},
+                        {"name"},
+                        {"start", Type::Time},
+                        {"connect", Type::Time},
+                        {"end", Type::Time}});
+  for (const auto& call : calls) {
+    table.add({std::to_string(call.index), std::to_string(call.calltype),
+               std::to_string(call.endpt), text_of(call.number), text_of(call.displayname),
+               time_or_number(call.calltimestart), time_or_number(call.calltimeconnect),
+               time_or_number(call.calltimeend)});
+  }
+  return table;
+}
 
 void add_calls(CLI::App& app, Context& context) {
   CLI::App* calls = app.add_subcommand("calls", "Show and change the call log");

@@ -22,10 +22,11 @@ void add_signal(CLI::App& app, Context& context);
 void add_stack_file(CLI::App& app, Context& context);
 void add_calls(CLI::App& app, Context& context);
 void add_sms(CLI::App& app, Context& context);
+void add_export(CLI::App& app, Context& context);
 void add_schema(CLI::App& app, Context& context);
 void add_master(CLI::App& app, Context& context);
 
 // Prints pages that are made from the command line's own description.
-void add_pages(CLI::App& app);
+void add_pages(CLI::App& app, Context& context);
 
 }  // namespace capictl

@@ -33,8 +33,8 @@ std::vector<const Key*> named_keys(const std::vector<std::string>& labels) {
 }
 
 void get(const Context& context, const std::vector<std::string>& labels) {
-  const Attachment adapter(context);
-  const cfg_shared_record record = take_snapshot();
+  const Attachment adapter(context, Need::Record);
+  const cfg_shared_record record = adapter.snapshot();
   const std::vector<const Key*> keys = named_keys(with_input(labels));
   if (context.json) return print_document(record, keys, context);
   if (keys.size() == 1) {
@@ -90,8 +90,8 @@ Table list_table(const cfg_shared_record& record, const std::vector<const Key*>&
 
 void list(const Context& context, const ListArgs& args) {
   std::vector<const Key*> keys = keys_of(args.section);
-  const Attachment adapter(context);
-  const cfg_shared_record record = take_snapshot();
+  const Attachment adapter(context, Need::Record);
+  const cfg_shared_record record = adapter.snapshot();
   if (args.only_changed) {
     std::erase_if(keys,
                   [&](const Key* key) { return value_of(record, *key) == key->meaning.start; });
@@ -104,8 +104,8 @@ void list(const Context& context, const ListArgs& args) {
 std::optional<KeyState> present_state(const Key& key, const std::vector<std::string>& files,
                                       const Context& context) {
   try {
-    const Attachment adapter(context);
-    return state_of(take_snapshot(), key, files);
+    const Attachment adapter(context, Need::Record);
+    return state_of(adapter.snapshot(), key, files);
   } catch (const Failure&) {
     return std::nullopt;
   }

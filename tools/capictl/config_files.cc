@@ -72,8 +72,8 @@ void tell_lost(const SettingFile& file, const char* where) {
 }
 
 void dump(Context& context) {
-  const Attachment adapter(context);
-  const cfg_shared_record record = take_snapshot();
+  const Attachment adapter(context, Need::Record);
+  const cfg_shared_record record = adapter.snapshot();
   Writer writer(context);
   for (const Key& key : all_keys()) {
     const std::string value = value_of(record, key);
@@ -100,8 +100,8 @@ bool is_saved(const Key& key, const std::string& value, bool has_all) {
 }
 
 void save(Context context, const SaveArgs& args) {
-  const Attachment adapter(context);
-  const cfg_shared_record record = take_snapshot();
+  const Attachment adapter(context, Need::Record);
+  const cfg_shared_record record = adapter.snapshot();
   context.show_secrets = true;  // they have to outlive a restart
   Writer writer(context);
   for (const Key& key : all_keys()) {
@@ -117,13 +117,17 @@ void save(Context context, const SaveArgs& args) {
                       "capictl config list --json --show-secrets",
                   {kRefused, file.lost[0].key->label()});
   }
-  replace_file(args.is_local ? kLocalSettings : args.path, file.text, 0600);
+  const std::string path = args.is_local ? kLocalSettings : args.path;
+  replace_file(path, file.text, 0600);
+  Table facts = Table::of_facts("result");
+  facts.add({"file", path});
+  if (context.json) report(facts, context);
 }
 
 void diff(Context& context, const std::string& path) {
   const Settings settings = read_settings(read_file(path));
-  const Attachment adapter(context);
-  const cfg_shared_record record = take_snapshot();
+  const Attachment adapter(context, Need::Record);
+  const cfg_shared_record record = adapter.snapshot();
   std::map<std::string, const Setting*> wanted;  // a later line wins
   for (const Setting& setting : settings.items) wanted[setting.key->label()] = &setting;
   Table table("differences", {{"key"}, {"now"}, {"file"}});

@@ -12,6 +12,8 @@
 #include <cstring>
 #include <memory>
 
+#include "locks.h"
+
 namespace capictl {
 namespace {
 
@@ -92,7 +94,14 @@ class Draft {
 capi_log_sink Context::log_sink() const { return verbose ? print_log : ignore_log; }
 
 // What a master has started is worth a look, whatever has got lost since.
-Attachment::Attachment(const Context& context) {
+Attachment::Attachment(const Context& context, Need need, std::initializer_list<unsigned> locks) {
+  const Patience patience = need == Need::Record ? Patience::Short : Patience::Long;
+  if (!await_lock(CAPI_LOCK_CONF_SHM, patience)) {
+    peeked_ = std::make_unique<cfg_shared_record>();
+    if (need == Need::Record && peek_record(*peeked_)) return;
+    throw_held(CAPI_LOCK_CONF_SHM);
+  }
+  for (const unsigned lock : locks) need_lock(lock);
   capi_init(nullptr, 0, context.log_sink());
   cfg_shared_record record;
   uint64_t generation = 0;
@@ -103,11 +112,17 @@ Attachment::Attachment(const Context& context) {
   throw Failure(obstacle_of(presence), {kNoAdapter});
 }
 
-Attachment::~Attachment() { capi_uninit(); }
+Attachment::~Attachment() {
+  if (is_whole()) capi_uninit();
+}
+
+cfg_shared_record Attachment::snapshot() const { return is_whole() ? take_snapshot() : *peeked_; }
 
 cfg_shared_record take_snapshot() {
   cfg_shared_record record;
-  if (capi_snapshot_take(&record) != 0) throw Failure("the shared record cannot be read");
+  uint64_t generation = 0;
+  if (capi_live_refresh(&record, &generation) < 0)
+    throw Failure("the shared record cannot be read");
   return record;
 }
 

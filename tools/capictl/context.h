@@ -7,6 +7,8 @@
 #include <sys/types.h>
 
 #include <cstring>
+#include <initializer_list>
+#include <memory>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -71,13 +73,31 @@ struct Context {
   capi_log_sink log_sink() const;
 };
 
-// This process as a client of the adapter, for as long as the object lives.
+// What a command has to have of the adapter.
+enum class Need {
+  Adapter,  // all of it
+  Record    // a look at the record is better than nothing
+};
+
+// This process as a client of the adapter, for as long as the object lives. Attaching takes lock 0:
+// somebody who holds it for long is told of, and then the record may still be looked at.
 class Attachment {
  public:
-  explicit Attachment(const Context& context);
+  // Waits for these locks, too, so that what is done with them need not wait. Throws a Failure.
+  explicit Attachment(const Context& context, Need need = Need::Adapter,
+                      std::initializer_list<unsigned> locks = {});
   ~Attachment();
   Attachment(const Attachment&) = delete;
   Attachment& operator=(const Attachment&) = delete;
+
+  // False when there is nothing but the record, and no library to ask.
+  bool is_whole() const { return peeked_ == nullptr; }
+
+  // The record, without a lock.
+  cfg_shared_record snapshot() const;
+
+ private:
+  std::unique_ptr<cfg_shared_record> peeked_;
 };
 
 // A copy of the whole record.

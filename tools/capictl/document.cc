@@ -102,14 +102,19 @@ Settings read_document(const std::string& content) {
   return reader.take();
 }
 
-void print_document(const cfg_shared_record& record, const std::vector<const Key*>& keys,
-                    const Context& context) {
-  const Json json(cJSON_CreateObject());
+cJSON* document_of(const cfg_shared_record& record, const std::vector<const Key*>& keys,
+                   const Context& context) {
+  cJSON* json = cJSON_CreateObject();
   for (const Key* key : keys) {
-    cJSON_AddItemToObject(object_in(json.get(), key->section), key->field().c_str(),
+    cJSON_AddItemToObject(object_in(json, key->section), key->field().c_str(),
                           json_of(record, *key, context));
   }
-  print_json(json.get());
+  return json;
+}
+
+void print_document(const cfg_shared_record& record, const std::vector<const Key*>& keys,
+                    const Context& context) {
+  print_json(Json(document_of(record, keys, context)).get());
 }
 
 }  // namespace capictl

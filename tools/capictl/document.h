@@ -10,7 +10,10 @@
 
 namespace capictl {
 
-// The values of these keys, which stand section by section; secrets only where they are shown.
+// The values of these keys, which stand section by section; secrets only where they are shown. The
+// caller owns it.
+cJSON* document_of(const cfg_shared_record& record, const std::vector<const Key*>& keys,
+                   const Context& context);
 void print_document(const cfg_shared_record& record, const std::vector<const Key*>& keys,
                     const Context& context);
 

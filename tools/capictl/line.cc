@@ -22,15 +22,23 @@ int registered_stacks(const cfg_shared_record& record, int line) {
   return count;
 }
 
-std::string phone_status(int line) {
-  char text[128] = {};
-  capi_get_runtime_line_phone_phy_status(line, text, sizeof text);
-  return text;
+std::string phone_status(const cfg_shared_record& record, int line) {
+  const std::string status = text_of(record.phone_phy_status[line]);
+  return status.empty() ? "Unknown" : status;
+}
+
+// With its texts, which only a library that is attached fills in.
+capi_line_reg_stat registration(const cfg_shared_record& record, int line, int stack) {
+  capi_line_reg_stat stat{};
+  if (capi_live_get_line_reg_stat(line, &stat, stack) == 0) return stat;
+  stat = record.reg_stat[stack][line];
+  strcpy(stat.status_text, stat.registered != 0 ? "Registered" : "Unregistered");
+  return stat;
 }
 
 void show(const Context& context, int line) {
-  const Attachment adapter(context);
-  const cfg_shared_record record = take_snapshot();
+  const Attachment adapter(context, Need::Record);
+  const cfg_shared_record record = adapter.snapshot();
   print({line_table(record, line), registration_table(record, line)}, context);
 }
 
@@ -49,7 +57,7 @@ Table line_table(const cfg_shared_record& record, int line) {
     if (!wants(line, i)) continue;
     const capi_voice_sip_line& config = record.sip_line[i];
     table.add({std::to_string(i + 1), std::to_string(config.enable), text_of(config.display_name),
-               text_of(config.user_name), phone_status(i),
+               text_of(config.user_name), phone_status(record, i),
                std::to_string(record.shared_phone_status[i].hook),
                std::to_string(registered_stacks(record, i)),
                std::to_string(record.shared_reg_summary[i].vm)});
@@ -68,8 +76,7 @@ Table registration_table(const cfg_shared_record& record, int line) {
   for (int i = 0; i < CAPI_SIP_LINES; ++i) {
     for (int stack = 0; stack < CAPI_VOICE_STACKS; ++stack) {
       if (!wants(line, i) || !was_published(record.reg_stat[stack][i])) continue;
-      capi_line_reg_stat stat{};
-      capi_get_runtime_line_reg_stat(i, &stat, stack);
+      const capi_line_reg_stat stat = registration(record, i, stack);
       table.add({std::to_string(i + 1), std::to_string(stack + 1),
                  text_of(record.voice_stack[stack].type), text_of(stat.status_text),
                  time_text(stat.registered != 0 ? stat.reg_time : stat.unreg_time),
@@ -87,7 +94,7 @@ struct HistoryArgs {
 };
 
 void show_history(const Context& context, const HistoryArgs& args) {
-  const Attachment adapter(context);
+  const Attachment adapter(context, Need::Adapter, {CAPI_LOCK_CALL_LOG});
   print(
       calls_by_day(read_calls(args.filter), args.order,
                    {"line", [](const capi_call_log_record& call) { return unsigned{call.endpt}; }}),

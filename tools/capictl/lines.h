@@ -13,6 +13,9 @@ Table line_table(const cfg_shared_record& record, int line = 0);
 // A row for each line and voice stack that was ever published.
 Table registration_table(const cfg_shared_record& record, int line = 0);
 
+// All that status shows; the record alone where the adapter is not whole.
+std::vector<Table> status_tables(const Attachment& adapter, const cfg_shared_record& record);
+
 // The locks that have a meaning. Throws a Failure.
 Table lock_table();
 

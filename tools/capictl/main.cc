@@ -132,10 +132,11 @@ int run_tool(int argc, char** argv) {
   add_stack_file(app, context);
   add_calls(app, context);
   add_sms(app, context);
+  add_export(app, context);
   add_schema(app, context);
   add_master(app, context);
   add_help(app);
-  add_pages(app);
+  add_pages(app, context);
   return run(app, context, argc, argv);
 }
 

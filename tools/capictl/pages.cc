@@ -3,8 +3,10 @@
 // capictl page: the manual page and the completion, made from the command line's own description.
 #include <cstdio>
 #include <cstring>
+#include <memory>
 
 #include "commands.h"
+#include "completion.h"
 #include "help.h"
 #include "key_pages.h"
 #include "text.h"
@@ -67,81 +69,74 @@ void print_manual(const CLI::App& app) {
   print_footer(app);
 }
 
-// What an argument may be, for the shell to expand.
-std::string words_for(const CLI::Option& option, const std::string& path) {
-  if (option.get_name() == "KEY") return "$(capictl page labels) ";
-  if (option.get_name() == "SECTION" && path == "capictl config list")
-    return "$(capictl page sections) ";
-  if (!option.get_positional() || choices(option).empty()) return "";
-  return joined(choices(option), " ") + " ";
-}
-
-// "capictl config get" and the words that may follow it.
-void print_cases(const CLI::App& app, const std::string& path) {
-  std::string words;
-  for (const CLI::App* command : subcommands(app)) words += command->get_name() + " ";
-  for (const CLI::Option* option : app.get_options()) {
-    words += words_for(*option, path);
-    for (const std::string& name : option->get_lnames()) words += "--" + name + " ";
-  }
-  words.erase(words.find_last_not_of(' ') + 1);
-  printf("    \"%s\") words=\"%s\" ;;\n", path.c_str(), words.c_str());
+// One command's name a line, as a person types it.
+void print_commands(const CLI::App& app) {
   for (const CLI::App* command : subcommands(app)) {
-    print_cases(*command, path + " " + command->get_name());
+    puts(full_name(*command).substr(strlen("capictl ")).c_str());
+    print_commands(*command);
   }
 }
 
-void print_completion(const CLI::App& app) {
-  fputs(
-      "# bash completion for capictl\n"
-      "_capictl() {\n"
-      "  local current=${COMP_WORDS[COMP_CWORD]} command=capictl words word\n"
-      "  for word in \"${COMP_WORDS[@]:1:COMP_CWORD-1}\"; do\n"
-      "    case $word in -*) ;; *) command+=\" $word\" ;; esac\n"
-      "  done\n"
-      "  while :; do\n"
-      "    words=\n"
-      "    case $command in\n",
-      stdout);
-  print_cases(app, "capictl");
-  fputs(
-      "    *) command=${command% *}; continue ;;\n"
-      "    esac\n"
-      "    break\n"
-      "  done\n"
-      "  mapfile -t COMPREPLY < <(compgen -W \"$words\" -- \"$current\")\n"
-      "}\n"
-      "complete -o default -F _capictl capictl\n",
-      stdout);
-}
+constexpr char kBash[] =
+    "# bash completion for capictl\n"
+    "_capictl() {\n"
+    "  local words=(\"${COMP_WORDS[@]:1:COMP_CWORD}\")\n"
+    "  mapfile -t COMPREPLY < <(capictl page complete -- \"${words[@]}\" 2>/dev/null)\n"
+    "}\n"
+    "complete -o default -F _capictl capictl\n";
+
+constexpr char kZsh[] =
+    "#compdef capictl\n"
+    "_capictl() {\n"
+    "  local -a found\n"
+    "  found=(${(f)\"$(capictl page complete -- \"${(@)words[2,CURRENT]}\" 2>/dev/null)\"})\n"
+    "  if (( $#found )); then\n"
+    "    compadd -- $found\n"
+    "  else\n"
+    "    _files\n"
+    "  fi\n"
+    "}\n"
+    "if [ \"$funcstack[1]\" = _capictl ]; then\n"
+    "  _capictl \"$@\"\n"
+    "else\n"
+    "  compdef _capictl capictl\n"
+    "fi\n";
+
+constexpr char kFish[] =
+    "# fish completion for capictl\n"
+    "function __capictl_complete\n"
+    "  set -l words (commandline --cut-at-cursor --tokenize --current-process)\n"
+    "  set -l current (commandline --cut-at-cursor --current-token)\n"
+    "  set -l found (capictl page complete -- $words[2..-1] \"$current\" 2>/dev/null)\n"
+    "  if test (count $found) -gt 0\n"
+    "    printf '%s\\n' $found\n"
+    "  else\n"
+    "    __fish_complete_path \"$current\"\n"
+    "  end\n"
+    "end\n"
+    "complete --command capictl --no-files --arguments '(__capictl_complete)'\n";
 
 }  // namespace
 
-void add_pages(CLI::App& app) {
-  CLI::App* pages = app.add_subcommand("page", "Print the manual page or the completion");
+void add_pages(CLI::App& app, Context& context) {
+  CLI::App* pages = app.add_subcommand("page", "Print the manual page or a completion");
   pages->group("");
   pages->require_subcommand(1);
   pages->add_subcommand("man", "The manual page")->callback([&app] { print_manual(app); });
-  pages->add_subcommand("labels", "The keys' names, for the completion")->callback([] {
-    for (const Key& key : all_keys()) puts(key.label().c_str());
-  });
-  pages->add_subcommand("sections", "The sections' names, for the completion")->callback([] {
-    for (const std::string& section : all_sections()) puts(section.c_str());
-  });
-  CLI::App* values =
-      pages->add_subcommand("values", "The names of a key's values, for the completion");
-  const auto label = std::make_shared<std::string>();
-  values->add_option("KEY", *label)->required();
-  values->callback([label] {
-    const Key* key = find_label(*label);
-    if (key == nullptr) return;
-    for (const NamedValue& value : named_values(*key)) {
-      puts(value.name.empty() ? std::to_string(value.number).c_str() : value.name.c_str());
-    }
+  pages->add_subcommand("commands", "The commands' names")->callback([&app] {
+    print_commands(app);
   });
   pages->add_subcommand("keys", "The reference of the keys")->callback(print_key_reference);
-  pages->add_subcommand("bash", "The completion for bash")->callback([&app] {
-    print_completion(app);
+  for (const auto& [shell, text] :
+       {std::pair{"bash", kBash}, std::pair{"zsh", kZsh}, std::pair{"fish", kFish}}) {
+    pages->add_subcommand(shell, std::string("The completion for ") + shell)
+        ->callback([text = text] { fputs(text, stdout); });
+  }
+  CLI::App* command = pages->add_subcommand("complete", "What may stand for the last word");
+  const auto words = std::make_shared<std::vector<std::string>>();
+  command->add_option("WORD", *words, "The words behind capictl, behind --");
+  command->callback([&app, &context, words] {
+    for (const std::string& word : completions(app, context, *words)) puts(word.c_str());
   });
 }
 

@@ -7,6 +7,7 @@
 
 #include "commands.h"
 #include "filter.h"
+#include "messages.h"
 #include "stores.h"
 #include "table.h"
 
@@ -67,9 +68,9 @@ int take_message(const capi_sms_record* record, void* user) {
 }
 
 // The newest first.
-std::vector<Message> read_messages(const Args& args) {
-  Walk walk{Matcher(args.filter)};
-  if (capi_voip_sms_dump(selector_of(args.box), take_message, &walk) != 0) {
+std::vector<Message> read_messages(const std::string& box, const Filter& filter) {
+  Walk walk{Matcher(filter)};
+  if (capi_voip_sms_dump(selector_of(box), take_message, &walk) != 0) {
     throw Failure(
         "the messages cannot be read. If their file was damaged, there is an empty one now, and a "
         "copy whose name ends in .err");
@@ -79,19 +80,8 @@ std::vector<Message> read_messages(const Args& args) {
 }
 
 void list(const Context& context, const Args& args) {
-  const Attachment adapter(context);
-  Table table("messages", {{"id", Type::Number},
-                           {"read", Type::Flag},
-                           {"status", Type::Number},
-                           {"time", Type::Time},
-                           {"local"},
-                           {"remote"},
-                           {"type", Type::Number, "text_type"},
-                           {.title = "text", .is_long = true}});
-  std::vector<Message> messages = read_messages(args);
-  args.order.apply(messages);
-  for (Message& message : messages) table.add(std::move(message.cells));
-  print(table, context);
+  const Attachment adapter(context, Need::Adapter, {CAPI_LOCK_VOICE_SMS});
+  print(message_table(args.box, args.filter, args.order), context);
 }
 
 capi_sms_record& read_message(const Args& args, std::unique_ptr<capi_sms_record>& record) {
@@ -105,7 +95,7 @@ capi_sms_record& read_message(const Args& args, std::unique_ptr<capi_sms_record>
 }
 
 void show(const Context& context, const Args& args) {
-  const Attachment adapter(context);
+  const Attachment adapter(context, Need::Adapter, {CAPI_LOCK_VOICE_SMS});
   std::unique_ptr<capi_sms_record> owner;
   const capi_sms_record& record = read_message(args, owner);
   Table table = Table::of_facts("message");
@@ -136,7 +126,7 @@ void send(const Context& context, const Args& args) {
   if (args.number.size() >= sizeof(capi_sms_record::RemoteNumber)) {
     throw Failure("the number is too long: it has up to 23 characters", {kRefused});
   }
-  const Attachment adapter(context);
+  const Attachment adapter(context, Need::Adapter, {CAPI_LOCK_VOICE_SMS});
   if (capi_voip_sms_send(args.number.c_str(), args.type, args.text.data(),
                          static_cast<uint32_t>(args.text.size())) != 0) {
     throw Failure(
@@ -148,7 +138,7 @@ void send(const Context& context, const Args& args) {
 }
 
 void mark_read(const Context& context, const Args& args) {
-  const Attachment adapter(context);
+  const Attachment adapter(context, Need::Adapter, {CAPI_LOCK_VOICE_SMS});
   std::unique_ptr<capi_sms_record> owner;
   capi_sms_record& record = read_message(args, owner);
   record.bRead = 1;
@@ -169,7 +159,7 @@ void tell_deleted(const Context& context, size_t count) {
 }
 
 void remove(const Context& context, const Args& args) {
-  const Attachment adapter(context);
+  const Attachment adapter(context, Need::Adapter, {CAPI_LOCK_VOICE_SMS});
   std::unique_ptr<capi_sms_record> owner;
   read_message(args, owner);
   if (capi_voip_sms_del_by_id(selector_of(args.box), args.id) != 0) {
@@ -186,8 +176,8 @@ bool delete_messages(const Args& args, const std::vector<Message>& messages) {
 }
 
 void clear(const Context& context, const Args& args) {
-  const Attachment adapter(context);
-  const std::vector<Message> messages = read_messages(args);
+  const Attachment adapter(context, Need::Adapter, {CAPI_LOCK_VOICE_SMS});
+  const std::vector<Message> messages = read_messages(args.box, args.filter);
   const std::string what = counted(messages.size(), args.box + " message");
   if (!messages.empty()) {
     confirm("delete " + what, args.says_yes);
@@ -200,7 +190,7 @@ void clear(const Context& context, const Args& args) {
 }
 
 void back_up(const Context& context, const Args& args) {
-  const Attachment adapter(context);
+  const Attachment adapter(context, Need::Adapter, {CAPI_LOCK_VOICE_SMS});
   Table table("files", {{"file"}});
   for (const auto& [store, end] :
        {std::pair{&kReceivedMessages, ".recv"}, {&kSentMessages, ".send"}}) {
@@ -242,6 +232,21 @@ void add_message(CLI::App* command, const std::shared_ptr<Args>& args) {
 }
 
 }  // namespace
+
+Table message_table(const std::string& box, const Filter& filter, const Order& order) {
+  Table table("messages", {{"id", Type::Number},
+                           {"read", Type::Flag},
+                           {"status", Type::Number},
+                           {"time", Type::Time},
+                           {"local"},
+                           {"remote"},
+                           {"type", Type::Number, "text_type"},
+                           {.title = "text", .is_long = true}});
+  std::vector<Message> messages = read_messages(box, filter);
+  order.apply(messages);
+  for (Message& message : messages) table.add(std::move(message.cells));
+  return table;
+}
 
 void add_sms(CLI::App& app, Context& context) {
   CLI::App* sms = app.add_subcommand("sms", "Show, send and change short messages");

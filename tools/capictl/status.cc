@@ -3,6 +3,7 @@
 // capictl status.
 #include "commands.h"
 #include "lines.h"
+#include "locks.h"
 #include "stores.h"
 
 namespace capictl {
@@ -59,15 +60,35 @@ Table sim_table() {
   return table;
 }
 
+// What the record tells without the library, while lock 0 is held.
+std::vector<Table> tables_of(const cfg_shared_record& record) {
+  Table adapter = Table::of_facts("adapter");
+  adapter.add({"state", "locked"});
+  return {adapter, line_table(record), registration_table(record), lock_table()};
+}
+
+std::vector<Table> all_tables(const cfg_shared_record& record) {
+  std::vector<Table> tables = {adapter_table(), device_table(record)};
+  // What is known of the SIM is kept in files under this lock.
+  if (await_lock(CAPI_LOCK_VOP_RUN_INFO, Patience::Short)) tables.push_back(sim_table());
+  tables.push_back(line_table(record));
+  tables.push_back(registration_table(record));
+  tables.push_back(store_table());
+  tables.push_back(lock_table());
+  return tables;
+}
+
 void show(const Context& context) {
-  const Attachment adapter(context);
-  const cfg_shared_record record = take_snapshot();
-  print({adapter_table(), device_table(record), sim_table(), line_table(record),
-         registration_table(record), store_table(), lock_table()},
-        context);
+  const Attachment adapter(context, Need::Record);
+  const cfg_shared_record record = adapter.snapshot();
+  print(status_tables(adapter, record), context);
 }
 
 }  // namespace
+
+std::vector<Table> status_tables(const Attachment& adapter, const cfg_shared_record& record) {
+  return adapter.is_whole() ? all_tables(record) : tables_of(record);
+}
 
 void add_status(CLI::App& app, Context& context) {
   CLI::App* command =
@@ -75,7 +96,9 @@ void add_status(CLI::App& app, Context& context) {
   command->footer(
       "Under \"adapter\" stand the time when the settings were published, the generation\n"
       "of the record, which grows with each change, and how often another record took\n"
-      "the place of this process's one.\n\nExample:\n  capictl status --json");
+      "the place of this process's one. While somebody holds a lock for longer than a second, it "
+      "is told "
+      "who, and what needs that lock is left out.\n\nExample:\n  capictl status --json");
   command->callback([&context] { show(context); });
 }
 

@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "calls_check.h"
+#include "locks.h"
 #include "sms_check.h"
 
 namespace capictl {
@@ -57,10 +58,21 @@ uint16_t count_calls(const std::string& content, unsigned type) {
   return count;
 }
 
+// The state is that of the lock while somebody has it for long.
+bool look_into(const Store& store, std::string& content, std::string& state) {
+  if (!await_lock(store.lock, Patience::Short)) {
+    state = "locked";
+    return false;
+  }
+  const bool is_there = read_store(store, content);
+  state = is_there ? state_of(store, content) : "cannot be read";
+  return is_there;
+}
+
 void add_calls(Table& table) {
   std::string content;
-  const bool is_there = read_store(kCallLog, content);
-  const std::string state = is_there ? state_of(kCallLog, content) : "cannot be read";
+  std::string state;
+  look_into(kCallLog, content, state);
   for (unsigned type = 0; type < CAPI_CALL_LOG_TYPES; ++type) {
     table.add({"calls of type " + std::to_string(type),
                content.size() < sizeof(capi_call_log_header)
@@ -72,8 +84,9 @@ void add_calls(Table& table) {
 
 void add_messages(Table& table, const Store& store) {
   std::string content;
-  if (!read_store(store, content)) return table.add({store.name, "", "cannot be read"});
-  table.add({store.name, std::to_string(count_messages(content)), state_of(store, content)});
+  std::string state;
+  const bool is_there = look_into(store, content, state);
+  table.add({store.name, is_there ? std::to_string(count_messages(content)) : "", state});
 }
 
 constexpr char kMessagesReplaced[] =
@@ -108,7 +121,7 @@ void check_store(const Store& store, const std::string& path, Context& context) 
   if (!path.empty()) {
     content = read_file(path);
   } else {
-    const Attachment adapter(context);
+    const Attachment adapter(context, Need::Adapter, {store.lock});
     if (!read_store(store, content)) {
       throw Failure(path_of(store) + " cannot be read; the master's start makes it", {kNotFound});
     }
