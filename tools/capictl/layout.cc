@@ -89,7 +89,8 @@ class Layout {
   void fit(size_t room) {
     const std::vector<size_t> natural = widths_;
     for (const size_t i : shown_) narrow(i, room);
-    while (total() > room && drop_last()) continue;
+    bool has_more = true;
+    while (has_more && total() > room) has_more = drop_last();
     for (const size_t i : shown_) {
       widths_[i] = natural[i];
       narrow(i, room);
