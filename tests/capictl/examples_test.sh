@@ -53,6 +53,7 @@ wait $monitor || fail "the daemon ends with $?"
 tail -n +3 /tmp/watched | grep -vE '^line 1: (Registered, (Unknown|On-hook)|Unregistered, On-hook)$' &&
   fail "the daemon said: $(cat /tmp/watched)"
 [ "$(tail -n 1 /tmp/watched)" = 'line 1: Registered, On-hook' ] || fail 'it ends with something old'
-[ "$("${tool[@]}" calls list | cut -f 4)" = 15551230009 ] || fail 'the call is not in the log'
+[ "$("${tool[@]}" calls list --fields line,number)" = $'1\t15551230009' ] ||
+  fail 'the call is not in the log, or of another line'
 
 finish

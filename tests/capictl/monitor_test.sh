@@ -110,8 +110,10 @@ told '{"topic":"lines","change":"registration","line":1,"stack":2,"type":"voip",
 others calls
 told '{"topic":"calls","change":"added","node":0,"type":0,"line":1,"number":"15551230007","name":"Anna","start":1000}' \
   '{"topic":"calls","change":"added","node":1,"type":2,"line":1,"number":"15551230008","name":"\"B\", Carl","start":2000}'
+others call 0 2 15551230007 1000000000
+told '{"topic":"calls","change":"added","node":2,"type":0,"line":2,"number":"15551230007","name":"","start":"TIME"}'
 expect 0 '' calls clear --yes
-told '{"topic":"calls","change":"deleted","count":2,"left":0}'
+told '{"topic":"calls","change":"deleted","count":3,"left":0}'
 long=$(printf %039000d 0)
 expect 0 '' sms send +15551230002 "$long"
 told '{"topic":"messages","change":"added","box":"sent","id":1,"read":false,"status":2,"stored":"TIME","local":"+15551230001","remote":"+15551230002","text_type":0,"text":"'"$long"'"}'

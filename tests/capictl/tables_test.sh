@@ -63,6 +63,11 @@ expect 0 'node  type  line  number       name
    0     0     1  15551230007  Anna' calls list --table
 [ "$errors" = 'capictl: no room for: start, connect, end. --fields chooses, --json has all' ] ||
   fail "it said: $errors"
+export COLUMNS=80
+others call 0 1 15551230007 1000000000
+expect 0 'node  type  line  number       name  start                 connect
+   2     0     1  15551230007        2001-09-09T01:46:40Z  2001-09-09T01:46:40Z' \
+  calls list --table --limit 1
 unset COLUMNS
 
 in_case 'A long value has lines of its own, broken between words'

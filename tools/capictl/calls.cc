@@ -231,7 +231,7 @@ Table call_table(const Calls& calls) {
                         {"type", Type::Number},
                         {"line", Type::Number},
                         {"number"},
-                        {"name"},
+                        {.title = "name", .is_long = true},
                         {"start", Type::Time},
                         {"connect", Type::Time},
                         {"end", Type::Time}});

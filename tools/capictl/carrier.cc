@@ -79,7 +79,7 @@ void refuse_others_than_digits(const std::string& text) {
 void explain(Context& context, const Args& args) {
   refuse_others_than_digits(args.imsi);
   refuse_others_than_digits(args.iccid);
-  const Attachment adapter(context);
+  const Attachment adapter(context, Need::Adapter, {CAPI_LOCK_VOP_RUN_INFO});
   const std::string imsi = args.imsi.empty() ? sim_text(CAPI_SIM_IMSI) : args.imsi.substr(0, 31);
   const std::string iccid =
       args.iccid.empty() ? sim_text(CAPI_SIM_ICCID) : args.iccid.substr(0, 31);

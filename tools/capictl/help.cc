@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
+#include <iterator>
 #include <memory>
 
 #include "context.h"
@@ -67,9 +68,9 @@ std::vector<Item> items_of(const CLI::App& command, bool are_arguments) {
 
 std::vector<Item> items_of(const std::vector<CLI::App*>& commands) {
   std::vector<Item> items;
-  for (const CLI::App* command : commands) {
-    items.push_back({command->get_name(), command->get_description()});
-  }
+  std::ranges::transform(commands, std::back_inserter(items), [](const CLI::App* command) {
+    return Item{command->get_name(), command->get_description()};
+  });
   return items;
 }
 
@@ -155,7 +156,8 @@ std::vector<CLI::App*> subcommands(const CLI::App& app) {
 
 std::vector<std::string> names_of(const std::vector<CLI::App*>& commands) {
   std::vector<std::string> names;
-  for (const CLI::App* command : commands) names.push_back(command->get_name());
+  std::ranges::transform(commands, std::back_inserter(names),
+                         [](const CLI::App* command) { return command->get_name(); });
   return names;
 }
 
@@ -168,9 +170,10 @@ std::string synopsis(const CLI::App& command) {
   std::string result = "[OPTION]...";
   for (const CLI::Option* option : command.get_options()) {
     if (!option->get_positional()) continue;
-    const std::string more = option->get_items_expected_max() > 1 ? "..." : "";
-    const std::string name = option->get_name(true);
-    result += option->get_required() ? " " + name + more : " [" + name + more + "]";
+    result += option->get_required() ? " " : " [";
+    result += option->get_name(true);
+    if (option->get_items_expected_max() > 1) result += "...";
+    if (!option->get_required()) result += "]";
   }
   if (!subcommands(command).empty()) result += " COMMAND ...";
   return result;
@@ -184,7 +187,7 @@ std::vector<std::string> choices(const CLI::Option& option) {
 }
 
 std::string description(const CLI::Option& option) {
-  const std::string text = option.get_description();
+  const std::string& text = option.get_description();
   const std::vector<std::string> words = choices(option);
   if (!words.empty()) return text + ": " + joined(words, ", ");
   const std::string type = option.get_type_name();

@@ -85,14 +85,22 @@ class Layout {
     return most;
   }
 
-  // Columns of long values give way first.
+  // Columns of long values give way first, and take what room is left at last.
   void fit(size_t room) {
+    const std::vector<size_t> natural = widths_;
+    for (const size_t i : shown_) narrow(i, room);
+    bool has_more = true;
+    while (has_more && total() > room) has_more = drop_last();
     for (const size_t i : shown_) {
-      if (!table_.columns()[i].is_long || total() <= room) continue;
-      const size_t others = total() - widths_[i];
-      widths_[i] = width_within(i, room > others ? room - others : 0);
+      widths_[i] = natural[i];
+      narrow(i, room);
     }
-    while (total() > room && drop_last()) continue;
+  }
+
+  void narrow(size_t column, size_t room) {
+    if (!table_.columns()[column].is_long || total() <= room) return;
+    const size_t others = total() - widths_[column];
+    widths_[column] = width_within(column, room > others ? room - others : 0);
   }
 
   // False when there is none but the first and those whose values have lines of their own.

@@ -71,8 +71,8 @@ Table registration_table(const cfg_shared_record& record, int line) {
                                 {"type"},
                                 {"status"},
                                 {"since", Type::Time},
-                                {"reason"},
-                                {"detail"}});
+                                {.title = "reason", .is_long = true},
+                                {.title = "detail", .is_long = true}});
   for (int i = 0; i < CAPI_SIP_LINES; ++i) {
     for (int stack = 0; stack < CAPI_VOICE_STACKS; ++stack) {
       if (!wants(line, i) || !was_published(record.reg_stat[stack][i])) continue;

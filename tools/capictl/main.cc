@@ -76,8 +76,11 @@ int report(const capictl::Failure& failure, bool as_json) {
 
 // A command line that is wrong is not read to its end.
 bool wants_json(int argc, char** argv) {
-  return std::any_of(argv, argv + argc,
-                     [](const char* word) { return strcmp(word, "--json") == 0; });
+  const auto is_word = [](const char* text) {
+    return [text](const char* word) { return strcmp(word, text) == 0; };
+  };
+  char** const end = std::find_if(argv, argv + argc, is_word("--"));
+  return std::any_of(argv, end, is_word("--json"));
 }
 
 void parse(CLI::App& app, int argc, char** argv) {

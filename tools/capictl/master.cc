@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "commands.h"
+#include "locks.h"
 #include "table.h"
 
 namespace capictl {
@@ -16,6 +17,7 @@ struct Args {
 
 // Whether there is a record already. Looking makes an empty one where there is none.
 bool is_up(const Context& context) {
+  need_lock(CAPI_LOCK_CONF_SHM);
   capi_init(nullptr, 0, context.log_sink());
   cfg_shared_record record;
   const bool is_up = capi_snapshot_take(&record) == 0 && is_started(record);
