@@ -74,6 +74,7 @@ void print_long_json(const cfg_shared_record& record, const std::vector<const Ke
 Table list_table(const cfg_shared_record& record, const std::vector<const Key*>& keys,
                  const ListArgs& args, const Context& context) {
   std::vector<Column> columns = kKeyAndValue;
+  columns[1].is_long = !args.is_long;  // one long column is enough
   if (args.is_long || args.only_changed) columns.push_back({"default"});
   if (args.is_long)
     columns.insert(columns.end(), {{"unit"}, {.title = "meaning", .is_long = true}});

@@ -142,7 +142,9 @@ void diff(Context& context, const std::string& path) {
 }
 
 void lint_files(Context& context, const std::vector<std::string>& paths) {
-  Table table("findings", {{"file"}, {"line", Type::Number}, {"severity"}, {"finding"}});
+  Table table(
+      "findings",
+      {{"file"}, {"line", Type::Number}, {"severity"}, {.title = "finding", .is_long = true}});
   for (const std::string& path : paths) {
     for (const Finding& finding : read_settings(read_file(path)).findings) {
       table.add({path, finding.line != 0 ? std::to_string(finding.line) : "",

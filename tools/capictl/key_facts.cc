@@ -132,7 +132,8 @@ Source source_of(const Key& key, const std::string& value, const std::vector<std
 
 std::vector<Table> key_tables(const Key& key, const std::optional<KeyState>& state,
                               const Context& context) {
-  Table places("written to", {{"files"}, {"section"}, {"line"}, {"when"}});
+  Table places("written to",
+               {{"files"}, {"section"}, {"line"}, {.title = "when", .is_long = true}});
   for (const Place& place : places_of(key)) {
     places.add({place.files, place.section, place.line, place.when});
   }
