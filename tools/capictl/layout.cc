@@ -21,7 +21,8 @@ constexpr size_t kUsualWidth = 80;
 // The longest bar of a column has so many characters, and who has anything at all has one.
 std::string bar(uint64_t value, uint64_t most) {
   constexpr uint64_t kLongest = 20;
-  return std::string(most == 0 ? 0 : (value * kLongest + most - 1) / most, '#');
+  const uint64_t length = most == 0 ? 0 : (value * kLongest + most - 1) / most;
+  return std::string(static_cast<size_t>(length), '#');
 }
 
 uint64_t number_in(const std::string& cell) { return strtoull(cell.c_str(), nullptr, 10); }
