@@ -106,10 +106,10 @@ start_service() {
   capictl ${command#* }
 }
 start_service
-capictl status >status || fail 'capictl status fails after the start'
+capictl status >shown || fail 'capictl status fails after the start'
 for line in $'adapter\tstate\tpublished' $'device\tserial number\t2604000123456' \
   $'sim\tcarrier file\t/tmp/carrier_config/voip_TEST_XX.conf'; do
-  grep -qxF "$line" status || fail "capictl status does not say \"$line\": $(cat status)"
+  grep -qxF "$line" shown || fail "capictl status does not say \"$line\": $(cat shown)"
 done
 said=$(capictl config get sip_line_1.display_name runtime_info.nv_directory)
 [ "$said" = $'sip_line_1.display_name\tFrontdesk\nruntime_info.nv_directory\t/var/lib/capi-simulator' ] ||
