@@ -13,7 +13,7 @@ if(TARGET capi_keys)
   list(APPEND CPACK_COMPONENTS_ALL keys keys_dev)
 endif()
 if(CAPI_BUILD_TOOL)
-  list(APPEND CPACK_COMPONENTS_ALL tool)
+  list(APPEND CPACK_COMPONENTS_ALL tool simulator)
 endif()
 set(CPACK_PRE_BUILD_SCRIPTS ${CMAKE_CURRENT_SOURCE_DIR}/cmake/debian/compress.cmake)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
@@ -75,6 +75,23 @@ set(CPACK_DEBIAN_TOOL_DESCRIPTION "LTE phone adapter from the terminal
 Shows and changes the configuration, the call log, the short messages and the
 live state of an adapter that runs libcapi.")
 
+foreach(script IN ITEMS postinst prerm postrm)
+  list(APPEND CPACK_DEBIAN_TOOL_PACKAGE_CONTROL_EXTRA
+    ${CMAKE_CURRENT_SOURCE_DIR}/cmake/debian/capictl/${script})
+endforeach()
+
+set(CPACK_DEBIAN_SIMULATOR_PACKAGE_NAME capi-simulator)
+set(CPACK_DEBIAN_SIMULATOR_PACKAGE_SECTION utils)
+set(CPACK_DEBIAN_SIMULATOR_PACKAGE_DEPENDS "capictl ${this_version}, systemd | systemd-tmpfiles")
+set(CPACK_DEBIAN_SIMULATOR_DESCRIPTION "simulated LTE phone adapter
+Makes this machine an adapter for programs that use libcapi: its settings and
+what the device's other software provides.")
+
+foreach(file IN ITEMS postinst postrm conffiles)
+  list(APPEND CPACK_DEBIAN_SIMULATOR_PACKAGE_CONTROL_EXTRA
+    ${CMAKE_CURRENT_SOURCE_DIR}/cmake/debian/capi-simulator/${file})
+endforeach()
+
 # A package of another version than its changelog's would be a mistake.
 file(STRINGS cmake/debian/changelog newest LIMIT_COUNT 1)
 if(NOT newest MATCHES "^capi \\(${PROJECT_VERSION}\\) ")
@@ -82,7 +99,7 @@ if(NOT newest MATCHES "^capi \\(${PROJECT_VERSION}\\) ")
 endif()
 
 # Licence and changelog stand where Debian looks for them. Other installations can do without.
-foreach(component IN ITEMS library dev keys keys_dev tool)
+foreach(component IN ITEMS library dev keys keys_dev tool simulator)
   string(TOUPPER ${component} upper)
   set(directory ${CMAKE_INSTALL_DATADIR}/doc/${CPACK_DEBIAN_${upper}_PACKAGE_NAME})
   install(FILES LICENSE RENAME copyright COMPONENT ${component} DESTINATION ${directory}
@@ -99,6 +116,27 @@ endforeach()
 file(GLOB examples ${CMAKE_CURRENT_SOURCE_DIR}/examples/*.c)
 install(FILES ${examples} COMPONENT dev EXCLUDE_FROM_ALL
   DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${CPACK_DEBIAN_DEV_PACKAGE_NAME}/examples)
+
+# What starts the tool's master with the machine, and what a PC has instead of a device. These paths
+# are fixed: the library and systemd look nowhere else.
+install(FILES tools/boot/capi-master.service COMPONENT tool EXCLUDE_FROM_ALL
+  DESTINATION /usr/lib/systemd/system)
+install(FILES tools/boot/capictl.conf COMPONENT tool EXCLUDE_FROM_ALL
+  DESTINATION /usr/lib/tmpfiles.d)
+install(DIRECTORY DESTINATION /etc/capi/settings.d COMPONENT tool EXCLUDE_FROM_ALL)
+set(device ${CMAKE_CURRENT_SOURCE_DIR}/demo/device)
+install(PROGRAMS ${device}/usr/sbin/vsdk_cmd COMPONENT simulator EXCLUDE_FROM_ALL
+  DESTINATION /usr/sbin)
+install(FILES demo/pc/vsdk_cmd.8 COMPONENT simulator EXCLUDE_FROM_ALL
+  DESTINATION ${CMAKE_INSTALL_MANDIR}/man8)
+install(FILES demo/pc/capi-simulator.conf COMPONENT simulator EXCLUDE_FROM_ALL
+  DESTINATION /usr/lib/tmpfiles.d)
+install(FILES demo/pc/simulator.settings ${device}/quorbleconf/config/network.settings
+  ${device}/quorbleconf/config/voice.settings COMPONENT simulator EXCLUDE_FROM_ALL
+  DESTINATION /etc/capi/settings.d)
+install(FILES ${device}/tmp/m_data COMPONENT simulator EXCLUDE_FROM_ALL DESTINATION /etc/capi)
+install(DIRECTORY ${device}/tmp/ COMPONENT simulator EXCLUDE_FROM_ALL
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/capi-simulator PATTERN m_data EXCLUDE)
 
 # Packages are made of what is built, and make nothing themselves.
 set(CMAKE_SKIP_INSTALL_ALL_DEPENDENCY ON)

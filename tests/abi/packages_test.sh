@@ -4,8 +4,9 @@
 #
 # packages_test.sh BUILD-DIR ARCHITECTURE C-COMPILER C++-COMPILER FLAGS CHECK [EMULATOR...]
 #
-# Makes the Debian packages, installs them on the private view's system, builds clients of what is
-# installed there and runs them, and removes the packages again. An ordinary user's view does not let
+# Makes the Debian packages, installs them on the private view's system, starts the adapter as the
+# machine's start would, builds clients of what is installed there and runs them, and removes the
+# packages again. An ordinary user's view does not let
 # dpkg write there, and a root directory of the test's own takes its place. CHECK tells whether lintian looks
 # at them first: what is instrumented for tests is for no one to install.
 set -euo pipefail
@@ -27,13 +28,16 @@ if ! [ -w /var/lib/dpkg/info ]; then
   cp /var/lib/dpkg/{status,arch} "$root/var/lib/dpkg" 2>/dev/null || true
   dpkg+=(--root="$root" --force-script-chrootless --no-triggers --log=/dev/null)
   LD_LIBRARY_PATH=$root/usr/lib/$("$c_compiler" -print-multiarch)
+elif [ -d /run/systemd ]; then
+  mount -t tmpfs tmpfs /run/systemd # the machine's init is none of ours
 fi
 # shellcheck disable=SC2034
 prefix=$root/usr
 
 cd "$scratch"
 quietly cpack -G DEB --config "$build/CPackConfig.cmake" -B "$scratch"
-packages=(libcapi0_*.deb libcapi-dev_*.deb libcapi-keys0_*.deb libcapi-keys-dev_*.deb capictl_*.deb)
+packages=(libcapi0_*.deb libcapi-dev_*.deb libcapi-keys0_*.deb libcapi-keys-dev_*.deb capictl_*.deb
+  capi-simulator_*.deb)
 for package in "${packages[@]}"; do
   [ "$(dpkg-deb --field "$package" Architecture)" = "$architecture" ] ||
     fail "$package is for another architecture than $architecture"
@@ -59,6 +63,7 @@ needs libcapi-keys-dev libcapi-keys0
 needs libcapi-keys-dev libcapi-dev
 needs capictl libcapi0
 needs capictl libcapi-keys0
+needs capi-simulator capictl
 # An adapter's processes can do without what the keys mean.
 dpkg-deb --field libcapi0_*.deb Depends | grep -q keys && fail 'libcapi0 needs libcapi-keys'
 dpkg-deb --field libcapi-dev_*.deb Depends | grep -q keys && fail 'libcapi-dev needs libcapi-keys'
@@ -72,26 +77,74 @@ for file in /usr/include/capi.h /usr/include/capi-keys.h /usr/bin/capictl \
   [ -e "$root$file" ] || fail "$file is not installed"
 done
 
-touch /tmp/m_data
-printf '#!/bin/sh\n' >/usr/sbin/vsdk_cmd
-chmod +x /usr/sbin/vsdk_cmd
+# What the packages bring for a start is in its places after the installation.
+for file in /tmp/m_data /tmp/info.simcard /tmp/carrier_config/voip_TEST_XX.conf \
+  /etc/capi/settings.d/voice.settings /usr/sbin/vsdk_cmd \
+  /etc/systemd/system/multi-user.target.wants/capi-master.service; do
+  [ -e "$root$file" ] || [ -L "$root$file" ] || fail "$file is not there after the installation"
+done
+if [ "$root" ]; then
+  cp -r "$root/tmp/." /tmp
+  cp -r "$root/etc/capi" /etc
+  cp "$root/usr/sbin/vsdk_cmd" /usr/sbin
+  mkdir -p /var/lib/capi-simulator
+else
+  systemd-analyze --man=no verify capi-master.service
+fi
+unit=$root/usr/lib/systemd/system/capi-master.service
+[ -z "$root" ] || export LD_LIBRARY_PATH
+capictl() { "${emulator[@]}" "$prefix/bin/capictl" "$@"; }
+# A start of the service: the conditions, and the one command of it.
+start_service() {
+  local condition command
+  while read -r condition; do
+    [ -e "$condition" ] || fail "the service does not start without $condition"
+  done < <(sed -n 's/^Condition[A-Za-z]*=//p' "$unit")
+  command=$(sed -n 's/^ExecStart=//p' "$unit")
+  [ "${command%% *}" = /usr/bin/capictl ] || fail "the service runs $command"
+  # shellcheck disable=SC2086
+  capictl ${command#* }
+}
+start_service
+capictl status >shown || fail 'capictl status fails after the start'
+for line in $'adapter\tstate\tpublished' $'device\tserial number\t2604000123456' \
+  $'sim\tcarrier file\t/tmp/carrier_config/voip_TEST_XX.conf'; do
+  grep -qxF "$line" shown || fail "capictl status does not say \"$line\": $(cat shown)"
+done
+said=$(capictl config get sip_line_1.display_name runtime_info.nv_directory)
+[ "$said" = $'sip_line_1.display_name\tFrontdesk\nruntime_info.nv_directory\t/var/lib/capi-simulator' ] ||
+  fail "the settings are not those of the simulated adapter: $said"
+capictl config set sip_line_1.display_name Hall
+start_service
+[ "$(capictl config get sip_line_1.display_name)" = Hall ] || fail 'a second start is not the first'
+capictl config save --local
+ipcrm --all
+start_service
+[ "$(capictl config get sip_line_1.display_name)" = Hall ] || fail 'what was saved is lost'
+vsdk_cmd signal simple vop_test
+[ "$(cat /tmp/posted_signals)" = 'signal simple vop_test' ] || fail 'the signal tool posts nothing'
+[ -z "$root" ] || cp /etc/capi/settings.d/local.settings "$root/etc/capi/settings.d"
+
 write_clients
 build_with_pkg_config
 build_with_cmake
-[ -z "$root" ] || export LD_LIBRARY_PATH
 for client in by_pkg_config/c_client by_pkg_config/cxx_client by_cmake/c_client \
   by_cmake/cxx_client; do
   run_client "$client"
 done
-said=$("${emulator[@]}" "$prefix/bin/capictl" config get sip_line_1.display_name)
+said=$(capictl config get sip_line_1.display_name)
 [ "$said" = Kitchen ] || fail "capictl said \"$said\""
 check_keys_clients
 
-quietly "${dpkg[@]}" --purge capictl libcapi-keys-dev libcapi-keys0 libcapi-dev libcapi0
+quietly "${dpkg[@]}" --purge capi-simulator capictl libcapi-keys-dev libcapi-keys0 libcapi-dev libcapi0
 for package in "${packages[@]}"; do
-  dpkg-deb --contents "$package" | sed -n 's|^[^d].* \./\(usr/[^ ]*\).*|/\1|p'
+  dpkg-deb --contents "$package" | sed -n 's|^[^d].* \./\([a-z]*/[^ ]*\).*|/\1|p'
 done >files
 while read -r file; do
   [ -e "$root$file" ] && fail "$file is still there"
 done <files
+for file in /etc/capi /var/lib/capi-simulator \
+  /etc/systemd/system/multi-user.target.wants/capi-master.service; do
+  if [ -e "$root$file" ] || [ -L "$root$file" ]; then fail "$file outlives the packages"; fi
+done
 [ "$(wc -l <files)" -gt 30 ] || fail 'the packages are next to empty'

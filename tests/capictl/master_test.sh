@@ -56,8 +56,60 @@ expect 0 1 config get sms.sca
 expect 0 '' master --force
 expect 0 '' config get sms.sca
 
+in_case 'A master that died before it published is no adapter that is up'
+ipcrm --all
+others start
+expect 0 '' master --settings /tmp/first
+expect 0 1 config get sms.sca
+
+in_case 'A boot without settings is a start, too'
+ipcrm --all
+expect 0 '' master --boot
+expect 0 '' config get sms.sca
+
+in_case 'A boot loads the files of the directory by name, the local one last, and no others'
+ipcrm --all
+mkdir -p /etc/capi/settings.d
+cd /etc/capi/settings.d || exit
+printf '[sms]\noption_sms_sca=1\noption_sms_psi=1\n[sip_line_1]\noption_sip_line_user_name=1\n' >a.settings
+printf '[sms]\noption_sms_sca=2\noption_sms_psi=2\n' >local.settings
+printf '[sms]\noption_sms_sca=3\n[sip_line_1]\noption_sip_line_user_name=3\n' >z.settings
+printf '[sms]\noption_sms_sca=4\n' >z.settings.dpkg-new
+cd / || exit
+expect 0 '' master --boot
+expect 0 $'sms.sca\t2\nsms.psi\t2\nsip_line_1.user_name\t3' config get sms.sca sms.psi sip_line_1.user_name
+
+in_case 'A second boot leaves the adapter as it is'
+expect 0 '' config set sms.sca 5
+expect 0 '' master --boot
+expect 0 5 config get sms.sca
+expect 0 $'{\n\t"started":\tfalse\n}' --json master --boot
+expect 0 $'{\n\t"started":\ttrue\n}' --json master --boot --force
+expect 0 2 config get sms.sca
+mv /tmp/m_data /tmp/kept_data
+expect 0 '' master --boot
+mv /tmp/kept_data /tmp/m_data
+expect 0 2 config get sms.sca
+
+in_case 'What was saved for the next boot is there then'
+expect 0 '' config set sms.sca 6
+expect 0 '' config save --local
+ipcrm --all
+expect 0 '' master --boot
+expect 0 6 config get sms.sca
+
+in_case 'A file that cannot be loaded is named, and does not keep the adapter from booting'
+ipcrm --all
+rm /etc/capi/settings.d/local.settings
+mkdir /etc/capi/settings.d/local.settings
+expect_error 0 'capictl: /etc/capi/settings.d/local.settings cannot be opened for reading and writing, as setting files must be; starting without it' \
+  master --boot
+expect 0 3 config get sms.sca
+expect 2 '' master --boot --settings /tmp/first
+
 in_case 'The files by which segment and locks are found'
-rm /tmp/m_data /usr/sbin/vsdk_cmd
+rm -r /tmp/m_data /usr/sbin/vsdk_cmd /etc/capi
 expect_error 1 'capictl: there is no shared record: /usr/sbin/vsdk_cmd and /tmp/m_data must exist' master
+expect_error 1 'capictl: there is no shared record: /usr/sbin/vsdk_cmd and /tmp/m_data must exist' master --boot
 
 finish
