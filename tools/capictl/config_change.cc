@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <memory>
 
+#include "apply.h"
 #include "commands.h"
 #include "table.h"
 #include "value.h"
@@ -34,6 +35,12 @@ void store_all(const std::vector<Setting>& settings, const std::vector<Setting>&
     for (size_t back = i; back > 0; --back) store(before[back - 1]);
     throw Failure(settings[i].key->label() + " could not be set; --verbose tells more");
   }
+}
+
+std::vector<const Key*> keys_in(const std::vector<Setting>& settings) {
+  std::vector<const Key*> keys;
+  for (const Setting& setting : settings) keys.push_back(setting.key);
+  return keys;
 }
 
 // The values that differ, a key that is set twice once.
@@ -128,8 +135,12 @@ void reset(const Context& context, const std::vector<std::string>& names,
   change(settings, options, context);
 }
 
-void add_dry_run(CLI::App& command, ChangeOptions& options) {
+void add_change_options(CLI::App& command, ChangeOptions& options) {
   command.add_flag("--dry-run", options.is_dry_run, "Tell what would change, and change nothing");
+  command.add_flag("--apply", options.is_applied,
+                   std::string("Also write the files of the voice stacks that have the values in\n"
+                               "them, and post ") +
+                       kChangeSignal);
 }
 
 void add_set(CLI::App& config, Context& context) {
@@ -144,13 +155,15 @@ void add_set(CLI::App& config, Context& context) {
       ->required();
   command->add_flag("--force", args->options.is_forced,
                     "Set what is refused otherwise, as a master would take it");
-  add_dry_run(*command, args->options);
+  add_change_options(*command, args->options);
   command->footer(
       "A value may be given by its name, as tls for 2, and a time with its unit, as\n"
       "30s. \"capictl config describe\" tells what a key takes; anything else is\n"
-      "refused. Nobody is told of the change: see \"capictl signal\" and\n"
-      "\"capictl stack-file\". Put -- in front of a value that begins with a minus.\n\n"
-      "Example:\n  capictl config set sip_registration.reg_interval 3600");
+      "refused. Without --apply the voice stacks keep what they have until somebody\n"
+      "writes their files and tells them: see \"capictl stack-file\" and \"capictl signal\".\n"
+      "Put -- in front of a value that begins with a minus.\n\n"
+      "Examples:\n  capictl config set sip_registration.reg_interval 3600\n"
+      "  capictl config set sip_line_2.enable on sms.enable off --apply");
   command->callback([args, &context] { set(context, args->words, args->options); });
 }
 
@@ -164,7 +177,7 @@ void add_load(CLI::App& config, Context& context) {
   command->add_option("FILE", args->path, "A setting file or a JSON document")->required();
   command->add_flag("--force", args->options.is_forced,
                     "Set what is right, and the rest as a master would take it");
-  add_dry_run(*command, args->options);
+  add_change_options(*command, args->options);
   command->footer(
       "A JSON document is what \"capictl config list --json\" prints, or a part of it: "
       "{\"sip_line_1\": {\"display_name\": \"Kitchen\", \"enable\": 1}}. \"capictl config schema\" "
@@ -183,7 +196,7 @@ void add_reset(CLI::App& config, Context& context) {
   const auto args = std::make_shared<Args>();
   command->add_option("KEY", args->names, "SECTION.FIELD, or a SECTION for all of its keys")
       ->required();
-  add_dry_run(*command, args->options);
+  add_change_options(*command, args->options);
   command->footer("Example:\n  capictl config reset sip_line_2 basic_sip.rtp_dscp");
   command->callback([args, &context] { reset(context, args->names, args->options); });
 }
@@ -194,7 +207,10 @@ void change(const std::vector<Setting>& settings, const ChangeOptions& options,
             const Context& context) {
   const std::vector<Setting> before = present_values(settings);
   const Table changes = changes_table(before, settings, context);
-  if (!options.is_dry_run) store_all(settings, before);
+  if (!options.is_dry_run) {
+    store_all(settings, before);
+    if (options.is_applied) apply(keys_in(settings));
+  }
   if (options.is_dry_run || context.json) print(changes, context);
 }
 

@@ -11,6 +11,7 @@ namespace capictl {
 struct ChangeOptions {
   bool is_forced = false;   // what is refused otherwise is set as it is
   bool is_dry_run = false;  // only tell
+  bool is_applied = false;  // the voice stacks get their files, and are told
 };
 
 // Sets values in order, or nothing and a Failure when one cannot be set. Tells what changes in JSON
