@@ -17,7 +17,7 @@ completed() {
   )
 }
 is() { [ "$1" = "$2" ] || fail "offered \"$1\" instead of \"$2\""; }
-is "$(completed config '')" 'get set load reset list describe schema dump save diff lint watch --help'
+is "$(completed config '')" 'get set load reset confirm cancel pending list describe schema dump save diff lint watch --help'
 is "$(completed config w)" watch
 is "$(completed config watch --)" '--help --interval --count'
 is "$(completed monitor '')" '--help config device lines calls messages'

@@ -8,6 +8,7 @@
 
 #include "apply.h"
 #include "commands.h"
+#include "confirm.h"
 #include "table.h"
 #include "value.h"
 
@@ -137,10 +138,18 @@ void reset(const Context& context, const std::vector<std::string>& names,
 
 void add_change_options(CLI::App& command, ChangeOptions& options) {
   command.add_flag("--dry-run", options.is_dry_run, "Tell what would change, and change nothing");
-  command.add_flag("--apply", options.is_applied,
-                   std::string("Also write the files of the voice stacks that have the values in\n"
-                               "them, and post ") +
-                       kChangeSignal);
+  command.add_flag(
+      "--apply", options.is_applied,
+      std::string("Also write the voice stacks' files that show the values, and post ") +
+          kChangeSignal);
+  command
+      .add_option("--confirm-within", options.confirm_within,
+                  "Prints an id, and goes back after these seconds, 120 without a number, unless "
+                  "\"capictl config confirm\" comes. Another such change joins it, and the time "
+                  "begins anew")
+      ->expected(0, 1)
+      ->default_str("120")
+      ->check(CLI::Range(1, 86400));
 }
 
 void add_set(CLI::App& config, Context& context) {
@@ -205,13 +214,26 @@ void add_reset(CLI::App& config, Context& context) {
 
 void change(const std::vector<Setting>& settings, const ChangeOptions& options,
             const Context& context) {
-  const std::vector<Setting> before = present_values(settings);
-  const Table changes = changes_table(before, settings, context);
-  if (!options.is_dry_run) {
-    store_all(settings, before);
-    if (options.is_applied) apply(keys_in(settings));
+  if (options.is_dry_run) {
+    return print(changes_table(present_values(settings), settings, context), context);
   }
-  if (options.is_dry_run || context.json) print(changes, context);
+  const bool has_way_back = options.confirm_within != 0;
+  Turn turn(has_way_back);
+  const std::vector<Setting> before = present_values(settings);
+  if (has_way_back) {
+    turn.begin({settings, before, options.confirm_within, options.is_applied});
+  } else {
+    turn.begin();
+  }
+  try {
+    store_all(settings, before);
+  } catch (const Failure&) {
+    if (has_way_back) turn.forget();
+    throw;
+  }
+  if (has_way_back) turn.tell(context);
+  if (options.is_applied) apply(keys_in(settings));
+  if (context.json) print(changes_table(before, settings, context), context);
 }
 
 void add_config_changes(CLI::App& config, Context& context) {

@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "commands.h"
+#include "confirm.h"
 #include "table.h"
 
 namespace capictl {
@@ -44,6 +45,7 @@ void bring_up(const Context& context, const Args& args) {
   if (!is_published || !has_record) {
     throw Failure("there is no shared record: /usr/sbin/vsdk_cmd and /tmp/m_data must exist");
   }
+  go_back_if_left();
   Table facts = Table::of_facts("result");
   facts.add_fact({"started", Type::Flag}, "1");
   report(facts, context);
