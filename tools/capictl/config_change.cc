@@ -24,6 +24,7 @@ bool store(const Setting& setting) {
 std::vector<Setting> present_values(const std::vector<Setting>& settings) {
   const cfg_shared_record record = take_snapshot();
   std::vector<Setting> present;
+  present.reserve(settings.size());
   for (const Setting& setting : settings) {
     present.push_back({setting.key, value_of(record, *setting.key)});
   }
@@ -40,6 +41,7 @@ void store_all(const std::vector<Setting>& settings, const std::vector<Setting>&
 
 std::vector<const Key*> keys_in(const std::vector<Setting>& settings) {
   std::vector<const Key*> keys;
+  keys.reserve(settings.size());
   for (const Setting& setting : settings) keys.push_back(setting.key);
   return keys;
 }
@@ -122,6 +124,7 @@ std::vector<Setting> start_values(const std::string& name) {
   const bool is_key = name.find('.') != std::string::npos;
   const std::vector<const Key*> keys =
       is_key ? std::vector<const Key*>{&named_key(name)} : keys_of(name);
+  settings.reserve(keys.size());
   for (const Key* key : keys) settings.push_back({key, key->meaning.start});
   return settings;
 }
@@ -223,7 +226,7 @@ void change(const std::vector<Setting>& settings, const ChangeOptions& options,
   if (has_way_back) {
     turn.begin({settings, before, options.confirm_within, options.is_applied});
   } else {
-    turn.begin();
+    Turn::look();
   }
   try {
     store_all(settings, before);

@@ -238,7 +238,7 @@ void add_command(CLI::App& config, Context& context, const char* name, const cha
 
 }  // namespace
 
-void Turn::begin() const {
+void Turn::look() {
   pending::Change change;
   if (find_change(change)) throw waiting(change);
 }

@@ -22,14 +22,14 @@ struct WayBack {
 // A change of the configuration. No other one that asks for it begins as long as it lives.
 class Turn {
  public:
-  // With a way back unless that is null. Throws a Failure, before anything is set, where a change
-  // waits for its confirmation: one with a way back may be added to it by the same user.
+  // Waits for others. One without a way back does not mind where their lock cannot be had.
   explicit Turn(bool has_way_back) : lock_(pending::kLockFile, kKind, has_way_back) {}
 
-  // Looks that none waits. Throws a Failure.
-  void begin() const;
+  // Throws a Failure where one waits.
+  static void look();
 
-  // Keeps what to go back to, and has somebody see to it. Throws a Failure.
+  // Keeps what to go back to, and has somebody see to it; adds it to a change of the same user that
+  // waits. Throws a Failure.
   void begin(const WayBack& way_back);
 
   // Nothing was set after all.

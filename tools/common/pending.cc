@@ -44,16 +44,16 @@ int digit(char c) {
   return c >= 'A' && c <= 'F' ? c - 'A' + 10 : -1;
 }
 
-bool unescape(const std::string& text, std::string& result) {
+bool unescape(const std::string& word, std::string& result) {
   result.clear();
-  for (size_t i = 0; i < text.size(); ++i) {
-    if (text[i] != '%') {
-      result += text[i];
+  for (size_t i = 0; i < word.size(); ++i) {
+    if (word[i] != '%') {
+      result += word[i];
       continue;
     }
-    if (i + 2 >= text.size()) return false;
-    const int high = digit(text[i + 1]);
-    const int low = digit(text[i + 2]);
+    if (i + 2 >= word.size()) return false;
+    const int high = digit(word[i + 1]);
+    const int low = digit(word[i + 2]);
     if (high < 0 || low < 0) return false;
     result += static_cast<char>(high * 16 + low);
     i += 2;
@@ -77,9 +77,9 @@ std::string line_of(const std::vector<std::string>& texts) {
 bool read_line(const std::string& line, std::vector<std::string>& texts) {
   texts.clear();
   std::istringstream words(line);
-  for (std::string word, text; words >> word; texts.push_back(text)) {
+  for (std::string word; words >> word;) {
     if (word == "-") word.clear();
-    if (!unescape(word, text)) return false;
+    if (!unescape(word, texts.emplace_back())) return false;
   }
   return !texts.empty();
 }
@@ -174,11 +174,10 @@ std::vector<Key> keys(const Change& change) {
 Verdict verdict(const Change& change, const Key& key, const std::string& present,
                 std::string& value) {
   value = present;
-  bool is_ours = true;
   for (auto step = change.values.rbegin(); step != change.values.rend(); ++step) {
     if (step->key != key) continue;
     // One that was not made any more leaves what was there before it.
-    is_ours = value == step->after || value == step->before;
+    const bool is_ours = value == step->after || value == step->before;
     if (!is_ours) return value == present ? Verdict::Keep : Verdict::Set;
     value = step->before;
   }
