@@ -95,7 +95,7 @@ expect 0 '' config confirm "$id"
 wait_for_watcher
 value_is Den
 file_has Den
-outcome_is *$'\toutcome\tconfirmed\n'*
+outcome_is '*'$'\toutcome\tconfirmed\n*'
 expect_error 3 "capictl: no change waits for a confirmation; the last one, $id, was confirmed" config confirm
 expect_error 3 'capictl: no change waits for a confirmation' config cancel 00000000
 
@@ -106,7 +106,7 @@ expect 0 '' config cancel
 value_is Den
 file_has Den
 wait_for_watcher
-outcome_is *$'\toutcome\tcancelled\n'*
+outcome_is '*'$'\toutcome\tcancelled\n*'
 
 in_case 'A wrong id is none'
 id=$(set_value sip_line_1.display_name Loft --confirm-within 600)
@@ -118,7 +118,7 @@ value_is Loft
 
 in_case 'Another change is refused meanwhile, in whatever way, and changes nothing'
 printf '[sip_line_1]\noption_sip_line_display_name=Shed\n' >/tmp/shed
-text="capictl: a change of capictl, root waits for its confirmation ($id, [0-9]* s left); first capictl config confirm $id, or capictl config cancel $id"
+text="capictl: a change of capictl, user 0 waits for its confirmation ($id, [0-9]* s left); first capictl config confirm $id, or capictl config cancel $id"
 for words in 'set sip_line_1.display_name Shed' 'set sip_line_1.display_name Shed --apply --force' \
   'load /tmp/shed' 'reset sip_line_1'; do
   read -ra words <<<"$words"
@@ -135,7 +135,7 @@ before=$("${tool[@]}" config pending --json | sed 's/"seconds_left":.*/"seconds_
 	"change":	{
 		"pending":	true,
 		"id":	"'"$id"'",
-		"owner":	"capictl, root",
+		"owner":	"capictl, user 0",
 		"deadline":	"",
 		"seconds_left":	600,
 		"applied":	false
@@ -166,7 +166,7 @@ others settings 1
 expect_error 0 'capictl: sms.sca stays as it is: it was changed meanwhile' config cancel
 value_is Den
 expect 0 +1 config get sms.sca
-outcome_is *$'\nkept\tsms.sca'
+outcome_is '*'$'\nkept\tsms.sca'
 
 in_case 'A change whose watcher was killed goes back with the next call of the tool'
 rm /tmp/posted_signals

@@ -3,7 +3,6 @@
 // capictl config confirm, cancel and pending.
 #include "confirm.h"
 
-#include <pwd.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -18,10 +17,7 @@
 namespace capictl {
 namespace {
 
-std::string this_owner() {
-  const passwd* user = getpwuid(getuid());
-  return "capictl, " + (user != nullptr ? user->pw_name : std::to_string(getuid()));
-}
+std::string this_owner() { return "capictl, user " + std::to_string(getuid()); }
 
 // Rounded up: what is not over has a second left.
 std::string seconds_left(const pending::Change& change) {

@@ -136,11 +136,11 @@ bool take_line(const std::vector<std::string>& texts, Outcome& outcome) {
 }  // namespace
 
 Now now() {
-  Now now;
-  std::ifstream("/proc/sys/kernel/random/boot_id") >> now.boot;
-  now.ms = ms_of(CLOCK_BOOTTIME);
-  now.seconds = ms_of(CLOCK_REALTIME) / 1000;
-  return now;
+  Now time;
+  std::ifstream("/proc/sys/kernel/random/boot_id") >> time.boot;
+  time.ms = ms_of(CLOCK_BOOTTIME);
+  time.seconds = ms_of(CLOCK_REALTIME) / 1000;
+  return time;
 }
 
 std::string new_id() {
