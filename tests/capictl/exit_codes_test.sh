@@ -185,6 +185,7 @@ sms send '' hi
 sms send +123456789012345678901234 hi
 master
 END
+echo 'config cancel' | ends 0
 
 in_case 'Where there is no master one starts'
 ipcrm --all
