@@ -30,6 +30,7 @@ names=(done failed usage not_found refused no_adapter timed_out)
 commands=(
   'a status' 'a monitor' 'a config get sms.sca' 'a config set sms.sca 1' 'a config list'
   'a config load /dev/null' 'a config reset sms' 'a config save /tmp/a' 'n config schema'
+  'n config confirm' 'n config cancel' 'n config pending'
   'n config describe sms.sca' 'a config dump' 'a config diff /dev/null' 'n config lint /dev/null'
   'a config watch' 'a line' 'a line history' 'a locks' 'a carrier' 'n carrier list' 'a signal vop_sig_cfg_changed_info'
   'n signal list' 'n signal decode' 'a stack-file voip' 'a calls list' 'a calls show 0' 'a calls export' 'a calls stats'
@@ -63,6 +64,12 @@ config describe sms.sca
 config schema
 config load /dev/null
 config reset sms.sca
+config set sms.sca 1 --apply
+config pending
+config set sms.sca 3 --confirm-within
+config confirm
+config set sms.sca 1 --confirm-within
+config cancel
 config save /tmp/a
 config dump
 config diff /tmp/empty
@@ -122,6 +129,7 @@ calls
 sms
 config get
 config set sms.sca
+config set sms.sca 1 --confirm-within 0
 config set sms.sca 1 2
 line 3
 carrier list --fields nothing
@@ -147,6 +155,8 @@ config set sms.nothing 1
 config describe sms.nothing
 config list nothing
 config reset nothing
+config confirm
+config cancel 12345678
 config load /nowhere
 config lint /nowhere
 calls show 17
@@ -161,7 +171,11 @@ master --force --settings /nowhere
 END
 "${tool[@]}" sms send +15551230002 hi
 printf '[sms]\noption_sms_enable=7\n' >/tmp/wrong
+"${tool[@]}" config set sms.sca 3 --confirm-within 2>/dev/null >&2
 ends 4 <<'END'
+config set sms.sca 4
+config load /tmp/other
+config reset sms
 signal nothing
 calls clear
 sms clear sent
@@ -174,6 +188,7 @@ sms send '' hi
 sms send +123456789012345678901234 hi
 master
 END
+echo 'config cancel' | ends 0
 
 in_case 'Where there is no master one starts'
 ipcrm --all

@@ -6,7 +6,7 @@ source "$(dirname "$0")/support.sh"
 in_case 'Every command, as the tool lists them, has help with an example, and a place in the manual'
 "${tool[@]}" page man >/tmp/capictl.1
 mapfile -t commands < <("${tool[@]}" page commands)
-[ ${#commands[@]} -eq 47 ] || fail "there are ${#commands[@]} commands"
+[ ${#commands[@]} -eq 50 ] || fail "there are ${#commands[@]} commands"
 for command in '' "${commands[@]}"; do
   read -ra words <<<"$command"
   help=$("${tool[@]}" "${words[@]}" --help 2>&1) || fail "$command --help ends with $?"
@@ -56,7 +56,7 @@ expect_error 2 'capictl: there is no command capictl calls lst; did you mean lis
   help calls lst
 
 in_case 'A wrong command line is told of in one line, with what was meant, and where help is'
-expect_error 2 'capictl: capictl config needs a command: get, set, load, reset, list, describe, schema, dump, save, diff, lint, watch. Help: capictl config --help' config
+expect_error 2 'capictl: capictl config needs a command: get, set, load, reset, confirm, cancel, pending, list, describe, schema, dump, save, diff, lint, watch. Help: capictl config --help' config
 expect_error 2 'capictl: there is no command capictl nothing. Help: capictl --help' nothing
 expect_error 2 'capictl: there is no command capictl stat; did you mean status? Help: capictl --help' stat
 expect_error 2 'capictl: there is no command capictl sms lsit; did you mean list? Help: capictl sms --help' sms lsit sent

@@ -13,7 +13,7 @@ offers() {
 
 in_case 'Without an adapter there are commands, options, keys, signals and choices'
 offers 'status signal stack-file sms schema' s
-offers 'get set load reset list describe schema dump save diff lint watch' config ''
+offers 'get set load reset confirm cancel pending list describe schema dump save diff lint watch' config ''
 offers watch config w
 offers '--help --interval --count --version --json --table --header --no-header --fields --show-secrets --verbose' config watch --
 offers 'config device lines calls messages' monitor ''

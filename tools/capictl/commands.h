@@ -12,6 +12,7 @@ namespace capictl {
 void add_status(CLI::App& app, Context& context);
 void add_config(CLI::App& app, Context& context);
 void add_config_changes(CLI::App& config, Context& context);
+void add_config_confirm(CLI::App& config, Context& context);
 void add_config_watch(CLI::App& config, Context& context);
 void add_config_files(CLI::App& config, Context& context);
 void add_monitor(CLI::App& app, Context& context);

@@ -187,6 +187,7 @@ void add_config(CLI::App& app, Context& context) {
       "Example:\n  capictl config get sip_line_1.display_name");
   add_get(*config, context);
   add_config_changes(*config, context);
+  add_config_confirm(*config, context);
   add_list(*config, context);
   add_describe(*config, context);
   add_schema_command(*config);

@@ -6,7 +6,9 @@
 #include <cstdio>
 #include <memory>
 
+#include "apply.h"
 #include "commands.h"
+#include "confirm.h"
 #include "table.h"
 #include "value.h"
 
@@ -22,6 +24,7 @@ bool store(const Setting& setting) {
 std::vector<Setting> present_values(const std::vector<Setting>& settings) {
   const cfg_shared_record record = take_snapshot();
   std::vector<Setting> present;
+  present.reserve(settings.size());
   for (const Setting& setting : settings) {
     present.push_back({setting.key, value_of(record, *setting.key)});
   }
@@ -34,6 +37,13 @@ void store_all(const std::vector<Setting>& settings, const std::vector<Setting>&
     for (size_t back = i; back > 0; --back) store(before[back - 1]);
     throw Failure(settings[i].key->label() + " could not be set; --verbose tells more");
   }
+}
+
+std::vector<const Key*> keys_in(const std::vector<Setting>& settings) {
+  std::vector<const Key*> keys;
+  keys.reserve(settings.size());
+  for (const Setting& setting : settings) keys.push_back(setting.key);
+  return keys;
 }
 
 // The values that differ, a key that is set twice once.
@@ -114,6 +124,7 @@ std::vector<Setting> start_values(const std::string& name) {
   const bool is_key = name.find('.') != std::string::npos;
   const std::vector<const Key*> keys =
       is_key ? std::vector<const Key*>{&named_key(name)} : keys_of(name);
+  settings.reserve(keys.size());
   for (const Key* key : keys) settings.push_back({key, key->meaning.start});
   return settings;
 }
@@ -128,8 +139,20 @@ void reset(const Context& context, const std::vector<std::string>& names,
   change(settings, options, context);
 }
 
-void add_dry_run(CLI::App& command, ChangeOptions& options) {
+void add_change_options(CLI::App& command, ChangeOptions& options) {
   command.add_flag("--dry-run", options.is_dry_run, "Tell what would change, and change nothing");
+  command.add_flag(
+      "--apply", options.is_applied,
+      std::string("Also write the voice stacks' files that show the values, and post ") +
+          kChangeSignal);
+  command
+      .add_option("--confirm-within", options.confirm_within,
+                  "Prints an id, and goes back after these seconds, 120 without a number, unless "
+                  "\"capictl config confirm\" comes. Another such change joins it, and the time "
+                  "begins anew")
+      ->expected(0, 1)
+      ->default_str("120")
+      ->check(CLI::Range(1, 86400));
 }
 
 void add_set(CLI::App& config, Context& context) {
@@ -144,13 +167,15 @@ void add_set(CLI::App& config, Context& context) {
       ->required();
   command->add_flag("--force", args->options.is_forced,
                     "Set what is refused otherwise, as a master would take it");
-  add_dry_run(*command, args->options);
+  add_change_options(*command, args->options);
   command->footer(
       "A value may be given by its name, as tls for 2, and a time with its unit, as\n"
       "30s. \"capictl config describe\" tells what a key takes; anything else is\n"
-      "refused. Nobody is told of the change: see \"capictl signal\" and\n"
-      "\"capictl stack-file\". Put -- in front of a value that begins with a minus.\n\n"
-      "Example:\n  capictl config set sip_registration.reg_interval 3600");
+      "refused. Without --apply the voice stacks keep what they have until somebody\n"
+      "writes their files and tells them: see \"capictl stack-file\" and \"capictl signal\".\n"
+      "Put -- in front of a value that begins with a minus.\n\n"
+      "Examples:\n  capictl config set sip_registration.reg_interval 3600\n"
+      "  capictl config set sip_line_2.enable on sms.enable off --apply");
   command->callback([args, &context] { set(context, args->words, args->options); });
 }
 
@@ -164,7 +189,7 @@ void add_load(CLI::App& config, Context& context) {
   command->add_option("FILE", args->path, "A setting file or a JSON document")->required();
   command->add_flag("--force", args->options.is_forced,
                     "Set what is right, and the rest as a master would take it");
-  add_dry_run(*command, args->options);
+  add_change_options(*command, args->options);
   command->footer(
       "A JSON document is what \"capictl config list --json\" prints, or a part of it: "
       "{\"sip_line_1\": {\"display_name\": \"Kitchen\", \"enable\": 1}}. \"capictl config schema\" "
@@ -183,7 +208,7 @@ void add_reset(CLI::App& config, Context& context) {
   const auto args = std::make_shared<Args>();
   command->add_option("KEY", args->names, "SECTION.FIELD, or a SECTION for all of its keys")
       ->required();
-  add_dry_run(*command, args->options);
+  add_change_options(*command, args->options);
   command->footer("Example:\n  capictl config reset sip_line_2 basic_sip.rtp_dscp");
   command->callback([args, &context] { reset(context, args->names, args->options); });
 }
@@ -192,10 +217,26 @@ void add_reset(CLI::App& config, Context& context) {
 
 void change(const std::vector<Setting>& settings, const ChangeOptions& options,
             const Context& context) {
+  if (options.is_dry_run) {
+    return print(changes_table(present_values(settings), settings, context), context);
+  }
+  const bool has_way_back = options.confirm_within != 0;
+  Turn turn(has_way_back);
   const std::vector<Setting> before = present_values(settings);
-  const Table changes = changes_table(before, settings, context);
-  if (!options.is_dry_run) store_all(settings, before);
-  if (options.is_dry_run || context.json) print(changes, context);
+  if (has_way_back) {
+    turn.begin({settings, before, options.confirm_within, options.is_applied});
+  } else {
+    Turn::look();
+  }
+  try {
+    store_all(settings, before);
+  } catch (const Failure&) {
+    if (has_way_back) turn.forget();
+    throw;
+  }
+  if (has_way_back) turn.tell(context);
+  if (options.is_applied) apply(keys_in(settings));
+  if (context.json) print(changes_table(before, settings, context), context);
 }
 
 void add_config_changes(CLI::App& config, Context& context) {

@@ -11,6 +11,7 @@
 #include <memory>
 
 #include "commands.h"
+#include "confirm.h"
 #include "help.h"
 #include "table.h"
 
@@ -148,6 +149,7 @@ int run_tool(int argc, char** argv) {
 int main(int argc, char** argv) {
   try {
     occupy_standard_streams();
+    capictl::go_back_if_left();
     return run_tool(argc, argv);
   } catch (...) {
     fputs("capictl: there is no memory\n", stderr);

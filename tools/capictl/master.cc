@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "commands.h"
+#include "confirm.h"
 #include "key_facts.h"
 #include "locks.h"
 #include "table.h"
@@ -63,6 +64,7 @@ void bring_up(const Context& context, const Args& args) {
   if (!is_published || !has_record) {
     throw Failure("there is no shared record: /usr/sbin/vsdk_cmd and /tmp/m_data must exist");
   }
+  go_back_if_left();
   tell_started(true, context);
 }
 

@@ -61,7 +61,8 @@ int look(const capi_stack_line* line, void* user) {
   if (index == -1) return 0;
   const int number = line->first + index;
   search.places.push_back({files_of(*line), section_of(*line, number),
-                           with_number(line->name, number), kConditions[line->condition]});
+                           with_number(line->name, number), kConditions[line->condition],
+                           line->types});
   return 0;
 }
 

@@ -13,8 +13,9 @@ namespace capictl {
 struct Place {
   std::string files;  // the stacks' types, or a file's name
   std::string section;
-  std::string line;  // the key of the line
-  std::string when;  // "" for always
+  std::string line;    // the key of the line
+  std::string when;    // "" for always
+  unsigned types = 0;  // bit n: the file of the stacks' type n
 };
 
 std::vector<Place> places_of(const Key& key);
