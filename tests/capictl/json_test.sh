@@ -75,6 +75,12 @@ shape 'config set' sms.sca 9 sip_line_2.auth_password seen-by-nobody
 shape 'config set' sms.sca 9
 echo '{"sip_line_1": {"display_name": "Kitchen", "enable": 7}, "nothing": {}}' >/tmp/a.json
 shape 'config lint' /tmp/a.json "$source_dir/tests/data/mistakes.settings"
+shape 'config pending'
+"${tool[@]}" --json config set sms.sca 8 --confirm-within 600 >/dev/null
+shape 'config pending'
+shape 'config confirm'
+"${tool[@]}" --json config set sms.sca 6 --confirm-within 600 >/dev/null
+shape 'config cancel'
 shape 'config diff' /quorbleconf/config/voice.settings
 shape 'config load' /quorbleconf/config/voice.settings
 shape 'config reset' sip_line_2
