@@ -95,7 +95,7 @@ void set(const Context& context, const std::vector<std::string>& words,
   const std::vector<Setting> settings = pairs_of(words);
   if (!options.is_forced) refuse_wrong(settings);
   for (const Setting& setting : settings) {
-    if (setting.key->meaning.is_read_back == 0) continue;
+    if (context.json || setting.key->meaning.is_read_back == 0) continue;
     warn(setting.key->label() + " is read from the device's own files, and not meant to be set");
   }
   const Attachment adapter(context);
