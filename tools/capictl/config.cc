@@ -28,6 +28,7 @@ std::vector<std::string> with_input(const std::vector<std::string>& words) {
 
 std::vector<const Key*> named_keys(const std::vector<std::string>& labels) {
   std::vector<const Key*> keys;
+  keys.reserve(labels.size());
   for (const std::string& label : labels) keys.push_back(&named_key(label));
   return keys;
 }

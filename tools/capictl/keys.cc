@@ -114,7 +114,7 @@ std::string meant_label(const std::string& label) {
   constexpr size_t kShortest = 3;
   for (const std::string& begin : {dot != std::string::npos ? section : "", std::string()}) {
     for (const Key& key : all_keys()) {
-      const std::string candidate = key.label();
+      std::string candidate = key.label();
       if (field.size() < kShortest) break;
       if (candidate.starts_with(begin) && has_ending(candidate, field)) return candidate;
     }
