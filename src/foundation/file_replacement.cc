@@ -117,7 +117,7 @@ FileReplacement::Step FileReplacement::look_at_target() {
 // A power cut amid renaming may leave the file with the sibling's name as its other one, which
 // goes.
 bool FileReplacement::has_names_of_its_own(const struct stat64& file) const {
-  if (file.st_nlink == 1) return false;
+  if (file.st_nlink <= 1) return false;  // without any it has just been replaced
   struct stat64 named {};
   return file.st_nlink != 2 || !finds_sibling(named) || !is_same(file, named) ||
          unlinkat(directory_.get(), sibling_, 0) != 0;
@@ -156,9 +156,10 @@ FileReplacement::Step FileReplacement::try_sibling(bool& again) {
     again = remove_leftover();
     return Step::InPlace;
   }
-  flock(file_.get(), LOCK_EX | LOCK_NB);
-  has_sibling_ = has_name_of_sibling(file_.get());
-  again = !has_sibling_;  // somebody took it for a leftover before it was locked
+  // Somebody may have taken it for a leftover before it is locked, and is about to remove it.
+  const bool is_taken = flock(file_.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+  has_sibling_ = !is_taken && has_name_of_sibling(file_.get());
+  again = !has_sibling_;
   if (again) return Step::Failed;
   return take_over_attributes();
 }
@@ -168,7 +169,9 @@ FileReplacement::Step FileReplacement::try_sibling(bool& again) {
 bool FileReplacement::remove_leftover() {
   const Descriptor leftover(
       openat(directory_.get(), sibling_, O_CLOEXEC | O_WRONLY | O_NOFOLLOW | kOpening));
-  if (leftover && !wait_for_writer(leftover.get())) return true;
+  // What has the name by now, if it has gone, is another writer's.
+  const bool has_gone = leftover ? !wait_for_writer(leftover.get()) : errno == ENOENT;
+  if (has_gone) return true;
   return unlinkat(directory_.get(), sibling_, 0) == 0 || errno == ENOENT;
 }
 
