@@ -3,9 +3,9 @@
 #include "text.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstdint>
 #include <cstdio>
-#include <ctime>
 #include <numeric>
 #include <utility>
 
@@ -185,11 +185,16 @@ std::string counted(size_t count, const std::string& noun) {
 
 std::string time_text(int64_t seconds) {
   if (seconds == 0) return "";
-  const auto time = static_cast<time_t>(seconds);
-  tm parts{};
-  char text[32];
-  gmtime_r(&time, &parts);
-  strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &parts);
+  // Beyond 2038 as well, where time_t has 32 bits.
+  const std::chrono::sys_seconds time{std::chrono::seconds(seconds)};
+  const auto day = std::chrono::floor<std::chrono::days>(time);
+  const std::chrono::year_month_day date(day);
+  const std::chrono::hh_mm_ss clock(time - day);
+  char text[40];
+  snprintf(text, sizeof text, "%04d-%02u-%02uT%02d:%02d:%02dZ", static_cast<int>(date.year()),
+           static_cast<unsigned>(date.month()), static_cast<unsigned>(date.day()),
+           static_cast<int>(clock.hours().count()), static_cast<int>(clock.minutes().count()),
+           static_cast<int>(clock.seconds().count()));
   return text;
 }
 
