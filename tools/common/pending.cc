@@ -153,14 +153,14 @@ std::string new_id() {
   return id;
 }
 
-void give(Change& change, int seconds, const Now& now) {
-  change.boot = now.boot;
-  change.deadline_ms = now.ms + int64_t{seconds} * 1000;
-  change.deadline = now.seconds + seconds;
+void give(Change& change, int seconds, const Now& time) {
+  change.boot = time.boot;
+  change.deadline_ms = time.ms + static_cast<int64_t>(seconds) * 1000;
+  change.deadline = time.seconds + seconds;
 }
 
-int64_t remaining_ms(const Change& change, const Now& now) {
-  return change.boot == now.boot ? std::max<int64_t>(change.deadline_ms - now.ms, 0) : 0;
+int64_t remaining_ms(const Change& change, const Now& time) {
+  return change.boot == time.boot ? std::max<int64_t>(change.deadline_ms - time.ms, 0) : 0;
 }
 
 std::vector<Key> keys(const Change& change) {

@@ -76,10 +76,10 @@ Now now();
 std::string new_id();
 
 // The change is to be confirmed within this time from now.
-void give(Change& change, int seconds, const Now& now);
+void give(Change& change, int seconds, const Now& time);
 
 // 0 when it is over, as it is for each change from before the system's start.
-int64_t remaining_ms(const Change& change, const Now& now);
+int64_t remaining_ms(const Change& change, const Now& time);
 
 // The keys of the values, each once, in the order of going back.
 std::vector<Key> keys(const Change& change);

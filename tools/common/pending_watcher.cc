@@ -95,7 +95,7 @@ bool start_watcher(const std::string& id, void (*go_back)()) {
     // Its parent ends, so that nobody has to wait for it.
     const pid_t watcher = fork();
     if (watcher == 0) run_watcher(id, go_back);
-    _exit(watcher == -1);
+    _exit(watcher == -1 ? 1 : 0);
   }
   close(ack[1]);
   int status = 0;
