@@ -45,7 +45,7 @@ int index_of(const capi_stack_line& line, const Key& key) {
 
 // Of a line that is in each of some numbered sections one place tells: "CODEC0 to CODEC11".
 std::string section_of(const capi_stack_line& line, int number) {
-  const std::string section = with_number(line.section, number);
+  std::string section = with_number(line.section, number);
   if (line.stride != 0 || line.count == 1) return section;
   return section + " to " + with_number(line.section, line.first + line.count - 1);
 }
