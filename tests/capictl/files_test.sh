@@ -93,6 +93,13 @@ mkdir -p /etc/capi/settings.d
 expect 0 '' config save --local --force
 cmp /tmp/my.settings /etc/capi/settings.d/local.settings || fail 'the local settings are others'
 
+in_case 'Bytes that are no UTF-8 are kept as they are'
+expect 0 '' config set sip_line_1.display_name $'Caf\xe9'
+expect 0 '' config save /tmp/my.settings
+grep -qax $'option_sip_line_display_name=Caf\xe9' /tmp/my.settings || fail 'they are not in the file'
+"${tool[@]}" config dump | grep -qax $'option_sip_line_display_name=Caf\xe9' || fail 'nor in the dump'
+expect 0 '' config set sip_line_1.display_name 'Front desk' --force
+
 in_case 'A file is loaded whole or not at all, and so is a document'
 printf '[sip_line_1]\noption_sip_line_display_name=Hall\noption_sip_line_enable=7\n' >/tmp/a.settings
 expect 4 '' config load /tmp/a.settings

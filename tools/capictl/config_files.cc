@@ -46,9 +46,10 @@ class Writer {
     }
     const std::string why = loss_of(key, value);
     if (!why.empty()) file_.lost.push_back({&key, why});
-    const std::string shown = printable(shown_value(key, value, context_));
+    const std::string shown = shown_value(key, value, context_);
     if (!why.empty()) {
-      file_.text += "# " + key.name + " cannot be kept in a setting file: " + shown + "\n";
+      file_.text +=
+          "# " + key.name + " cannot be kept in a setting file: " + printable(shown) + "\n";
     } else if (shown != value) {
       file_.text += "# " + key.name + "=" + shown + "\n";
     } else {
