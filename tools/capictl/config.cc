@@ -57,14 +57,14 @@ struct ListArgs {
 };
 
 KeyState state_of(const cfg_shared_record& record, const Key& key,
-                  const std::vector<std::string>& files) {
+                  const std::vector<SourceFile>& files) {
   const std::string value = value_of(record, key);
   return {value, source_of(key, value, files)};
 }
 
 void print_long_json(const cfg_shared_record& record, const std::vector<const Key*>& keys,
                      const Context& context) {
-  const std::vector<std::string> files = adapter_setting_files();
+  const std::vector<SourceFile> files = read_source_files(adapter_setting_files());
   const Json json(cJSON_CreateArray());
   for (const Key* key : keys) {
     cJSON_AddItemToArray(json.get(), key_json(*key, state_of(record, *key, files), context));
@@ -107,7 +107,7 @@ std::optional<KeyState> present_state(const Key& key, const std::vector<std::str
                                       const Context& context) {
   try {
     const Attachment adapter(context, Need::Record);
-    return state_of(adapter.snapshot(), key, files);
+    return state_of(adapter.snapshot(), key, read_source_files(files));
   } catch (const Failure&) {
     return std::nullopt;
   }

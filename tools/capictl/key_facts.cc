@@ -7,7 +7,6 @@
 #include <sstream>
 
 #include "places.h"
-#include "setting_file.h"
 
 namespace capictl {
 namespace {
@@ -113,15 +112,22 @@ std::vector<std::string> adapter_setting_files() {
   return files;
 }
 
-Source source_of(const Key& key, const std::string& value, const std::vector<std::string>& files) {
+std::vector<SourceFile> read_source_files(const std::vector<std::string>& paths) {
+  std::vector<SourceFile> files;
+  for (const std::string& path : paths) {
+    std::string content;
+    if (read_file(path, content)) files.push_back({path, read_setting_file(content).items});
+  }
+  return files;
+}
+
+Source source_of(const Key& key, const std::string& value, const std::vector<SourceFile>& files) {
   Source source;
   bool is_of_file = false;  // the last file that sets it counts
-  for (const std::string& file : files) {
-    std::string content;
-    if (!read_file(file, content)) continue;
-    for (const Setting& setting : read_setting_file(content).items) {
+  for (const SourceFile& file : files) {
+    for (const Setting& setting : file.settings) {
       if (setting.key != &key) continue;
-      source = {"file", file, setting.line};
+      source = {"file", file.path, setting.line};
       is_of_file = setting.value == value;
     }
   }

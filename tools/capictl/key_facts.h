@@ -7,6 +7,7 @@
 
 #include <optional>
 
+#include "setting_file.h"
 #include "table.h"
 #include "value.h"
 
@@ -25,7 +26,14 @@ struct Source {
   std::string file;
   int line = 0;
 };
-Source source_of(const Key& key, const std::string& value, const std::vector<std::string>& files);
+
+// A setting file that a value may come from; those that cannot be read are passed over.
+struct SourceFile {
+  std::string path;
+  std::vector<Setting> settings;
+};
+std::vector<SourceFile> read_source_files(const std::vector<std::string>& paths);
+Source source_of(const Key& key, const std::string& value, const std::vector<SourceFile>& files);
 
 // A key as it is now: its value, and where that comes from.
 struct KeyState {
