@@ -46,17 +46,14 @@ std::vector<const Key*> keys_in(const std::vector<Setting>& settings) {
   return keys;
 }
 
-// The values that differ, a key that is set twice once.
+// The values that differ, one that is set twice once.
 Table changes_table(const std::vector<Setting>& before, const std::vector<Setting>& settings,
                     const Context& context) {
   Table table("changes", {{"key"}, {"old"}, {"new"}});
   for (size_t i = 0; i < settings.size(); ++i) {
     const Key& key = *settings[i].key;
-    const auto is_same_key = [&](const Setting& other) { return other.key == &key; };
-    const bool is_last =
-        std::none_of(settings.begin() + static_cast<ptrdiff_t>(i) + 1, settings.end(), is_same_key);
     const std::string value = stored_value(key, settings[i].value);
-    if (!is_last || value == before[i].value) continue;
+    if (is_overridden(settings, i) || value == before[i].value) continue;
     table.add({key.label(), shown_value(key, before[i].value, context),
                shown_value(key, value, context)});
   }

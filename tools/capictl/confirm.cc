@@ -205,14 +205,6 @@ void cancel(const Context& context, const std::string& id) {
   tell(outcome);
 }
 
-// Of keys with one value, as some that several sections have in common, the last one counts.
-bool is_overridden(const std::vector<Setting>& settings, size_t i) {
-  for (size_t later = i + 1; later < settings.size(); ++later) {
-    if (settings[later].key->offset() == settings[i].key->offset()) return true;
-  }
-  return false;
-}
-
 void add_values(pending::Change& change, const WayBack& way_back) {
   for (size_t i = 0; i < way_back.settings.size(); ++i) {
     if (is_overridden(way_back.settings, i)) continue;

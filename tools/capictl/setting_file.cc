@@ -195,6 +195,13 @@ std::string Reader::without_blanks(const std::string& text, const std::string& w
 
 }  // namespace
 
+bool is_overridden(const std::vector<Setting>& settings, size_t i) {
+  const auto later = settings.begin() + static_cast<ptrdiff_t>(i) + 1;
+  return std::any_of(later, settings.end(), [&](const Setting& other) {
+    return other.key->offset() == settings[i].key->offset();
+  });
+}
+
 bool Settings::has_error() const {
   return std::ranges::any_of(findings, [](const Finding& finding) { return finding.is_error; });
 }

@@ -16,6 +16,10 @@ struct Setting {
   int line = 0;  // from 1; 0 where there are none, as in a document
 };
 
+// Whether a later one sets the same value, as a key's that is set twice, or one that several
+// sections have in common.
+bool is_overridden(const std::vector<Setting>& settings, size_t i);
+
 struct Finding {
   int line;
   bool is_error;  // or a warning, which keeps nobody from loading
