@@ -2,8 +2,7 @@
 // SPDX-License-Identifier: MIT
 #include "context.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
+#include <files.h>
 #include <unistd.h>
 
 #include <array>
@@ -47,46 +46,6 @@ std::string obstacle_of(const capi_presence& presence) {
 
 struct FileCloser {
   void operator()(FILE* file) const { fclose(file); }
-};
-
-[[noreturn]] void fail_to_write(const std::string& path, int error) {
-  throw Failure(path + " cannot be written: " + strerror(error));
-}
-
-// False, with errno set, unless all of it is on the medium.
-bool write_whole(int fd, std::string_view content) {
-  while (!content.empty()) {
-    const ssize_t written = write(fd, content.data(), content.size());
-    if (written == -1 && errno == EINTR) continue;
-    if (written <= 0) return false;
-    content.remove_prefix(static_cast<size_t>(written));
-  }
-  return fsync(fd) == 0 || errno == EINVAL;  // a pipe has no medium
-}
-
-// The file in which the content is put together.
-class Draft {
- public:
-  Draft(const std::string& name, int flags, mode_t mode)
-      : name_(name), is_new_((flags & O_CREAT) != 0) {
-    if (is_new_) unlink(name_.c_str());
-    fd_ = open(name_.c_str(), O_WRONLY | O_CLOEXEC | flags, mode);
-  }
-  ~Draft() {
-    if (fd_ == -1) return;
-    close(fd_);
-    if (is_new_) unlink(name_.c_str());  // gone already where it got its name
-  }
-  Draft(const Draft&) = delete;
-  Draft& operator=(const Draft&) = delete;
-
-  int fd() const { return fd_; }
-  const char* name() const { return name_.c_str(); }
-
- private:
-  std::string name_;
-  bool is_new_;
-  int fd_ = -1;
 };
 
 }  // namespace
@@ -154,11 +113,8 @@ std::string read_file(const std::string& path) {
 }
 
 void replace_file(const std::string& path, const std::string& content, mode_t mode) {
-  struct stat status {};
-  const bool is_odd = stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode);
-  const Draft draft(is_odd ? path : path + ".new", is_odd ? 0 : O_CREAT | O_EXCL, mode);
-  if (draft.fd() == -1 || !write_whole(draft.fd(), content)) fail_to_write(path, errno);
-  if (!is_odd && rename(draft.name(), path.c_str()) != 0) fail_to_write(path, errno);
+  const int error = files::replace(path, content, mode);
+  if (error != 0) throw Failure(path + " cannot be written: " + strerror(error));
 }
 
 }  // namespace capictl

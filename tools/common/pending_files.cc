@@ -8,25 +8,13 @@
 #include <cerrno>
 #include <cstdio>
 
+#include "files.h"
 #include "pending.h"
 
 namespace pending {
 namespace {
 
-class Descriptor {
- public:
-  explicit Descriptor(int fd) : fd_(fd) {}
-  ~Descriptor() {
-    if (fd_ != -1) close(fd_);
-  }
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-  int get() const { return fd_; }
-  bool is_open() const { return fd_ != -1; }
-
- private:
-  int fd_;
-};
+using files::Descriptor;
 
 int make_directory() { return mkdir(kDirectory, 0755) == 0 || errno == EEXIST ? 0 : errno; }
 
@@ -42,34 +30,6 @@ int read_file(const char* path, std::string& text) {
     if (size < 0 && errno != EINTR) return errno;
   }
   return EFBIG;
-}
-
-int write_all(int fd, const std::string& text) {
-  for (size_t done = 0; done < text.size();) {
-    const ssize_t size = write(fd, text.data() + done, text.size() - done);
-    if (size > 0) done += static_cast<size_t>(size);
-    if (size == 0 || (size < 0 && errno != EINTR)) return size == 0 ? EIO : errno;
-  }
-  return fsync(fd) == 0 ? 0 : errno;
-}
-
-int sync_directory() {
-  const Descriptor directory(open(kDirectory, O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  if (!directory.is_open()) return errno;
-  return fsync(directory.get()) == 0 || errno == EINVAL ? 0 : errno;
-}
-
-// The writer holds the lock: what has the sibling's name is what another one left.
-int replace_file(const std::string& path, const std::string& text) {
-  const std::string sibling = path + ".new";
-  unlink(sibling.c_str());
-  const Descriptor file(
-      open(sibling.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600));
-  if (!file.is_open()) return errno;
-  int error = write_all(file.get(), text);
-  if (error == 0 && rename(sibling.c_str(), path.c_str()) != 0) error = errno;
-  if (error != 0) unlink(sibling.c_str());
-  return error != 0 ? error : sync_directory();
 }
 
 int open_lock(const char* path, bool makes_file) {
@@ -105,18 +65,18 @@ int load(Outcome& outcome) { return load_from(kOutcomeFile, outcome); }
 
 int save(const Change& change) {
   const int error = make_directory();
-  return error != 0 ? error : replace_file(kFile, text_of(change));
+  return error != 0 ? error : files::replace(kFile, text_of(change), 0600);
 }
 
 int finish(const Outcome& outcome) {
-  const int error = replace_file(kOutcomeFile, text_of(outcome));
+  const int error = files::replace(kOutcomeFile, text_of(outcome), 0600);
   const int error_of_removal = remove();
   return error != 0 ? error : error_of_removal;
 }
 
 int remove() {
   if (unlink(kFile) != 0) return errno;
-  return sync_directory();
+  return files::sync_directory_of(kFile);
 }
 
 bool is_watched() {
