@@ -1,0 +1,198 @@
+# SPDX-FileCopyrightText: The capi authors
+# SPDX-License-Identifier: MIT
+"""The call log and the short messages."""
+from __future__ import annotations
+
+from datetime import datetime, timezone
+from typing import Any, Iterator, List, Optional, Tuple
+
+from . import functions as c
+from . import records
+from ._cdef import ffi
+from ._library import Error, callback, check, decode, encode, failure
+from .constants import SMS_TEXT_CAPACITY
+from .enums import SmsSelector
+
+
+def _time(seconds: int) -> Optional[datetime]:
+    return datetime.fromtimestamp(seconds, timezone.utc) if seconds else None
+
+
+class Call(records.CallLogRecord):
+    """A call of the log; its times in UTC as well."""
+
+    @property
+    def start(self) -> Optional[datetime]:
+        return _time(self.calltimestart)
+
+    @property
+    def connect(self) -> Optional[datetime]:
+        """None for a call that was not answered."""
+        return _time(self.calltimeconnect)
+
+    @property
+    def end(self) -> Optional[datetime]:
+        return _time(self.calltimeend)
+
+
+class Calls:
+    """The call log, from the newest call to the oldest; reversed() goes the other way.
+
+    An iteration shows the log as it was when it began.
+    """
+
+    # What capi_voip_call_log_dump() has for all entries and for the types 0 to 2.
+    _ALL = 0
+    _OF_TYPE = (2, 1, 3)
+
+    def __init__(self, adapter: Any) -> None:
+        self._adapter = adapter
+
+    def _read(self, dump: Any, *selector: int) -> List[Call]:
+        self._adapter._open()
+        found: List[Call] = []
+
+        def take(call: Any, _user: Any) -> int:
+            found.append(Call._copied(call))
+            return 0
+
+        walk = callback("int(struct capi_call_log_record *, void *)", take)
+        check(dump(*selector, walk, None))
+        return found
+
+    def __iter__(self) -> Iterator[Call]:
+        return iter(self._read(c.capi_voip_call_log_dump, self._ALL))
+
+    def __reversed__(self) -> Iterator[Call]:
+        return iter(self._read(c.capi_voip_call_log_dump_all))
+
+    def __len__(self) -> int:
+        return len(self._read(c.capi_voip_call_log_dump, self._ALL))
+
+    def of_type(self, kind: int) -> List[Call]:
+        """The calls of a type, 0 to 2, from the newest on."""
+        return self._read(c.capi_voip_call_log_dump, self._OF_TYPE[kind])
+
+    def add(self, kind: int, call: records.CallLogRecord) -> None:
+        """Adds a call; a full type loses its oldest."""
+        self._adapter._open()
+        check(c.capi_voip_add_call_log(kind, call._pointer))
+
+    def delete(self, call: records.CallLogRecord) -> None:
+        """Removes a call as an iteration gave it."""
+        self._adapter._open()
+        check(c.capi_voip_delete_call_log_by_node(call.calltype, call.index))
+
+    def clear(self, kind: Optional[int] = None) -> None:
+        """Removes all calls, or those of a type."""
+        self._adapter._open()
+        if kind is None:
+            check(c.capi_voip_clean_all_call_log())
+        elif self.of_type(kind):
+            check(c.capi_voip_clean_call_log_by_type(kind))
+
+
+class Message(records.SmsRecord):
+    """A short message."""
+
+    @property
+    def data(self) -> bytes:
+        """The bytes of its text that mean something."""
+        return bytes(ffi.buffer(self._pointer.Text, min(self.TextLen, self.TextSize, SMS_TEXT_CAPACITY)))
+
+    @property
+    def text(self) -> str:
+        """These as UTF-8. How a sender encodes is his business: TextType tells."""
+        return decode(self.data)
+
+    @property
+    def is_read(self) -> bool:
+        return self.bRead != 0
+
+    @property
+    def time(self) -> Optional[datetime]:
+        """When it was stored, in UTC."""
+        return _time(self.BeginTime)
+
+
+class Box:
+    """The received or the sent messages, from the oldest to the newest; box[id] is one of them."""
+
+    _HEAD = ffi.offsetof("struct capi_sms_record", "Text")
+
+    def __init__(self, adapter: Any, selector: SmsSelector) -> None:
+        self._adapter = adapter
+        self._selector = selector
+
+    def _read(self) -> List[Tuple[bytes, int]]:
+        self._adapter._open()
+        found: List[Tuple[bytes, int]] = []
+
+        def take(message: Any, _user: Any) -> int:
+            size = self._HEAD + min(message.TextSize, SMS_TEXT_CAPACITY)
+            found.append((bytes(ffi.buffer(message, size)), size))
+            return 0
+
+        walk = callback("int(struct capi_sms_record *, void *)", take)
+        check(c.capi_voip_sms_dump(self._selector, walk, None))
+        return found
+
+    def __iter__(self) -> Iterator[Message]:
+        # A message has room for the longest text: one at a time is made.
+        return (Message._copied(content, size) for content, size in self._read())
+
+    def __len__(self) -> int:
+        return len(self._read())
+
+    def __getitem__(self, message_id: int) -> Message:
+        self._adapter._open()
+        message = Message()
+        if c.capi_voip_sms_get(self._selector, message_id, message._pointer) != 0:
+            raise NoMessage(f"there is no message {message_id}: {failure()}")
+        return message
+
+    def add(self, message: records.SmsRecord) -> int:
+        """Stores a message as the newest. Returns the id that it got."""
+        self._adapter._open()
+        check(c.capi_voip_sms_add(self._selector, message._pointer))
+        return message.id
+
+    def mark_read(self, message_id: int, is_read: bool = True) -> None:
+        message = self[message_id]
+        message.bRead = int(is_read)
+        check(c.capi_voip_sms_update(self._selector, message._pointer))
+
+    def delete(self, message_id: int) -> None:
+        self._adapter._open()
+        check(c.capi_voip_sms_del_by_id(self._selector, message_id))
+
+    def clear(self) -> None:
+        """Removes all messages; ids start at 1 again."""
+        self._adapter._open()
+        check(c.capi_voip_sms_clean(self._selector))
+
+
+class NoMessage(Error, KeyError):
+    """There is no message of this id."""
+
+
+class Messages:
+    """The short messages: those received, then those sent."""
+
+    def __init__(self, adapter: Any) -> None:
+        self._adapter = adapter
+        self.received = Box(adapter, SmsSelector.RECEIVED)
+        self.sent = Box(adapter, SmsSelector.SENT)
+
+    def __iter__(self) -> Iterator[Message]:
+        yield from self.received
+        yield from self.sent
+
+    def __len__(self) -> int:
+        return len(self.received) + len(self.sent)
+
+    def send(self, number: str, text: str, text_type: int = 0) -> None:
+        """Stores a message among the sent ones and asks for it to be sent."""
+        self._adapter._open()
+        content = encode(text)
+        check(c.capi_voip_sms_send(number, text_type, content, len(content)))
