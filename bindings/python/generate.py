@@ -176,9 +176,16 @@ def item_of(source: Source, described: Json) -> str:
     return "ConstantItem()" if kind == "pointer" else "NumberItem()"
 
 
+def field_of(source: Source, described: Json) -> str:
+    item = item_of(source, described)
+    if item.startswith("ArrayItem("):
+        return "ArrayField(" + item[len("ArrayItem(") : -1]
+    return f"Field({item}"
+
+
 def make_records(source: Source) -> Iterator[str]:
     yield HEAD + '"""The records of the headers: their members by name."""'
-    yield "from ._record import (\n    ArrayItem,\n    BytesItem,\n    ConstantItem,\n    Field,"
+    yield "from ._record import (\n    ArrayField,\n    ArrayItem,\n    BytesItem,\n    ConstantItem,\n    Field,"
     yield "    NumberItem,\n    Record,\n    RecordItem,\n    TextItem,\n)\n"
     names = [source.names[each["name"]] for each in source.records if each["name"] not in UNTOLD]
     yield all_of([name for name in names if name not in HIDDEN])
@@ -192,7 +199,7 @@ def make_records(source: Source) -> Iterator[str]:
         yield f'    _c = "{declared}"'
         for member in record["members"]:
             doc = member["c"] + (": " + member["doc"] if member["doc"] else "")
-            yield f"    {member['name']} = Field({item_of(source, member['type'])}, {doc!r})"
+            yield f"    {member['name']} = {field_of(source, member['type'])}, {doc!r})"
         yield ""
 
 

@@ -37,7 +37,7 @@ class LogLine(NamedTuple):
 
 
 class Error(Exception):
-    """A call of the library failed. Its text is the line that the library logged about it."""
+    """A call of the library failed. Its text is what the library logged about it."""
 
     def __init__(
         self,
@@ -181,10 +181,14 @@ def check(result: int) -> int:
 def failure(result: int = -1) -> Error:
     """What the call just made in this thread failed with."""
     last = _thread.last
-    worst = min(last.lines, key=lambda line: line.level, default=None)
-    message = worst.text if worst and worst.level <= _NOTICE else f"{last.function}() failed"
+    # The first tells why, and those behind it what came of that.
+    said = [line.text for line in last.lines if line.level <= _NOTICE]
     return Error(
-        message, function=last.function, result=result, errno=last.errno, lines=last.lines
+        "; ".join(said) or f"{last.function}() failed",
+        function=last.function,
+        result=result,
+        errno=last.errno,
+        lines=last.lines,
     )
 
 

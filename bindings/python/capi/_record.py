@@ -178,6 +178,28 @@ class Field(Generic[T]):
         self._item.store(record._pointer, self._name, value)
 
 
+class ArrayField(Field[Sequence[T]]):
+    """A member that is an array: single entries can be set, and all at once."""
+
+    def __init__(self, item: Item[T], doc: str) -> None:
+        super().__init__(ArrayItem(item), doc)
+
+    @overload
+    def __get__(self, record: None, owner: Type[Record]) -> ArrayField[T]:
+        ...
+
+    @overload
+    def __get__(self, record: Record, owner: Type[Record]) -> Array[T]:
+        ...
+
+    def __get__(
+        self, record: Optional[Record], owner: Type[Record]
+    ) -> Union[ArrayField[T], Array[T]]:
+        found = super().__get__(record, owner)
+        assert isinstance(found, (ArrayField, Array))
+        return found
+
+
 class Record:
     """A record of C. Made without arguments it is all zero; arguments set members by name.
 
