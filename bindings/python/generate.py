@@ -103,6 +103,8 @@ def make_cdef(source: Source, into: Path) -> None:
     for function in source.functions:
         ffi.cdef(function["c"] + ";")
     ffi.set_source("capi._cdef", None)
+    # cffi leaves a file alone that has its content, and the build would make it again for ever.
+    (into / "_cdef.py").unlink(missing_ok=True)
     ffi.emit_python_code(str(into / "_cdef.py"))
     (into / "_cdef.pyi").write_text(HEAD + "from typing import Any\n\nffi: Any\n", encoding="utf-8")
 
