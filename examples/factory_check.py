@@ -47,8 +47,14 @@ class FactoryCheck:
             "serial number": (self.adapter.serial, r"\S+"),
             "IMEI": (self.adapter.imei, r"\d{15,16}"),
             "firmware": (self.adapter.firmware_version, r"(?!Unknown$)\S+"),
-            "WAN MAC": (self.adapter.config["hw_info.wan_mac"], r"([0-9A-Fa-f]{2}:){5}[0-9A-Fa-f]{2}"),
-            "LAN MAC": (self.adapter.config["hw_info.lan_mac"], r"([0-9A-Fa-f]{2}:){5}[0-9A-Fa-f]{2}"),
+            "WAN MAC": (
+                self.adapter.config["hw_info.wan_mac"],
+                r"([0-9A-Fa-f]{2}:){5}[0-9A-Fa-f]{2}",
+            ),
+            "LAN MAC": (
+                self.adapter.config["hw_info.lan_mac"],
+                r"([0-9A-Fa-f]{2}:){5}[0-9A-Fa-f]{2}",
+            ),
         }
         for name, (value, form) in facts.items():
             must(re.fullmatch(form, value), f'the {name} is "{value}"')

@@ -75,7 +75,9 @@ class Header:
 
     def doc(self) -> str:
         """What the file begins with, behind the licence."""
-        start = next(i for i, line in enumerate(self.lines) if line.startswith("/*") and "SPDX" not in line)
+        start = next(
+            i for i, line in enumerate(self.lines) if line.startswith("/*") and "SPDX" not in line
+        )
         end = next(i for i in range(start, len(self.lines)) if self.lines[i].endswith("*/"))
         return without_frame(self.lines[start : end + 1])
 
@@ -130,7 +132,11 @@ class Describer:
         self.layouts: Dict[Tuple[str, int], Layout] = {}
         self.versions = {name: pair for name, pair in self.read_maps()}
         self.options = [*compiler, "-std=c99", "-nostdinc"]
-        for folder in (Path(__file__).parent / "system", source / "include", source / "keys/include"):
+        for folder in (
+            Path(__file__).parent / "system",
+            source / "include",
+            source / "keys/include",
+        ):
             self.options += ["-I", str(folder)]
         self.read_declarations()
         self.constants = list(self.read_constants())
@@ -148,7 +154,9 @@ class Describer:
     def preprocess(self, *options: str) -> str:
         text = "".join(f"#include <{entry}>\n" for entry in ENTRIES)
         command = [*self.options, *options, "-E", "-x", "c", "-"]
-        return subprocess.run(command, input=text, stdout=subprocess.PIPE, text=True, check=True).stdout
+        return subprocess.run(
+            command, input=text, stdout=subprocess.PIPE, text=True, check=True
+        ).stdout
 
     def header(self, node: c_ast.Node) -> Optional[Header]:
         """The public header that a declaration stands in."""
@@ -222,8 +230,14 @@ class Describer:
             following = self.value_of(item.value) if item.value is not None else following
             self.numbers[item.name] = following
             # One line may hold a whole enumeration; a comment behind it is that of none.
-            alone = len({i.coord.line for i in node.values.enumerators}) == len(node.values.enumerators)
-            doc = header.comment_of_member(item.coord.line) if alone and len(node.values.enumerators) > 1 else ""
+            alone = len({i.coord.line for i in node.values.enumerators}) == len(
+                node.values.enumerators
+            )
+            doc = (
+                header.comment_of_member(item.coord.line)
+                if alone and len(node.values.enumerators) > 1
+                else ""
+            )
             values.append({"name": item.name, "value": following, "doc": doc})
             following += 1
         doc = header.comment_above(node.coord.line)
@@ -266,7 +280,9 @@ class Describer:
         described = {"result": self.type_of(node.type), "arguments": arguments}
         return {**described, "variadic": True} if variadic else described
 
-    def read_record(self, node: Union[c_ast.Struct, c_ast.Union], header: Header, packed: set[str]) -> None:
+    def read_record(
+        self, node: Union[c_ast.Struct, c_ast.Union], header: Header, packed: set[str]
+    ) -> None:
         kind = "struct" if isinstance(node, c_ast.Struct) else "union"
         members: List[Json] = []
         for member in node.decls:
@@ -342,7 +358,9 @@ class Describer:
                 "version": version,
                 "header": header.name,
                 "doc": doc,
-                "results": about_results(doc) or about_results(header.doc()) or self.rule("Results"),
+                "results": about_results(doc)
+                or about_results(header.doc())
+                or self.rule("Results"),
                 "locks": about_locks(doc) or about_locks(header.doc()),
                 **self.signature(node.type),
                 "c": self.generator.visit(node),
@@ -355,16 +373,20 @@ class Describer:
         return re.sub(r"\s+", " ", found.group(1)) if found else ""
 
     def read_constants(self) -> Iterator[Json]:
-        for line in self.preprocess("-dM").split("\n"):
-            constant = re.match(r"#define (CAPI_\w+) (-?\d+)$", line)
-            if not constant:
-                continue
-            for header in self.headers.values():
-                for index, text in enumerate(header.lines):
-                    if re.match(rf"#define {constant.group(1)}\b", text):
-                        doc = header.comment_of_member(index + 1)
-                        value = int(constant.group(2))
-                        yield {"name": constant.group(1), "value": value, "header": header.name, "doc": doc}
+        """Macros that are numbers; the compiler tells them in an order of its own."""
+        macros = dict(
+            re.findall(r"#define (CAPI_\w+) (-?\d+)$", self.preprocess("-dM"), re.MULTILINE)
+        )
+        for header in self.headers.values():
+            for index, text in enumerate(header.lines):
+                found = re.match(r"#define (\w+)", text)
+                if found and found.group(1) in macros:
+                    yield {
+                        "name": found.group(1),
+                        "value": int(macros[found.group(1)]),
+                        "header": header.name,
+                        "doc": header.comment_of_member(index + 1),
+                    }
 
     def description(self, version: str) -> Json:
         missing = self.versions.keys() - {function["name"] for function in self.functions}

@@ -138,7 +138,9 @@ def make_enums(source: Source) -> Iterator[str]:
         names = [value["name"] for value in enum["values"]]
         prefix = common_prefix(names)
         base = "IntFlag" if are_bits([value["value"] for value in enum["values"]]) else "IntEnum"
-        told = [f"{name_of(value, prefix)}: {value['doc']}" for value in enum["values"] if value["doc"]]
+        told = [
+            f"{name_of(value, prefix)}: {value['doc']}" for value in enum["values"] if value["doc"]
+        ]
         doc = (enum["doc"] or f"enum {enum['name']}") + ("\n\n" + "\n".join(told) if told else "")
         yield f"\nclass {class_name(enum['name'])}({base}):"
         yield docstring(doc) + "\n"
@@ -197,7 +199,9 @@ def make_records(source: Source) -> Iterator[str]:
         declared = f"{record['kind']} {record['name']}"
         doc = record["doc"] or declared
         yield f"\nclass {source.names[record['name']]}(Record):"
-        yield docstring(f"{doc}\n\n{declared} of {record['header']}" if doc != declared else doc) + "\n"
+        yield docstring(
+            f"{doc}\n\n{declared} of {record['header']}" if doc != declared else doc
+        ) + "\n"
         yield f'    _c = "{declared}"'
         for member in record["members"]:
             doc = member["c"] + (": " + member["doc"] if member["doc"] else "")
@@ -225,11 +229,13 @@ def make_functions(source: Source) -> Iterator[str]:
     about = "\n\n".join(f"{name}:\n\n{headers[name]}" for name in used)
     yield HEAD + '"""The functions of the libraries, as C has them.\n'
     yield "Texts may be str; other pointers are those of capi.ffi. What a call logs goes to the logger"
-    yield "\"capi\"; results are C's, and check() makes exceptions of failures.\n"
+    yield '"capi"; results are C\'s, and check() makes exceptions of failures.\n'
     yield about.replace("\\", "\\\\") + '\n"""'
     yield "from typing import Any\n\nfrom ._library import Text, call\n"
     for function in source.functions:
-        arguments = [(plain(each["name"]), hint_of(each["type"], False)) for each in function["arguments"]]
+        arguments = [
+            (plain(each["name"]), hint_of(each["type"], False)) for each in function["arguments"]
+        ]
         listed = ", ".join(f"{name}: {hint}" for name, hint in arguments)
         handed = "".join(f", {name}" for name, _ in arguments)
         result = hint_of(function["result"], True)
@@ -271,7 +277,9 @@ def main() -> None:
     made["_about.py"] = iter([f'{HEAD}VERSION = "{version}"\nRULES = {rules!r}'])
     for name, lines in made.items():
         text = "\n".join(lines)
-        (package / name).write_text(re.sub(r"\n{4,}", "\n\n\n", text).rstrip() + "\n", encoding="utf-8")
+        (package / name).write_text(
+            re.sub(r"\n{4,}", "\n\n\n", text).rstrip() + "\n", encoding="utf-8"
+        )
 
 
 if __name__ == "__main__":

@@ -28,7 +28,9 @@ class Baseline:
         root = ElementTree.parse(path).getroot()
         self.by_id = {node.attrib["id"]: node for node in root.iter() if "id" in node.attrib}
         self.functions = {
-            node.attrib["name"]: node for node in root.iter("function-decl") if "mangled-name" in node.attrib
+            node.attrib["name"]: node
+            for node in root.iter("function-decl")
+            if "mangled-name" in node.attrib
         }
         self.records = {
             node.attrib["name"]: node
@@ -75,7 +77,9 @@ class Baseline:
             variable = member.find("var-decl")
             assert variable is not None
             offset = int(member.get("layout-offset-in-bits", "0")) // 8
-            members.append(f"{offset} {self.type(variable.attrib['type-id'])} {variable.attrib['name']}")
+            members.append(
+                f"{offset} {self.type(variable.attrib['type-id'])} {variable.attrib['name']}"
+            )
         return members
 
 
@@ -110,7 +114,9 @@ def on_64_bits(value: Any) -> int:
 
 
 def members_of(record: Json) -> List[str]:
-    return [f"{on_64_bits(m['offset'])} {type_of(m['type'])} {m['name']}" for m in record["members"]]
+    return [
+        f"{on_64_bits(m['offset'])} {type_of(m['type'])} {m['name']}" for m in record["members"]
+    ]
 
 
 @pytest.fixture(name="baselines", scope="module")
@@ -129,7 +135,9 @@ def test_it_has_the_functions_of_the_baseline_with_their_arguments_and_results(
     assert len(told) > 250
 
 
-def test_records_have_the_sizes_members_and_offsets_of_the_baseline(baselines: List[Baseline]) -> None:
+def test_records_have_the_sizes_members_and_offsets_of_the_baseline(
+    baselines: List[Baseline],
+) -> None:
     compared = 0
     for record in DESCRIPTION["records"]:
         name = record["name"]
@@ -146,17 +154,23 @@ def test_records_have_the_sizes_members_and_offsets_of_the_baseline(baselines: L
 
 
 def test_numbers_are_those_of_the_baseline(baselines: List[Baseline]) -> None:
-    told = {value["name"]: value["value"] for enum in DESCRIPTION["enums"] for value in enum["values"]}
+    told = {
+        value["name"]: value["value"] for enum in DESCRIPTION["enums"] for value in enum["values"]
+    }
     expected = {name: value for each in baselines for name, value in each.enumerators.items()}
     assert told == expected
 
 
 def test_only_what_the_c_library_lays_out_has_no_offsets() -> None:
-    assert [record["name"] for record in DESCRIPTION["records"] if "size" not in record] == ["capi_waitor"]
+    assert [record["name"] for record in DESCRIPTION["records"] if "size" not in record] == [
+        "capi_waitor"
+    ]
 
 
 def test_only_records_with_pointers_depend_on_the_processor() -> None:
-    told = [record["name"] for record in DESCRIPTION["records"] if isinstance(record.get("size"), dict)]
+    told = [
+        record["name"] for record in DESCRIPTION["records"] if isinstance(record.get("size"), dict)
+    ]
     assert told == ["capi_carrier_info", "capi_callbacks", "capi_key_meaning"]
 
 
@@ -182,7 +196,6 @@ def test_members_and_numbers_have_their_comments() -> None:
     numbers = {v["name"]: v["doc"] for enum in DESCRIPTION["enums"] for v in enum["values"]}
     assert numbers["CAPI_TOPIC_LINES"] == "registrations, telephones, published blocks"
     assert numbers["CAPI_EVS_UNSET"].startswith("An EVS number that is not configured")
-
 
 
 def describe(source: Path, into: Path) -> Json:

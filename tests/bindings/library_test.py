@@ -18,7 +18,9 @@ from capi import functions as c
 
 
 def run(program: str) -> "subprocess.CompletedProcess[str]":
-    return subprocess.run([sys.executable, "-c", program], capture_output=True, text=True, check=False)
+    return subprocess.run(
+        [sys.executable, "-c", program], capture_output=True, text=True, check=False
+    )
 
 
 @pytest.mark.usefixtures("device")
@@ -132,7 +134,7 @@ def test_what_a_callback_raises_is_raised_by_the_call(adapter: capi.Adapter) -> 
     def fail(_call: Any, _user: Any) -> int:
         raise ZeroDivisionError("in a callback")
 
-    walk = callback("int(struct capi_call_log_record *, void *)", fail)
+    walk = callback("capi_call_log_cb", fail)
     with pytest.raises(ZeroDivisionError, match="in a callback"):
         c.capi_voip_call_log_dump(0, walk, None)
     # Nothing of it is left for the next call.
@@ -241,10 +243,23 @@ def test_help_reads_like_the_reference() -> None:
     assert "int capi_live_read(int kind, int number, void *record, size_t size)" in told(
         c.capi_live_read
     )
-    assert "Locks: All calls but the six that always fail take lock 0" in told(c.capi_set_voice_basic)
+    assert "Locks: All calls but the six that always fail take lock 0" in told(
+        c.capi_set_voice_basic
+    )
     assert "seconds since the epoch, 0 is unknown" in told(capi.LineRegStat)
     assert "LINES: registrations, telephones, published blocks" in told(capi.Topic)
     for name in capi.__all__:
         assert hasattr(capi, name), name
     for function in (getattr(c, name) for name in dir(c) if name.startswith("capi")):
         assert function.__doc__
+
+
+def test_without_an_adapter_log_lines_reach_logging_as_well() -> None:
+    program = (
+        "import logging, sys, capi\n"
+        "logging.basicConfig(stream=sys.stdout, format='%(name)s %(levelname)s')\n"
+        "capi.functions.capi_set_voice_sip_line(capi.VoiceSipLine()._pointer, 3)\n"
+    )
+    told = run(program)
+    assert told.stdout == "capi WARNING\n"
+    assert told.stderr == ""

@@ -32,6 +32,9 @@ def test_calls_come_from_the_newest_to_the_oldest(adapter: capi.Adapter, capictl
     assert [call.number for call in adapter.calls.of_type(0)] == ["3", "1"]
     assert [call.number for call in adapter.calls.of_type(1)] == ["2"]
     assert [call.number for call in adapter.calls.of_type(2)] == []
+    for wrong in (-1, 3):
+        with pytest.raises(ValueError):
+            adapter.calls.of_type(wrong)
     assert len(adapter.calls) == 3
     assert len(capictl("calls", "list").splitlines()) == 3
 

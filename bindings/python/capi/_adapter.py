@@ -17,7 +17,7 @@ from ._record import ArrayItem, Field, Record, RecordItem, size_of
 from ._snapshot import Snapshot
 from ._stores import Calls, Messages
 from ._watch import Watch
-from .constants import IMS_VOICE_BYTES, SIP_LINES, TOPIC_ALL, VENDOR_BYTES
+from .constants import IMS_VOICE_BYTES, SIP_LINES, TOPIC_ALL, VENDOR_BYTES, VOICE_STACKS
 from .enums import HardwareInfoIndex, PresenceState, RecordKind, SimcardInfoIndex, Topic
 
 R = TypeVar("R", bound=Record)
@@ -298,8 +298,7 @@ class Line:
     @property
     def registrations(self) -> Dict[int, records.LineRegStat]:
         """Those of all voice stacks, by the number of the stack."""
-        stacks = range(1, len(records.SharedRecord().reg_stat) + 1)
-        return {stack: self.registration(stack) for stack in stacks}
+        return {stack: self.registration(stack) for stack in range(1, VOICE_STACKS + 1)}
 
     @property
     def is_registered(self) -> bool:

@@ -70,7 +70,7 @@ class Key:
             found[number] = text_of(name)
             return 0
 
-        walk = callback("int(int32_t, char *, void *)", take)
+        walk = callback("capi_key_value_cb", take)
         check(c.capi_keys_for_each_value(self._row._pointer, walk, None))
         return found
 
@@ -108,7 +108,7 @@ def all_keys() -> Mapping[str, Key]:
         rows.append(records.ConfigKey._copied(row))
         return 0
 
-    walk = callback("int(struct capi_config_key *, void *)", take)
+    walk = callback("capi_config_key_cb", take)
     check(c.capi_config_for_each(walk, None))
     keys = [
         Key(row, section, number)

@@ -94,9 +94,9 @@ def decode(encoded: bytes) -> str:
     return encoded.decode("utf-8", "surrogateescape")
 
 
-def text_of(pointer: Any, limit: int = -1) -> str:
+def text_of(pointer: Any) -> str:
     """The text at a pointer, or in an array that it may fill to the end; "" for null."""
-    return decode(ffi.string(pointer, limit)) if pointer else ""
+    return decode(ffi.string(pointer)) if pointer else ""
 
 
 def _open(name: str) -> Any:
@@ -125,7 +125,7 @@ def _keep(_type: Any, value: BaseException, _traceback: Any) -> None:
         _thread.running[-1].raised = value
 
 
-@ffi.callback("void(int, char *)", onerror=_keep)  # type: ignore[misc]
+@ffi.callback("capi_log_sink", onerror=_keep)  # type: ignore[misc]
 def sink(level: int, text: Any) -> None:
     """Takes the library's log lines, but for what they tell of passwords."""
     line = LogLine(level, text_of(text))
@@ -134,8 +134,12 @@ def sink(level: int, text: Any) -> None:
     (_thread.running[-1].lines if _thread.running else _strays).append(line)
 
 
+# Also what is called without an adapter may log.
+_found("capiv2_log_init")(sink)
+
+
 def callback(kind: str, function: Callable[..., R]) -> Any:
-    """A C callback, which lives as long as what this returns is kept."""
+    """A C callback of a type of the headers. It lives as long as what this returns is kept."""
     return ffi.callback(kind, function, onerror=_keep)
 
 
@@ -171,6 +175,11 @@ def _tell(lines: List[LogLine]) -> None:
         LOG.log(_LEVELS[min(max(line.level, 0), 7)], "%s", line.text)
 
 
+def last_errno() -> int:
+    """errno after the call just made in this thread."""
+    return _thread.last.errno
+
+
 def check(result: int) -> int:
     """The result of the call just made in this thread; raises an Error for one below 0."""
     if result >= 0:
@@ -178,13 +187,13 @@ def check(result: int) -> int:
     raise failure(result)
 
 
-def failure(result: int = -1) -> Error:
-    """What the call just made in this thread failed with."""
+def failure(result: int = -1, reason: str = "") -> Error:
+    """What the call just made in this thread failed with. A reason is told where nothing is logged."""
     last = _thread.last
     # The first tells why, and those behind it what came of that.
     said = [line.text for line in last.lines if line.level <= _NOTICE]
     return Error(
-        "; ".join(said) or f"{last.function}() failed",
+        "; ".join(said) or reason or f"{last.function}() failed",
         function=last.function,
         result=result,
         errno=last.errno,

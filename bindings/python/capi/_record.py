@@ -19,7 +19,7 @@ from typing import (
 )
 
 from ._cdef import ffi
-from ._library import decode, encode, text_of
+from ._library import encode, text_of
 
 T = TypeVar("T")
 Place = Union[str, int]
@@ -287,8 +287,3 @@ def _plain(value: Any) -> Any:
 
 def size_of(kind: Type[Record]) -> int:
     return int(ffi.sizeof(kind._c))
-
-
-def text_in(cdata: Any, size: int) -> str:
-    """The first bytes of an array, NULs and all."""
-    return decode(bytes(ffi.buffer(cdata, size)))

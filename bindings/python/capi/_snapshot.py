@@ -55,14 +55,14 @@ class Snapshot(records.SharedRecord):
     def changes_to(self, after: Snapshot) -> List[Change]:
         """The values that are others in a later snapshot, in the order of the keys."""
         found: List[Change] = []
-        walk = callback("int(char *, char *, char *, char *, void *)", collector(found))
+        walk = callback("capi_snapshot_change_cb", collector(found))
         check(c.capi_snapshot_diff(self._pointer, after._pointer, walk, None))
         return found
 
     def changes_since_start(self) -> List[Change]:
         """The values that are not those of a master's start without settings."""
         found: List[Change] = []
-        walk = callback("int(char *, char *, char *, char *, void *)", collector(found))
+        walk = callback("capi_snapshot_change_cb", collector(found))
         check(c.capi_keys_for_each_change(self._pointer, walk, None))
         return found
 

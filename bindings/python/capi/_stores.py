@@ -10,7 +10,7 @@ from . import functions as c
 from . import records
 from ._cdef import ffi
 from ._library import Error, callback, check, decode, encode, failure
-from .constants import SMS_TEXT_CAPACITY
+from .constants import CALL_LOG_TYPES, SMS_TEXT_CAPACITY
 from .enums import SmsSelector
 
 
@@ -56,7 +56,7 @@ class Calls:
             found.append(Call._copied(call))
             return 0
 
-        walk = callback("int(struct capi_call_log_record *, void *)", take)
+        walk = callback("capi_call_log_cb", take)
         check(dump(*selector, walk, None))
         return found
 
@@ -71,6 +71,8 @@ class Calls:
 
     def of_type(self, kind: int) -> List[Call]:
         """The calls of a type, 0 to 2, from the newest on."""
+        if kind not in range(CALL_LOG_TYPES):
+            raise ValueError(f"there is no type {kind} of calls")
         return self._read(c.capi_voip_call_log_dump, self._OF_TYPE[kind])
 
     def add(self, kind: int, call: records.CallLogRecord) -> None:
@@ -98,7 +100,9 @@ class Message(records.SmsRecord):
     @property
     def data(self) -> bytes:
         """The bytes of its text that mean something."""
-        return bytes(ffi.buffer(self._pointer.Text, min(self.TextLen, self.TextSize, SMS_TEXT_CAPACITY)))
+        return bytes(
+            ffi.buffer(self._pointer.Text, min(self.TextLen, self.TextSize, SMS_TEXT_CAPACITY))
+        )
 
     @property
     def text(self) -> str:
@@ -133,7 +137,7 @@ class Box:
             found.append((bytes(ffi.buffer(message, size)), size))
             return 0
 
-        walk = callback("int(struct capi_sms_record *, void *)", take)
+        walk = callback("capi_sms_dump_cb", take)
         check(c.capi_voip_sms_dump(self._selector, walk, None))
         return found
 

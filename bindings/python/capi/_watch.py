@@ -13,7 +13,7 @@ from typing import Optional, Type
 
 from . import functions as c
 from . import records
-from ._library import Error, check
+from ._library import Error, check, failure, last_errno
 from .enums import Topic
 
 
@@ -30,7 +30,9 @@ class Watch:
         self._process = os.getpid()
         self._is_awaited = False
         self._is_open = False
-        check(c.capi_watch_open(self._watch._pointer, int(topics)))
+        result = c.capi_watch_open(self._watch._pointer, int(topics))
+        if result != 0:
+            raise failure(result, f"there is no watch: {os.strerror(last_errno())}")
         self._is_open = True
 
     def fileno(self) -> int:
@@ -48,14 +50,15 @@ class Watch:
 
     def wait(self, timeout: Optional[float] = None) -> Topic:
         """Waits for a change, at most for so many seconds; then there is none."""
-        poll = select.poll()
-        poll.register(self.fileno(), select.POLLIN)
         deadline = None if timeout is None else time.monotonic() + timeout
         while True:
             topics = self.changed()
             left = None if deadline is None else deadline - time.monotonic()
             if topics or (left is not None and left <= 0):
                 return topics
+            # Another segment in the place of the watched one may bring another descriptor.
+            poll = select.poll()
+            poll.register(self.fileno(), select.POLLIN)
             poll.poll(None if left is None else math.ceil(left * 1000))
 
     def close(self) -> None:
