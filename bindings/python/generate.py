@@ -17,9 +17,12 @@ import re
 import sys
 import textwrap
 from pathlib import Path
-from typing import Any, Dict, Iterator, List, Set
+from typing import Any, Dict, Iterator, List
 
 from cffi import FFI
+
+sys.path.insert(0, str(Path(__file__).parents[1] / "describe"))
+from chosen import Chosen
 
 Json = Dict[str, Any]
 
@@ -28,36 +31,17 @@ HEAD = """# SPDX-FileCopyrightText: The capi authors
 # Made from the public headers.
 """
 
-# Python has its own threads, sockets, files and JSON; and the backend is the library's programs'.
-LEFT_OUT = {
-    "capi/backend.h",
-    "capi/ipc.h",
-    "capi/schema.h",
-    "capi/signal.h",
-    "capi/thread.h",
-    "capi/util.h",
-}
-# Takes a format and what goes into it.
-VARIADIC = {"capiv2_log_print"}
 # Records of callbacks are no values.
 UNTOLD = {"capi_callbacks"}
 # The package has a class of its own by that name.
 HIDDEN = {"Watch"}
 
 
-class Source:
+class Source(Chosen):
     """What of the description goes into the package."""
 
     def __init__(self, description: Json) -> None:
-        def chosen(kind: str) -> List[Json]:
-            return [each for each in description[kind] if each["header"] not in LEFT_OUT]
-
-        self.description = description
-        self.enums = chosen("enums")
-        self.constants = chosen("constants")
-        self.records = chosen("records")
-        self.types = chosen("types")
-        self.functions = [each for each in chosen("functions") if each["name"] not in VARIADIC]
+        super().__init__(description)
         self.names = {record["name"]: class_name(record["name"]) for record in self.records}
 
 
@@ -82,26 +66,8 @@ def docstring(text: str, by: str = "    ") -> str:
 
 def make_cdef(source: Source, into: Path) -> None:
     ffi = FFI()
-    by_record = {record["name"]: record for record in source.records}
-    for enum in source.enums:
-        values = ", ".join(f"{value['name']} = {value['value']}" for value in enum["values"])
-        ffi.cdef(f"enum {enum['name'] or ''} {{ {values} }};")
-    callbacks = {known["name"]: known["c"] for known in source.types}
-    declared: Set[str] = set()
-    for record in by_record.values():
-        # A record's callbacks come before it; they may name records that come after.
-        for member in record["members"]:
-            name = member["type"].get("name")
-            if name in callbacks and name not in declared:
-                ffi.cdef(callbacks[name] + ";")
-                declared.add(name)
-        members = " ".join(f"{member['c']};" for member in record["members"])
-        ffi.cdef(f"{record['kind']} {record['name']} {{ {members} }};", packed=record["packed"])
-    for name, text in callbacks.items():
-        if name not in declared:
-            ffi.cdef(text + ";")
-    for function in source.functions:
-        ffi.cdef(function["c"] + ";")
+    for declaration in source.declarations():
+        ffi.cdef(declaration.text, packed=declaration.packed)
     ffi.set_source("capi._cdef", None)
     # cffi leaves a file alone that has its content, and the build would make it again for ever.
     (into / "_cdef.py").unlink(missing_ok=True)
