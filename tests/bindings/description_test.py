@@ -3,6 +3,7 @@
 """capi.json against the baselines of the interface, which another tool made of the libraries."""
 import json
 import os
+import re
 import subprocess
 import sys
 from pathlib import Path
@@ -196,6 +197,17 @@ def test_members_and_numbers_have_their_comments() -> None:
     numbers = {v["name"]: v["doc"] for enum in DESCRIPTION["enums"] for v in enum["values"]}
     assert numbers["CAPI_TOPIC_LINES"] == "registrations, telephones, published blocks"
     assert numbers["CAPI_EVS_UNSET"].startswith("An EVS number that is not configured")
+
+
+def test_the_documentation_shows_what_it_has() -> None:
+    page = (SOURCE / "docs/python.md").read_text(encoding="utf-8")
+    shown = [json.loads(block) for block in re.findall(r"```json\n(.*?)```", page, re.DOTALL)]
+    records = {record["name"]: record for record in DESCRIPTION["records"]}
+    assert shown[0] in records["capi_carrier_info"]["members"]
+    functions = {function["name"]: function for function in DESCRIPTION["functions"]}
+    function = functions[shown[1]["name"]]
+    assert shown[1] == {name: function[name] for name in shown[1]}
+    assert function.keys() - shown[1].keys() == {"doc", "results", "locks"}
 
 
 def describe(source: Path, into: Path) -> Json:
