@@ -248,6 +248,10 @@ def test_help_reads_like_the_reference() -> None:
     )
     assert "seconds since the epoch, 0 is unknown" in told(capi.LineRegStat)
     assert "LINES: registrations, telephones, published blocks" in told(capi.Topic)
+    # A method has what the header says of the function that it stands on.
+    assert "Writes the configuration file of a voice stack: type 0" in told(capi.Adapter)
+    assert "Takes no lock." in told(capi.Adapter.watch)
+    assert "Tells of changes from now on" in told(capi.Adapter.watch)
     for name in capi.__all__:
         assert hasattr(capi, name), name
     for function in (getattr(c, name) for name in dir(c) if name.startswith("capi")):

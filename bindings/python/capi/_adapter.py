@@ -16,6 +16,7 @@ from ._library import Error, check, read_text, sink, text_of
 from ._record import ArrayItem, Field, Record, RecordItem, size_of
 from ._snapshot import Snapshot
 from ._stores import Calls, Messages
+from ._told import tells
 from ._watch import Watch
 from .constants import IMS_VOICE_BYTES, SIP_LINES, TOPIC_ALL, VENDOR_BYTES, VOICE_STACKS
 from .enums import HardwareInfoIndex, PresenceState, RecordKind, SimcardInfoIndex, Topic
@@ -55,7 +56,17 @@ class Adapter:
 
     ``with capi.Adapter() as adapter:`` joins the one that runs; an Error tells when none does.
     Adapter.start() makes this process its master. Methods may be called from any thread.
+
+    config: the settings by their names, adapter.config["sip_line_1.display_name"]
+    calls: the call log
+    messages: the short messages
+    lines: the telephone lines 1 and 2, at 0 and 1
     """
+
+    config: Config
+    calls: Calls
+    messages: Messages
+    lines: Tuple[Line, ...]
 
     def __init__(self) -> None:
         self._is_open = False
@@ -66,6 +77,7 @@ class Adapter:
             raise Error(f"there is no adapter: {state.name}", function="capi_init")
 
     @classmethod
+    @tells("capi_init_settings_from_file", "capi_config_finish", "capi_post_init")
     def start(cls, *settings: Path) -> Adapter:
         """Starts an adapter with setting files, of which later ones count, as its master."""
         adapter = cls.__new__(cls)
@@ -95,6 +107,7 @@ class Adapter:
         self.messages = Messages(self)
         self.lines = tuple(Line(self, number) for number in range(1, SIP_LINES + 1))
 
+    @tells("capi_uninit")
     def close(self) -> None:
         """Leaves the adapter, which goes on. No other thread may be within a call."""
         global _users
@@ -121,16 +134,8 @@ class Adapter:
     ) -> None:
         self.close()
 
-    config: Config
-    """The settings by their names: adapter.config["sip_line_1.display_name"]."""
-    calls: Calls
-    """The call log."""
-    messages: Messages
-    """The short messages."""
-    lines: Tuple[Line, ...]
-    """The telephone lines 1 and 2, at 0 and 1."""
-
     @property
+    @tells("capi_get_presence")
     def presence(self) -> records.Presence:
         """Whether anybody is there: locks, segment, published settings."""
         self._open()
@@ -140,6 +145,7 @@ class Adapter:
 
     # ---- Records
 
+    @tells("capi_live_read")
     def read(self, kind: Type[R], number: int = 0) -> R:
         """A whole record as it is now, without a lock: adapter.read(capi.VoiceSipLine, 1).
 
@@ -160,6 +166,7 @@ class Adapter:
         numbered = (number,) if _KIND_OF[type(record)] in _NUMBERED else ()
         check(setter(record._pointer, *numbered))
 
+    @tells("capi_live_refresh")
     def snapshot(self) -> Snapshot:
         """All values at once."""
         self._open()
@@ -183,11 +190,13 @@ class Adapter:
 
     # ---- Changes
 
+    @tells("capi_watch_open")
     def watch(self, topics: Topic = Topic(TOPIC_ALL)) -> Watch:
         """Tells of changes from now on: async for topics in adapter.watch(capi.Topic.LINES)."""
         self._open()
         return Watch(topics)
 
+    @tells("capi_fire_internal_event2")
     def post(self, name: str, *texts: str) -> None:
         """Posts a signal, alone or with up to three texts."""
         self._open()
@@ -197,6 +206,7 @@ class Adapter:
         first, second, third = (*texts, *[""] * (3 - len(texts)))
         check(c.capi_fire_internal_event2(name, first, second, third))
 
+    @tells("capi_make_config_file")
     def write_stack_file(self, kind: int) -> None:
         """Writes the file of a type of voice stack anew, as the stack is to be told of settings."""
         self._open()
@@ -204,6 +214,7 @@ class Adapter:
 
     # ---- The device
 
+    @tells("capi_get_hardware_info")
     def hardware(self, index: HardwareInfoIndex) -> str:
         """A fact about the hardware. An Error for one that the device does not know."""
         self._open()
@@ -211,32 +222,40 @@ class Adapter:
 
     @property
     def serial(self) -> str:
+        """The serial number."""
         return self.hardware(HardwareInfoIndex.SERIAL)
 
     @property
+    @tells("capi_get_device_imei")
     def imei(self) -> str:
+        """The IMEI."""
         self._open()
         return read_text(c.capi_get_device_imei)
 
     @property
+    @tells("capi_get_firmware_version")
     def firmware_version(self) -> str:
+        """The firmware's version."""
         self._open()
         return read_text(c.capi_get_firmware_version).rstrip("\n")
 
     # ---- The SIM
 
+    @tells("capi_get_simcard_info")
     def sim(self, index: SimcardInfoIndex) -> str:
         """A value of the SIM, which may be empty."""
         self._open()
         return read_text(lambda buf, size: c.capi_get_simcard_info(index, buf, size))
 
     @property
+    @tells("capi_check_simcard")
     def is_sim_usable(self) -> bool:
         """Whether the inserted SIM is one of a known network."""
         self._open()
         return c.capi_check_simcard() == 0
 
     @property
+    @tells("capi_get_carrier_info")
     def carrier(self) -> Optional[records.CarrierInfo]:
         """Whose SIM it is; None for nobody's that the device knows."""
         self._open()
@@ -266,6 +285,7 @@ class Line:
         return self._adapter.read(records.VoiceSipLine, self.number)
 
     @property
+    @tells("capi_get_runtime_line_phone_phy_status")
     def phone(self) -> str:
         """What the telephone does; "Unknown" where nobody said."""
         self._adapter._open()
@@ -283,6 +303,7 @@ class Line:
         """Its calls as they are now."""
         return self._adapter.read(records.SharedCallState, self.number)
 
+    @tells("capi_live_get_line_reg_stat")
     def registration(self, stack: int) -> records.LineRegStat:
         """Its registration on a voice stack, with duration and texts."""
         self._adapter._open()
@@ -290,6 +311,7 @@ class Line:
         check(c.capi_live_get_line_reg_stat(self.number - 1, record._pointer, stack - 1))
         return record
 
+    @tells("capi_set_runtime_line_reg_stat")
     def publish_registration(self, stack: int, record: records.LineRegStat) -> None:
         """What a voice stack tells of a line that it has registered, or not."""
         self._adapter._open()
@@ -306,6 +328,7 @@ class Line:
         return any(each.registered for each in self.registrations.values())
 
 
+@tells("capi_convert_call_state_to_string")
 def call_state_name(state: int) -> str:
     """The name of a call state, 1 to 15."""
     return text_of(c.capi_convert_call_state_to_string(state))

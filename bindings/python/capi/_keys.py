@@ -11,6 +11,7 @@ from . import functions as c
 from . import records
 from ._cdef import ffi
 from ._library import Error, callback, check, failure, read_text, text_of
+from ._told import tells
 from .constants import KEYS_SENTENCE
 from .enums import ConfigKeyKind, KeyCheck
 
@@ -50,6 +51,7 @@ class Key:
         return f"Key({self.label!r})"
 
     @property
+    @tells("capi_keys_describe")
     def meaning(self) -> records.KeyMeaning:
         """What it means, its unit, who says so, its start, and more."""
         meaning = records.KeyMeaning()
@@ -57,6 +59,7 @@ class Key:
         return meaning
 
     @property
+    @tells("capi_keys_allowed")
     def allowed(self) -> str:
         """What it takes, for people: "0 to 65535"."""
         return read_text(lambda buf, size: c.capi_keys_allowed(self._row._pointer, buf, size))
@@ -84,6 +87,7 @@ class Key:
                 return str(number[0])
         return value
 
+    @tells("capi_keys_check")
     def check(self, value: Value) -> None:
         """Raises InvalidValue for a value that is not right."""
         sentence = ffi.new("char[]", KEYS_SENTENCE)
@@ -156,6 +160,7 @@ class Config(Mapping[str, str]):
     def __contains__(self, label: object) -> bool:
         return label in all_keys()
 
+    @tells("capi_keys_set", "capi_config_set")
     def set(self, label: str, value: Value, *, checked: bool = True) -> None:
         """Sets a value: a text, a number, or the name of one.
 

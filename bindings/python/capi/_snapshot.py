@@ -11,6 +11,7 @@ from . import records
 from ._cdef import ffi
 from ._keys import find, label_of
 from ._library import callback, check, read_text, text_of
+from ._told import tells
 
 
 class Change(NamedTuple):
@@ -37,6 +38,7 @@ class Snapshot(records.SharedRecord):
         """Which state it holds; generations only grow."""
         return int(self._generation[0])
 
+    @tells("capi_live_refresh")
     def refresh(self) -> bool:
         """Brings it up to date without a lock. Tells whether anything had changed."""
         return check(c.capi_live_refresh(self._pointer, self._generation)) == 1
@@ -52,6 +54,7 @@ class Snapshot(records.SharedRecord):
         other._generation[0] = self._generation[0]
         return other
 
+    @tells("capi_snapshot_diff")
     def changes_to(self, after: Snapshot) -> List[Change]:
         """The values that are others in a later snapshot, in the order of the keys."""
         found: List[Change] = []
@@ -59,6 +62,7 @@ class Snapshot(records.SharedRecord):
         check(c.capi_snapshot_diff(self._pointer, after._pointer, walk, None))
         return found
 
+    @tells("capi_keys_for_each_change")
     def changes_since_start(self) -> List[Change]:
         """The values that are not those of a master's start without settings."""
         found: List[Change] = []
@@ -66,6 +70,7 @@ class Snapshot(records.SharedRecord):
         check(c.capi_keys_for_each_change(self._pointer, walk, None))
         return found
 
+    @tells("capi_snapshot_write_config_file")
     def write_stack_file(self, kind: int, path: Union[str, "os.PathLike[str]"]) -> None:
         """Writes the file of a type of voice stack from these values, wherever it is wanted."""
         check(c.capi_snapshot_write_config_file(self._pointer, kind, os.fspath(path)))

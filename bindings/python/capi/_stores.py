@@ -10,6 +10,7 @@ from . import functions as c
 from . import records
 from ._cdef import ffi
 from ._library import Error, callback, check, decode, encode, failure
+from ._told import tells
 from .constants import CALL_LOG_TYPES, SMS_TEXT_CAPACITY
 from .enums import SmsSelector
 
@@ -75,16 +76,19 @@ class Calls:
             raise ValueError(f"there is no type {kind} of calls")
         return self._read(c.capi_voip_call_log_dump, self._OF_TYPE[kind])
 
+    @tells("capi_voip_add_call_log")
     def add(self, kind: int, call: records.CallLogRecord) -> None:
         """Adds a call; a full type loses its oldest."""
         self._adapter._open()
         check(c.capi_voip_add_call_log(kind, call._pointer))
 
+    @tells("capi_voip_delete_call_log_by_node")
     def delete(self, call: records.CallLogRecord) -> None:
         """Removes a call as an iteration gave it."""
         self._adapter._open()
         check(c.capi_voip_delete_call_log_by_node(call.calltype, call.index))
 
+    @tells("capi_voip_clean_all_call_log", "capi_voip_clean_call_log_by_type")
     def clear(self, kind: Optional[int] = None) -> None:
         """Removes all calls, or those of a type."""
         self._adapter._open()
@@ -155,21 +159,27 @@ class Box:
             raise NoMessage(f"there is no message {message_id}: {failure()}")
         return message
 
+    @tells("capi_voip_sms_add")
     def add(self, message: records.SmsRecord) -> int:
         """Stores a message as the newest. Returns the id that it got."""
         self._adapter._open()
         check(c.capi_voip_sms_add(self._selector, message._pointer))
         return message.id
 
+    @tells("capi_voip_sms_update")
     def mark_read(self, message_id: int, is_read: bool = True) -> None:
+        """Marks a message as read, or as unread."""
         message = self[message_id]
         message.bRead = int(is_read)
         check(c.capi_voip_sms_update(self._selector, message._pointer))
 
+    @tells("capi_voip_sms_del_by_id")
     def delete(self, message_id: int) -> None:
+        """Removes a message."""
         self._adapter._open()
         check(c.capi_voip_sms_del_by_id(self._selector, message_id))
 
+    @tells("capi_voip_sms_clean")
     def clear(self) -> None:
         """Removes all messages; ids start at 1 again."""
         self._adapter._open()
@@ -195,6 +205,7 @@ class Messages:
     def __len__(self) -> int:
         return len(self.received) + len(self.sent)
 
+    @tells("capi_voip_sms_send")
     def send(self, number: str, text: str, text_type: int = 0) -> None:
         """Stores a message among the sent ones and asks for it to be sent."""
         self._adapter._open()

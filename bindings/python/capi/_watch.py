@@ -3,7 +3,6 @@
 """Being told of changes."""
 from __future__ import annotations
 
-import asyncio
 import math
 import os
 import select
@@ -14,6 +13,7 @@ from typing import Optional, Type
 from . import functions as c
 from . import records
 from ._library import Error, check, failure, last_errno
+from ._told import tells
 from .enums import Topic
 
 
@@ -43,6 +43,7 @@ class Watch:
             raise Error("the watch is that of another process: open one after the fork")
         return self._watch.fd
 
+    @tells("capi_watch_changed")
     def changed(self) -> Topic:
         """The topics that have changed since it was asked last; none is false."""
         self.fileno()
@@ -103,6 +104,9 @@ class Watch:
             self._is_awaited = False
 
     async def _readable(self) -> None:
+        # Half of what importing the package would take, for those who have no use for it.
+        import asyncio
+
         loop = asyncio.get_running_loop()
         is_readable: asyncio.Future[None] = loop.create_future()
 
