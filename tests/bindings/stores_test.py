@@ -92,19 +92,39 @@ def test_messages_come_from_the_oldest_to_the_newest_received_before_sent(
 def test_a_message_is_found_read_and_removed_by_its_id(adapter: capi.Adapter) -> None:
     box = adapter.messages.received
     first = box.add(message(b"first"))
-    second = box.add(message(b"second"))
+    second = box.add(message(b"second", LastTime=17))
     assert (first, second) == (1, 2)
     assert box[second].text == "second" and not box[second].is_read
     box.mark_read(second)
     assert box[second].is_read and not box[first].is_read
+    assert box[second].LastTime > 17
     box.mark_read(second, False)
     assert not box[second].is_read
     box.delete(first)
     with pytest.raises(KeyError):
         box[first]
-    with pytest.raises(capi.NoMessage, match="there is no message 1"):
+    with pytest.raises(capi.NoMessage, match="there is no message 1$"):
         box.mark_read(first)
     assert [each.id for each in box] == [2]
+
+
+def test_a_file_of_messages_that_cannot_be_used_is_no_missing_message(
+    adapter: capi.Adapter,
+) -> None:
+    box = adapter.messages.received
+    box.add(message(b"there"))
+    file, aside = Path("/quorbleconf/nv/sm_recv"), Path("/quorbleconf/nv/aside")
+    file.rename(aside)
+    file.mkdir()
+    try:
+        with pytest.raises(capi.Error) as failed:
+            box[1]
+        assert not isinstance(failed.value, KeyError)
+        assert failed.value.lines
+    finally:
+        file.rmdir()
+        aside.rename(file)
+    assert box[1].text == "there"
 
 
 def test_a_text_is_what_its_length_says_whatever_bytes_it_has(adapter: capi.Adapter) -> None:

@@ -3,13 +3,14 @@
 """The call log and the short messages."""
 from __future__ import annotations
 
+import time
 from datetime import datetime, timezone
 from typing import Any, Iterator, List, Optional, Tuple
 
 from . import functions as c
 from . import records
 from ._cdef import ffi
-from ._library import Error, callback, check, decode, encode, failure
+from ._library import Error, callback, check, decode, encode
 from ._told import tells
 from .constants import CALL_LOG_TYPES, SMS_TEXT_CAPACITY
 from .enums import SmsSelector
@@ -156,7 +157,8 @@ class Box:
         self._adapter._open()
         message = Message()
         if c.capi_voip_sms_get(self._selector, message_id, message._pointer) != 0:
-            raise NoMessage(f"there is no message {message_id}: {failure()}")
+            self._read()  # a file that cannot be used is another fault
+            raise NoMessage(f"there is no message {message_id}")
         return message
 
     @tells("capi_voip_sms_add")
@@ -171,6 +173,7 @@ class Box:
         """Marks a message as read, or as unread."""
         message = self[message_id]
         message.bRead = int(is_read)
+        message.LastTime = int(time.time())
         check(c.capi_voip_sms_update(self._selector, message._pointer))
 
     @tells("capi_voip_sms_del_by_id")
