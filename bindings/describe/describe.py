@@ -349,6 +349,10 @@ class Describer:
     def read_function(self, node: c_ast.Decl, header: Header) -> None:
         if "static" in node.storage:
             return
+        if node.name not in self.versions:
+            raise SystemExit(
+                f"describe: no .map file lists {node.name}, which {header.name} declares"
+            )
         library, version = self.versions[node.name]
         doc = header.comment_above(node.coord.line)
         self.functions.append(

@@ -7,7 +7,7 @@ import re
 import subprocess
 import sys
 from pathlib import Path
-from typing import Any, Dict, List
+from typing import Any, Callable, Dict, List
 from xml.etree import ElementTree
 
 import pytest
@@ -230,6 +230,26 @@ def compiles(check: Path) -> bool:
     return subprocess.run(command, stderr=subprocess.DEVNULL, check=False).returncode == 0
 
 
+@pytest.fixture(name="edit")
+def copy_headers(tmp_path: Path) -> Callable[[str, str, str], Path]:
+    """Changes a header of a copy of the sources."""
+    for folder in ("include", "keys/include"):
+        (tmp_path / folder).parent.mkdir(exist_ok=True)
+        subprocess.run(["cp", "-r", SOURCE / folder, tmp_path / folder], check=True)
+    for path in ("src/capi.map", "keys/capi-keys.map"):
+        (tmp_path / path).parent.mkdir(exist_ok=True)
+        (tmp_path / path).write_bytes((SOURCE / path).read_bytes())
+
+    def change(header: str, before: str, after: str) -> Path:
+        file = tmp_path / "include" / header
+        text = file.read_text(encoding="utf-8")
+        assert before in text
+        file.write_text(text.replace(before, after, 1), encoding="utf-8")
+        return tmp_path
+
+    return change
+
+
 def test_a_description_that_is_true_compiles(tmp_path: Path) -> None:
     assert describe(SOURCE, tmp_path)["functions"] == DESCRIPTION["functions"]
     assert compiles(tmp_path / "check.c")
@@ -247,16 +267,57 @@ def test_a_description_that_is_true_compiles(tmp_path: Path) -> None:
     ],
 )
 def test_a_description_that_is_not_true_does_not_compile(
-    tmp_path: Path, header: str, before: str, after: str
+    edit: Callable[[str, str, str], Path], header: str, before: str, after: str
 ) -> None:
-    for folder in ("include", "keys/include"):
-        (tmp_path / folder).parent.mkdir(exist_ok=True)
-        subprocess.run(["cp", "-r", SOURCE / folder, tmp_path / folder], check=True)
-    for path in ("src/capi.map", "keys/capi-keys.map"):
-        (tmp_path / path).parent.mkdir(exist_ok=True)
-        (tmp_path / path).write_bytes((SOURCE / path).read_bytes())
-    text = (tmp_path / "include" / header).read_text(encoding="utf-8")
-    assert before in text
-    (tmp_path / "include" / header).write_text(text.replace(before, after), encoding="utf-8")
-    describe(tmp_path, tmp_path)
-    assert not compiles(tmp_path / "check.c")
+    copy = edit(header, before, after)
+    describe(copy, copy)
+    assert not compiles(copy / "check.c")
+
+
+@pytest.mark.parametrize(
+    ("before", "after", "said"),
+    [
+        (
+            "CAPI_BEGIN_DECLS\n",
+            "CAPI_BEGIN_DECLS\nvoid capi_more(void);\n",
+            "describe: no .map file lists capi_more, which capi/log.h declares\n",
+        ),
+        (
+            "void capiv2_log_init(capi_log_sink sink);\n",
+            "",
+            "describe: no header declares capiv2_log_init\n",
+        ),
+    ],
+)
+def test_headers_and_exported_names_have_to_agree(
+    edit: Callable[[str, str, str], Path],
+    capfd: pytest.CaptureFixture[str],
+    before: str,
+    after: str,
+    said: str,
+) -> None:
+    copy = edit("capi/log.h", before, after)
+    with pytest.raises(subprocess.CalledProcessError):
+        describe(copy, copy)
+    assert capfd.readouterr().err == said
+
+
+def test_what_a_header_gains_languages_gain(edit: Callable[[str, str, str], Path]) -> None:
+    copy = edit(
+        "capi/watch.h",
+        "CAPI_TOPIC_MESSAGES = 16 ",
+        "CAPI_TOPIC_MESSAGES = 16, CAPI_TOPIC_MORE = 32 ",
+    )
+    edit(
+        "capi/records.h",
+        "int32_t clir_enable;",
+        "int32_t clir_enable;\n  char colour[8]; /* of the lamp */",
+    )
+    describe(copy, copy)
+    for language, target in (("python", copy / "capi"), ("lua", copy / "cdef.lua")):
+        generate = SOURCE / "bindings" / language / "generate.py"
+        subprocess.run([sys.executable, generate, copy / "capi.json", target], check=True)
+    assert "    MORE = 32\n" in (copy / "capi/enums.py").read_text()
+    field = "    colour = Field(TextItem(), 'char colour[8]: of the lamp')\n"
+    assert field in (copy / "capi/records.py").read_text()
+    assert "char colour[8];" in (copy / "cdef.lua").read_text()
