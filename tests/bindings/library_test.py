@@ -35,10 +35,14 @@ def test_a_program_of_python_starts_an_adapter() -> None:
         "import capi\n"
         "with capi.Adapter.start('/quorbleconf/config/voice.settings') as adapter:\n"
         "    print(adapter.config['sip_line_1.display_name'], adapter.presence.state)\n"
+        # Anew, and so without what was there before.
+        "with capi.Adapter.start('/quorbleconf/config/network.settings') as adapter:\n"
+        "    print(adapter.config['sip_line_1.display_name'], adapter.config['hw_info.model'])\n"
+        # This one leaves nothing that is published.
         "try: capi.Adapter.start('/missing')\n"
         "except capi.Error as e: print(e.function)\n"
     )
-    assert run(program).stdout == "Frontdesk 3\ncapi_init_settings_from_file\n"
+    assert run(program).stdout == "Frontdesk 3\n QZX-200\ncapi_init_settings_from_file\n"
 
 
 def test_who_has_joined_cannot_start_another(adapter: capi.Adapter) -> None:

@@ -16,8 +16,8 @@ def register(adapter: capi.Adapter, number: int) -> None:
 
 
 with capi.Adapter() as joined, joined.watch(capi.Topic.CONFIG) as watch:
-    print("waiting", flush=True)
     while True:
         for each in sys.argv[1:]:
             register(joined, int(each))
+        print("waiting", flush=True)
         watch.wait()
