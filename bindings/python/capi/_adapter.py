@@ -6,7 +6,7 @@ from __future__ import annotations
 import os
 import threading
 from types import TracebackType
-from typing import Any, Dict, Iterator, Mapping, Optional, Tuple, Type, TypeVar, Union
+from typing import Dict, Iterator, Mapping, Optional, Tuple, Type, TypeVar, Union
 
 from . import functions as c
 from . import records
