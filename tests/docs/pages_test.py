@@ -1,0 +1,95 @@
+#!/usr/bin/env python3
+# SPDX-FileCopyrightText: The capi authors
+# SPDX-License-Identifier: MIT
+"""pages_test.py SOURCE-DIR CAPICTL...
+
+Looks whether what the pages lead to is there: files and headings, commands of the tool and their
+options. Each page stands in the index, and each that has commands is followed by a test.
+"""
+import functools
+import os
+import re
+import subprocess
+import sys
+
+source, tool = sys.argv[1], sys.argv[2:]
+# These follow their commands elsewhere.
+FRONT = ["README.md", "CONTRIBUTING.md"]
+PAGES = sorted("docs/" + name for name in os.listdir(f"{source}/docs") if name.endswith(".md"))
+faults = []
+
+
+def text_of(page):
+    with open(f"{source}/{page}", encoding="utf-8") as file:
+        return file.read()
+
+
+def prose_of(page):
+    return re.sub(r"^ *```.*?^ *```", "", text_of(page), flags=re.M | re.S)
+
+
+@functools.cache
+def headings_of(page):
+    """The names by which links find a page's headings."""
+    headings = re.findall(r"^#+ (.*)$", prose_of(page), flags=re.M)
+    return {re.sub(r"[^\w\- ]", "", heading.lower()).replace(" ", "-") for heading in headings}
+
+
+def check_links(page):
+    for target in re.findall(r"\]\(([^)\s]+)\)", prose_of(page)):
+        if re.match(r"[a-z]+:", target):
+            continue
+        path, _, heading = target.partition("#")
+        file = os.path.normpath(os.path.join(os.path.dirname(page), path)) if path else page
+        if not os.path.exists(f"{source}/{file}"):
+            faults.append(f"{page} leads to {target}, which is not there")
+        elif heading and file.endswith(".md") and heading not in headings_of(file):
+            faults.append(f"{page} leads to {target}, and there is no such heading")
+
+
+@functools.cache
+def help_of(*words):
+    """What the tool tells of a command, or None where there is none."""
+    told = subprocess.run(tool + ["help", *words], capture_output=True, text=True, check=False)
+    return told.stdout if told.returncode == 0 else None
+
+
+def check_command(page, command):
+    if command.startswith("capictl page "):  # for our scripts, and in no help
+        return
+    words = []
+    for word in command.split()[1:]:
+        if not re.fullmatch(r"[a-z-]+", word) or word.startswith("-"):
+            break
+        if help_of(*words, word) is None:
+            break
+        words.append(word)
+    told = help_of(*words)
+    rest = command.split()[1 + len(words):]
+    takes_words = "Arguments:" in told
+    if rest and re.fullmatch(r"[a-z][a-z-]*", rest[0]) and not takes_words:
+        faults.append(f"{page}: there is no command {command}")
+    for option in re.findall(r"--[a-z-]+", " ".join(rest)):
+        if not re.search(rf"{option}\b", told + help_of()):
+            faults.append(f"{page}: {command}: there is no option {option}")
+
+
+def check_commands(page):
+    for span in re.findall(r"`(capictl [^`]+)`", prose_of(page)):
+        check_command(page, span)
+
+
+followed = set(re.findall(r"^capi_follow_page\((\S+)", text_of("tests/docs/CMakeLists.txt"), re.M))
+index = text_of("docs/README.md")
+for page in FRONT + PAGES:
+    check_links(page)
+    check_commands(page)
+for page in PAGES:
+    name = os.path.basename(page)
+    if name != "README.md" and f"]({name})" not in index:
+        faults.append(f"docs/README.md does not lead to {page}")
+    has_commands = re.search(r"^```sh$", text_of(page), re.M)
+    if has_commands and name.removesuffix(".md") not in followed:
+        faults.append(f"nothing follows {page}")
+print("\n".join("FAILED: " + fault for fault in faults) or f"{len(PAGES)} pages are as they should be")
+sys.exit(1 if faults else 0)
