@@ -13,8 +13,12 @@ import subprocess
 import sys
 
 source, tool = sys.argv[1], sys.argv[2:]
-# These follow their commands elsewhere.
-FRONT = ["README.md", "CONTRIBUTING.md"]
+# Other tests than those of this folder follow these, and name them.
+FOLLOWED_BY = {
+    "README.md": "tests/abi/readme_commands_test.sh",
+    "CONTRIBUTING.md": "tests/abi/recipes_test.sh",
+    "docs/changes.md": "tests/abi/readme_test.sh",
+}
 PAGES = sorted("docs/" + name for name in os.listdir(f"{source}/docs") if name.endswith(".md"))
 faults = []
 
@@ -79,17 +83,22 @@ def check_commands(page):
         check_command(page, span)
 
 
-followed = set(re.findall(r"^capi_follow_page\((\S+)", text_of("tests/docs/CMakeLists.txt"), re.M))
+def is_followed(page):
+    if page in FOLLOWED_BY:
+        return page in text_of(FOLLOWED_BY[page])
+    name = re.fullmatch(r"docs/(.*)\.md", page)[1]
+    return f"\ncapi_follow_page({name} " in text_of("tests/docs/CMakeLists.txt")
+
+
 index = text_of("docs/README.md")
-for page in FRONT + PAGES:
+for page in ["README.md", "CONTRIBUTING.md"] + PAGES:
     check_links(page)
     check_commands(page)
-for page in PAGES:
-    name = os.path.basename(page)
-    if name != "README.md" and f"]({name})" not in index:
-        faults.append(f"docs/README.md does not lead to {page}")
-    has_commands = re.search(r"^```sh$", text_of(page), re.M)
-    if has_commands and name.removesuffix(".md") not in followed:
+    is_to_follow = re.search(r"^ *```sh$|^<!-- example: ", text_of(page), re.M)
+    if is_to_follow and not is_followed(page):
         faults.append(f"nothing follows {page}")
+for page in PAGES:
+    if page != "docs/README.md" and f"]({os.path.basename(page)})" not in index:
+        faults.append(f"docs/README.md does not lead to {page}")
 print("\n".join("FAILED: " + fault for fault in faults) or f"{len(PAGES)} pages are as they should be")
 sys.exit(1 if faults else 0)
