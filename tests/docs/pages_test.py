@@ -4,7 +4,8 @@
 """pages_test.py SOURCE-DIR CAPICTL...
 
 Looks whether what the pages lead to is there: files and headings, commands of the tool and their
-options. Each page stands in the index, and each that has commands is followed by a test.
+options. Each page stands in the index, and each that has commands is followed by a test. What the
+README begins with fits on a screen.
 """
 import functools
 import os
@@ -20,6 +21,7 @@ FOLLOWED_BY = {
     "docs/changes.md": "tests/abi/readme_test.sh",
 }
 PAGES = sorted("docs/" + name for name in os.listdir(f"{source}/docs") if name.endswith(".md"))
+SCREEN = 24  # lines
 faults = []
 
 
@@ -100,5 +102,7 @@ for page in ["README.md", "CONTRIBUTING.md"] + PAGES:
 for page in PAGES:
     if page != "docs/README.md" and f"]({os.path.basename(page)})" not in index:
         faults.append(f"docs/README.md does not lead to {page}")
+if text_of("README.md").split("\n```\n")[0].count("\n") >= SCREEN:
+    faults.append("README.md has no command on its first screen")
 print("\n".join("FAILED: " + fault for fault in faults) or f"{len(PAGES)} pages are as they should be")
 sys.exit(1 if faults else 0)
