@@ -8,7 +8,8 @@ after the other in one shell on a terminal, and compares what they print with wh
 
   <!-- example: FILE -->   the code block behind it is that file
   ```sh                    commands; each has to succeed
-  ```text                  what the block of commands before it prints, sooner or later
+  ```text                  what the block of commands before it prints, or a program of theirs that
+                           goes on in the background, sooner or later
   <!-- exit: N -->         a command of the block behind it ends with N
 
 In what is shown "…" stands for any text, and a time or an id of eight hexadecimal digits for any
@@ -34,7 +35,7 @@ trap 'code=$?; [ "$status" -ne 0 ] || status=$code' ERR
 while IFS= read -r block <&"$BLOCKS"; do
   status=0
   . "$block"
-  printf '\\001%s\\001' "$status"
+  printf '\\001%s %s\\001' "$status" "$(jobs -r | wc -l)"
 done
 """
 
@@ -115,13 +116,13 @@ class Shell:
         """Runs a file of commands: the exit code of what failed in it first, and what was printed."""
         self.deadline = time.monotonic() + PATIENCE
         os.write(self.blocks, (file + "\n").encode())
-        printed, code = b"", None
+        printed, code, jobs = b"", None, 1
         while True:
-            if code is None and (mark := re.search(rb"\x01(\d+)\x01", printed)):
-                code = int(mark[1])
+            if code is None and (mark := re.search(rb"\x01(\d+) (\d+)\x01", printed)):
+                code, jobs = int(mark[1]), int(mark[2])
                 printed = printed.replace(mark[0], b"")
             text = printed.decode(errors="replace")
-            if code is not None and (shown is None or matches(text, shown)):
+            if code is not None and (shown is None or jobs == 0 or matches(text, shown)):
                 return code, text
             new = self.more()
             if not new:
