@@ -26,13 +26,11 @@ PATH=/tmp/bin:$PATH
 # What the packages would bring, from the build.
 use_build() {
   PATH=$build/tools/capictl:$PATH
-  cat >/tmp/capi.pc <<END
-Name: capi
-Description: the library of this build
-Version: 0
-Cflags: -I$source/include
-Libs: -L$build -Wl,-rpath,$build -lcapi
-END
+  printf '%s\n' 'Name: capi' 'Description: of this build' 'Version: 0' "Cflags: -I$source/include" \
+    "Libs: -L$build -Wl,-rpath,$build -lcapi" >/tmp/capi.pc
+  printf '%s\n' 'Name: capi-keys' 'Description: of this build' 'Version: 0' 'Requires: capi' \
+    "Cflags: -I$source/keys/include" \
+    "Libs: -L$build/keys -Wl,-rpath,$build/keys -lcapi-keys" >/tmp/capi-keys.pc
   export PKG_CONFIG_PATH=/tmp
 }
 
