@@ -4,10 +4,11 @@
 """pages_test.py SOURCE-DIR CAPICTL...
 
 Looks whether what the pages lead to is there: files and headings, commands of the tool and their
-options. Each page stands in the index, and each that has commands is followed by a test. What the
+options, keys. Each page stands in the index, and each that has commands is followed by a test. What the
 README begins with fits on a screen.
 """
 import functools
+import json
 import os
 import re
 import subprocess
@@ -85,6 +86,24 @@ def check_commands(page):
         check_command(page, span)
 
 
+@functools.cache
+def keys():
+    """The fields of each section; a numbered one has a name without its number as well."""
+    schema = json.loads(text_of("docs/settings.schema.json"))
+    fields = {}
+    for section, shape in schema["properties"].items():
+        named = set(schema["$defs"][shape["$ref"].rsplit("/", 1)[1]]["properties"])
+        named |= {re.sub(r"_?\d+$", "", name) for name in named}
+        fields[section] = fields[re.sub(r"_\d$", "", section)] = named
+    return fields
+
+
+def check_keys(page):
+    for section, field in re.findall(r"`(\w+)\.(\w+)`", prose_of(page)):
+        if section in keys() and field not in keys()[section]:
+            faults.append(f"{page}: there is no key {section}.{field}")
+
+
 def is_followed(page):
     if page in FOLLOWED_BY:
         return page in text_of(FOLLOWED_BY[page])
@@ -96,6 +115,7 @@ index = text_of("docs/README.md")
 for page in ["README.md", "CONTRIBUTING.md"] + PAGES:
     check_links(page)
     check_commands(page)
+    check_keys(page)
     is_to_follow = re.search(r"^ *```sh$|^<!-- example: ", text_of(page), re.M)
     if is_to_follow and not is_followed(page):
         faults.append(f"nothing follows {page}")
