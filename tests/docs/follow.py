@@ -23,6 +23,7 @@ import select
 import struct
 import subprocess
 import sys
+import tempfile
 import termios
 import time
 
@@ -140,14 +141,17 @@ def main():
     if not any("commands" in step for step in steps):
         sys.exit(f"FAILED: {page} has no commands")
     shell, wrong = Shell(), False
+    block = tempfile.NamedTemporaryFile("w", prefix="block.", encoding="utf-8")
     for step in steps:
         if "file" in step:
             with open(step["file"], "w", encoding="utf-8") as file:
                 file.write(step["text"])
             continue
-        with open("/tmp/block", "w", encoding="utf-8") as file:
-            file.write(step["commands"] + "\n")
-        code, printed = shell.run("/tmp/block", step["shown"])
+        block.seek(0)
+        block.truncate()
+        block.write(step["commands"] + "\n")
+        block.flush()
+        code, printed = shell.run(block.name, step["shown"])
         print(step["commands"])
         if show:
             print("```text\n" + plain(printed) + "\n```")
