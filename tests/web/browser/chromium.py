@@ -199,7 +199,7 @@ class Page:
         script = (
             "new Promise((done) => { const look = () => { let value; "
             f"try {{ value = ({expression}); }} catch {{}} "
-            "if (value) return done(value); setTimeout(look, 10); }; look(); })"
+            "if (value) return done(true); setTimeout(look, 10); }; look(); })"
         )
         deadline = time.monotonic() + patience
         while True:

@@ -122,7 +122,7 @@ export function morph(from, to) {
 // ---- Fetching the page again ----
 
 const waiting = new Set();
-let is_fetching = false;
+let fetching = null;
 
 async function fetch_page() {
   const answer = await fetch(location.href, {headers: {Accept: 'text/html'}, cache: 'no-store'});
@@ -141,10 +141,7 @@ function take_over(fresh, topics) {
 
 const concerns_us = (topic) => live_parts(document).some((part) => topics_of(part).includes(topic));
 
-// Fetches as long as something is waiting; what comes meanwhile is one more fetch, however much.
-async function fetch_waiting() {
-  if (is_fetching || document.hidden) return;
-  is_fetching = true;
+async function fetch_all_waiting() {
   while (waiting.size > 0) {
     const topics = new Set(waiting);
     waiting.clear();
@@ -155,7 +152,14 @@ async function fetch_waiting() {
       break;
     }
   }
-  is_fetching = false;
+  fetching = null;
+}
+
+// Fetches until nothing is waiting; what comes meanwhile is one more fetch, however much. A page
+// that nobody looks at waits until somebody does.
+function fetch_waiting() {
+  if (!document.hidden && waiting.size > 0) fetching ??= fetch_all_waiting();
+  return fetching;
 }
 
 export function refresh(topics) {

@@ -265,8 +265,8 @@ export function serve_settings() {
   document.addEventListener('input', (event) => {
     if (event.target.matches('form.settings [data-key]')) draft(event.target);
   });
-  document.addEventListener('submit', (event) => {
-    if (!event.target.matches('form.settings')) return;
+  document.addEventListener('keydown', (event) => {
+    if (event.key !== 'Enter' || !event.target.matches('form.settings input')) return;
     event.preventDefault();
     if (count() > 0) review();
   });
