@@ -175,26 +175,29 @@ export function refresh_all() {
 
 // ---- The stream ----
 
+const root = document.documentElement;
 let was_lost = false;
 
-function hear(message) {
-  if (message.type === 'change') {
-    refresh(message.topics);
-  } else if (message.type === 'lost') {
-    // Nobody is told of a moment's interruption, only of one that lasts.
+// From the first word of the stream on the page is as the adapter is, and says so to the style.
+async function hear(message) {
+  if (message.type === 'lost') {
+    delete root.dataset.connected;
+    // Nobody is told twice of one interruption.
     if (!was_lost) say_connection('Connection lost, trying again');
     was_lost = true;
     // A refusal may be that of an expired session, which the page's own answer tells.
     if (message.refused) refresh_all();
-  } else {
-    if (was_lost) {
-      say_connection('');
-      announce('Connected again');
-    }
-    was_lost = false;
-    // A stream that was there already does not tell what changed while this page was loading.
-    if (message.type === 'joined') refresh_all();
+    return;
   }
+  if (was_lost) {
+    say_connection('');
+    announce('Connected again');
+  }
+  was_lost = false;
+  if (message.type === 'open') return;
+  // A stream that was there already does not tell what changed while this page was loading.
+  await (message.type === 'joined' ? refresh_all() : refresh(message.topics));
+  root.dataset.connected = '';
 }
 
 function listen_alone() {
