@@ -82,10 +82,7 @@ class Looks(BrowserCase):
     def test_the_login_is_accessible_and_fits(self):
         self.page = self.new_page(self.browser.new_profile())
         self.page.go(self.wire.address + "/login")
-        self.page.evaluate("window.leaving = true")
-        self.page.fill("#password", "wrong")
-        self.page.press("Enter")
-        self.page.wait_for_load()
+        self.submit(self.page, "wrong")
         for look in self.looks():
             with self.subTest(look=look):
                 self.assert_accessible("login")

@@ -22,14 +22,17 @@ function body_of(form) {
   return body;
 }
 
-function show_rows(element, rows) {
+// A list of things as a table, and one thing as a table of its facts.
+function show_result(element, answer) {
+  const rows = Array.isArray(answer)
+    ? answer : Object.entries(answer).map(([name, value]) => ({name, value}));
   if (rows.length === 0) {
     element.replaceChildren(make('p', {class: 'notice good'}, 'Nothing was found.'));
     return;
   }
   const columns = Object.keys(rows[0]);
   const cells = rows.map((row) => columns.map((column) => String(row[column] ?? '')));
-  element.replaceChildren(make_table('Findings', columns, cells));
+  element.replaceChildren(make_table('Result', columns, cells));
 }
 
 export function clear_field_error(field) {
@@ -69,7 +72,7 @@ async function act(element, form) {
     // Looking first shows that this page still reaches the adapter, and what there is to act upon.
     if (first) await call('GET', first);
     const answer = await call(method, api, form ? body_of(form) : body ? JSON.parse(body) : {});
-    if (result) show_rows(document.getElementById(result), answer);
+    if (result) show_result(document.getElementById(result), answer);
     if (go) return location.assign(go);
     if (form && !result) form.reset();
     if (done) announce(done);
