@@ -125,7 +125,7 @@ const waiting = new Set();
 let fetching = null;
 
 async function fetch_page() {
-  const answer = await fetch(location.href, {headers: {Accept: 'text/html'}, cache: 'no-store'});
+  const answer = await fetch(location.href, {headers: {Accept: 'text/html', 'X-CAPI-Refresh': '1'}, cache: 'no-store'});
   if (answer.redirected && new URL(answer.url).pathname === '/login') go_to_login();
   return new DOMParser().parseFromString(await answer.text(), 'text/html');
 }
