@@ -3,13 +3,32 @@
 // What the handlers share, for the life of the process.
 #pragma once
 
+#include <string>
+#include <vector>
+
+#include "events.h"
+#include "link.h"
+#include "password.h"
 #include "session.h"
 
 namespace tools::web {
 
 struct App {
-  Sessions sessions;
-  bool is_attached = false;  // whether there is an adapter
+  std::string password_file = {};  // with the hash of the password, which is read for each login
+  std::vector<std::string> hosts = {};  // names by which we may be called, in small letters
+  Sessions sessions = Sessions();
+  ApiTokens tokens = ApiTokens();
+  Throttle throttle = {};
+  Events events = {};
+  int confirm_seconds = 60;  // for a change
+  Link link = Link();
 };
+
+// Whether the login or API token of this name goes on.
+bool is_open(App& app, std::string_view session);
+
+// Milliseconds of a clock that nobody sets, and the time of day.
+int64_t now_ms();
+int64_t now_s();
 
 }  // namespace tools::web
