@@ -75,7 +75,7 @@ class Sessions(BrowserCase):
 
 
 class ShortSession(BrowserCase):
-    options = ("--idle-seconds", "2")
+    options = ("--session-minutes", "0.04")
 
     def test_an_expired_session_leads_to_the_login_and_back(self):
         self.go(self.page, "/calls?q=Anna")
