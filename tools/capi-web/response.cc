@@ -1,0 +1,88 @@
+// SPDX-FileCopyrightText: The capi authors
+// SPDX-License-Identifier: MIT
+#include "response.h"
+
+#include <algorithm>
+#include <iterator>
+#include <memory>
+
+#include "html.h"
+
+namespace tools::web {
+namespace {
+
+struct Reason {
+  int status;
+  std::string_view text;
+};
+constexpr Reason kReasons[] = {
+    {200, "OK"},
+    {201, "Created"},
+    {204, "No Content"},
+    {303, "See Other"},
+    {304, "Not Modified"},
+    {400, "Bad Request"},
+    {401, "Unauthorized"},
+    {403, "Forbidden"},
+    {404, "Not Found"},
+    {405, "Method Not Allowed"},
+    {408, "Request Timeout"},
+    {409, "Conflict"},
+    {411, "Length Required"},
+    {413, "Content Too Large"},
+    {415, "Unsupported Media Type"},
+    {421, "Misdirected Request"},
+    {422, "Unprocessable Content"},
+    {429, "Too Many Requests"},
+    {431, "Request Header Fields Too Large"},
+    {500, "Internal Server Error"},
+    {501, "Not Implemented"},
+    {503, "Service Unavailable"},
+    {505, "HTTP Version Not Supported"},
+};
+
+std::string code_of(int status) {
+  std::string code(reason_of(status));
+  std::ranges::transform(code, code.begin(), [](char c) {
+    if (c == ' ') return '_';
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+  });
+  return code;
+}
+
+}  // namespace
+
+std::string_view reason_of(int status) {
+  const auto* const found = std::ranges::find(kReasons, status, &Reason::status);
+  return found == std::end(kReasons) ? std::string_view("Error") : found->text;
+}
+
+Response html(std::string page, int status) { return {.status = status, .body = std::move(page)}; }
+
+Response json(cJSON* document, int status) {
+  const std::unique_ptr<cJSON, JsonFree> owned(document);
+  const std::unique_ptr<char, decltype(&cJSON_free)> text(cJSON_PrintUnformatted(document),
+                                                          cJSON_free);
+  return {.status = status, .type = kJson, .body = text ? text.get() : "{}"};
+}
+
+Response see_other(std::string path) {
+  return {.status = 303, .headers = {{"Location", std::move(path)}}};
+}
+
+Response failure(const Request& request, int status, std::string_view text) {
+  if (request.is_for_api()) {
+    cJSON* const document = cJSON_CreateObject();
+    cJSON* const error = cJSON_AddObjectToObject(document, "error");
+    cJSON_AddStringToObject(error, "code", code_of(status).c_str());
+    cJSON_AddStringToObject(error, "message", std::string(text).c_str());
+    return json(document, status);
+  }
+  Html page;
+  page.raw("<!DOCTYPE html>\n<html lang=\"en\">\n<head><meta charset=\"utf-8\"><title>");
+  page.text(reason_of(status)).raw("</title></head>\n<body><main><h1>").text(reason_of(status));
+  page.raw("</h1>\n<p>").text(text).raw("</p></main></body>\n</html>\n");
+  return html(page.take(), status);
+}
+
+}  // namespace tools::web
