@@ -16,7 +16,7 @@ namespace tools::web {
 
 struct Session;
 
-enum class Method : uint8_t { Get, Head, Post, Delete };
+enum class Method : uint8_t { Get, Head, Post, Delete, Other };
 
 // Names and values in the order in which they came; a name may come again.
 using Fields = std::vector<std::pair<std::string, std::string>>;

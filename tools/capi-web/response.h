@@ -24,6 +24,8 @@ struct Response {
   Fields headers = {};          // more of them
   bool is_kept = false;         // by the browser, which asks whether it is still the same
   bool is_stream = false;       // goes on with events, for as long as the other side wants
+  std::string session = {};     // whose stream it is
+  std::string last_event = {};  // that was seen on the one before
 };
 
 Response html(std::string page, int status = 200);

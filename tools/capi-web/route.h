@@ -34,6 +34,7 @@ using Routes = std::span<const Route>;
 Routes page_routes();
 Routes api_routes();
 Routes login_routes();
+Routes event_routes();
 Routes asset_routes();
 
 // Finds the route among those of all families and fills in the request's parts. A HEAD goes where a
