@@ -143,8 +143,9 @@ Table kept_table(const pending::Outcome& outcome) {
   return table;
 }
 
-// The change that waits, which has to be of this id unless that is empty. Needs the lock.
-pending::Change named_change(const std::string& id) {
+// The change that waits, which has to be of this id and owner unless they are empty. Needs the
+// lock.
+pending::Change named_change(const std::string& id, const std::string& owner) {
   const std::optional<pending::Change> change = waiting_change();
   if (!change) {
     pending::Outcome outcome;
@@ -157,6 +158,11 @@ pending::Change named_change(const std::string& id) {
     throw Failure(
         "no change " + id + " waits for a confirmation; the one that does is " + change->id,
         {kNotFound, id, change->id});
+  }
+  if (!owner.empty() && change->owner != owner) {
+    throw Failure("the change " + change->id + " is one of " + change->owner +
+                      ", who alone may keep it or take it back here",
+                  {kRefused, change->id});
   }
   return *change;
 }
@@ -281,9 +287,14 @@ void Turn::begin(const std::vector<Setting>& settings, const std::vector<Setting
 
 void Turn::forget() const { former_.id.empty() ? pending::remove() : pending::save(former_); }
 
-pending::Outcome confirm_change(const std::string& id) {
+void refuse_while_busy() {
+  if (!pending::is_locked()) return;
+  throw Failure("somebody changes the configuration at this moment; try again", {kTimedOut});
+}
+
+pending::Outcome confirm_change(const std::string& id, const std::string& owner) {
   const pending::Lock lock(pending::kLockFile, pending::Lock::Exclusive, false);
-  const pending::Change change = named_change(id);
+  const pending::Change change = named_change(id, owner);
   if (pending::remaining_ms(change, pending::now()) == 0) {
     throw Failure("the confirmation of " + change.id + " comes too late: it goes back", {kRefused});
   }
@@ -295,9 +306,9 @@ pending::Outcome confirm_change(const std::string& id) {
   return outcome;
 }
 
-pending::Outcome cancel_change(const std::string& id) {
+pending::Outcome cancel_change(const std::string& id, const std::string& owner) {
   const pending::Lock lock(pending::kLockFile, pending::Lock::Exclusive, false);
-  return take_back(named_change(id), "cancelled");
+  return take_back(named_change(id, owner), "cancelled");
 }
 
 std::vector<Table> outcome_tables(const pending::Outcome& outcome) {
