@@ -9,7 +9,7 @@ namespace {
 
 Response get_status(const Request&, App& app) {
   cJSON* const document = cJSON_CreateObject();
-  cJSON_AddBoolToObject(document, "attached", app.is_attached);
+  cJSON_AddBoolToObject(document, "attached", app.link.is_attached());
   return json(document);
 }
 

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "events.h"
+#include "link.h"
 #include "password.h"
 #include "session.h"
 
@@ -19,8 +20,12 @@ struct App {
   ApiTokens tokens = ApiTokens();
   Throttle throttle = {};
   Events events = {};
-  bool is_attached = false;  // whether there is an adapter
+  int confirm_seconds = 60;  // for a change
+  Link link = Link();
 };
+
+// Whether the login or API token of this name goes on.
+bool is_open(App& app, std::string_view session);
 
 // Milliseconds of a clock that nobody sets, and the time of day.
 int64_t now_ms();

@@ -10,8 +10,8 @@ namespace tools::web {
 namespace {
 
 // In the order of their bits.
-constexpr const char* kTopics[] = {"config", "device", "lines", "calls", "messages", "adapter",
-                                   "change"};
+constexpr const char* kTopics[] = {"config",   "device",  "lines", "calls",
+                                   "messages", "adapter", "change"};
 
 std::string names_of(unsigned topics) {
   std::string names;

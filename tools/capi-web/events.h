@@ -9,6 +9,7 @@
 #include <list>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace tools::web {
 

@@ -95,6 +95,10 @@ Response answer(const Message& message, Request& request, App& app) {
 
 }  // namespace
 
+bool is_open(App& app, std::string_view session) {
+  return app.sessions.has(session, now_ms()) || app.tokens.has(session);
+}
+
 int64_t now_ms() {
   timespec now{};
   clock_gettime(CLOCK_BOOTTIME, &now);

@@ -12,8 +12,7 @@ constexpr char kCookieEnd[] = "; HttpOnly; SameSite=Strict; Path=/";
 
 Response refuse_for_now(const Request& request, int64_t wait_ms) {
   const std::string seconds = std::to_string((wait_ms + 999) / 1000);
-  Response response =
-      login_page(request, "Too many wrong passwords: wait " + seconds + " s.", 429);
+  Response response = login_page(request, "Too many wrong passwords: wait " + seconds + " s.", 429);
   response.headers.emplace_back("Retry-After", seconds);
   return response;
 }

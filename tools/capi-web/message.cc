@@ -83,7 +83,8 @@ bool read_length(const std::string& text, size_t& length) {
   if (text.empty() || !std::ranges::all_of(text, is_digit)) return false;
   unsigned long long value = 0;
   const auto result = std::from_chars(text.data(), text.data() + text.size(), value);
-  length = result.ec == std::errc() && value <= kMaxBody ? static_cast<size_t>(value) : kMaxBody + 1;
+  length =
+      result.ec == std::errc() && value <= kMaxBody ? static_cast<size_t>(value) : kMaxBody + 1;
   return true;
 }
 

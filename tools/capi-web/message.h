@@ -31,8 +31,8 @@ inline constexpr size_t kMaxBody = 65536;
 // What arrives on a connection, until it makes whole requests.
 class Gate {
  public:
-  // What arrived, in any pieces. Returns the bytes that are whole requests now, each of which stands
-  // in messages() as well. After a refusal nothing is taken any more.
+  // What arrived, in any pieces. Returns the bytes that are whole requests now, each of which
+  // stands in messages() as well. After a refusal nothing is taken any more.
   std::string take(std::string_view bytes);
 
   std::deque<Message>& messages() { return messages_; }

@@ -11,7 +11,7 @@ namespace {
 Response get_overview(const Request&, App& app) {
   Html page;
   page.raw("<!DOCTYPE html>\n<html lang=\"en\"><head><title>Overview</title></head><body><main>");
-  page.text(app.is_attached ? "The adapter is up." : "No adapter is up.");
+  page.text(app.link.is_attached() ? "The adapter is up." : "No adapter is up.");
   page.raw("</main></body></html>\n");
   return html(page.take());
 }

@@ -2,18 +2,16 @@
 // SPDX-License-Identifier: MIT
 #include "password.h"
 
+#include <adapter.h>
 #include <crypt.h>
-#include <fcntl.h>
 #include <files.h>
-#include <sys/stat.h>
-#include <unistd.h>
+#include <text.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
-#include <fstream>
 #include <memory>
-#include <sstream>
 #include <stdexcept>
 
 #include "decode.h"
@@ -53,19 +51,6 @@ std::string remedy(const std::string& path) {
   return "; set one: capi-web password --password-file " + path;
 }
 
-// Words of a line, of which the last may have blanks.
-struct Line {
-  std::string id, hash, name;
-  int64_t made_at = 0;
-};
-
-bool read_line(const std::string& text, Line& line) {
-  std::istringstream in(text);
-  if (!(in >> line.id >> line.hash >> line.made_at)) return false;
-  std::getline(in >> std::ws, line.name);
-  return true;
-}
-
 }  // namespace
 
 std::string hash_of_password(const std::string& password) {
@@ -77,14 +62,13 @@ bool is_password(const std::string& password, const std::string& hash) {
 }
 
 std::string read_password_file(const std::string& path) {
-  std::ifstream in(path);
-  if (!in) {
+  std::string hash;
+  if (!read_file(path, hash)) {
     const int error = errno;
     if (error == ENOENT) throw std::runtime_error("there is no password" + remedy(path));
     throw std::runtime_error(path + " cannot be read: " + strerror(error));
   }
-  std::string hash;
-  std::getline(in, hash);
+  hash.resize(std::min(hash.find('\n'), hash.size()));
   if (!hash.starts_with('$') || crypt_checksalt(hash.c_str()) != CRYPT_SALT_OK) {
     throw std::runtime_error(path + " has no hash of a password" + remedy(path));
   }
@@ -96,18 +80,21 @@ void write_password_file(const std::string& path, const std::string& hash) {
   if (error != 0) throw std::runtime_error(path + " cannot be written: " + strerror(error));
 }
 
+// A line for each: id, hash, time and, with its blanks, the name.
 ApiTokens::ApiTokens(std::string path) : path_(std::move(path)) {
-  std::ifstream in(path_);
-  for (std::string text; std::getline(in, text);) {
-    Line line;
-    if (read_line(text, line)) add(line.id, line.hash, line.name, line.made_at);
+  std::string text;
+  read_file(path_, text);
+  for (const std::string& line : split(text, '\n')) {
+    const std::vector<std::string> words = split(line, ' ');
+    if (words.size() < 4) continue;
+    const size_t name = words[0].size() + words[1].size() + words[2].size() + 3;
+    add(words[0], words[1], line.substr(name), strtoll(words[2].c_str(), nullptr, 10));
   }
 }
 
 void ApiTokens::add(std::string id, std::string hash, std::string name, int64_t made_at) {
   Session session{.name = "token-" + id, .begun_at = made_at};
-  tokens_.push_back(
-      {std::move(id), std::move(hash), std::move(name), made_at, std::move(session)});
+  tokens_.push_back({std::move(id), std::move(hash), std::move(name), made_at, std::move(session)});
 }
 
 std::string ApiTokens::make(const std::string& name, int64_t now_s) {
@@ -140,6 +127,11 @@ const Session* ApiTokens::find(std::string_view token) const {
   if (known == tokens_.end() || token.size() <= id.size()) return nullptr;
   const std::string secret(token.substr(id.size() + 1));
   return has_hash(secret, known->hash) ? &known->session : nullptr;
+}
+
+bool ApiTokens::has(std::string_view session) const {
+  return std::ranges::any_of(tokens_,
+                             [&](const Token& token) { return token.session.name == session; });
 }
 
 void ApiTokens::save() const {

@@ -27,7 +27,8 @@ std::string read_password_file(const std::string& path);
 // Throws.
 void write_password_file(const std::string& path, const std::string& hash);
 
-// Tokens by which programs are let in without a login. Each is for one program, and known by its id.
+// Tokens by which programs are let in without a login. Each is for one program, and known by its
+// id.
 class ApiTokens {
  public:
   static constexpr size_t kMax = 32;
@@ -50,6 +51,9 @@ class ApiTokens {
   bool revoke(std::string_view id);
 
   const Session* find(std::string_view token) const;
+
+  // Whether there is one whose session has this name.
+  bool has(std::string_view session) const;
 
   const std::list<Token>& all() const { return tokens_; }
 

@@ -3,10 +3,9 @@
 // What a handler learns of a request: looked at and decoded, whoever has sent it.
 #pragma once
 
-#include <cjson/cJSON.h>
+#include <table.h>
 
 #include <cstdint>
-#include <memory>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -24,20 +23,16 @@ using Fields = std::vector<std::pair<std::string, std::string>>;
 // The first value of this name, or null.
 const std::string* find(const Fields& fields, std::string_view name);
 
-struct JsonFree {
-  void operator()(cJSON* json) const { cJSON_Delete(json); }
-};
-
 struct Request {
   Method method = Method::Get;
-  std::string path;                            // decoded, from "/" on
-  Fields parts = {};                           // what stands in the place of the route's {name}s
-  Fields query = {};                           // decoded
-  Fields headers = {};                         // names in small letters
-  Fields form = {};                            // decoded; of a form only
-  std::unique_ptr<cJSON, JsonFree> json = {};  // of a change; an object
-  std::string address = {};                    // the other side's, without its port
-  const Session* session = nullptr;            // whose login or API token it comes with
+  std::string path = {};             // decoded, from "/" on
+  Fields parts = {};                 // what stands in the place of the route's {name}s
+  Fields query = {};                 // decoded
+  Fields headers = {};               // names in small letters
+  Fields form = {};                  // decoded; of a form only
+  Json json = {};                    // of a change; an object
+  std::string address = {};          // the other side's, without its port
+  const Session* session = nullptr;  // whose login or API token it comes with
 
   // The first value of this name; empty where there is none.
   std::string_view part(std::string_view name) const;

@@ -60,7 +60,7 @@ std::string_view reason_of(int status) {
 Response html(std::string page, int status) { return {.status = status, .body = std::move(page)}; }
 
 Response json(cJSON* document, int status) {
-  const std::unique_ptr<cJSON, JsonFree> owned(document);
+  const Json owned(document);
   const std::unique_ptr<char, decltype(&cJSON_free)> text(cJSON_PrintUnformatted(document),
                                                           cJSON_free);
   return {.status = status, .type = kJson, .body = text ? text.get() : "{}"};

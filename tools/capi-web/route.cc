@@ -46,7 +46,8 @@ void allow(std::string& allowed, Method method) {
 
 const Route* find_route(Request& request, std::string& allowed) {
   const Method method = request.method == Method::Head ? Method::Get : request.method;
-  for (const Routes routes : {page_routes(), api_routes(), login_routes(), event_routes(), asset_routes()}) {
+  for (const Routes routes :
+       {page_routes(), api_routes(), login_routes(), event_routes(), asset_routes()}) {
     for (const Route& route : routes) {
       Fields parts;
       if (!matches(route.path, request.path, parts)) continue;

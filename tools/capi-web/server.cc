@@ -8,6 +8,7 @@
 #include <event2/event.h>
 #include <event2/http.h>
 #include <event2/listener.h>
+#include <netdb.h>
 #include <netinet/in.h>
 
 #include <algorithm>
@@ -49,13 +50,14 @@ constexpr size_t kMaxWaiting = 16;
 
 constexpr int kYear = 365 * 24 * 3600;
 
+// Between two looks for an adapter, while there is none and somebody looks on.
+constexpr int kLookMs = 1000;
+
 constexpr std::string_view kComment = ":\n\n";
 
 constexpr int kAllMethods = EVHTTP_REQ_GET | EVHTTP_REQ_POST | EVHTTP_REQ_HEAD | EVHTTP_REQ_PUT |
                             EVHTTP_REQ_DELETE | EVHTTP_REQ_OPTIONS | EVHTTP_REQ_TRACE |
                             EVHTTP_REQ_CONNECT | EVHTTP_REQ_PATCH;
-
-}  // namespace
 
 std::string address_of(evhttp_request* request) {
   char* address = nullptr;
@@ -133,9 +135,11 @@ class Server::Loop {
   void forget(const Connection* connection);
 
   void take(Connection& connection, evbuffer* input, size_t added);
-  static void stand_in(Connection& connection, evbuffer* input);
   void answer(evhttp_request* request, Connection& connection);
 
+  void look_for_adapter();
+  void on_change();
+  void set_timers();
   void begin_stream(Connection& connection, evhttp_request* request, const Response& response);
   void send_news();
   void send_news(Connection& connection);
@@ -147,9 +151,9 @@ class Server::Loop {
   Limits limits_;
   Owned<event_base> base_;
   std::list<Connection> connections_;
-  Owned<event> adopting_, pause_, comments_, on_term_, on_int_;
-  Owned<evhttp> http_;  // ends before what its connections call
+  Owned<event> adopting_, pause_, comments_, looks_, change_, on_term_, on_int_;
   std::vector<evhttp_bound_socket*> places_;
+  Owned<evhttp> http_;  // ends before what its connections call
 };
 
 Server::Loop::Loop(App& app, const std::vector<Listen>& places, const Limits& limits)
@@ -159,6 +163,7 @@ Server::Loop::Loop(App& app, const std::vector<Listen>& places, const Limits& li
       adopting_(own(event_new(base_.get(), -1, 0, call<&Loop::adopt_new>, this))),
       pause_(own(event_new(base_.get(), -1, 0, call<&Loop::accept_again>, this))),
       comments_(own(event_new(base_.get(), -1, EV_PERSIST, call<&Loop::send_comments>, this))),
+      looks_(own(event_new(base_.get(), -1, EV_PERSIST, call<&Loop::look_for_adapter>, this))),
       on_term_(own(evsignal_new(base_.get(), SIGTERM, call<&Loop::end>, this))),
       on_int_(own(evsignal_new(base_.get(), SIGINT, call<&Loop::end>, this))),
       http_(own(evhttp_new(base_.get()))) {
@@ -174,9 +179,12 @@ Server::Loop::Loop(App& app, const std::vector<Listen>& places, const Limits& li
   evhttp_set_gencb(http_.get(), on_request, this);
   for (const Listen& place : places) listen(place);
   app_.events.on_news = [this] { send_news(); };
+  look_for_adapter();
 }
 
-Server::Loop::~Loop() { app_.events.on_news = [] {}; }
+Server::Loop::~Loop() {
+  app_.events.on_news = [] {};
+}
 
 void Server::Loop::end() { event_base_loopbreak(base_.get()); }
 
@@ -279,7 +287,7 @@ void Server::Loop::forget(const Connection* connection) {
   evbuffer_remove_cb(bufferevent_get_input(connection->socket), on_input,
                      const_cast<Connection*>(connection));
   std::erase_if(connections_, [&](const Connection& one) { return &one == connection; });
-  if (app_.events.streams().empty()) event_del(comments_.get());
+  set_timers();
   if (!event_pending(pause_.get(), EV_TIMEOUT, nullptr)) accept_again();
 }
 
@@ -325,21 +333,52 @@ void Server::Loop::answer(evhttp_request* request, Connection& connection) {
   }
   const Message message = std::move(gate.messages().front());
   gate.messages().pop_front();
+  look_for_adapter();
   const Response response = serve(message, address_of(request), app_);
-  if (response.is_stream) return begin_stream(connection, request, response, message);
+  if (response.is_stream) return begin_stream(connection, request, response);
   send(request, response);
 }
 
+// --- the adapter ---
+
+// There is nothing to be watched where there is no adapter.
+void Server::Loop::look_for_adapter() {
+  if (!app_.link.attach()) return;
+  if (app_.link.fd() != -1) {
+    change_ = own(
+        event_new(base_.get(), app_.link.fd(), EV_READ | EV_PERSIST, call<&Loop::on_change>, this));
+    event_add(change_.get(), nullptr);
+  }
+  set_timers();
+  app_.events.tell(kTopicAll);
+}
+
+void Server::Loop::on_change() {
+  const unsigned topics = app_.link.changes();
+  if (topics != 0) app_.events.tell(topics);
+}
+
 // --- event streams ---
+
+// Nothing ticks where nobody looks on.
+void Server::Loop::set_timers() {
+  const auto set = [](const Owned<event>& timer, bool ticks, int interval_ms) {
+    const timeval interval = time_of(interval_ms);
+    if (!ticks) event_del(timer.get());
+    if (ticks && event_pending(timer.get(), EV_TIMEOUT, nullptr) == 0) {
+      event_add(timer.get(), &interval);
+    }
+  };
+  const bool is_looked_at = !app_.events.streams().empty();
+  set(comments_, is_looked_at, limits_.comment_ms);
+  set(looks_, is_looked_at && !app_.link.is_attached(), kLookMs);
+}
 
 void Server::Loop::begin_stream(Connection& connection, evhttp_request* request,
                                 const Response& response) {
   Stream* const stream = app_.events.open(response.session, response.last_event);
   if (stream == nullptr) return send(request, refuse(429));
-  if (app_.events.streams().size() == 1) {
-    const timeval interval = time_of(limits_.comment_ms);
-    event_add(comments_.get(), &interval);
-  }
+  set_timers();
   connection.streaming = request;
   connection.stream = stream;
   // Nothing is to come from there any more, for however long.

@@ -19,8 +19,8 @@ struct Listen {
 
 struct Limits {
   size_t connections = 64;
-  int timeout_ms = 3000;        // for a request to be whole, and between two of a connection
-  int comment_ms = 25 * 1000;   // between two comments of an event stream
+  int timeout_ms = 3000;       // for a request to be whole, and between two of a connection
+  int comment_ms = 25 * 1000;  // between two comments of an event stream
 };
 
 class Server {

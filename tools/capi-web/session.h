@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
-// Who is logged in. Times are milliseconds of a clock that nobody sets, and seconds since 1970 where
-// people see them.
+// Who is logged in. Times are milliseconds of a clock that nobody sets, and seconds since 1970
+// where people see them.
 #pragma once
 
 #include <cstdint>
@@ -12,10 +12,10 @@
 namespace tools::web {
 
 struct Session {
-  std::string name;     // by which others may know it: the owner of a change
-  std::string secret;   // in the cookie; empty for an API token's
-  std::string token;    // that requests for changes carry besides; the same
-  std::string address;  // from which it was begun
+  std::string name = {};     // by which others may know it: the owner of a change
+  std::string secret = {};   // in the cookie; empty for an API token's
+  std::string token = {};    // that requests for changes carry besides; the same
+  std::string address = {};  // from which it was begun
   int64_t begun_at = 0;
   int64_t seen_ms = 0;
 };
