@@ -6,7 +6,7 @@
 #include <iterator>
 #include <memory>
 
-#include "html.h"
+#include "layout.h"
 
 namespace tools::web {
 namespace {
@@ -78,11 +78,10 @@ Response failure(const Request& request, int status, std::string_view text) {
     cJSON_AddStringToObject(error, "message", std::string(text).c_str());
     return json(document, status);
   }
-  Html page;
-  page.raw("<!DOCTYPE html>\n<html lang=\"en\">\n<head><meta charset=\"utf-8\"><title>");
-  page.text(reason_of(status)).raw("</title></head>\n<body><main><h1>").text(reason_of(status));
-  page.raw("</h1>\n<p>").text(text).raw("</p></main></body>\n</html>\n");
-  return html(page.take(), status);
+  Html main;
+  main.element("h1", reason_of(status)).raw("\n<p>").text(text).raw("</p>\n");
+  main.raw("<p><a href=\"/\">Overview</a></p>\n");
+  return page_without_notices(request, reason_of(status), main, status);
 }
 
 }  // namespace tools::web
