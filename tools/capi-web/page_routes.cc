@@ -1,23 +1,23 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
-// The pages for people.
-#include "app.h"
-#include "html.h"
+// The pages for people. None of them changes anything.
+#include "answer.h"
+#include "pages.h"
 #include "route.h"
 
 namespace tools::web {
 namespace {
 
-Response get_overview(const Request&, App& app) {
-  Html page;
-  page.raw("<!DOCTYPE html>\n<html lang=\"en\"><head><title>Overview</title></head><body><main>");
-  page.text(app.link.is_attached() ? "The adapter is up." : "No adapter is up.");
-  page.raw("</main></body></html>\n");
-  return html(page.take());
-}
-
 constexpr Route kRoutes[] = {
-    {Method::Get, "/", Access::Reader, get_overview},
+    {Method::Get, "/", Access::Reader, guarded<get_overview_page>},
+    {Method::Get, "/calls", Access::Reader, guarded<get_calls_page>},
+    {Method::Get, "/calls.csv", Access::Reader, guarded<get_calls_csv>},
+    {Method::Get, "/messages", Access::Reader, guarded<get_messages_page>},
+    {Method::Get, "/settings", Access::Reader, guarded<get_settings_page>},
+    {Method::Get, "/settings/{section}", Access::Reader, guarded<get_section_page>},
+    {Method::Get, "/changes", Access::Reader, guarded<get_changes_page>},
+    {Method::Get, "/diagnostics", Access::Reader, guarded<get_diagnostics_page>},
+    {Method::Get, "/export.json", Access::Reader, guarded<get_export_file>},
 };
 
 }  // namespace
