@@ -28,46 +28,6 @@ int status_of(ExitCode code) {
   }
 }
 
-const char* title_of(ExitCode code) {
-  switch (code) {
-    case kNotFound:
-      return "Not found";
-    case kRefused:
-      return "Refused";
-    case kNoAdapter:
-      return "No adapter";
-    case kTimedOut:
-      return "Locked";
-    case kUsage:
-      return "Not understood";
-    default:
-      return "It failed";
-  }
-}
-
-void add_text(cJSON* object, const char* name, const std::string& text) {
-  if (!text.empty()) cJSON_AddStringToObject(object, name, json_text(text).c_str());
-}
-
-Response failed_for_program(const Failure& failure) {
-  const Why& why = failure.why();
-  cJSON* const document = cJSON_CreateObject();
-  cJSON* const error = cJSON_AddObjectToObject(document, "error");
-  add_text(error, "code", kExitCodes[why.code].name);
-  add_text(error, "message", failure.what());
-  add_text(error, "key", why.key);
-  add_text(error, "allowed", why.allowed);
-  return json(document, status_of(why.code));
-}
-
-Response failed_for_people(const Request& request, const Failure& failure) {
-  const char* const title = title_of(failure.why().code);
-  Html main;
-  main.element("h1", title).raw("<p class=\"notice bad\">").text(sentence(failure.what()));
-  main.raw("</p>\n");
-  return page_without_notices(request, title, main, status_of(failure.why().code));
-}
-
 bool is_whole_number(std::string_view text, int64_t& number) {
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
   return error == std::errc() && end == text.data() + text.size();
@@ -76,8 +36,9 @@ bool is_whole_number(std::string_view text, int64_t& number) {
 }  // namespace
 
 Response failed(const Request& request, const Failure& failure) {
-  Response response =
-      request.is_for_api() ? failed_for_program(failure) : failed_for_people(request, failure);
+  const int status = status_of(failure.why().code);
+  const std::string text = request.is_for_api() ? failure.what() : sentence(failure.what());
+  Response response = web::failure(request, status, text, failure.why());
   if (failure.why().code == kTimedOut) response.headers.emplace_back("Retry-After", "2");
   return response;
 }

@@ -18,16 +18,6 @@ namespace tools::web {
 // and a page for people.
 Response failed(const Request& request, const Failure& failure);
 
-// A handler whose Failures are answered.
-template <Response (*handle)(const Request&, App&)>
-Response guarded(const Request& request, App& app) {
-  try {
-    return handle(request, app);
-  } catch (const Failure& failure) {
-    return failed(request, failure);
-  }
-}
-
 // The calls or messages that a query means: type, line, number, since, text, unread. Throws a
 // Failure for what is none of these.
 Filter filter_of(const Request& request);

@@ -4,7 +4,9 @@
 
 #include <ctime>
 #include <exception>
+#include <iterator>
 
+#include "answer.h"
 #include "decode.h"
 #include "guard.h"
 #include "route.h"
@@ -116,6 +118,8 @@ Response serve(const Message& message, const std::string& address, App& app) {
       .method = method_of(message.method), .headers = message.headers, .address = address};
   try {
     return finished(answer(message, request, app));
+  } catch (const Failure& failure) {
+    return finished(failed(request, failure));
   } catch (const std::exception& error) {
     return finished(failure(request, 500, error.what()));
   }

@@ -36,6 +36,11 @@ void keep_log(int level, const char* text) {
   lines().push_back({time(nullptr), level, std::move(line)});
 }
 
+void keep_and_print_log(int level, const char* text) {
+  keep_log(level, text);
+  print_log(level, text);
+}
+
 Table log_table() {
   Table table("log", {{"time", Type::Time}, {"level", Type::Number}, {"text"}});
   for (const Line& line : lines()) {

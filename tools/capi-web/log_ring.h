@@ -13,6 +13,9 @@ inline constexpr size_t kLogLines = 200;
 // which may be secret.
 void keep_log(int level, const char* text);
 
+// The same, and prints all of them on standard error.
+void keep_and_print_log(int level, const char* text);
+
 // Those that are kept, the oldest first: time, level, text.
 Table log_table();
 

@@ -5,6 +5,7 @@
 
 #include <alerts.h>
 #include <cjson/cJSON.h>
+#include <stores.h>
 
 #include <vector>
 

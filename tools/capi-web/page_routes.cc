@@ -1,7 +1,6 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
 // The pages for people. None of them changes anything.
-#include "answer.h"
 #include "pages.h"
 #include "route.h"
 
@@ -9,15 +8,15 @@ namespace tools::web {
 namespace {
 
 constexpr Route kRoutes[] = {
-    {Method::Get, "/", Access::Reader, guarded<get_overview_page>},
-    {Method::Get, "/calls", Access::Reader, guarded<get_calls_page>},
-    {Method::Get, "/calls.csv", Access::Reader, guarded<get_calls_csv>},
-    {Method::Get, "/messages", Access::Reader, guarded<get_messages_page>},
-    {Method::Get, "/settings", Access::Reader, guarded<get_settings_page>},
-    {Method::Get, "/settings/{section}", Access::Reader, guarded<get_section_page>},
-    {Method::Get, "/changes", Access::Reader, guarded<get_changes_page>},
-    {Method::Get, "/diagnostics", Access::Reader, guarded<get_diagnostics_page>},
-    {Method::Get, "/export.json", Access::Reader, guarded<get_export_file>},
+    {Method::Get, "/", Access::Reader, get_overview_page},
+    {Method::Get, "/calls", Access::Reader, get_calls_page},
+    {Method::Get, "/calls.csv", Access::Reader, get_calls_csv},
+    {Method::Get, "/messages", Access::Reader, get_messages_page},
+    {Method::Get, "/settings", Access::Reader, get_settings_page},
+    {Method::Get, "/settings/{section}", Access::Reader, get_section_page},
+    {Method::Get, "/changes", Access::Reader, get_changes_page},
+    {Method::Get, "/diagnostics", Access::Reader, get_diagnostics_page},
+    {Method::Get, "/export.json", Access::Reader, get_export_file},
 };
 
 }  // namespace

@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: MIT
 #include "response.h"
 
+#include <text.h>
+
 #include <algorithm>
 #include <iterator>
 #include <memory>
@@ -50,6 +52,22 @@ std::string code_of(int status) {
   return code;
 }
 
+void add_text(cJSON* object, const char* name, std::string_view text) {
+  if (!text.empty()) cJSON_AddStringToObject(object, name, json_text(text).c_str());
+}
+
+// As capictl --json tells of an error.
+cJSON* error_object(int status, std::string_view text, const Why& why) {
+  const std::string& name = why.code == kFailed ? code_of(status) : kExitCodes[why.code].name;
+  cJSON* const document = cJSON_CreateObject();
+  cJSON* const error = cJSON_AddObjectToObject(document, "error");
+  add_text(error, "code", why.name.empty() ? name : why.name);
+  add_text(error, "message", text);
+  add_text(error, "key", why.key);
+  add_text(error, "allowed", why.allowed);
+  return document;
+}
+
 }  // namespace
 
 std::string_view reason_of(int status) {
@@ -70,17 +88,14 @@ Response see_other(std::string path) {
   return {.status = 303, .headers = {{"Location", std::move(path)}}};
 }
 
-Response failure(const Request& request, int status, std::string_view text) {
-  if (request.is_for_api()) {
-    cJSON* const document = cJSON_CreateObject();
-    cJSON* const error = cJSON_AddObjectToObject(document, "error");
-    cJSON_AddStringToObject(error, "code", code_of(status).c_str());
-    cJSON_AddStringToObject(error, "message", std::string(text).c_str());
-    return json(document, status);
-  }
+Response failure(const Request& request, int status, std::string_view text, const Why& why) {
+  if (request.is_for_api()) return json(error_object(status, text, why), status);
   Html main;
-  main.element("h1", reason_of(status)).raw("\n<p>").text(text).raw("</p>\n");
-  main.raw("<p><a href=\"/\">Overview</a></p>\n");
+  main.element("h1", reason_of(status)).raw("
+<p class=\"notice bad\">").text(text);
+  main.raw("</p>
+<p><a href=\"/\">Overview</a></p>
+");
   return page_without_notices(request, reason_of(status), main, status);
 }
 

@@ -3,6 +3,7 @@
 // What a handler answers. The headers that every answer has are the server's to add.
 #pragma once
 
+#include <adapter.h>
 #include <cjson/cJSON.h>
 
 #include <string>
@@ -38,7 +39,8 @@ Response see_other(std::string path);
 
 // Why there is no answer, as {"error": {"code": ..., "message": ...}} for programs and as a page
 // for people. The text is one sentence for people.
-Response failure(const Request& request, int status, std::string_view text);
+// What else is known of it is for programs.
+Response failure(const Request& request, int status, std::string_view text, const Why& why = {});
 
 // "Not Found", as HTTP calls the status; in snake case it is the error's code: "not_found".
 std::string_view reason_of(int status);
