@@ -9,6 +9,7 @@
 #include "events.h"
 #include "link.h"
 #include "password.h"
+#include "reader.h"
 #include "session.h"
 
 namespace tools::web {
@@ -22,6 +23,12 @@ struct App {
   Events events = {};
   int confirm_seconds = 60;  // for a change
   Link link = Link();
+  Reader reader = Reader();
+  // The change that was made last, and by whom, to tell them how it ended.
+  struct {
+    std::string owner;
+    std::string id;
+  } last_change = {};
 };
 
 // Whether the login or API token of this name goes on.

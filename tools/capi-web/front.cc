@@ -6,6 +6,7 @@
 #include <exception>
 #include <iterator>
 
+#include "answer.h"
 #include "decode.h"
 #include "guard.h"
 #include "route.h"
@@ -94,10 +95,6 @@ Response answer(const Message& message, Request& request, App& app) {
   return route->handler(request, app);
 }
 
-// The statuses of the ways in which the programs' own work ends.
-constexpr int kStatuses[] = {200, 500, 422, 404, 422, 503, 503};
-static_assert(std::size(kStatuses) == std::size(kExitCodes));
-
 }  // namespace
 
 bool is_open(App& app, std::string_view session) {
@@ -121,8 +118,8 @@ Response serve(const Message& message, const std::string& address, App& app) {
       .method = method_of(message.method), .headers = message.headers, .address = address};
   try {
     return finished(answer(message, request, app));
-  } catch (const Failure& failed) {
-    return finished(failure(request, kStatuses[failed.why().code], failed.what(), failed.why()));
+  } catch (const Failure& failure) {
+    return finished(failed(request, failure));
   } catch (const std::exception& error) {
     return finished(failure(request, 500, error.what()));
   }

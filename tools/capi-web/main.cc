@@ -14,6 +14,7 @@
 #include <iostream>
 
 #include "app.h"
+#include "log_ring.h"
 #include "password.h"
 #include "server.h"
 
@@ -74,7 +75,7 @@ void serve(const Options& options) {
           .sessions = Sessions(ms_of(options.session_minutes * 60)),
           .tokens = ApiTokens(options.token_file),
           .confirm_seconds = options.confirm_seconds,
-          .link = Link(options.verbose ? print_log : ignore_log)};
+          .link = Link(options.verbose ? keep_and_print_log : keep_log)};
   for (std::string& name : app.hosts) CLI::detail::to_lower(name).swap(name);
   std::vector<Listen> places;
   for (const std::string& text : options.listen) places.push_back(place_of(text));

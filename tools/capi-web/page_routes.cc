@@ -1,23 +1,22 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
-// The pages for people.
-#include "app.h"
-#include "html.h"
+// The pages for people. None of them changes anything.
+#include "pages.h"
 #include "route.h"
 
 namespace tools::web {
 namespace {
 
-Response get_overview(const Request&, App& app) {
-  Html page;
-  page.raw("<!DOCTYPE html>\n<html lang=\"en\"><head><title>Overview</title></head><body><main>");
-  page.text(app.link.is_attached() ? "The adapter is up." : "No adapter is up.");
-  page.raw("</main></body></html>\n");
-  return html(page.take());
-}
-
 constexpr Route kRoutes[] = {
-    {Method::Get, "/", Access::Reader, get_overview},
+    {Method::Get, "/", Access::Reader, get_overview_page},
+    {Method::Get, "/calls", Access::Reader, get_calls_page},
+    {Method::Get, "/calls.csv", Access::Reader, get_calls_csv},
+    {Method::Get, "/messages", Access::Reader, get_messages_page},
+    {Method::Get, "/settings", Access::Reader, get_settings_page},
+    {Method::Get, "/settings/{section}", Access::Reader, get_section_page},
+    {Method::Get, "/changes", Access::Reader, get_changes_page},
+    {Method::Get, "/diagnostics", Access::Reader, get_diagnostics_page},
+    {Method::Get, "/export.json", Access::Reader, get_export_file},
 };
 
 }  // namespace

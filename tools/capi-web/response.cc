@@ -8,7 +8,7 @@
 #include <iterator>
 #include <memory>
 
-#include "html.h"
+#include "layout.h"
 
 namespace tools::web {
 namespace {
@@ -90,11 +90,13 @@ Response see_other(std::string path) {
 
 Response failure(const Request& request, int status, std::string_view text, const Why& why) {
   if (request.is_for_api()) return json(error_object(status, text, why), status);
-  Html page;
-  page.raw("<!DOCTYPE html>\n<html lang=\"en\">\n<head><meta charset=\"utf-8\"><title>");
-  page.text(reason_of(status)).raw("</title></head>\n<body><main><h1>").text(reason_of(status));
-  page.raw("</h1>\n<p>").text(text).raw("</p></main></body>\n</html>\n");
-  return html(page.take(), status);
+  Html main;
+  main.element("h1", reason_of(status)).raw("
+<p class=\"notice bad\">").text(text);
+  main.raw("</p>
+<p><a href=\"/\">Overview</a></p>
+");
+  return page_without_notices(request, reason_of(status), main, status);
 }
 
 }  // namespace tools::web

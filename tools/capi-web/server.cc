@@ -334,6 +334,7 @@ void Server::Loop::answer(evhttp_request* request, Connection& connection) {
   const Message message = std::move(gate.messages().front());
   gate.messages().pop_front();
   look_for_adapter();
+  on_change();  // what changed before the request is seen by it
   const Response response = serve(message, address_of(request), app_);
   if (response.is_stream) return begin_stream(connection, request, response);
   send(request, response);
@@ -350,12 +351,15 @@ void Server::Loop::look_for_adapter() {
     event_add(change_.get(), nullptr);
   }
   set_timers();
+  app_.reader.forget(CAPI_TOPIC_ALL);
   app_.events.tell(kTopicAll);
 }
 
 void Server::Loop::on_change() {
   const unsigned topics = app_.link.changes();
-  if (topics != 0) app_.events.tell(topics);
+  if (topics == 0) return;
+  app_.reader.forget(topics);
+  app_.events.tell(topics);
 }
 
 // --- event streams ---
