@@ -17,7 +17,9 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <sstream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "scenes.h"
@@ -127,7 +129,7 @@ std::string between(const std::string& text, const char* from, const char* to) {
 std::string log_in_and_look(const Server& server, const std::string& password) {
   const std::string form = "password=" + password;
   const std::string head = " HTTP/1.1\r\nHost: 127.0.0.1\r\nConnection: close\r\n";
-  const std::string answer =
+  std::string answer =
       server.ask("POST /login" + head +
                  "Origin: http://127.0.0.1\r\nContent-Type: application/x-www-form-urlencoded\r\n"
                  "Content-Length: " +
@@ -138,10 +140,8 @@ std::string log_in_and_look(const Server& server, const std::string& password) {
 }
 
 bool ends_line(const std::string& tag) {
-  for (const char* const one : {"/tr", "/h1", "/h2", "/p", "/li", "/div", "/dd"}) {
-    if (tag == one) return true;
-  }
-  return false;
+  constexpr std::string_view kEnds[] = {"/tr", "/h1", "/h2", "/p", "/li", "/div", "/dd"};
+  return std::ranges::find(kEnds, tag) != std::end(kEnds);
 }
 
 std::string decoded(std::string text) {
@@ -155,23 +155,25 @@ std::string decoded(std::string text) {
   return text;
 }
 
+// Of blanks and line ends that follow each other the first stays, as a blank.
+void add_text(std::string& line, std::string_view text) {
+  for (const char c : text) {
+    const bool is_blank = isspace(static_cast<unsigned char>(c)) != 0;
+    if (!is_blank) line += c;
+    if (is_blank && !line.empty() && line.back() != ' ') line += ' ';
+  }
+}
+
 // What is written in a page's content, a line for each row and paragraph.
 std::vector<std::string> lines_of(const std::string& page) {
-  const std::string content = between(page, "<main", "</main>");
+  std::istringstream content(between(page, "<main", "</main>"));
   std::vector<std::string> lines(1);
-  for (size_t at = content.find('>') + 1; at < content.size();) {
-    const size_t tag = std::min(content.find('<', at), content.size());
-    std::string& line = lines.back();
-    for (; at < tag; ++at) {
-      const bool is_blank = isspace(static_cast<unsigned char>(content[at])) != 0;
-      if (!is_blank) line += content[at];
-      if (is_blank && !line.empty() && line.back() != ' ') line += ' ';
-    }
-    const size_t end = content.find('>', tag);
-    if (end == std::string::npos) break;
-    if (!line.empty() && line.back() != ' ') line += ' ';
-    if (ends_line(content.substr(tag + 1, end - tag - 1)) && !line.empty()) lines.emplace_back();
-    at = end + 1;
+  std::string text;
+  std::string tag;
+  std::getline(content, tag, '>');
+  while (std::getline(content, text, '<') && std::getline(content, tag, '>')) {
+    add_text(lines.back(), text + " ");
+    if (ends_line(tag) && !lines.back().empty()) lines.emplace_back();
   }
   for (std::string& line : lines) line = decoded(line);
   return lines;

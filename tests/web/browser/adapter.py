@@ -32,9 +32,10 @@ class Adapter:
 
     def tool(self, *words):
         """What capictl prints."""
-        return subprocess.run(
-            [self.tool_path, *words], check=True, capture_output=True, text=True
-        ).stdout.strip()
+        done = subprocess.run([self.tool_path, *words], capture_output=True, text=True)
+        if done.returncode != 0:
+            raise AssertionError(f"capictl {words}: {done.returncode}, {done.stderr}")
+        return done.stdout.strip()
 
     def others(self, *words):
         """Lets another process do something."""
@@ -131,8 +132,9 @@ class Wire:
     def cut(self):
         with self._lock:
             self.is_cut = True
-            for end in list(self._pairs):
-                self._drop(end)
+            # Their ends are then readable, and the one who passes things on drops them.
+            for end in self._pairs:
+                end.shutdown(socket.SHUT_RDWR)
 
     def mend(self):
         with self._lock:
@@ -199,6 +201,8 @@ class Wire:
                 self._streams.add(client)
 
     def _drop(self, end):
+        if end not in self._pairs:
+            return
         for one in (end, self._pairs[end][0]):
             self._pairs.pop(one, None)
             self._streams.discard(one)

@@ -26,11 +26,14 @@ PAGES = {
 class BrowserCase(unittest.TestCase):
     options = ()
 
+    adapter = None
+
     @classmethod
     def setUpClass(cls):
-        cls.adapter = Adapter(SOURCE, TOOL, OTHERS)
-        cls.adapter.start()
-        cls.adapter.publish()
+        if BrowserCase.adapter is None:
+            BrowserCase.adapter = Adapter(SOURCE, TOOL, OTHERS)
+            cls.adapter.start()
+            cls.adapter.publish()
         cls.server = Server(WEB, *cls.options)
         cls.addClassCleanup(cls.server.stop)
         cls.wire = Wire(cls.server.port)

@@ -196,29 +196,19 @@ class Page:
 
     def wait_for(self, expression, patience=PATIENCE):
         """Waits until a JavaScript expression is true, also while pages come and go."""
-        script = (
-            "new Promise((done) => { const look = () => { let value; "
-            f"try {{ value = ({expression}); }} catch {{}} "
-            "if (value) return done(true); setTimeout(look, 10); }; look(); })"
-        )
+        script = f"(() => {{ try {{ return !!({expression}); }} catch {{ return false; }} }})()"
         deadline = time.monotonic() + patience
-        while True:
-            left = int(1000 * (deadline - time.monotonic()))
-            if left <= 0:
-                where, text = self.evaluate("[location.href, document.body?.innerText ?? '']")
-                raise AssertionError(
-                    f"it never came true: {expression}\n{where}\n{text}\n{self.problems}"
-                )
+        while time.monotonic() < deadline:
             try:
-                value = self.evaluate(
-                    f"Promise.race([{script}, new Promise((d) => setTimeout(d, {left}, null))])"
-                )
-                if value:
-                    return value
+                if self.evaluate(script):
+                    return
             except BrowserError as error:
-                # The page went to another one meanwhile.
+                # The page goes to another one just now.
                 if "context" not in str(error) and "navigated" not in str(error):
                     raise
+            time.sleep(0.01)
+        where, text = self.evaluate("[location.href, document.body?.innerText ?? '']")
+        raise AssertionError(f"it never came true: {expression}\n{where}\n{text}\n{self.problems}")
 
     def text(self, selector="body"):
         return self.evaluate(f"document.querySelector({json.dumps(selector)})?.innerText")
