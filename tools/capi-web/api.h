@@ -9,6 +9,9 @@
 
 namespace tools::web {
 
+Response get_openapi(const Request& request, App& app);
+Response get_shapes(const Request& request, App& app);
+
 Response get_status(const Request& request, App& app);
 Response get_alerts(const Request& request, App& app);
 Response get_carriers(const Request& request, App& app);

@@ -8,6 +8,8 @@ namespace tools::web {
 namespace {
 
 constexpr Route kRoutes[] = {
+    {Method::Get, "/api/1/openapi.json", Access::Reader, get_openapi},
+    {Method::Get, "/api/1/json/capictl.json", Access::Reader, get_shapes},
     {Method::Get, "/api/1/status", Access::Reader, get_status},
     {Method::Get, "/api/1/alerts", Access::Reader, get_alerts},
     {Method::Get, "/api/1/carriers", Access::Reader, get_carriers},

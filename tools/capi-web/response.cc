@@ -91,11 +91,8 @@ Response see_other(std::string path) {
 Response failure(const Request& request, int status, std::string_view text, const Why& why) {
   if (request.is_for_api()) return json(error_object(status, text, why), status);
   Html main;
-  main.element("h1", reason_of(status)).raw("
-<p class=\"notice bad\">").text(text);
-  main.raw("</p>
-<p><a href=\"/\">Overview</a></p>
-");
+  main.element("h1", reason_of(status)).raw("\n<p class=\"notice bad\">").text(text);
+  main.raw("</p>\n<p><a href=\"/\">Overview</a></p>\n");
   return page_without_notices(request, reason_of(status), main, status);
 }
 
