@@ -55,7 +55,7 @@ class Looks(BrowserCase):
         field = self.field("sip_line_1.display_name")
         self.adapter.tool("config", "set", "sip_line_1.display_name", "Kitchen")
         self.topic_page(self.page, "sip_line_1.display_name")
-        self.page.fill(field, "A rather long name for the hall")
+        self.page.fill(field, "A-rather-long-name-for-the-hall")
         self.page.click("#change-bar .primary")
         self.page.wait_for_text("Apply", "#review")
         for look in self.looks():

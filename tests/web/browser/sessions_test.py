@@ -13,7 +13,7 @@ class Sessions(BrowserCase):
     def test_a_wrong_password_opens_nothing(self):
         page = self.stranger()
         page.go(self.wire.address + "/calls")
-        self.assertEqual(self.where(page), "/login?next=%2Fcalls")
+        self.assertEqual(self.where(page), "/login?next=/calls")
         for wrong in ("wrong", PASSWORD + "x", PASSWORD[:-1]):
             self.submit(page, wrong)
             self.assertTrue(page.text("[role=alert]"))
