@@ -43,6 +43,7 @@ class BrowserCase(unittest.TestCase):
 
     def setUp(self):
         self.adapter.others("lines")
+        self.addCleanup(self.adapter.settle)
         self.page = self.log_in()
 
     def new_page(self, profile):

@@ -65,7 +65,7 @@ class Settings(BrowserCase):
             "'X-CAPI-Token': document.querySelector('meta[name=capi-token]').content}})"
             ".then((answer) => answer.status)"
         )
-        self.assertEqual(status, 403)
+        self.assertEqual(status, 422)
         self.assertIn('"pending":\ttrue', self.adapter.tool("config", "pending", "--json"))
         self.page.click("#pending .primary")
         self.page.wait_for("!document.querySelector('#pending')")
