@@ -33,7 +33,7 @@ class Actions(BrowserCase):
 
     def test_calls_are_searched(self):
         self.go(self.page, "/calls")
-        self.page.fill("#q", "Anna")
+        self.page.fill("input[name=number]", "15551230007")
         self.page.evaluate("window.leaving = true")
         self.page.press("Enter")
         self.page.wait_for_load()
@@ -98,7 +98,7 @@ class Actions(BrowserCase):
     def test_a_file_of_settings_is_checked(self):
         self.go(self.page, "/diagnostics")
         self.page.fill("form[data-result] textarea", "[sms]\noption_sms_enable=7\nnonsense\n")
-        self.page.click("form[data-result] .primary")
+        self.page.click("form[data-result] button")
         self.page.wait_for(
             "document.getElementById(document.querySelector('form[data-result]').dataset.result)"
             ".querySelectorAll('tbody tr').length >= 2"

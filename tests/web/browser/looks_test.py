@@ -7,7 +7,7 @@ import json
 from browser_case import AXE, PAGES, BrowserCase, main
 
 WIDTHS = (1200, 320)
-EVERY = {**PAGES, "topic": "/settings?q=sip_line_1", "no page": "/nothing", "thread": "/messages?number=%2B15551230100"}
+EVERY = {**PAGES, "section": "/settings/voice_parameter", "found": "/settings?q=sip_line_1", "changes": "/changes", "no page": "/nothing", "thread": "/messages?number=%2B15551230100"}
 
 
 class Looks(BrowserCase):

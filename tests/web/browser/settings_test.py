@@ -106,7 +106,9 @@ class Settings(BrowserCase):
         self.assertNotIn("xyzzy-9", self.page.text("#review"))
         self.page.click("#review .primary")
         self.page.wait_for("document.querySelector('#pending')")
-        self.assertEqual(self.adapter.value(PASSWORD), "xyzzy-9")
+        self.assertEqual(
+            self.adapter.tool("config", "get", "--show-secrets", PASSWORD), "xyzzy-9"
+        )
         self.page.click("#pending .primary")
         self.page.wait_for("!document.querySelector('#pending')")
         self.topic_page(self.page, PASSWORD)
