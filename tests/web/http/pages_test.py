@@ -10,7 +10,7 @@ import subprocess
 import time
 import unittest
 
-from served import PAGES, Case, Held, Person, Server, others, tool
+from served import PAGES, Case, Held, Person, Server, last_users, others, tool
 
 VOID = {"meta", "link", "input", "br", "img", "rect"}
 
@@ -220,6 +220,20 @@ class Pages(Case):
         self.assertIn("Hello", self.page("/messages"))
         with Held(18):
             self.assertIn("Hello", self.page("/messages"))
+
+    def test_pages_of_which_nothing_changed_take_no_lock(self):
+        others("calls")
+        paths = [*PAGES, *sections(), "/api/1/status", "/api/1/alerts", "/export.json"]
+        for path in paths:
+            self.assertEqual(self.anna.page(path).status, 200)
+        self.assertIn(self.server.process.pid, last_users())
+        for lock in (0, 2, 10, 18):
+            with Held(lock):
+                pass
+        others("lines")  # and what has changed needs none either, where it is in the record
+        for path in paths * 2:
+            self.assertEqual(self.anna.page(path).status, 200)
+        self.assertNotIn(self.server.process.pid, last_users())
 
     def test_the_export_is_a_file_with_all_that_helps(self):
         answer = self.anna.page("/export.json")

@@ -55,6 +55,16 @@ class Held:
         self.holder.communicate(timeout=PATIENCE)
 
 
+def last_users():
+    """Who has last done something with each lock."""
+    sets = subprocess.run(["ipcs", "-s"], capture_output=True, text=True, check=True).stdout
+    identity = re.search(r"^0x\w+ +(\d+)", sets, re.M)[1]
+    rows = subprocess.run(
+        ["ipcs", "-s", "-i", identity], capture_output=True, text=True, check=True
+    ).stdout
+    return {int(pid) for pid in re.findall(r"^\d+ +\d+ +\d+ +\d+ +(\d+)", rows, re.M)}
+
+
 def await_watchers():
     """Waits until nobody sees to a change any more."""
     with open("/var/lib/capi/watcher", "w") as file:
