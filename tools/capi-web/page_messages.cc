@@ -16,9 +16,10 @@ namespace {
 
 // A message of either box.
 struct Entry {
-  const char* box;
+  int selector;
   const StoredMessage* message;
-  bool is_received() const { return box == kMessageBoxes[CAPI_SMS_RECEIVED]; }
+  const char* box() const { return kMessageBoxes[selector]; }
+  bool is_received() const { return selector == CAPI_SMS_RECEIVED; }
   bool is_unread() const { return is_received() && !message->is_read; }
 };
 
@@ -35,11 +36,11 @@ using Threads = std::vector<Thread>;
 // By the number, those with the latest message first.
 Threads read_threads(App& app) {
   std::map<std::string, Thread> threads;
-  for (const char* box : kMessageBoxes) {
-    for (const StoredMessage& message : app.reader.messages(box)) {
+  for (const int selector : {CAPI_SMS_RECEIVED, CAPI_SMS_SENT}) {
+    for (const StoredMessage& message : app.reader.messages(kMessageBoxes[selector])) {
       Thread& thread = threads[message.remote];
       thread.number = message.remote;
-      thread.entries.push_back({box, &message});
+      thread.entries.push_back({selector, &message});
       thread.unread += thread.entries.back().is_unread() ? 1 : 0;
       thread.latest = std::max(thread.latest, message.stored_at);
     }
@@ -80,7 +81,7 @@ void add_threads(Html& html, const Threads& threads, const Thread* chosen) {
 
 void add_buttons(Html& html, const Entry& entry) {
   const std::string path =
-      "/api/1/messages/" + std::string(entry.box) + "/" + std::to_string(entry.message->id);
+      "/api/1/messages/" + std::string(entry.box()) + "/" + std::to_string(entry.message->id);
   const std::string time = time_or_number(entry.message->stored_at);
   if (entry.is_unread()) {
     html.raw(" <button").attr("data-api", path + "/read");
@@ -97,7 +98,8 @@ void add_entry(Html& html, const Entry& entry) {
   html.raw("<li").attr("class", entry.is_unread()     ? "received unread"
                                 : entry.is_received() ? "received"
                                                       : "sent");
-  html.attr("data-key", "sms-" + std::string(entry.box) + "-" + std::to_string(entry.message->id));
+  html.attr("data-key",
+            "sms-" + std::string(entry.box()) + "-" + std::to_string(entry.message->id));
   html.raw("><p class=\"text\">").text(entry.message->text).raw("</p>\n<p class=\"meta\">");
   html.raw(entry.is_received() ? Markup("received ") : Markup("sent "));
   add_time(html, time_or_number(entry.message->stored_at));

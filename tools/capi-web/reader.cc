@@ -96,7 +96,7 @@ const Reader::Seen& Reader::see(const Store& store) {
   Seen& seen = stores_[&store];
   seen = {};
   if (&store == &kCallLog) calls_.reset();
-  if (&store != &kCallLog) messages_.clear();
+  messages_.erase(&store);
   if (!is_whole_ || !is_free(store.lock)) return seen;
   seen.look = look_into(store);
   seen.file = now;
@@ -122,9 +122,9 @@ const std::vector<StoredMessage>& Reader::messages(const std::string& box) {
   const StoreLook& found = look(store);
   if (found.state == "locked") throw_locked(store);
   if (!found.is_readable()) throw unreadable(store.name, found);
-  const auto known = messages_.find(box);
+  const auto known = messages_.find(&store);
   if (known != messages_.end()) return known->second;
-  return messages_[box] = messages_of(found.content);
+  return messages_[&store] = messages_of(found.content);
 }
 
 const CarrierMatch& Reader::carriers() {

@@ -29,7 +29,8 @@ class Reader {
   bool is_whole() const { return is_whole_; }
 
   // Each throws a Failure where it cannot be told: who holds a lock for long, or that a file is
-  // damaged. Nothing of this changes a file.
+  // damaged. Nothing of this changes a file. What they return lasts until the same is asked for
+  // again.
   const Calls& calls();
   const std::vector<StoredMessage>& messages(const std::string& box);
   const CarrierMatch& carriers();  // of the inserted SIM
@@ -59,7 +60,7 @@ class Reader {
   bool is_whole_ = false;
   std::map<const Store*, Seen> stores_;
   std::optional<Calls> calls_;
-  std::map<std::string, std::vector<StoredMessage>> messages_;
+  std::map<const Store*, std::vector<StoredMessage>> messages_;
   std::string device_key_;  // what of the record the three below depend on
   std::optional<Table> device_;
   std::optional<Table> sim_;
