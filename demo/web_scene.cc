@@ -140,7 +140,8 @@ std::string log_in_and_look(const Server& server, const std::string& password) {
 }
 
 bool ends_line(const std::string& tag) {
-  constexpr std::string_view kEnds[] = {"/tr", "/h1", "/h2", "/p", "/li", "/div", "/dd"};
+  constexpr std::string_view kEnds[] = {"/caption", "/tr", "/h1",  "/h2",
+                                        "/p",       "/li", "/div", "/dd"};
   return std::ranges::find(kEnds, tag) != std::end(kEnds);
 }
 

@@ -73,7 +73,6 @@ class Server:
 
     def __init__(self, program, *options, port=0):
         self.program = program
-        os.makedirs("/etc/capi", exist_ok=True)
         if not os.path.exists("/etc/capi/web.password"):
             subprocess.run(
                 [program, "password", "--stdin"], input=PASSWORD + "\n", text=True, check=True
