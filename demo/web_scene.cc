@@ -176,7 +176,9 @@ std::vector<std::string> lines_of(const std::string& page) {
     add_text(lines.back(), text + " ");
     if (ends_line(tag) && !lines.back().empty()) lines.emplace_back();
   }
-  for (std::string& line : lines) line = decoded(line);
+  for (std::string& line : lines) line = decoded(line.substr(0, line.find_last_not_of(' ') + 1));
+  // A heading may stand again as the caption of a table.
+  lines.erase(std::unique(lines.begin(), lines.end()), lines.end());
   return lines;
 }
 
