@@ -30,7 +30,7 @@ class Looks(BrowserCase):
         width, culprits = self.page.evaluate(
             "(() => { const wide = document.documentElement.clientWidth; return ["
             "document.documentElement.scrollWidth - wide, [...document.querySelectorAll('body *')]"
-            ".filter((e) => e.getBoundingClientRect().right > wide + 1 && !e.closest('.scroll'))"
+            ".filter((e) => e.getBoundingClientRect().right > wide + 1 && !e.closest('.scroll, .stack thead'))"
             ".filter((e) => getComputedStyle(e).position !== 'absolute')"
             ".map((e) => e.outerHTML.slice(0, 200))]; })()"
         )
