@@ -23,7 +23,7 @@ void need_messages(App& app) {
 }
 
 std::string box_in_path(const Request& request) {
-  const std::string box(request.part("box"));
+  std::string box(request.part("box"));
   if (std::ranges::find(kMessageBoxes, box) != std::end(kMessageBoxes)) return box;
   throw Failure("there is no box of this name: received and sent", {kNotFound, "box"});
 }

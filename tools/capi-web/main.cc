@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 // capi-web: the adapter in a browser.
 #include <adapter.h>
+#include <change.h>
 #include <fcntl.h>
 #include <termios.h>
 #include <unistd.h>
@@ -68,8 +69,17 @@ Listen place_of(const std::string& text) {
 
 int ms_of(double seconds) { return static_cast<int>(seconds * 1000); }
 
+// Before we are attached, as going back is.
+void take_back_what_was_left() {
+  if (const auto outcome = go_back_if_left()) {
+    fprintf(stderr, "capi-web: the change %s was not confirmed and has gone back\n",
+            outcome->id.c_str());
+  }
+}
+
 void serve(const Options& options) {
   read_password_file(options.password_file);
+  take_back_what_was_left();
   App app{.password_file = options.password_file,
           .hosts = options.hosts,
           .sessions = Sessions(ms_of(options.session_minutes * 60)),
