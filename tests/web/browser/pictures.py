@@ -49,10 +49,12 @@ def make_pictures(page, address, directory):
     page.fill(f'[data-key="{NAME}"]', "Hall")
     page.click("#change-bar .primary")
     page.wait_for_text("Apply", "#review")
+    page.set_width(1200, 1130)
     shoot(page, directory, "review")
     page.click("#review .primary")
     page.wait_for("document.activeElement.matches('#pending .primary')")
     page.evaluate("document.querySelector('#status').textContent = ''")
+    page.set_width(1200, 600)
     shoot(page, directory, "pending")
 
 

@@ -30,6 +30,15 @@ class Settings(BrowserCase):
             self.assertIn(text, review)
         self.assertEqual(self.adapter.value(NAME), "Kitchen")
 
+    def test_a_review_is_of_what_stands_in_the_fields(self):
+        self.page.fill(self.field(NAME), "Hall")
+        self.page.click("#change-bar .primary")
+        self.page.wait_for_text("Apply", "#review")
+        self.assertTrue(self.page.evaluate("document.querySelector('#change-bar').hidden"))
+        self.page.fill(self.field(NAME), "Attic")
+        self.page.wait_for("document.querySelector('#review').hidden")
+        self.page.wait_for_text("1 unsaved change", "#change-bar")
+
     def test_apply_sets_writes_the_files_and_signals(self):
         if os.path.exists("/tmp/posted_signals"):
             os.remove("/tmp/posted_signals")

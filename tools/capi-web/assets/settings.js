@@ -79,7 +79,8 @@ function show_bar() {
   const bar = document.getElementById('change-bar');
   if (!bar) return;
   const number = count();
-  bar.hidden = number === 0;
+  // A review has buttons of its own.
+  bar.hidden = number === 0 || !document.getElementById('review').hidden;
   if (number === 0) {
     bar.replaceChildren();
     return;
@@ -135,7 +136,8 @@ function draft(control) {
   }
   save();
   mark(control);
-  show_bar();
+  // What was reviewed is something else now.
+  hide_review();
 }
 
 // Puts the drafts into the fields, after a reload and after each refresh.
@@ -175,8 +177,10 @@ function document_of_drafts() {
 
 function hide_review() {
   const section = document.getElementById('review');
+  if (!section) return;
   section.hidden = true;
   section.replaceChildren();
+  show_bar();
 }
 
 function tables_of(preview) {
@@ -214,6 +218,7 @@ function show_review(preview) {
       ...tables_of(preview), buttons);
   }
   section.hidden = false;
+  show_bar();
   heading.focus();
 }
 
