@@ -6,6 +6,8 @@
  *
  * The fields of a record are named as the attributes in "attrs". Texts are NUL-terminated arrays
  * whose capacity includes the terminator.
+ *
+ * Neither conversion logs or takes a lock; both may be called from any thread and any callback.
  */
 #ifndef CAPI_SIGNAL_H
 #define CAPI_SIGNAL_H
@@ -276,8 +278,6 @@ CAPI_LAYOUT_ASSERT(sizeof(struct capi_signal_voice_reg_stat) == 188, signal_voic
 struct cJSON;
 
 /*
- * Neither conversion logs or takes a lock; both may be called from any thread and any callback.
- *
  * Makes the JSON object of a signal from its name and information record. A name that is not in the
  * table is sent as a general signal under that name. A text without a terminator loses its last
  * character. Returns the object, which the caller may change and releases with cJSON_Delete(), or

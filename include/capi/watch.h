@@ -62,7 +62,10 @@ int capi_watch_open(struct capi_watch *watch, unsigned topics);
  */
 int capi_watch_changed(struct capi_watch *watch);
 
-/* Ends a watch and closes its descriptor. Nothing happens for null or one that is not open. */
+/*
+ * Ends a watch and closes its descriptor. Nothing happens for null or one that is not open. Takes
+ * no lock.
+ */
 void capi_watch_close(struct capi_watch *watch);
 
 CAPI_END_DECLS

@@ -56,7 +56,7 @@ END_OF_LISTS
 options_for() {
   PKG_CONFIG_LIBDIR=$(find "$prefix" -name capi.pc -printf %h):/usr/lib/$(
     "$c_compiler" -print-multiarch)/pkgconfig \
-    PKG_CONFIG_ALLOW_SYSTEM_CFLAGS=1 PKG_CONFIG_ALLOW_SYSTEM_LIBS=1 \
+    PKG_CONFIG_SYSROOT_DIR=${root-} PKG_CONFIG_ALLOW_SYSTEM_CFLAGS=1 PKG_CONFIG_ALLOW_SYSTEM_LIBS=1 \
     pkg-config --cflags --libs "$1"
 }
 

@@ -36,16 +36,75 @@ prefix=$root/usr
 
 cd "$scratch"
 quietly cpack -G DEB --config "$build/CPackConfig.cmake" -B "$scratch"
+version=$(dpkg-deb --field libcapi0_*.deb Version)
+readelf=$("$c_compiler" -print-prog-name=readelf)
 packages=(libcapi0_*.deb libcapi-dev_*.deb libcapi-keys0_*.deb libcapi-keys-dev_*.deb capictl_*.deb
-  capi-simulator_*.deb)
-for package in "${packages[@]}"; do
-  [ "$(dpkg-deb --field "$package" Architecture)" = "$architecture" ] ||
-    fail "$package is for another architecture than $architecture"
-  echo "ok: $package needs $(dpkg-deb --field "$package" Depends)"
-done
+  capi-simulator_*.deb libcapi-doc_*.deb)
+# PACKAGE ARCHITECTURE MULTI-ARCH
+while read -r package for multi_arch; do
+  file=$(echo "${package}"_*.deb)
+  for field in "Architecture: $for" "Multi-Arch: $multi_arch" 'Source: capi' \
+    'Homepage: https://capi.adapter.invalid/' 'Vcs-Git: https://capi.adapter.invalid/capi.git' \
+    'Vcs-Browser: https://capi.adapter.invalid/source'; do
+    dpkg-deb --field "$file" | grep -qxF "$field" || fail "$file does not say \"$field\""
+  done
+  echo "ok: $file needs $(dpkg-deb --field "$file" Depends)"
+done <<END
+libcapi0 $architecture same
+libcapi-dev $architecture same
+libcapi-keys0 $architecture same
+libcapi-keys-dev $architecture same
+libcapi-doc all foreign
+capictl $architecture foreign
+capi-simulator all foreign
+END
+# What is built for debuggers of ours is not optimized, and optimizing is what checks buffers.
 if [ "$check" = yes ]; then
-  lintian --fail-on error,warning --tag-display-limit 0 --allow-root "${packages[@]}" ||
-    fail 'lintian is not content'
+  lintian --pedantic --display-info --fail-on error,warning,info,pedantic \
+    --suppress-tags hardening-no-fortify-functions --tag-display-limit 0 --allow-root \
+    "${packages[@]}" || fail 'lintian is not content'
+fi
+
+# Debuggers find what was taken from a file by the build ID of it.
+build_id() { "$readelf" --notes "$1" | sed -n 's/.*Build ID: //p'; }
+for package in libcapi0 libcapi-keys0 capictl; do
+  file=${package}-dbgsym_${version}_$architecture.deb
+  [ "$(dpkg-deb --field "$file" Depends)" = "$package (= $version)" ] ||
+    fail "$file does not need its package"
+  dpkg-deb --extract "$file" "$package-dbgsym"
+  id=$(dpkg-deb --field "$file" Build-Ids)
+  [ "$(build_id "$package-dbgsym/usr/lib/debug/.build-id/${id:0:2}/${id:2}.debug")" = "$id" ] ||
+    fail "$file has not what its field says"
+  dpkg-deb --extract "${package}_${version}_$architecture.deb" "$package"
+  stripped=$(find "$package/usr" \( -name 'lib*.so.*.*' -o -name capictl \) -path '*/[bl]i[bn]/*' -type f)
+  [ "$(build_id "$stripped")" = "$id" ] || fail "$file is of another $stripped"
+  "$readelf" --sections --wide "$stripped" | grep -E ' \.(symtab|debug_info|comment) ' &&
+    fail "$stripped is not stripped"
+done
+
+# Since when there is a symbol is told by the version that it has in the map, and dpkg's own tool
+# finds the same symbols in the library.
+for library in libcapi libcapi-keys; do
+  dpkg-deb --control "${library}0_${version}_$architecture.deb" "$library-control"
+  mkdir -p "$library-tree"
+  DEB_HOST_ARCH=$architecture dpkg-gensymbols "-p${library}0" "-v$version" -q -c4 \
+    "-a$architecture" "-P$library-tree" "-I$library-control/symbols" "-O$library-symbols" \
+    -e"$(find "${library}0" -name 'lib*.so.*.*' -type f)" >log 2>&1 ||
+    fail "the symbols of $library are not those of its map: $(cat log)"
+  diff "$library-control/symbols" "$library-symbols" || fail "dpkg finds other symbols in $library"
+done
+grep -qx " capi_init@CAPI_0\.1 0\.1" libcapi-control/symbols || fail 'capi_init is of another version'
+
+# The tool is one that an attacker finds it hard to make use of.
+hardened() { # WHAT OPTION PATTERN
+  "$readelf" "$2" --wide capictl/usr/bin/capictl | grep -e "$3" >/dev/null || fail "capictl is not $1"
+}
+hardened 'position-independent' --file-header 'Type: *DYN'
+hardened 'bound at once' --dynamic 'BIND_NOW\|Flags:.* NOW'
+hardened 'read-only where it was relocated' --program-headers GNU_RELRO
+hardened 'protected against overruns of its stack' --dyn-syms 'UND __stack_chk_fail'
+if grep -q '^CMAKE_BUILD_TYPE:[A-Z]*=Release$' "$build/CMakeCache.txt"; then
+  hardened 'fortified' --dyn-syms 'UND __[a-z]*_chk@'
 fi
 
 for library in libcapi libcapi-keys; do
@@ -54,7 +113,6 @@ for library in libcapi libcapi-keys; do
   dpkg-deb --contents "$library"0_*.deb | grep -E "\.h$|$library\.so ->" &&
     fail "development files are in the package of $library"
 done
-version=$(dpkg-deb --field libcapi0_*.deb Version)
 needs() { # PACKAGE OTHER: of the same version
   dpkg-deb --field "$1"_*.deb Depends | grep -q "$2 (= $version)" || fail "$1 does not need $2"
 }
@@ -73,8 +131,39 @@ for file in /usr/include/capi.h /usr/include/capi-keys.h /usr/bin/capictl \
   /usr/share/man/man1/capictl.1.gz \
   /usr/share/bash-completion/completions/capictl /usr/share/doc/libcapi0/changelog.gz \
   /usr/share/doc/libcapi-keys0/changelog.gz /usr/share/doc/libcapi-keys-dev/copyright \
-  /usr/share/doc/libcapi-dev/copyright /usr/share/doc/libcapi-dev/examples/monitor.c; do
+  /usr/share/doc/libcapi-dev/copyright /usr/share/doc/libcapi-dev/examples/monitor.c \
+  /usr/share/doc/libcapi-dev/html/index.html /usr/share/doc/libcapi-dev/docs/keys.md \
+  /usr/share/doc/libcapi-dev/docs/settings.schema.json /usr/share/doc-base/libcapi-doc.capi \
+  /usr/share/man/man3/capi_init.3capi.gz /usr/share/man/man3/capi_keys_check.3capi.gz \
+  /usr/share/man/man5/capi-settings.5.gz /usr/share/man/man7/capi.7.gz \
+  /usr/share/man/man8/capi-master.service.8.gz; do
   [ -e "$root$file" ] || fail "$file is not installed"
+done
+
+# Links from page to page hold; those to the sources cannot.
+doc=$root/usr/share/doc/libcapi-dev
+grep -oE '\]\([^):#]+' "$doc"/*.md "$doc"/docs/*.md | sort -u >links
+while IFS= read -r link; do
+  page=${link%%:*} target=${link##*](}
+  [ -e "${page%/*}/$target" ] || echo "${page##*/}: $target"
+done <links >broken
+diff broken - <<END || fail 'other links than these lead nowhere'
+key-meanings.md: ../tests/keys/golden/meanings.txt
+porting.md: ../demo/device
+END
+
+# Compilers look there anyway.
+triplet=$("$c_compiler" -print-multiarch)
+pkg_config() {
+  PKG_CONFIG_LIBDIR=$root/usr/lib/$triplet/pkgconfig:/usr/lib/$triplet/pkgconfig \
+    PKG_CONFIG_SYSTEM_LIBRARY_PATH=/usr/lib/$triplet PKG_CONFIG_SYSTEM_INCLUDE_PATH=/usr/include \
+    pkg-config "$@" | sed 's/ *$//'
+}
+[ "$(pkg_config --libs capi)" = -lcapi ] || fail "pkg-config --libs says $(pkg_config --libs capi)"
+[ "$(pkg_config --libs capi-keys)" = '-lcapi-keys -lcapi' ] ||
+  fail "pkg-config --libs capi-keys says $(pkg_config --libs capi-keys)"
+for name in capi capi-keys; do
+  [ -z "$(pkg_config --cflags "$name")" ] || fail "pkg-config --cflags says $(pkg_config --cflags $name)"
 done
 
 # What the packages bring for a start is in its places after the installation.
@@ -136,7 +225,7 @@ said=$(capictl config get sip_line_1.display_name)
 [ "$said" = Kitchen ] || fail "capictl said \"$said\""
 check_keys_clients
 
-quietly "${dpkg[@]}" --purge capi-simulator capictl libcapi-keys-dev libcapi-keys0 libcapi-dev libcapi0
+quietly "${dpkg[@]}" --purge libcapi-doc capi-simulator capictl libcapi-keys-dev libcapi-keys0 libcapi-dev libcapi0
 for package in "${packages[@]}"; do
   dpkg-deb --contents "$package" | sed -n 's|^[^d].* \./\([a-z]*/[^ ]*\).*|/\1|p'
 done >files

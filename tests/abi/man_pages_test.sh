@@ -1,0 +1,70 @@
+#!/bin/bash
+# SPDX-FileCopyrightText: The capi authors
+# SPDX-License-Identifier: MIT
+#
+# man_pages_test.sh SOURCE-DIR BUILD-DIR
+#
+# Has every function that the libraries export a manual page, with what people look for in one, and
+# do those who format them find nothing to say of the pages?
+set -euo pipefail
+export LC_ALL=C.UTF-8
+
+source=$1 build=$2
+failures=0
+
+fail() {
+  echo "FAILED: $*"
+  failures=$((failures + 1))
+}
+
+exported() { sed -n 's/^    \([A-Za-z0-9_]*\);$/\1/p' "$source/$1" | sort; }
+
+# The names of the pages that have a headline, a declaration, and something in each section.
+complete() { # DIRECTORY
+  awk '
+    FNR == 1 { name = FILENAME; sub(/.*\//, "", name); sub(/\.3capi/, "", name); section = "" }
+    /^\.SH / { section = substr($0, 5); next }
+    section == "NAME" && index($0, name) == 1 && / \\- [^ ]/ { told[name, section] = 1 }
+    section == "SYNOPSIS" && /^\.B "/ && index($0, name "(") { told[name, section] = 1 }
+    section == "DESCRIPTION" || section == "RETURN VALUE" || section == "LOCKS" {
+      if (/^[^.]/) told[name, section] = 1
+    }
+    { names[name] = 1 }
+    END {
+      for (name in names)
+        if (told[name, "NAME"] && told[name, "SYNOPSIS"] && told[name, "DESCRIPTION"] &&
+            told[name, "RETURN VALUE"] && told[name, "LOCKS"])
+          print name
+    }' "$build/man/$1/man3"/*.3capi | sort
+}
+
+check_functions() { # DIRECTORY MAP
+  local missing
+  missing=$(comm -23 <(exported "$2") <(complete "$1") | tr '\n' ' ')
+  [ -z "$missing" ] || fail "these have no manual page, or not a whole one: $missing"
+  [ "$(exported "$2" | wc -l)" -ge "$3" ] || fail "$2 has next to nothing"
+}
+
+check_functions dev src/capi.map 250
+check_functions keys_dev keys/capi-keys.map 10
+
+pages=("$build"/man/*/man?/* "$source"/tools/*/*.[1-8] "$source"/demo/pc/*.8)
+[ ${#pages[@]} -gt 270 ] || fail "there are only ${#pages[@]} pages"
+said=$(groff -ww -t -man -Tutf8 "${pages[@]}" 2>&1 >/dev/null) || true
+[ -z "$said" ] || fail "groff: $said"
+mandoc -T lint -W warning "${pages[@]}" || fail 'mandoc is not content'
+lexgrog "${pages[@]}" >"$build/whatis" || fail "whatis finds no line in $(grep failed "$build/whatis")"
+
+# Without its function's comment there is no page.
+scratch=$(mktemp -d)
+trap 'rm -rf "$scratch"' EXIT
+mkdir -p "$scratch/cmake/debian" "$scratch/docs" "$scratch/keys"
+cp -r "$source/include" "$scratch"
+cp -r "$source/keys/include" "$scratch/keys"
+cp "$source/cmake/debian/changelog" "$scratch/cmake/debian"
+cp "$source/docs/file-formats.md" "$scratch/docs"
+sed -i 's/ Takes no lock\.//; s/Takes no$/Takes/' "$scratch/include/capi/event.h"
+said=$("$source/docs/man-pages" "$scratch" "$scratch/man" 1.0 2>&1) && fail 'no lock is told, and nobody minds'
+[ "$said" = 'man-pages: nothing says which lock capi_convert_call_state_to_string() takes' ] ||
+  fail "docs/man-pages says: $said"
+[ $failures -eq 0 ]
