@@ -130,11 +130,18 @@ async function fetch_page() {
   return new DOMParser().parseFromString(await answer.text(), 'text/html');
 }
 
+const parts_of = (page) =>
+  live_parts(page.getElementById('main')).map((part) => part.id).join(' ');
+
 function take_over(fresh, topics) {
   for (const part of live_parts(document)) {
     if (!topics_of(part).some((topic) => topics.has(topic))) continue;
     const now = fresh.getElementById(part.id);
     if (now) morph(part, now);
+  }
+  // A page may become another one: it tells of an error, as long as no adapter is up.
+  if (parts_of(document) !== parts_of(fresh)) {
+    morph(document.getElementById('main'), fresh.getElementById('main'));
   }
   document.dispatchEvent(new CustomEvent('refreshed'));
 }
