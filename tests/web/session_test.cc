@@ -186,7 +186,7 @@ TEST(Tokens, AreNotMadeWhereTheyCannotBeKept) {
 }
 
 constexpr char kAll[] =
-    "[\"config\",\"device\",\"lines\",\"calls\",\"messages\",\"adapter\",\"change\"]";
+    "[\"config\",\"device\",\"lines\",\"calls\",\"messages\",\"adapter\",\"changes\"]";
 
 TEST(Streams, AreToldOfAllAtFirstAndOfNewsThen) {
   Events events;

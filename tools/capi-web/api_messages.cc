@@ -49,10 +49,20 @@ Response get_messages(const Request& request, App& app) {
       to_json(message_table(meant_messages(app.reader.messages(box), filter_of(request)), order)));
 }
 
+// The error names the field, so that a page can tell of it there.
+std::string number_in(const Request& request) {
+  std::string number = text_in(request, "number");
+  try {
+    refuse_wrong_number(number);
+  } catch (const Failure& failure) {
+    throw Failure(failure.what(), {kRefused, "number"});
+  }
+  return number;
+}
+
 Response post_message(const Request& request, App& app) {
-  const std::string number = text_in(request, "number");
+  const std::string number = number_in(request);
   const std::string text = text_in(request, "text");
-  refuse_wrong_number(number);
   if (text.empty()) throw Failure("there is no text to send", {kRefused, "text"});
   need_messages(app);
   send_message(number, 0, text);

@@ -11,7 +11,7 @@ namespace {
 
 // In the order of their bits.
 constexpr const char* kTopics[] = {"config",   "device",  "lines", "calls",
-                                   "messages", "adapter", "change"};
+                                   "messages", "adapter", "changes"};
 
 std::string names_of(unsigned topics) {
   std::string names;

@@ -56,13 +56,24 @@ bool is_of_type(const Request& request, std::string_view type) {
   return small(given.substr(0, given.find_first_of("; "))) == type;
 }
 
+// What was asked for, to come back to behind the login.
+std::string place_of(const Request& request) {
+  std::string place = request.path;
+  char separator = '?';
+  for (const auto& [name, value] : request.query) {
+    place += std::exchange(separator, '&') + encode(name) + "=" + encode(value);
+  }
+  return place;
+}
+
 Response ask_for_login(const Request& request) {
   if (request.is_for_api()) {
     Response response = failure(request, 401, "There is no such login, or it is over: log in.");
     response.headers.emplace_back("WWW-Authenticate", "Bearer");
     return response;
   }
-  return see_other(request.path == "/" ? "/login" : "/login?next=" + encode(request.path));
+  const std::string place = place_of(request);
+  return see_other(place == "/" ? "/login" : "/login?next=" + encode(place));
 }
 
 Response refuse_origin(const Request& request) {

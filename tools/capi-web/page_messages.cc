@@ -85,7 +85,7 @@ void add_buttons(Html& html, const Entry& entry) {
   const std::string time = time_or_number(entry.message->stored_at);
   if (entry.is_unread()) {
     html.raw(" <button").attr("data-api", path + "/read");
-    html.attr("aria-label", "Mark the message of " + time + " as read");
+    html.attr("aria-label", "Mark as read: the message of " + time);
     html.raw(" data-done=\"Marked.\" data-needs-script>Mark as read</button>");
   }
   html.raw(" <button class=\"danger\" data-method=\"DELETE\"").attr("data-api", path);

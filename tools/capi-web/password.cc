@@ -5,6 +5,7 @@
 #include <adapter.h>
 #include <crypt.h>
 #include <files.h>
+#include <sys/stat.h>
 #include <text.h>
 
 #include <algorithm>
@@ -76,6 +77,8 @@ std::string read_password_file(const std::string& path) {
 }
 
 void write_password_file(const std::string& path, const std::string& hash) {
+  // Where nothing was set before its directory is missing; whether it can be written shows below.
+  mkdir(path.substr(0, path.rfind('/')).c_str(), 0755);
   const int error = files::replace(path, hash + "\n", 0600);
   if (error != 0) throw std::runtime_error(path + " cannot be written: " + strerror(error));
 }

@@ -19,6 +19,7 @@
 #include <list>
 #include <stdexcept>
 
+#include "change_files.h"
 #include "front.h"
 
 namespace tools::web {
@@ -139,6 +140,7 @@ class Server::Loop {
 
   void look_for_adapter();
   void on_change();
+  void on_change_files();
   void set_timers();
   void begin_stream(Connection& connection, evhttp_request* request, const Response& response);
   void send_news();
@@ -151,7 +153,8 @@ class Server::Loop {
   Limits limits_;
   Owned<event_base> base_;
   std::list<Connection> connections_;
-  Owned<event> adopting_, pause_, comments_, looks_, change_, on_term_, on_int_;
+  ChangeFiles change_files_;
+  Owned<event> adopting_, pause_, comments_, looks_, change_, files_, on_term_, on_int_;
   std::vector<evhttp_bound_socket*> places_;
   Owned<evhttp> http_;  // ends before what its connections call
 };
@@ -164,10 +167,13 @@ Server::Loop::Loop(App& app, const std::vector<Listen>& places, const Limits& li
       pause_(own(event_new(base_.get(), -1, 0, call<&Loop::accept_again>, this))),
       comments_(own(event_new(base_.get(), -1, EV_PERSIST, call<&Loop::send_comments>, this))),
       looks_(own(event_new(base_.get(), -1, EV_PERSIST, call<&Loop::look_for_adapter>, this))),
+      files_(own(event_new(base_.get(), change_files_.fd(), EV_READ | EV_PERSIST,
+                           call<&Loop::on_change_files>, this))),
       on_term_(own(evsignal_new(base_.get(), SIGTERM, call<&Loop::end>, this))),
       on_int_(own(evsignal_new(base_.get(), SIGINT, call<&Loop::end>, this))),
       http_(own(evhttp_new(base_.get()))) {
   signal(SIGPIPE, SIG_IGN);
+  if (change_files_.fd() != -1) event_add(files_.get(), nullptr);
   event_add(on_term_.get(), nullptr);
   event_add(on_int_.get(), nullptr);
   const timeval timeout = time_of(limits.timeout_ms);
@@ -356,10 +362,16 @@ void Server::Loop::look_for_adapter() {
 }
 
 void Server::Loop::on_change() {
+  // Whoever has made their directory has set something.
+  if (change_files_.have_come()) app_.events.tell(kTopicChange);
   const unsigned topics = app_.link.changes();
   if (topics == 0) return;
   app_.reader.forget(topics);
   app_.events.tell(topics);
+}
+
+void Server::Loop::on_change_files() {
+  if (change_files_.have_changed()) app_.events.tell(kTopicChange);
 }
 
 // --- event streams ---
