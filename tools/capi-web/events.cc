@@ -10,7 +10,7 @@ namespace tools::web {
 namespace {
 
 // In the order of their bits.
-constexpr const char* kTopics[] = {"config",   "device",  "lines", "calls",
+constexpr const char* kTopics[] = {"config",   "device",  "lines",  "calls",
                                    "messages", "adapter", "changes"};
 
 std::string names_of(unsigned topics) {

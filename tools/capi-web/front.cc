@@ -52,7 +52,8 @@ bool read_target(std::string_view target, Request& request) {
 
 // The parser would end a text at a NUL, and half of a value would be set.
 bool read_json(const std::string& body, Request& request) {
-  if (body.find('\0') != body.npos || body.find("\\u0000") != body.npos) return false;
+  if (body.find('\0') != std::string::npos || body.find("\\u0000") != std::string::npos)
+    return false;
   const char* end = nullptr;
   request.json.reset(cJSON_ParseWithLengthOpts(body.c_str(), body.size() + 1, &end, 1));
   return cJSON_IsObject(request.json.get()) != 0;

@@ -57,32 +57,48 @@ void add_registration_state(Html& html, const Table& lines, const Row& row) {
   html.raw("</span>");
 }
 
+void add_line_cell(Html& html, const Table& lines, const std::string& field, const Row& row) {
+  const std::string& text = cell_of(lines, row, field);
+  if (field == "registered_stacks") {
+    add_registration_state(html, lines, row);
+  } else if (field == "off_hook") {
+    html.raw("<span aria-live=\"polite\">").text(text != "0" ? "off the hook" : "on the hook");
+    html.raw("</span>");
+  } else if (field == "voice_mail") {
+    html.text(text != "0" ? "waiting" : "none");
+  }
+}
+
+void add_registrations(Html& html, const Table& registrations) {
+  if (registrations.rows().empty()) {
+    html.raw("<p class=\"empty\">No voice stack has told of a registration yet.</p>\n");
+    return;
+  }
+  const auto cell = [&](Html& to, const std::string& field, const Row& row) {
+    if (field != "status") return;
+    const std::string& text = cell_of(registrations, row, field);
+    add_state(to, text == "Registered" ? State::Good : State::Bad, text);
+  };
+  add_table(html, registrations,
+            {.caption = "Registrations", .id = "registrations-t", .cell = cell});
+}
+
 void add_lines(Html& html, const std::vector<Table>& status) {
-  const Table* const lines = find_table(status, "lines");
-  const Table* const registrations = find_table(status, "registrations");
+  const Table& lines = *find_table(status, "lines");
   html.raw("<section id=\"lines\" class=\"card\" data-live=\"lines config adapter\" ");
   html.raw("aria-labelledby=\"lines-h\">\n<h2 id=\"lines-h\">Lines</h2>\n");
   const auto cell = [&](Html& to, const std::string& field, const Row& row) {
-    const bool is_off_hook = cell_of(*lines, row, "off_hook") != "0";
-    if (field == "registered_stacks") add_registration_state(to, *lines, row);
-    if (field == "off_hook") {
-      to.raw("<span aria-live=\"polite\">").text(is_off_hook ? "off the hook" : "on the hook");
-      to.raw("</span>");
-    }
-    if (field == "voice_mail") to.text(cell_of(*lines, row, field) != "0" ? "waiting" : "none");
+    add_line_cell(to, lines, field, row);
   };
-  add_table(html, *lines, {.caption = "Lines", .id = "lines-t", .is_quiet = true, .cell = cell});
-  if (registrations->rows().empty()) {
-    html.raw("<p class=\"empty\">No voice stack has told of a registration yet.</p>\n");
-  } else {
-    const auto state = [&](Html& to, const std::string& field, const Row& row) {
-      if (field != "status") return;
-      const std::string& text = cell_of(*registrations, row, field);
-      add_state(to, text == "Registered" ? State::Good : State::Bad, text);
-    };
-    add_table(html, *registrations,
-              {.caption = "Registrations", .id = "registrations-t", .cell = state});
-  }
+  add_table(html, lines,
+            {.caption = "Lines",
+             .id = "lines-t",
+             .is_quiet = true,
+             .titles = {{"phone", "Telephone"},
+                        {"registered_stacks", "Registration"},
+                        {"voice_mail", "Voice mail"}},
+             .cell = cell});
+  add_registrations(html, *find_table(status, "registrations"));
   html.raw("</section>\n");
 }
 

@@ -31,6 +31,13 @@ void add_cell(Html& html, const Look& look, const Column& column,
   }
 }
 
+// What people call a column.
+std::string title_of(const Look& look, const Column& column) {
+  const auto found =
+      std::ranges::find(look.titles, column.name(), [](const auto& title) { return title.first; });
+  return found == look.titles.end() ? heading_of(column) : found->second;
+}
+
 void add_row(Html& html, const Table& table, const Look& look, const std::vector<size_t>& columns,
              const std::vector<std::string>& row) {
   html.raw("<tr>");
@@ -39,7 +46,7 @@ void add_row(Html& html, const Table& table, const Look& look, const std::vector
     const bool is_first = i == columns.front();
     html.raw(is_first ? Markup("<th scope=\"row\"") : Markup("<td"));
     if (column.type == Type::Number && !is_first) html.raw(" class=\"num\"");
-    html.attr("data-label", heading_of(column)).raw(">");
+    html.attr("data-label", title_of(look, column)).raw(">");
     add_cell(html, look, column, row, row[i]);
     html.raw(is_first ? Markup("</th>") : Markup("</td>"));
   }
@@ -74,7 +81,7 @@ void add_table(Html& html, const Table& table, const Look& look) {
   html.raw("</caption>\n<thead><tr>");
   const std::vector<size_t> columns = columns_of(table, look);
   for (const size_t i : columns) {
-    html.raw("<th scope=\"col\">").text(heading_of(table.columns()[i])).raw("</th>");
+    html.raw("<th scope=\"col\">").text(title_of(look, table.columns()[i])).raw("</th>");
   }
   if (!look.more.empty()) html.raw("<th scope=\"col\">").text(look.more).raw("</th>");
   html.raw("</tr></thead>\n<tbody>\n");

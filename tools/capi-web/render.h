@@ -20,6 +20,7 @@ struct Look {
   bool is_wide = false;                // scrolled on a small screen, not stacked
   bool is_quiet = false;               // the heading says the same as the caption
   std::vector<std::string> only = {};  // these columns, by their names in JSON; none for all
+  std::vector<std::pair<std::string, std::string>> titles = {};  // of columns, instead of theirs
   // What stands in a cell instead of its text, where this writes anything.
   std::function<void(Html&, const std::string& field, const std::vector<std::string>& row)> cell =
       {};

@@ -25,6 +25,7 @@ PAGES = {
 
 class BrowserCase(unittest.TestCase):
     options = ()
+    has_adapter = True  # from the beginning
 
     adapter = None
 
@@ -32,8 +33,9 @@ class BrowserCase(unittest.TestCase):
     def setUpClass(cls):
         if BrowserCase.adapter is None:
             BrowserCase.adapter = Adapter(SOURCE, TOOL, OTHERS)
-            cls.adapter.start()
-            cls.adapter.publish()
+            if cls.has_adapter:
+                cls.adapter.start()
+                cls.adapter.publish()
         cls.server = Server(WEB, *cls.options)
         cls.addClassCleanup(cls.server.stop)
         cls.wire = Wire(cls.server.port)
@@ -42,7 +44,8 @@ class BrowserCase(unittest.TestCase):
         cls.addClassCleanup(cls.browser.close)
 
     def setUp(self):
-        self.adapter.others("lines")
+        if self.has_adapter:
+            self.adapter.others("lines")
         self.addCleanup(self.adapter.settle)
         self.page = self.log_in()
 
@@ -55,7 +58,9 @@ class BrowserCase(unittest.TestCase):
 
     def log_in(self, profile=None, password=PASSWORD):
         """A page of somebody who has just logged in; of somebody else each time."""
-        page = self.new_page(profile or self.browser.new_profile())
+        profile = profile or self.browser.new_profile()
+        page = self.new_page(profile)
+        page.profile = profile
         page.go(self.wire.address + "/login")
         self.submit(page, password)
         deadline = time.monotonic() + PATIENCE

@@ -27,23 +27,26 @@ class Live(BrowserCase):
 
     def test_a_change_appears_within_a_fifth_of_a_second(self):
         self.go(self.page, "/")
-        times = []
+        times, whole = [], []
         for at in range(9):
             self.adapter.tool("config", "set", "sip_line_2.display_name", "Before")
             self.page.wait_for_text("Before", "#lines")
-            # How long the change itself takes is not the page's time: it is there at its end.
+            # The value is there before the tool has ended, and was not before it began.
             self.page.evaluate(
                 "window.seen = new Promise((done) => new MutationObserver(() => {"
                 f"if (document.querySelector('#lines').innerText.includes('After-{at}'))"
                 "done(Date.now()); }).observe(document, {subtree: true, childList: true, "
                 "characterData: true})), 0"
             )
+            begun_at = time.time()
             self.adapter.tool("config", "set", "sip_line_2.display_name", f"After-{at}")
-            set_at = time.time()
-            times.append(self.page.evaluate("window.seen") - 1000 * set_at)
-        median = sorted(times)[len(times) // 2]
-        print(f"seen {median:.0f} ms after the tool had ended (median)")
-        self.assertLess(median, 200)
+            ended_at = time.time()
+            seen_at = self.page.evaluate("window.seen") / 1000
+            times.append(seen_at - ended_at)
+            whole.append(seen_at - begun_at)
+        median = [1000 * sorted(one)[len(one) // 2] for one in (times, whole)]
+        print("seen {:.0f} ms after the tool's end, {:.0f} ms after its begin".format(*median))
+        self.assertLess(median[0], 200)
 
     def test_nobody_asks_while_nothing_changes(self):
         pages = [self.page] + [self.log_in() for _ in range(2)]

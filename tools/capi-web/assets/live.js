@@ -125,17 +125,37 @@ const waiting = new Set();
 let fetching = null;
 
 async function fetch_page() {
-  const answer = await fetch(location.href, {headers: {Accept: 'text/html', 'X-CAPI-Refresh': '1'}, cache: 'no-store'});
-  if (answer.redirected && new URL(answer.url).pathname === '/login') go_to_login();
-  return new DOMParser().parseFromString(await answer.text(), 'text/html');
+  const headers = {Accept: 'text/html', 'X-CAPI-Refresh': '1'};
+  const answer = await fetch(location.href, {headers, cache: 'no-store'});
+  if (answer.redirected && new URL(answer.url).pathname === '/login') await go_to_login();
+  const page = new DOMParser().parseFromString(await answer.text(), 'text/html');
+  return {page, is_ok: answer.ok, retry_after: Number(answer.headers.get('Retry-After'))};
 }
 
-function take_over(fresh, topics) {
+const main_of = (page) => page.getElementById('main');
+const parts_of = (page) => live_parts(main_of(page)).map((part) => part.id).join(' ');
+
+let has_told = false;
+
+// What stands in the fields of a page is worth more than telling of an error in their place.
+function tell_of_error({page, retry_after}, topics) {
+  has_told = true;
+  announce(main_of(page).querySelector('.notice')?.textContent ?? 'The adapter has no answer.', true);
+  if (retry_after > 0) setTimeout(() => refresh(topics), 1000 * retry_after);
+}
+
+function take_over(answer, topics) {
+  const fresh = answer.page;
+  if (!answer.is_ok && parts_of(document) !== '') return tell_of_error(answer, topics);
+  if (has_told) announce('');
+  has_told = false;
   for (const part of live_parts(document)) {
     if (!topics_of(part).some((topic) => topics.has(topic))) continue;
     const now = fresh.getElementById(part.id);
     if (now) morph(part, now);
   }
+  // A page that tells of an error becomes the one it stands for, once there is an adapter.
+  if (parts_of(document) !== parts_of(fresh)) morph(main_of(document), main_of(fresh));
   document.dispatchEvent(new CustomEvent('refreshed'));
 }
 
