@@ -13,7 +13,7 @@ if(TARGET capi_keys)
   list(APPEND CPACK_COMPONENTS_ALL keys keys_dev)
 endif()
 if(CAPI_BUILD_TOOL)
-  list(APPEND CPACK_COMPONENTS_ALL tool simulator)
+  list(APPEND CPACK_COMPONENTS_ALL tool web simulator)
 endif()
 set(CPACK_PRE_BUILD_SCRIPTS ${CMAKE_CURRENT_SOURCE_DIR}/cmake/debian/compress.cmake)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
@@ -80,6 +80,13 @@ foreach(script IN ITEMS postinst prerm postrm)
     ${CMAKE_CURRENT_SOURCE_DIR}/cmake/debian/capictl/${script})
 endforeach()
 
+set(CPACK_DEBIAN_WEB_PACKAGE_NAME capi-web)
+set(CPACK_DEBIAN_WEB_PACKAGE_SECTION web)
+set(CPACK_DEBIAN_WEB_PACKAGE_DEPENDS "${library} ${this_version}, ${these_keys}")
+set(CPACK_DEBIAN_WEB_DESCRIPTION "LTE phone adapter in a browser
+Serves pages and an interface for programs that show and change an adapter which
+runs libcapi, to those who know its password.")
+
 set(CPACK_DEBIAN_SIMULATOR_PACKAGE_NAME capi-simulator)
 set(CPACK_DEBIAN_SIMULATOR_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_SIMULATOR_PACKAGE_DEPENDS "capictl ${this_version}, systemd | systemd-tmpfiles")
@@ -99,7 +106,7 @@ if(NOT newest MATCHES "^capi \\(${PROJECT_VERSION}\\) ")
 endif()
 
 # Licence and changelog stand where Debian looks for them. Other installations can do without.
-foreach(component IN ITEMS library dev keys keys_dev tool simulator)
+foreach(component IN ITEMS library dev keys keys_dev tool web simulator)
   string(TOUPPER ${component} upper)
   set(directory ${CMAKE_INSTALL_DATADIR}/doc/${CPACK_DEBIAN_${upper}_PACKAGE_NAME})
   install(FILES LICENSE RENAME copyright COMPONENT ${component} DESTINATION ${directory}
@@ -120,6 +127,8 @@ install(FILES ${examples} COMPONENT dev EXCLUDE_FROM_ALL
 # What starts the tool's master with the machine, and what a PC has instead of a device. These paths
 # are fixed: the library and systemd look nowhere else.
 install(FILES tools/boot/capi-master.service COMPONENT tool EXCLUDE_FROM_ALL
+  DESTINATION /usr/lib/systemd/system)
+install(FILES tools/boot/capi-web.service COMPONENT web EXCLUDE_FROM_ALL
   DESTINATION /usr/lib/systemd/system)
 install(FILES tools/boot/capictl.conf COMPONENT tool EXCLUDE_FROM_ALL
   DESTINATION /usr/lib/tmpfiles.d)

@@ -2,6 +2,9 @@
 # SPDX-License-Identifier: MIT
 """attacks_test.py CHECKOUT WRITER CAPICTL CAPI-WEB [EMULATOR...]: what others may try on the
 server, with bytes of their own, and what it costs."""
+import os
+import re
+import subprocess
 import sys
 import unittest
 
@@ -204,6 +207,31 @@ class Streams(unittest.TestCase):
                 self.assertIn('"adapter"', stream.read_event())
                 with ADAPTER.writes(1):
                     self.assertIn('"topics":["config"]', stream.read_event())
+
+
+class Start(unittest.TestCase):
+    def test_without_a_password_is_refused_with_what_to_do(self):
+        result = subprocess.run([*EMULATOR, CAPI_WEB, "--password-file", "/tmp/none"], text=True,
+                                capture_output=True, check=False)
+        self.assertEqual((result.returncode, result.stdout, result.stderr), (1, "", (
+            "capi-web: there is no password; set one: capi-web password --password-file "
+            "/tmp/none\n")))
+
+    def test_with_a_short_password_changes_nothing(self):
+        result = subprocess.run([*EMULATOR, CAPI_WEB, "password", "--stdin", "--password-file",
+                                 "/tmp/none"], input="seven77\n", text=True, capture_output=True,
+                                check=False)
+        self.assertEqual((result.returncode, result.stderr), (
+            4, "capi-web: a password has 8 to 256 characters; nothing was changed\n"))
+        self.assertFalse(os.path.exists("/tmp/none"))
+
+    def test_tells_its_options_as_the_manual_page_does(self):
+        result = subprocess.run([*EMULATOR, CAPI_WEB, "--help"], text=True, capture_output=True,
+                                check=True)
+        with open(CHECKOUT + "/tools/capi-web/capi-web.8", encoding="utf-8") as file:
+            page = file.read().replace("\\-", "-")
+        told = set(re.findall(r"(--[a-z-]+)", result.stdout)) | {"--stdin"}
+        self.assertEqual(told, set(re.findall(r"(--[a-z-]+)", page)))
 
 
 class Idleness(unittest.TestCase):
