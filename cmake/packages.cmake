@@ -176,6 +176,12 @@ if(CAPI_BUILD_TOOL)
 Shows and changes the configuration, the call log, the short messages and the
 live state of an adapter that runs libcapi.")
 
+  capi_package(web capi-web SECTION web MULTI_ARCH foreign
+    DEPENDS "${library} ${this_version}, ${these_keys}"
+    DESCRIPTION "LTE phone adapter in a browser
+Serves pages and an interface for programs that show and change an adapter which
+runs libcapi, to those who know its password.")
+
   capi_package(simulator capi-simulator SECTION utils MULTI_ARCH foreign FOR_ALL
     DEPENDS "capictl ${this_version}, systemd | systemd-tmpfiles"
     DESCRIPTION "simulated LTE phone adapter
@@ -214,6 +220,8 @@ install(FILES tools/boot/capi-master.service COMPONENT tool EXCLUDE_FROM_ALL
   DESTINATION /usr/lib/systemd/system)
 install(FILES tools/boot/capi-master.service.8 COMPONENT tool EXCLUDE_FROM_ALL
   DESTINATION ${CMAKE_INSTALL_MANDIR}/man8)
+install(FILES tools/boot/capi-web.service COMPONENT web EXCLUDE_FROM_ALL
+  DESTINATION /usr/lib/systemd/system)
 install(FILES tools/boot/capictl.conf COMPONENT tool EXCLUDE_FROM_ALL
   DESTINATION /usr/lib/tmpfiles.d)
 install(DIRECTORY DESTINATION /etc/capi/settings.d COMPONENT tool EXCLUDE_FROM_ALL)

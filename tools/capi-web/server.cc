@@ -54,6 +54,8 @@ constexpr int kYear = 365 * 24 * 3600;
 // Between two looks for an adapter, while there is none and somebody looks on.
 constexpr int kLookMs = 1000;
 
+constexpr int kSendBuffer = 4096;
+
 constexpr std::string_view kComment = ":\n\n";
 
 constexpr int kAllMethods = EVHTTP_REQ_GET | EVHTTP_REQ_POST | EVHTTP_REQ_HEAD | EVHTTP_REQ_PUT |
@@ -78,7 +80,9 @@ void add_headers(evhttp_request* request, const Response& response) {
 void send(evhttp_request* request, const Response& response) {
   const std::string_view content = response.fixed.empty() ? response.body : response.fixed;
   const auto buffer = own(evbuffer_new());
-  evbuffer_add(buffer.get(), content.data(), content.size());
+  if (evhttp_request_get_command(request) != EVHTTP_REQ_HEAD) {
+    evbuffer_add(buffer.get(), content.data(), content.size());
+  }
   add_headers(request, response);
   if (response.status != 204 && response.status != 304) {
     evhttp_add_header(evhttp_request_get_output_headers(request), "Content-Length",
@@ -119,7 +123,7 @@ class Server::Loop {
   static void on_request(evhttp_request* request, void* loop);
   static void on_close(evhttp_connection* http, void* connection);
   static void on_sent(evhttp_connection* http, void* connection);
-  static void on_accept_error(evconnlistener* listener, void* loop);
+  static void on_accept_error(evconnlistener* listener, void* http);
 
   template <void (Loop::*Method)()>
   static void call(evutil_socket_t, short, void* loop) {
@@ -149,6 +153,8 @@ class Server::Loop {
   void send_comment(Connection& connection);
   static void send_part(Connection& connection, std::string_view text);
 
+  static Loop* the_one;  // of this process
+
   App& app_;
   Limits limits_;
   Owned<event_base> base_;
@@ -158,6 +164,8 @@ class Server::Loop {
   std::vector<evhttp_bound_socket*> places_;
   Owned<evhttp> http_;  // ends before what its connections call
 };
+
+Server::Loop* Server::Loop::the_one = nullptr;
 
 Server::Loop::Loop(App& app, const std::vector<Listen>& places, const Limits& limits)
     : app_(app),
@@ -172,6 +180,7 @@ Server::Loop::Loop(App& app, const std::vector<Listen>& places, const Limits& li
       on_term_(own(evsignal_new(base_.get(), SIGTERM, call<&Loop::end>, this))),
       on_int_(own(evsignal_new(base_.get(), SIGINT, call<&Loop::end>, this))),
       http_(own(evhttp_new(base_.get()))) {
+  the_one = this;
   signal(SIGPIPE, SIG_IGN);
   if (change_files_.fd() != -1) event_add(files_.get(), nullptr);
   event_add(on_term_.get(), nullptr);
@@ -190,6 +199,7 @@ Server::Loop::Loop(App& app, const std::vector<Listen>& places, const Limits& li
 
 Server::Loop::~Loop() {
   app_.events.on_news = [] {};
+  places_.clear();  // the library ends these before the connections
 }
 
 void Server::Loop::end() { event_base_loopbreak(base_.get()); }
@@ -236,12 +246,12 @@ void Server::Loop::accept_again() {
   if (connections_.size() < limits_.connections) set_accepting(true);
 }
 
-// No descriptor is left. Who waits would be told of again and again.
-void Server::Loop::on_accept_error(evconnlistener*, void* loop) {
+// No descriptor is left, and who waits would be told of again and again. A listener's pointer is
+// the library's, so that the loop has to be known otherwise.
+void Server::Loop::on_accept_error(evconnlistener*, void*) {
   constexpr timeval kPause = {.tv_sec = 0, .tv_usec = 100'000};
-  auto& self = *static_cast<Loop*>(loop);
-  self.set_accepting(false);
-  event_add(self.pause_.get(), &kPause);
+  the_one->set_accepting(false);
+  event_add(the_one->pause_.get(), &kPause);
 }
 
 // --- connections ---
@@ -395,6 +405,9 @@ void Server::Loop::begin_stream(Connection& connection, evhttp_request* request,
   Stream* const stream = app_.events.open(response.session, response.last_event);
   if (stream == nullptr) return send(request, refuse(429));
   set_timers();
+  // Nor is the kernel to keep what nobody reads.
+  setsockopt(bufferevent_getfd(connection.socket), SOL_SOCKET, SO_SNDBUF, &kSendBuffer,
+             sizeof kSendBuffer);
   connection.streaming = request;
   connection.stream = stream;
   // Nothing is to come from there any more, for however long.

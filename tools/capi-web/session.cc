@@ -9,17 +9,22 @@
 namespace tools::web {
 
 const Session& Sessions::begin(const std::string& address, int64_t now_ms, int64_t now_s) {
+  add({.name = new_secret(8),
+       .secret = new_secret(32),
+       .token = new_secret(32),
+       .address = address,
+       .begun_at = now_s},
+      now_ms);
+  return sessions_.back();
+}
+
+void Sessions::add(Session session, int64_t now_ms) {
   drop_idle(now_ms);
   while (sessions_.size() >= kMax) {
     sessions_.erase(std::ranges::min_element(sessions_, {}, &Session::seen_ms));
   }
-  sessions_.push_back({.name = new_secret(8),
-                       .secret = new_secret(32),
-                       .token = new_secret(32),
-                       .address = address,
-                       .begun_at = now_s,
-                       .seen_ms = now_ms});
-  return sessions_.back();
+  session.seen_ms = now_ms;
+  sessions_.push_back(std::move(session));
 }
 
 // All are compared, whichever it is.

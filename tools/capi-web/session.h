@@ -29,6 +29,9 @@ class Sessions {
   // Begins a login; the one that was seen longest ago ends where there are too many.
   const Session& begin(const std::string& address, int64_t now_ms, int64_t now_s);
 
+  // One whose secrets are known.
+  void add(Session session, int64_t now_ms);
+
   // The one with this secret, unless it has been idle for too long. It is seen now, unless the
   // request was none of its user's doing.
   const Session* find(std::string_view secret, int64_t now_ms, bool is_seen = true);

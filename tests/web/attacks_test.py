@@ -1,0 +1,255 @@
+# SPDX-FileCopyrightText: The capi authors
+# SPDX-License-Identifier: MIT
+"""attacks_test.py CHECKOUT WRITER CAPICTL CAPI-WEB [EMULATOR...]: what others may try on the
+server, with bytes of their own, and what it costs."""
+import os
+import re
+import subprocess
+import sys
+import unittest
+
+from server import Adapter, Server, cpu_share
+
+CHECKOUT, WRITER, CAPICTL, CAPI_WEB, *EMULATOR = sys.argv[1:]
+ADAPTER = Adapter(CHECKOUT, EMULATOR, CAPICTL, WRITER)
+
+
+def server(*options, **more):
+    return Server([*EMULATOR, CAPI_WEB], *options, **more)
+
+
+class Requests(unittest.TestCase):
+    """What the library in front would have let through, or answered in its own way."""
+
+    def refuse(self, data, *statuses):
+        with self.running.connect() as connection:
+            answer = connection.ask(data)
+            self.assertIn(answer.status, statuses, data)
+            self.assertEqual(answer.headers["Connection"], "close", data)
+            self.assertIn("default-src 'none'", answer.headers["Content-Security-Policy"], data)
+            self.assertEqual(connection.read_to_end(), b"", data)
+
+    def setUp(self):
+        self.running = server()
+        self.addCleanup(self.running.__exit__)
+
+    def test_of_two_meanings_are_refused_and_end_the_connection(self):
+        for fields in (["Content-Length: 4", "Transfer-Encoding: chunked"],
+                       ["Transfer-Encoding: chunked", "Content-Length: 4"],
+                       ["Content-Length: 4", "Content-Length: 5"], ["Content-Length: +4"],
+                       ["Content-Length: -4"], ["X: a\0b"], ["X: a\x01b"], ["X : a"], ["X: a\r b"],
+                       ["X: a\n\tb"], [" X: a"], ["Host: other"]):
+            self.refuse(self.running.head("/login", "POST", *fields) + b"abcd", 400)
+        self.refuse(b"GET /login HTTP/1.1\r\n\r\n", 400)
+        self.refuse(b"GET /login HTTP/1.1\nHost: localhost\n\n", 400)
+        self.refuse(b"\0", 400)
+        self.refuse(b"\x16\x03\x01\x02\x00\x01\x00\x01\xfc\x03\x03", 400)  # a browser with https
+        self.refuse(self.running.head("/login", "POST", "Transfer-Encoding: chunked"), 411)
+        self.refuse(self.running.head("/login", "POST"), 411)
+        self.refuse(self.running.head("/login", "POST", "Content-Length: 4",
+                                      "Expect: 100-continue"), 417)
+        self.refuse(self.running.head("/login", "BREW"), 501)
+
+    def test_that_are_too_long_are_refused_before_they_are_whole(self):
+        self.refuse(self.running.head("/login", "POST", "Content-Length: 65537"), 413)
+        self.refuse(self.running.head("/login", "POST", "Content-Length: " + "9" * 40), 413)
+        self.refuse(b"GET /" + b"x" * 8192, 431)
+        self.refuse(self.running.head("/login", "GET", "X: " + "x" * 8192), 431)
+
+    def test_for_other_names_and_paths_are_answered_with_why(self):
+        for target, status in (("/none", 404), ("/../etc/passwd", 404), ("/assets/../x", 404),
+                               ("/assets/%2e%2e%2fx", 400), ("/%", 400), ("/%zz", 400),
+                               ("/%00", 400), ("/?%", 400), ("/login?a=%f", 400)):
+            self.assertEqual(self.running.get(target).status, status, target)
+        with self.running.connect() as connection:
+            self.assertEqual(connection.ask(b"GET / HTTP/1.1\r\nHost: evil.example\r\n\r\n").status,
+                             421)
+
+    def test_with_other_methods_are_told_which_are_allowed(self):
+        for method in ("PUT", "OPTIONS", "TRACE", "DELETE", "PATCH", "CONNECT"):
+            with self.running.connect() as connection:
+                answer = connection.ask(self.running.head("/login", method))
+                self.assertEqual(answer.status, 405, method)
+                self.assertEqual(answer.headers["Allow"], "GET, HEAD, POST", method)
+
+    def test_for_a_head_have_the_headers_of_the_whole(self):
+        with self.running.connect() as connection:
+            head = connection.ask(self.running.head("/login", "HEAD"), has_body=False)
+            whole = connection.ask(self.running.head("/login"))
+            for headers in (head.headers, whole.headers):
+                del headers["Date"]
+            self.assertEqual(head.headers, whole.headers)
+            self.assertGreater(len(whole.body), 0)
+
+    def test_that_come_together_are_answered_in_their_order(self):
+        targets = ["/none", "/login", "/", "/%", "/login"]
+        with self.running.connect() as connection:
+            connection.send(b"".join(self.running.head(target) for target in targets))
+            self.assertEqual([connection.read_answer().status for _ in targets],
+                             [404, 200, 303, 400, 200])
+
+    def test_that_come_by_the_byte_are_answered_as_one(self):
+        with self.running.connect() as connection:
+            for byte in self.running.head("/login"):
+                connection.send(bytes([byte]))
+            self.assertEqual(connection.read_answer().status, 200)
+
+    def test_without_end_on_one_connection_are_cut(self):
+        with self.running.connect() as connection:
+            try:
+                connection.send(self.running.head("/login") * 20000)
+            except OSError:
+                pass
+            self.assertIn(b" 400 ", connection.read_to_end())
+
+
+class Connections(unittest.TestCase):
+    def test_that_stop_within_a_request_are_cut_while_others_are_served(self):
+        with server("--timeout-seconds", "0.3") as running:
+            halves = [running.connect() for _ in range(4)]
+            for half, data in zip(halves, (b"", b"G", running.head("/login")[:-1],
+                                           running.head("/login", "POST", "Content-Length: 9"))):
+                half.send(data)
+            self.assertEqual(running.get("/login").status, 200)
+            for half in halves:
+                self.assertEqual(half.read_to_end(), b"")
+                half.close()
+
+    def test_that_drip_are_cut_however_lively_they_are(self):
+        with server("--timeout-seconds", "0.3") as running, running.connect() as connection:
+            connection.socket.settimeout(0.1)
+            connection.send(b"GET / HTTP/1.1\r\nX: ")
+            for _ in range(8000):
+                connection.send(b"x")
+                try:
+                    answer = connection.socket.recv(65536)
+                    break
+                except TimeoutError:
+                    pass
+            self.assertIn(b" 408 ", answer)
+
+    def test_beyond_the_limit_wait_for_their_turn(self):
+        with server("--connections", "4", "--timeout-seconds", "1000") as running:
+            first = [running.connect() for _ in range(4)]
+            for connection in first:
+                self.assertEqual(connection.ask(running.head("/login")).status, 200)
+            open_at_limit = running.descriptors()
+            late = running.connect()
+            late.send(running.head("/login"))
+            for connection in first:
+                self.assertEqual(connection.ask(running.head("/login")).status, 200)
+            self.assertEqual(running.descriptors(), open_at_limit)
+            first[0].close()
+            self.assertEqual(late.read_answer().status, 200)
+            for connection in (*first, late):
+                connection.close()
+
+    def test_without_a_descriptor_left_cost_no_processor(self):
+        with server("--connections", "1000", "--timeout-seconds", "1000", descriptors=24) as running:
+            many = [running.connect() for _ in range(60)]
+            self.assertEqual(many[0].ask(running.head("/login")).status, 200)
+            self.assertEqual(running.descriptors(), 24)
+            self.assertLess(cpu_share(running, 1), 0.1)
+            for connection in many[1:55]:
+                connection.close()
+            self.assertEqual(many[59].ask(running.head("/login")).status, 200)
+            for connection in many:
+                connection.close()
+
+
+class Streams(unittest.TestCase):
+    def test_of_one_login_are_limited(self):
+        with server() as running:
+            running.log_in()
+            streams = [running.stream() for _ in range(24)]
+            for stream in streams:
+                stream.read_event()
+            self.assertEqual(running.get("/api/1/events").status, 429)
+            streams[0].close()
+            while running.get("/login").status != 200 or running.descriptors() > 40:
+                pass
+            for stream in streams[1:]:
+                stream.close()
+
+    def test_end_with_their_login(self):
+        with server("--session-minutes", "0.01", "--comment-seconds", "0.2") as running:
+            running.log_in()
+            with running.stream() as stream:
+                stream.read_event()
+                stream.read_to_end()
+            self.assertEqual(running.get("/api/1/events").status, 401)
+
+    def test_that_nobody_reads_take_no_memory_and_are_cut(self):
+        ADAPTER.start()
+        with server("--comment-seconds", "2") as running:
+            running.log_in()
+            deaf = [running.stream(receive_buffer=4096) for _ in range(4)]
+            with running.stream() as reader, ADAPTER.writes():
+                reader.read_event()
+                before = running.private_kib()
+                told = 0
+                while told < 5000:
+                    told = int(reader.read_event().partition('"generation":')[2].split("}")[0])
+                grown = running.private_kib() - before
+            # A part of what a queue for one of them would have taken.
+            self.assertLess(grown, told * 90 // 1024 // 4)
+            for stream in deaf:
+                stream.read_to_end()
+                stream.close()
+
+    def test_tell_of_an_adapter_that_comes_and_of_its_changes(self):
+        ADAPTER.remove()
+        with server() as running:
+            running.log_in()
+            with running.stream() as stream:
+                stream.read_event()
+                ADAPTER.start()
+                self.assertIn('"adapter"', stream.read_event())
+                with ADAPTER.writes(1):
+                    self.assertIn('"topics":["config"]', stream.read_event())
+
+
+class Start(unittest.TestCase):
+    def test_without_a_password_is_refused_with_what_to_do(self):
+        result = subprocess.run([*EMULATOR, CAPI_WEB, "--password-file", "/tmp/none"], text=True,
+                                capture_output=True, check=False)
+        self.assertEqual((result.returncode, result.stdout, result.stderr), (1, "", (
+            "capi-web: there is no password; set one: capi-web password --password-file "
+            "/tmp/none\n")))
+
+    def test_with_a_short_password_changes_nothing(self):
+        result = subprocess.run([*EMULATOR, CAPI_WEB, "password", "--stdin", "--password-file",
+                                 "/tmp/none"], input="seven77\n", text=True, capture_output=True,
+                                check=False)
+        self.assertEqual((result.returncode, result.stderr), (
+            4, "capi-web: a password has 8 to 256 characters; nothing was changed\n"))
+        self.assertFalse(os.path.exists("/tmp/none"))
+
+    def test_tells_its_options_as_the_manual_page_does(self):
+        result = subprocess.run([*EMULATOR, CAPI_WEB, "--help"], text=True, capture_output=True,
+                                check=True)
+        with open(CHECKOUT + "/tools/capi-web/capi-web.8", encoding="utf-8") as file:
+            page = file.read().replace("\\-", "-")
+        told = set(re.findall(r"(--[a-z-]+)", result.stdout)) | {"--stdin"}
+        self.assertEqual(told, set(re.findall(r"(--[a-z-]+)", page)))
+
+
+class Idleness(unittest.TestCase):
+    def test_is_without_a_single_wake_up(self):
+        ADAPTER.start()
+        with server() as running:
+            running.log_in()
+            with running.stream() as stream:
+                stream.read_event()
+                periods = [self.wake_ups_within_a_while(running) for _ in range(4)]
+                # What the login's connection leaves is done in the first ones.
+                self.assertEqual(periods[-1], (0, 0), periods)
+
+    def wake_ups_within_a_while(self, running):
+        before = running.wake_ups()
+        self.assertLess(cpu_share(running, 2), 0.05)
+        return tuple(now - then for now, then in zip(running.wake_ups(), before))
+
+
+if __name__ == "__main__":
+    unittest.main(argv=[sys.argv[0]], verbosity=2, warnings="ignore")
