@@ -10,10 +10,10 @@
 #include "sms/image.h"
 #include "support/adapter.h"
 #include "support/files.h"
-#include "tools/capictl/calls_check.h"
-#include "tools/capictl/keys.h"
-#include "tools/capictl/setting_file.h"
-#include "tools/capictl/sms_check.h"
+#include "tools/common/calls_check.h"
+#include "tools/common/keys.h"
+#include "tools/common/setting_file.h"
+#include "tools/common/sms_check.h"
 
 namespace capi::test {
 namespace {
@@ -21,9 +21,9 @@ namespace {
 constexpr unsigned kSeed = 2026;
 constexpr int kTrials = 20000;
 
-std::string listed(const capictl::Faults& faults) {
+std::string listed(const tools::Faults& faults) {
   std::string text;
-  for (const capictl::Fault& fault : faults) text += fault.text + "\n";
+  for (const tools::Fault& fault : faults) text += fault.text + "\n";
   return text;
 }
 
@@ -47,7 +47,7 @@ TEST_F(Mutation, OfACallLogIsRefusedByBothOrNeither) {
   const capi_call_log_record record{};
   for (unsigned i = 0; i < 12; ++i) add_record(*image, i % CAPI_CALL_LOG_TYPES, record);
   const std::string sound(reinterpret_cast<const char*>(image.get()), sizeof *image);
-  ASSERT_EQ(listed(capictl::check_call_log(sound)), "");
+  ASSERT_EQ(listed(tools::check_call_log(sound)), "");
   int refused = 0;
   for (int trial = 0; trial < kTrials; ++trial) {
     std::string bytes = sound;
@@ -62,8 +62,8 @@ TEST_F(Mutation, OfACallLogIsRefusedByBothOrNeither) {
     }
     memcpy(image.get(), bytes.data(), sizeof *image);
     const bool is_refused = check(*image).fault != ImageFault::None;
-    const capictl::Faults faults = capictl::check_call_log(bytes);
-    ASSERT_EQ(capictl::is_usable(faults), !is_refused) << listed(faults) << "trial " << trial;
+    const tools::Faults faults = tools::check_call_log(bytes);
+    ASSERT_EQ(tools::is_usable(faults), !is_refused) << listed(faults) << "trial " << trial;
     if (is_refused) ++refused;
   }
   EXPECT_GT(refused, kTrials / 10);
@@ -72,7 +72,7 @@ TEST_F(Mutation, OfACallLogIsRefusedByBothOrNeither) {
 
 TEST_F(Mutation, OfAMessageFileIsRefusedByBothOrNeither) {
   const std::string sound = read_file(CAPI_SOURCE_DIR "/tests/fuzz/corpus/sms/messages.sms");
-  ASSERT_EQ(listed(capictl::check_messages(sound)), "");
+  ASSERT_EQ(listed(tools::check_messages(sound)), "");
   int refused = 0;
   for (int trial = 0; trial < kTrials; ++trial) {
     std::string bytes = sound;
@@ -83,8 +83,8 @@ TEST_F(Mutation, OfAMessageFileIsRefusedByBothOrNeither) {
     const std::span<const uint8_t> image(reinterpret_cast<const uint8_t*>(bytes.data()),
                                          bytes.size());
     const bool is_refused = check_sms_image(image).fault != SmsFault::None;
-    const capictl::Faults faults = capictl::check_messages(bytes);
-    ASSERT_EQ(capictl::is_usable(faults), !is_refused) << listed(faults) << "trial " << trial;
+    const tools::Faults faults = tools::check_messages(bytes);
+    ASSERT_EQ(tools::is_usable(faults), !is_refused) << listed(faults) << "trial " << trial;
     if (is_refused) ++refused;
   }
   EXPECT_GT(refused, kTrials / 10);
@@ -99,7 +99,7 @@ TEST(MessageFile, OfTheCorpusIsRefusedByBothOrNeither) {
         read_file(std::string(CAPI_SOURCE_DIR "/tests/fuzz/corpus/sms/") + name + ".sms");
     const std::span<const uint8_t> image(reinterpret_cast<const uint8_t*>(bytes.data()),
                                          bytes.size());
-    EXPECT_EQ(capictl::is_usable(capictl::check_messages(bytes)),
+    EXPECT_EQ(tools::is_usable(tools::check_messages(bytes)),
               check_sms_image(image).fault == SmsFault::None)
         << name;
   }
@@ -117,7 +117,7 @@ std::string written_value(const std::string& line) {
 class SettingLine : public Adapter {
  protected:
   // What a key has after a file of one line in its section is loaded over another value.
-  std::string loaded(const capictl::Key& key, const std::string& line) {
+  std::string loaded(const tools::Key& key, const std::string& line) {
     const std::string head = "[" + key.section + "]\n";
     publish(head + key.name + "=77\n" + head + line + "\n");
     return get_config(key.section, key.name);
@@ -162,10 +162,10 @@ TEST_F(SettingLine, ThatIsNotTakenAsItStandsHasAFinding) {
   int taken = 0;
   constexpr int kLines = 3000;
   for (int trial = 0; trial < kLines; ++trial) {
-    const capictl::Key& key = capictl::all_keys()[pick(capictl::all_keys().size())];
+    const tools::Key& key = tools::all_keys()[pick(tools::all_keys().size())];
     const std::string& value = kValues[pick(std::size(kValues))];
     const std::string line = key.name + kEquals[pick(12) % std::size(kEquals)] + value;
-    const auto settings = capictl::read_setting_file("[" + key.section + "]\n" + line + "\n");
+    const auto settings = tools::read_setting_file("[" + key.section + "]\n" + line + "\n");
     const bool is_as_it_stands = loaded(key, line) == written_value(line);
     ASSERT_TRUE(is_as_it_stands || !settings.findings.empty()) << line;
     if (is_as_it_stands) ++taken;

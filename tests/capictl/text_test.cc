@@ -1,13 +1,13 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
-#include "tools/capictl/text.h"
+#include "tools/common/text.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "tools/capictl/table.h"
+#include "tools/common/table.h"
 
-namespace capictl {
+namespace tools {
 namespace {
 
 using testing::ElementsAre;
@@ -58,4 +58,4 @@ TEST(Fields, HaveNamesInSnakeCase) {
 }
 
 }  // namespace
-}  // namespace capictl
+}  // namespace tools

@@ -7,13 +7,14 @@
 #include <cstdio>
 #include <memory>
 
-#include "call_days.h"
+#include "call_tables.h"
 #include "commands.h"
-#include "filter.h"
+#include "filter_options.h"
+#include "print.h"
+#include "store_check.h"
 #include "stores.h"
-#include "table.h"
 
-namespace capictl {
+namespace tools::capictl {
 namespace {
 
 struct Args {
@@ -35,85 +36,30 @@ const capi_call_log_record& call_in_node(const Calls& calls, unsigned node) {
 }
 
 void list(const Context& context, const Args& args) {
-  const Attachment adapter(context, Need::Adapter, {CAPI_LOCK_CALL_LOG});
+  const Attachment adapter(context.log_sink(), Need::Adapter, {CAPI_LOCK_CALL_LOG});
   Calls calls = read_calls(args.filter);
   args.order.apply(calls);
   print(call_table(calls), context);
 }
 
-// Every value of a call beside its name, in the order of the file.
-std::vector<std::pair<std::string, std::string>> values_of(const capi_call_log_record& call) {
-  const capi_call_log_statistics& media = call.statistics;
-  return {{"node", std::to_string(call.index)},
-          {"sequence", std::to_string(call.sequence)},
-          {"type", std::to_string(call.calltype)},
-          {"line", std::to_string(call.endpt)},
-          {"start", time_or_number(call.calltimestart)},
-          {"connect", time_or_number(call.calltimeconnect)},
-          {"end", time_or_number(call.calltimeend)},
-          {"name", text_of(call.displayname)},
-          {"number", text_of(call.number)},
-          {"PacketsSent", std::to_string(media.PacketsSent)},
-          {"PacketsReceived", std::to_string(media.PacketsReceived)},
-          {"PacketsLost", std::to_string(media.PacketsLost)},
-          {"PacketsDiscarded", std::to_string(media.PacketsDiscarded)},
-          {"BytesReceived", std::to_string(media.BytesReceived)},
-          {"BytesSent", std::to_string(media.BytesSent)},
-          {"RoundTripDelay", std::to_string(media.RoundTripDelay)},
-          {"PayloadType", std::to_string(media.PayloadType)},
-          {"ReceiveInterarrivalJitter", std::to_string(media.ReceiveInterarrivalJitter)},
-          {"MinJitter", std::to_string(media.MinJitter)},
-          {"MaxJitter", std::to_string(media.MaxJitter)},
-          {"Decodelatency", std::to_string(media.Decodelatency)}};
-}
-
-Type type_of(const std::string& name) {
-  if (name == "name" || name == "number") return Type::Text;
-  return name == "start" || name == "connect" || name == "end" ? Type::Time : Type::Number;
-}
-
 void show(const Context& context, const Args& args) {
-  const Attachment adapter(context, Need::Adapter, {CAPI_LOCK_CALL_LOG});
-  Table table = Table::of_facts("call");
-  for (const auto& [name, value] : values_of(call_in_node(read_calls(), args.node))) {
-    table.add_fact({name, type_of(name)}, value);
-  }
-  print(table, context);
-}
-
-std::string quoted(const std::string& text) {
-  std::string result = "\"";
-  for (const char c : text) result += c == '"' ? std::string("\"\"") : std::string(1, c);
-  return result + "\"";
-}
-
-std::string csv_head() {
-  std::string head;
-  for (const auto& [name, value] : values_of({})) head += (head.empty() ? "" : ",") + name;
-  return head;
-}
-
-std::string csv_row(const Calls::value_type& call) {
-  std::string row;
-  for (const auto& [name, value] : values_of(call)) {
-    row += (row.empty() ? "" : ",") + (type_of(name) == Type::Text ? quoted(value) : value);
-  }
-  return row;
+  const Attachment adapter(context.log_sink(), Need::Adapter, {CAPI_LOCK_CALL_LOG});
+  print(call_facts(call_in_node(read_calls(), args.node)), context);
 }
 
 void write_csv(FILE* out, const Calls& calls) {
   const bool shows_progress = isatty(STDERR_FILENO) != 0 && isatty(fileno(out)) == 0;
-  fprintf(out, "%s\n", csv_head().c_str());
+  fprintf(out, "%s\n", call_csv_head().c_str());
   size_t done = 0;
   for (const auto& call : calls) {
-    fprintf(out, "%s\n", csv_row(call).c_str());
+    fprintf(out, "%s\n", call_csv_row(call).c_str());
     if (shows_progress) fprintf(stderr, "\r%zu of %zu calls", ++done, calls.size());
   }
   if (shows_progress) fputs("\n", stderr);
 }
 
 void export_calls(const Context& context, const Args& args) {
-  const Attachment adapter(context, Need::Adapter, {CAPI_LOCK_CALL_LOG});
+  const Attachment adapter(context.log_sink(), Need::Adapter, {CAPI_LOCK_CALL_LOG});
   Calls calls = read_calls(args.filter);
   args.order.apply(calls);
   if (args.path.empty()) return write_csv(stdout, calls);
@@ -126,7 +72,7 @@ void export_calls(const Context& context, const Args& args) {
 }
 
 void remove(const Context& context, const Args& args) {
-  const Attachment adapter(context, Need::Adapter, {CAPI_LOCK_CALL_LOG});
+  const Attachment adapter(context.log_sink(), Need::Adapter, {CAPI_LOCK_CALL_LOG});
   const unsigned type = call_in_node(read_calls(), args.node).calltype;
   if (capi_voip_delete_call_log_by_node(type, args.node) != 0) {
     throw Failure("the call could not be deleted; --verbose tells more");
@@ -166,7 +112,7 @@ bool delete_calls(const Filter& filter) {
 }
 
 void clear(const Context& context, const Args& args) {
-  const Attachment adapter(context, Need::Adapter, {CAPI_LOCK_CALL_LOG});
+  const Attachment adapter(context.log_sink(), Need::Adapter, {CAPI_LOCK_CALL_LOG});
   const long count = count_of(args.filter);
   if (count == 0) return tell_deleted(context, 0);
   confirm(count < 0 ? "empty the damaged call log"
@@ -179,7 +125,7 @@ void clear(const Context& context, const Args& args) {
 }
 
 void back_up(const Context& context, const Args& args) {
-  const Attachment adapter(context, Need::Adapter, {CAPI_LOCK_CALL_LOG});
+  const Attachment adapter(context.log_sink(), Need::Adapter, {CAPI_LOCK_CALL_LOG});
   back_up_store(kCallLog, args.path);
   Table facts = Table::of_facts("result");
   facts.add({"file", args.path});
@@ -188,7 +134,7 @@ void back_up(const Context& context, const Args& args) {
 
 // How many calls of a kind a day had, and how long people talked.
 void stats(const Context& context, const Args& args) {
-  const Attachment adapter(context, Need::Adapter, {CAPI_LOCK_CALL_LOG});
+  const Attachment adapter(context.log_sink(), Need::Adapter, {CAPI_LOCK_CALL_LOG});
   print(calls_by_day(read_calls(args.filter), args.order,
                      {"type", [](const capi_call_log_record& call) { return call.calltype; }}),
         context);
@@ -225,24 +171,6 @@ void add_node(CLI::App* command, const std::shared_ptr<Args>& args) {
 }
 
 }  // namespace
-
-Table call_table(const Calls& calls) {
-  Table table("calls", {{"node", Type::Number},
-                        {"type", Type::Number},
-                        {"line", Type::Number},
-                        {"number"},
-                        {.title = "name", .is_long = true},
-                        {"start", Type::Time},
-                        {"connect", Type::Time},
-                        {"end", Type::Time}});
-  for (const auto& call : calls) {
-    table.add({std::to_string(call.index), std::to_string(call.calltype),
-               std::to_string(call.endpt), text_of(call.number), text_of(call.displayname),
-               time_or_number(call.calltimestart), time_or_number(call.calltimeconnect),
-               time_or_number(call.calltimeend)});
-  }
-  return table;
-}
 
 void add_calls(CLI::App& app, Context& context) {
   CLI::App* calls = app.add_subcommand("calls", "Show and change the call log");
@@ -296,4 +224,4 @@ void add_calls(CLI::App& app, Context& context) {
       ->add_option("FILE", args->path, "Another file than the adapter's, which need not run then");
 }
 
-}  // namespace capictl
+}  // namespace tools::capictl

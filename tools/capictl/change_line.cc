@@ -9,9 +9,9 @@
 #include <cstdio>
 #include <ctime>
 
-#include "table.h"
+#include "print.h"
 
-namespace capictl {
+namespace tools::capictl {
 namespace {
 
 constexpr std::string_view kCutMark = "...";
@@ -102,4 +102,4 @@ void ChangeLine::print(const Context& context) const {
   puts((width > 0 ? cut(line, width) : line).c_str());
 }
 
-}  // namespace capictl
+}  // namespace tools::capictl

@@ -12,7 +12,7 @@
 
 #include "context.h"
 
-namespace capictl {
+namespace tools::capictl {
 
 class ChangeLine {
  public:
@@ -52,4 +52,4 @@ inline constexpr const char* kTopicNames[CAPI_TOPIC_COUNT] = {"config", "device"
 // A time in seconds since 1970 as the clock on the wall shows it: "2026-11-22T06:10:00+01:00".
 std::string local_time(int64_t seconds);
 
-}  // namespace capictl
+}  // namespace tools::capictl

@@ -7,7 +7,7 @@
 
 #include "context.h"
 
-namespace capictl {
+namespace tools::capictl {
 
 void add_status(CLI::App& app, Context& context);
 void add_config(CLI::App& app, Context& context);
@@ -30,4 +30,4 @@ void add_master(CLI::App& app, Context& context);
 // Prints pages that are made from the command line's own description.
 void add_pages(CLI::App& app, Context& context);
 
-}  // namespace capictl
+}  // namespace tools::capictl

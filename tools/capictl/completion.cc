@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-#include "call_days.h"
+#include "call_tables.h"
 #include "help.h"
 #include "keys.h"
 #include "locks.h"
@@ -12,7 +12,7 @@
 #include "signals.h"
 #include "value.h"
 
-namespace capictl {
+namespace tools::capictl {
 namespace {
 
 using Words = std::vector<std::string>;
@@ -83,7 +83,7 @@ Words from_adapter(const Context& context, Read read) {
     if (holder_of(lock)) return {};
   }
   try {
-    const Attachment adapter(context);
+    const Attachment adapter(context.log_sink());
     return cells_of(read());
   } catch (const Failure&) {
     return {};
@@ -173,4 +173,4 @@ Words completions(const CLI::App& app, const Context& context, const Words& word
   return result;
 }
 
-}  // namespace capictl
+}  // namespace tools::capictl

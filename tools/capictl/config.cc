@@ -7,8 +7,10 @@
 #include "commands.h"
 #include "document.h"
 #include "key_facts.h"
+#include "key_tables.h"
+#include "print.h"
 
-namespace capictl {
+namespace tools::capictl {
 namespace {
 
 const std::vector<Column> kKeyAndValue = {{"key"}, {.title = "value", .is_long = true}};
@@ -34,10 +36,10 @@ std::vector<const Key*> named_keys(const std::vector<std::string>& labels) {
 }
 
 void get(const Context& context, const std::vector<std::string>& labels) {
-  const Attachment adapter(context, Need::Record);
+  const Attachment adapter(context.log_sink(), Need::Record);
   const cfg_shared_record record = adapter.snapshot();
   const std::vector<const Key*> keys = named_keys(with_input(labels));
-  if (context.json) return print_document(record, keys, context);
+  if (context.json) return print_json(Json(document_of(record, keys, context.secrets())).get());
   if (keys.size() == 1) {
     const std::string value = value_of(record, *keys[0]);
     puts(printable(told_value(*keys[0], value, context)).c_str());
@@ -67,7 +69,8 @@ void print_long_json(const cfg_shared_record& record, const std::vector<const Ke
   const std::vector<SourceFile> files = read_source_files(adapter_setting_files());
   const Json json(cJSON_CreateArray());
   for (const Key* key : keys) {
-    cJSON_AddItemToArray(json.get(), key_json(*key, state_of(record, *key, files), context));
+    cJSON_AddItemToArray(json.get(),
+                         key_json(*key, state_of(record, *key, files), context.secrets()));
   }
   print_json(json.get());
 }
@@ -92,21 +95,22 @@ Table list_table(const cfg_shared_record& record, const std::vector<const Key*>&
 
 void list(const Context& context, const ListArgs& args) {
   std::vector<const Key*> keys = keys_of(args.section);
-  const Attachment adapter(context, Need::Record);
+  const Attachment adapter(context.log_sink(), Need::Record);
   const cfg_shared_record record = adapter.snapshot();
   if (args.only_changed) {
     std::erase_if(keys,
                   [&](const Key* key) { return value_of(record, *key) == key->meaning.start; });
   }
   if (!context.json) return print(list_table(record, keys, args, context), context);
-  args.is_long ? print_long_json(record, keys, context) : print_document(record, keys, context);
+  args.is_long ? print_long_json(record, keys, context)
+               : print_json(Json(document_of(record, keys, context.secrets())).get());
 }
 
 // The state of a key where an adapter is up.
 std::optional<KeyState> present_state(const Key& key, const std::vector<std::string>& files,
                                       const Context& context) {
   try {
-    const Attachment adapter(context, Need::Record);
+    const Attachment adapter(context.log_sink(), Need::Record);
     return state_of(adapter.snapshot(), key, read_source_files(files));
   } catch (const Failure&) {
     return std::nullopt;
@@ -119,7 +123,7 @@ void describe(const Context& context, const std::string& label,
   const std::optional<KeyState> state =
       present_state(key, files.empty() ? adapter_setting_files() : files, context);
   if (!context.json) return print(key_tables(key, state, context), context);
-  const Json json(key_json(key, state, context));
+  const Json json(key_json(key, state, context.secrets()));
   add_places(json.get(), key);
   print_json(json.get());
 }
@@ -175,7 +179,7 @@ void add_schema_command(CLI::App& config) {
   command->footer(
       "Draft 2020-12; for what \"capictl config list --json\" prints and \"capictl config\n"
       "load\" takes. Needs no adapter.\n\nExample:\n  capictl config schema >settings.schema.json");
-  command->callback(print_document_schema);
+  command->callback([] { print_json(Json(document_schema()).get()); });
 }
 
 }  // namespace
@@ -196,4 +200,4 @@ void add_config(CLI::App& app, Context& context) {
   add_config_watch(*config, context);
 }
 
-}  // namespace capictl
+}  // namespace tools::capictl

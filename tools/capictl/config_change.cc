@@ -9,56 +9,11 @@
 #include "apply.h"
 #include "commands.h"
 #include "confirm.h"
-#include "table.h"
-#include "value.h"
+#include "print.h"
+#include "text.h"
 
-namespace capictl {
+namespace tools::capictl {
 namespace {
-
-bool store(const Setting& setting) {
-  const Key& key = *setting.key;
-  return capi_config_set(key.section.c_str(), key.name.c_str(), 0, setting.value.c_str()) == 0;
-}
-
-// What the record has for each of them.
-std::vector<Setting> present_values(const std::vector<Setting>& settings) {
-  const cfg_shared_record record = take_snapshot();
-  std::vector<Setting> present;
-  present.reserve(settings.size());
-  for (const Setting& setting : settings) {
-    present.push_back({setting.key, value_of(record, *setting.key)});
-  }
-  return present;
-}
-
-void store_all(const std::vector<Setting>& settings, const std::vector<Setting>& before) {
-  for (size_t i = 0; i < settings.size(); ++i) {
-    if (store(settings[i])) continue;
-    for (size_t back = i; back > 0; --back) store(before[back - 1]);
-    throw Failure(settings[i].key->label() + " could not be set; --verbose tells more");
-  }
-}
-
-std::vector<const Key*> keys_in(const std::vector<Setting>& settings) {
-  std::vector<const Key*> keys;
-  keys.reserve(settings.size());
-  for (const Setting& setting : settings) keys.push_back(setting.key);
-  return keys;
-}
-
-// The values that differ, one that is set twice once.
-Table changes_table(const std::vector<Setting>& before, const std::vector<Setting>& settings,
-                    const Context& context) {
-  Table table("changes", {{"key"}, {"old"}, {"new"}});
-  for (size_t i = 0; i < settings.size(); ++i) {
-    const Key& key = *settings[i].key;
-    const std::string value = stored_value(key, settings[i].value);
-    if (is_overridden(settings, i) || value == before[i].value) continue;
-    table.add({key.label(), shown_value(key, before[i].value, context),
-               shown_value(key, value, context)});
-  }
-  return table;
-}
 
 void warn(const std::string& text) { fprintf(stderr, "capictl: %s\n", printable(text).c_str()); }
 
@@ -76,26 +31,15 @@ std::vector<Setting> pairs_of(const std::vector<std::string>& words) {
   return settings;
 }
 
-void refuse_wrong(const std::vector<Setting>& settings) {
-  for (const auto& [key, value, line] : settings) {
-    const std::string wrong = refusal(*key, value);
-    if (wrong.empty()) continue;
-    const char* hint =
-        is_only_not_kept(*key, value) ? "; --force sets it until the next start" : "";
-    throw Failure(key->label() + " is left as it was: " + wrong + hint,
-                  {kRefused, key->label(), allowed_values(*key)});
-  }
-}
-
 void set(const Context& context, const std::vector<std::string>& words,
          const ChangeOptions& options) {
   const std::vector<Setting> settings = pairs_of(words);
-  if (!options.is_forced) refuse_wrong(settings);
+  if (!options.is_forced) refuse_wrong(settings, "; --force sets it until the next start");
   for (const Setting& setting : settings) {
     if (context.json || setting.key->meaning.is_read_back == 0) continue;
     warn(setting.key->label() + " is read from the device's own files, and not meant to be set");
   }
-  const Attachment adapter(context);
+  const Attachment adapter(context.log_sink());
   change(settings, options, context);
 }
 
@@ -111,19 +55,8 @@ void load(const Context& context, const std::string& path, const ChangeOptions& 
   if (settings.has_error() && !options.is_forced) {
     throw Failure(errors + "nothing was set; --force sets what a master would take", {kRefused});
   }
-  const Attachment adapter(context);
+  const Attachment adapter(context.log_sink());
   change(settings.items, options, context);
-}
-
-// The values of a start for a key, or for those of a section.
-std::vector<Setting> start_values(const std::string& name) {
-  std::vector<Setting> settings;
-  const bool is_key = name.find('.') != std::string::npos;
-  const std::vector<const Key*> keys =
-      is_key ? std::vector<const Key*>{&named_key(name)} : keys_of(name);
-  settings.reserve(keys.size());
-  for (const Key* key : keys) settings.push_back({key, key->meaning.start});
-  return settings;
 }
 
 void reset(const Context& context, const std::vector<std::string>& names,
@@ -132,7 +65,7 @@ void reset(const Context& context, const std::vector<std::string>& names,
   for (const std::string& name : names) {
     for (const Setting& setting : start_values(name)) settings.push_back(setting);
   }
-  const Attachment adapter(context);
+  const Attachment adapter(context.log_sink());
   change(settings, options, context);
 }
 
@@ -215,25 +148,13 @@ void add_reset(CLI::App& config, Context& context) {
 void change(const std::vector<Setting>& settings, const ChangeOptions& options,
             const Context& context) {
   if (options.is_dry_run) {
-    return print(changes_table(present_values(settings), settings, context), context);
+    return print(changes_table(present_values(settings), settings, context.secrets()), context);
   }
-  const bool has_way_back = options.confirm_within != 0;
-  Turn turn(has_way_back);
-  const std::vector<Setting> before = present_values(settings);
-  if (has_way_back) {
-    turn.begin({settings, before, options.confirm_within, options.is_applied});
-  } else {
-    Turn::look();
-  }
-  try {
-    store_all(settings, before);
-  } catch (const Failure&) {
-    if (has_way_back) turn.forget();
-    throw;
-  }
-  if (has_way_back) turn.tell(context);
+  Turn turn(change_owner(), options.confirm_within);
+  const std::vector<Setting> before = turn.make(settings, options.is_applied);
+  if (turn.waiting() != nullptr && !context.json) tell(*turn.waiting());
   if (options.is_applied) apply(keys_in(settings));
-  if (context.json) print(changes_table(before, settings, context), context);
+  if (context.json) print(changes_table(before, settings, context.secrets()), context);
 }
 
 void add_config_changes(CLI::App& config, Context& context) {
@@ -242,4 +163,4 @@ void add_config_changes(CLI::App& config, Context& context) {
   add_reset(config, context);
 }
 
-}  // namespace capictl
+}  // namespace tools::capictl

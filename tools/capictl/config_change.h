@@ -6,7 +6,7 @@
 #include "context.h"
 #include "setting_file.h"
 
-namespace capictl {
+namespace tools::capictl {
 
 struct ChangeOptions {
   bool is_forced = false;   // what is refused otherwise is set as it is
@@ -21,4 +21,4 @@ struct ChangeOptions {
 void change(const std::vector<Setting>& settings, const ChangeOptions& options,
             const Context& context);
 
-}  // namespace capictl
+}  // namespace tools::capictl

@@ -6,9 +6,11 @@
 
 #include "commands.h"
 #include "key_facts.h"
+#include "print.h"
 #include "setting_file.h"
+#include "text.h"
 
-namespace capictl {
+namespace tools::capictl {
 namespace {
 
 struct Lost {
@@ -46,7 +48,7 @@ class Writer {
     }
     const std::string why = loss_of(key, value);
     if (!why.empty()) file_.lost.push_back({&key, why});
-    const std::string shown = shown_value(key, value, context_);
+    const std::string shown = shown_value(key, value, context_.secrets());
     if (!why.empty()) {
       file_.text +=
           "# " + key.name + " cannot be kept in a setting file: " + printable(shown) + "\n";
@@ -73,7 +75,7 @@ void tell_lost(const SettingFile& file, const char* where) {
 }
 
 void dump(Context& context) {
-  const Attachment adapter(context, Need::Record);
+  const Attachment adapter(context.log_sink(), Need::Record);
   const cfg_shared_record record = adapter.snapshot();
   Writer writer(context);
   for (const Key& key : all_keys()) {
@@ -101,7 +103,7 @@ bool is_saved(const Key& key, const std::string& value, bool has_all) {
 }
 
 void save(Context context, const SaveArgs& args) {
-  const Attachment adapter(context, Need::Record);
+  const Attachment adapter(context.log_sink(), Need::Record);
   const cfg_shared_record record = adapter.snapshot();
   context.show_secrets = true;  // they have to outlive a restart
   Writer writer(context);
@@ -127,7 +129,7 @@ void save(Context context, const SaveArgs& args) {
 
 void diff(Context& context, const std::string& path) {
   const Settings settings = read_settings(read_file(path));
-  const Attachment adapter(context, Need::Record);
+  const Attachment adapter(context.log_sink(), Need::Record);
   const cfg_shared_record record = adapter.snapshot();
   std::map<std::string, const Setting*> wanted;  // a later line wins
   for (const Setting& setting : settings.items) wanted[setting.key->label()] = &setting;
@@ -136,7 +138,8 @@ void diff(Context& context, const std::string& path) {
     const Key& key = *setting->key;
     const std::string now = value_of(record, key);
     if (now == setting->value) continue;
-    table.add({label, shown_value(key, now, context), shown_value(key, setting->value, context)});
+    table.add({label, shown_value(key, now, context.secrets()),
+               shown_value(key, setting->value, context.secrets())});
   }
   print(table, context);
   if (!table.rows().empty()) context.exit_code = kFinding;
@@ -207,4 +210,4 @@ void add_config_files(CLI::App& config, Context& context) {
   command->callback([paths, &context] { lint_files(context, *paths); });
 }
 
-}  // namespace capictl
+}  // namespace tools::capictl

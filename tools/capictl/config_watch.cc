@@ -5,11 +5,11 @@
 
 #include "commands.h"
 #include "keys.h"
-#include "table.h"
+#include "print.h"
 #include "value.h"
 #include "watcher.h"
 
-namespace capictl {
+namespace tools::capictl {
 namespace {
 
 struct Args {
@@ -23,15 +23,15 @@ int print_changes(const cfg_shared_record& before, const cfg_shared_record& now,
   Table table("changes", {{"key"}, {"old"}, {"new"}});
   for (const Difference& difference : differences(before, now)) {
     const Key& key = *difference.key;
-    table.add({key.label(), shown_value(key, difference.before, context),
-               shown_value(key, difference.after, context)});
+    table.add({key.label(), shown_value(key, difference.before, context.secrets()),
+               shown_value(key, difference.after, context.secrets())});
   }
   print_more(table, context);
   return static_cast<int>(table.rows().size());
 }
 
 void watch(const Context& context, const Args& args) {
-  const Attachment adapter(context);
+  const Attachment adapter(context.log_sink());
   Watcher watcher(CAPI_TOPIC_CONFIG | CAPI_TOPIC_DEVICE, args.interval_ms);
   View view;
   fprintf(stderr, "Watching %zu values. Ctrl-C ends.\n", all_keys().size());
@@ -61,4 +61,4 @@ void add_config_watch(CLI::App& config, Context& context) {
   command->callback([args, &context] { watch(context, *args); });
 }
 
-}  // namespace capictl
+}  // namespace tools::capictl

@@ -1,39 +1,15 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
 // capictl export and metrics: all of the adapter for other programs.
-#include <ctime>
 #include <map>
 
-#include "call_days.h"
 #include "commands.h"
-#include "document.h"
-#include "lines.h"
-#include "locks.h"
-#include "messages.h"
-#include "stores.h"
-#include "table.h"
+#include "export_document.h"
+#include "print.h"
+#include "status_tables.h"
 
-namespace capictl {
+namespace tools::capictl {
 namespace {
-
-// ---- Export ------------------------------------------------------------------------------------
-
-void export_all(const Context& context) {
-  const Attachment adapter(context, Need::Adapter, {CAPI_LOCK_CALL_LOG, CAPI_LOCK_VOICE_SMS});
-  const cfg_shared_record record = adapter.snapshot();
-  const Json document(to_json(status_tables(adapter, record)));
-  cJSON_AddNumberToObject(document.get(), "version", 1);
-  cJSON_AddStringToObject(document.get(), "at", time_text(time(nullptr)).c_str());
-  cJSON_AddItemToObject(document.get(), "config", document_of(record, keys_of(""), context));
-  cJSON_AddItemToObject(document.get(), "calls", to_json(call_table(read_calls())));
-  for (const char* box : {"received", "sent"}) {
-    cJSON_AddItemToObject(document.get(), (std::string(box) + "_messages").c_str(),
-                          to_json(message_table(box, {}, {})));
-  }
-  print_json(document.get());
-}
-
-// ---- Metrics -----------------------------------------------------------------------------------
 
 using Labels = std::map<std::string, std::string>;
 
@@ -152,7 +128,7 @@ void print_adapter(const Attachment& adapter) {
 // That there is no adapter is a measurement, too.
 void print_metrics(Context& context) {
   try {
-    const Attachment adapter(context, Need::Record);
+    const Attachment adapter(context.log_sink(), Need::Record);
     print_up(true);
     print_adapter(adapter);
   } catch (const Failure& failure) {
@@ -162,6 +138,12 @@ void print_metrics(Context& context) {
     context.exit_code = kNoAdapter;
   }
   puts("# EOF");
+}
+
+void export_all(const Context& context) {
+  const Attachment adapter(context.log_sink(), Need::Adapter,
+                           {CAPI_LOCK_CALL_LOG, CAPI_LOCK_VOICE_SMS});
+  print_json(Json(export_document(adapter, context.secrets())).get());
 }
 
 }  // namespace
@@ -182,4 +164,4 @@ void add_export(CLI::App& app, Context& context) {
   command->callback([&context] { print_metrics(context); });
 }
 
-}  // namespace capictl
+}  // namespace tools::capictl

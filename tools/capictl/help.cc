@@ -11,7 +11,7 @@
 #include "context.h"
 #include "text.h"
 
-namespace capictl {
+namespace tools::capictl {
 namespace {
 
 constexpr size_t kWidth = 80;
@@ -255,4 +255,4 @@ void add_help(CLI::App& app) {
   command->callback([&app, words] { help(app, *words); });
 }
 
-}  // namespace capictl
+}  // namespace tools::capictl

@@ -9,7 +9,7 @@
 
 #include "context.h"
 
-namespace capictl {
+namespace tools::capictl {
 
 // The commands of a command that people know of, in the order in which they were added.
 std::vector<CLI::App*> subcommands(const CLI::App& app);
@@ -47,4 +47,4 @@ Failure usage_failure(const CLI::App& app, const CLI::ParseError& error);
 // capictl help.
 void add_help(CLI::App& app);
 
-}  // namespace capictl
+}  // namespace tools::capictl

@@ -10,10 +10,10 @@
 #include <cstring>
 
 #include "places.h"
-#include "stack_types.h"
+#include "stack_files.h"
 #include "value.h"
 
-namespace capictl {
+namespace tools::capictl {
 namespace {
 
 // What people look for, and the keys that belong to it: patterns of "section.field". A key may
@@ -199,4 +199,4 @@ void print_key_reference() {
   }
 }
 
-}  // namespace capictl
+}  // namespace tools::capictl

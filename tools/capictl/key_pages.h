@@ -3,8 +3,8 @@
 // The reference of the keys, docs/keys.md.
 #pragma once
 
-namespace capictl {
+namespace tools::capictl {
 
 void print_key_reference();
 
-}  // namespace capictl
+}  // namespace tools::capictl

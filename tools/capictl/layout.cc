@@ -10,7 +10,7 @@
 #include <cstdlib>
 #include <limits>
 
-namespace capictl {
+namespace tools::capictl {
 namespace {
 
 constexpr size_t kGap = 2;  // between columns
@@ -186,4 +186,4 @@ std::string heading(const std::string& text) {
 
 void print_set(const Table& table, bool has_header) { Layout(table, has_header).print(); }
 
-}  // namespace capictl
+}  // namespace tools::capictl

@@ -5,7 +5,7 @@
 
 #include "table.h"
 
-namespace capictl {
+namespace tools::capictl {
 
 // How many characters a line has; without an end where no terminal says so.
 size_t terminal_width();
@@ -20,4 +20,4 @@ std::string heading(const std::string& text);
 // no room are left out from the right, which is told on standard error.
 void print_set(const Table& table, bool has_header);
 
-}  // namespace capictl
+}  // namespace tools::capictl

@@ -3,90 +3,20 @@
 // capictl line.
 #include <memory>
 
-#include "call_days.h"
+#include "call_tables.h"
 #include "commands.h"
-#include "lines.h"
+#include "filter_options.h"
+#include "print.h"
+#include "status_tables.h"
 
-namespace capictl {
+namespace tools::capictl {
 namespace {
 
-bool wants(int wanted, int index) { return wanted == 0 || wanted == index + 1; }
-
-bool was_published(const capi_line_reg_stat& stat) { return stat.magic[0] != '\0'; }
-
-int registered_stacks(const cfg_shared_record& record, int line) {
-  int count = 0;
-  for (const auto& stack : record.reg_stat) {
-    if (was_published(stack[line]) && stack[line].registered != 0) ++count;
-  }
-  return count;
-}
-
-std::string phone_status(const cfg_shared_record& record, int line) {
-  const std::string status = text_of(record.phone_phy_status[line]);
-  return status.empty() ? "Unknown" : status;
-}
-
-// With its texts, which only a library that is attached fills in.
-capi_line_reg_stat registration(const cfg_shared_record& record, int line, int stack) {
-  capi_line_reg_stat stat{};
-  if (capi_live_get_line_reg_stat(line, &stat, stack) == 0) return stat;
-  stat = record.reg_stat[stack][line];
-  strcpy(stat.status_text, stat.registered != 0 ? "Registered" : "Unregistered");
-  return stat;
-}
-
 void show(const Context& context, int line) {
-  const Attachment adapter(context, Need::Record);
+  const Attachment adapter(context.log_sink(), Need::Record);
   const cfg_shared_record record = adapter.snapshot();
   print({line_table(record, line), registration_table(record, line)}, context);
 }
-
-}  // namespace
-
-Table line_table(const cfg_shared_record& record, int line) {
-  Table table("lines", {{"line", Type::Number},
-                        {"enabled", Type::Flag},
-                        {"name"},
-                        {"user"},
-                        {"phone"},
-                        {"hook", Type::Flag, "off_hook"},
-                        {"stacks", Type::Number, "registered_stacks"},
-                        {"mail", Type::Flag, "voice_mail"}});
-  for (int i = 0; i < CAPI_SIP_LINES; ++i) {
-    if (!wants(line, i)) continue;
-    const capi_voice_sip_line& config = record.sip_line[i];
-    table.add({std::to_string(i + 1), std::to_string(config.enable), text_of(config.display_name),
-               text_of(config.user_name), phone_status(record, i),
-               std::to_string(record.shared_phone_status[i].hook),
-               std::to_string(registered_stacks(record, i)),
-               std::to_string(record.shared_reg_summary[i].vm)});
-  }
-  return table;
-}
-
-Table registration_table(const cfg_shared_record& record, int line) {
-  Table table("registrations", {{"line", Type::Number},
-                                {"stack", Type::Number},
-                                {"type"},
-                                {"status"},
-                                {"since", Type::Time},
-                                {.title = "reason", .is_long = true},
-                                {.title = "detail", .is_long = true}});
-  for (int i = 0; i < CAPI_SIP_LINES; ++i) {
-    for (int stack = 0; stack < CAPI_VOICE_STACKS; ++stack) {
-      if (!wants(line, i) || !was_published(record.reg_stat[stack][i])) continue;
-      const capi_line_reg_stat stat = registration(record, i, stack);
-      table.add({std::to_string(i + 1), std::to_string(stack + 1),
-                 text_of(record.voice_stack[stack].type), text_of(stat.status_text),
-                 time_text(stat.registered != 0 ? stat.reg_time : stat.unreg_time),
-                 text_of(stat.reason_text), text_of(stat.detail_text)});
-    }
-  }
-  return table;
-}
-
-namespace {
 
 struct HistoryArgs {
   Filter filter;
@@ -94,7 +24,7 @@ struct HistoryArgs {
 };
 
 void show_history(const Context& context, const HistoryArgs& args) {
-  const Attachment adapter(context, Need::Adapter, {CAPI_LOCK_CALL_LOG});
+  const Attachment adapter(context.log_sink(), Need::Adapter, {CAPI_LOCK_CALL_LOG});
   print(
       calls_by_day(read_calls(args.filter), args.order,
                    {"line", [](const capi_call_log_record& call) { return unsigned{call.endpt}; }}),
@@ -127,4 +57,4 @@ void add_line(CLI::App& app, Context& context) {
   });
 }
 
-}  // namespace capictl
+}  // namespace tools::capictl

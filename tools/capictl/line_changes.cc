@@ -5,7 +5,7 @@
 
 #include "record_changes.h"
 
-namespace capictl {
+namespace tools::capictl {
 namespace {
 
 using Record = cfg_shared_record;
@@ -142,4 +142,4 @@ ChangeLines line_changes(const Record& before, const Record& now) {
   return lines;
 }
 
-}  // namespace capictl
+}  // namespace tools::capictl

@@ -13,8 +13,9 @@
 #include "commands.h"
 #include "confirm.h"
 #include "help.h"
-#include "table.h"
+#include "print.h"
 
+namespace tools::capictl {
 namespace {
 
 constexpr char kDescription[] = "Show and change the state of an LTE phone adapter";
@@ -34,8 +35,8 @@ constexpr char kFooter[] =
 
 std::string footer() {
   std::string text = "Exit codes:\n";
-  for (size_t i = 0; i < std::size(capictl::kExitCodes); ++i) {
-    text += "  " + std::to_string(i) + "  " + capictl::kExitCodes[i].meaning + "\n";
+  for (size_t i = 0; i < std::size(kExitCodes); ++i) {
+    text += "  " + std::to_string(i) + "  " + kExitCodes[i].meaning + "\n";
   }
   return text + "\n" + kFooter;
 }
@@ -51,13 +52,13 @@ void occupy_standard_streams() {
 }
 
 void add_text(cJSON* object, const char* name, const std::string& text) {
-  if (!text.empty()) cJSON_AddStringToObject(object, name, capictl::json_text(text).c_str());
+  if (!text.empty()) cJSON_AddStringToObject(object, name, json_text(text).c_str());
 }
 
-void print_error_as_json(const capictl::Why& why, const std::string& message) {
-  const capictl::Json document(cJSON_CreateObject());
+void print_error_as_json(const Why& why, const std::string& message) {
+  const Json document(cJSON_CreateObject());
   cJSON* error = cJSON_AddObjectToObject(document.get(), "error");
-  add_text(error, "code", why.name.empty() ? capictl::kExitCodes[why.code].name : why.name);
+  add_text(error, "code", why.name.empty() ? kExitCodes[why.code].name : why.name);
   add_text(error, "message", message);
   add_text(error, "key", why.key);
   add_text(error, "allowed", why.allowed);
@@ -66,11 +67,11 @@ void print_error_as_json(const capictl::Why& why, const std::string& message) {
   fprintf(stderr, "%s\n", text ? text.get() : "{}");
 }
 
-int report(const capictl::Failure& failure, bool as_json) {
+int report(const Failure& failure, bool as_json) {
   if (as_json) {
     print_error_as_json(failure.why(), failure.what());
   } else {
-    fprintf(stderr, "capictl: %s\n", capictl::printable(failure.what()).c_str());
+    fprintf(stderr, "capictl: %s\n", printable(failure.what()).c_str());
   }
   return failure.why().code;
 }
@@ -87,27 +88,27 @@ bool wants_json(int argc, char** argv) {
 void parse(CLI::App& app, int argc, char** argv) {
   try {
     app.parse(argc, argv);
-    if (app.get_subcommands().empty()) capictl::print_help(app);
+    if (app.get_subcommands().empty()) print_help(app);
   } catch (const CLI::ParseError& error) {
-    if (capictl::print_asked_help(app, error)) return;
-    if (error.get_exit_code() != 0) throw capictl::usage_failure(app, error);
+    if (print_asked_help(app, error)) return;
+    if (error.get_exit_code() != 0) throw usage_failure(app, error);
     app.exit(error);  // the version
   }
 }
 
-int run(CLI::App& app, const capictl::Context& context, int argc, char** argv) {
+int run(CLI::App& app, const Context& context, int argc, char** argv) {
   try {
     parse(app, argc, argv);
     if (fflush(stdout) == 0 && ferror(stdout) == 0) return context.exit_code;
-    throw capictl::Failure("the output is not complete: standard output cannot be written");
-  } catch (const capictl::Failure& failure) {
+    throw Failure("the output is not complete: standard output cannot be written");
+  } catch (const Failure& failure) {
     return report(failure, wants_json(argc, argv));
   } catch (const std::exception& failure) {
-    return report(capictl::Failure(failure.what()), wants_json(argc, argv));
+    return report(Failure(failure.what()), wants_json(argc, argv));
   }
 }
 
-void add_options(CLI::App& app, capictl::Context& context) {
+void add_options(CLI::App& app, Context& context) {
   app.set_version_flag("--version", CAPI_VERSION, "Print the version and end");
   CLI::Option* json = app.add_flag("--json", context.json, "Print JSON, and errors as JSON");
   app.add_flag("--table", context.table, "Print tables as on a terminal")->excludes(json);
@@ -119,7 +120,6 @@ void add_options(CLI::App& app, capictl::Context& context) {
 }
 
 int run_tool(int argc, char** argv) {
-  using namespace capictl;
   Context context;
   CLI::App app(kDescription, "capictl");
   app.fallthrough();
@@ -144,15 +144,19 @@ int run_tool(int argc, char** argv) {
   return run(app, context, argc, argv);
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
+// Returns the exit code.
+int run_safely(int argc, char** argv) {
   try {
     occupy_standard_streams();
-    capictl::go_back_if_left();
+    tell_what_was_left();
     return run_tool(argc, argv);
   } catch (...) {
     fputs("capictl: there is no memory\n", stderr);
-    return capictl::kFailed;
+    return kFailed;
   }
 }
+
+}  // namespace
+}  // namespace tools::capictl
+
+int main(int argc, char** argv) { return tools::capictl::run_safely(argc, argv); }

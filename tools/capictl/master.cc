@@ -8,9 +8,9 @@
 #include "confirm.h"
 #include "key_facts.h"
 #include "locks.h"
-#include "table.h"
+#include "print.h"
 
-namespace capictl {
+namespace tools::capictl {
 namespace {
 
 struct Args {
@@ -64,7 +64,7 @@ void bring_up(const Context& context, const Args& args) {
   if (!is_published || !has_record) {
     throw Failure("there is no shared record: /usr/sbin/vsdk_cmd and /tmp/m_data must exist");
   }
-  go_back_if_left();
+  tell_what_was_left();
   tell_started(true, context);
 }
 
@@ -88,4 +88,4 @@ void add_master(CLI::App& app, Context& context) {
   command->callback([args, &context] { bring_up(context, *args); });
 }
 
-}  // namespace capictl
+}  // namespace tools::capictl

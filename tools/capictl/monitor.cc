@@ -12,7 +12,7 @@
 #include "store_changes.h"
 #include "watcher.h"
 
-namespace capictl {
+namespace tools::capictl {
 namespace {
 
 using Names = std::vector<std::string>;
@@ -78,7 +78,7 @@ bool print_lines(const ChangeLines& lines, const Context& context) {
 }
 
 void monitor(const Context& context, const Names& names) {
-  const Attachment adapter(context);
+  const Attachment adapter(context.log_sink());
   const unsigned topics = topics_of(names);
   Watcher watcher(topics);
   Monitor state(topics, context);
@@ -107,4 +107,4 @@ void add_monitor(CLI::App& app, Context& context) {
   command->callback([names, &context] { monitor(context, *names); });
 }
 
-}  // namespace capictl
+}  // namespace tools::capictl

@@ -12,7 +12,7 @@
 #include "text.h"
 #include "value.h"
 
-namespace capictl {
+namespace tools::capictl {
 namespace {
 
 // A text as roff takes it.
@@ -140,4 +140,4 @@ void add_pages(CLI::App& app, Context& context) {
   });
 }
 
-}  // namespace capictl
+}  // namespace tools::capictl

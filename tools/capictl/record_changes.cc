@@ -8,7 +8,7 @@
 #include "keys.h"
 #include "value.h"
 
-namespace capictl {
+namespace tools::capictl {
 namespace {
 
 using Record = cfg_shared_record;
@@ -97,8 +97,8 @@ ChangeLine value_line(unsigned topic, const std::string& key, const std::string&
 ChangeLine key_line(unsigned topic, const Difference& difference, const Context& context) {
   const Key& key = *difference.key;
   if (key.row.kind == CAPI_CONFIG_TEXT) {
-    return value_line(topic, key.label(), shown_value(key, difference.before, context),
-                      shown_value(key, difference.after, context));
+    return value_line(topic, key.label(), shown_value(key, difference.before, context.secrets()),
+                      shown_value(key, difference.after, context.secrets()));
   }
   ChangeLine line(topic, "value");
   line.text("key", key.label())
@@ -171,4 +171,4 @@ ChangeLines record_changes(const Record& before, const Record& now, unsigned top
   return lines;
 }
 
-}  // namespace capictl
+}  // namespace tools::capictl

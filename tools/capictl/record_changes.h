@@ -5,7 +5,7 @@
 
 #include "change_line.h"
 
-namespace capictl {
+namespace tools::capictl {
 
 // Of these topics; what cannot be told in detail is told as "changed".
 ChangeLines record_changes(const cfg_shared_record& before, const cfg_shared_record& now,
@@ -14,4 +14,4 @@ ChangeLines record_changes(const cfg_shared_record& before, const cfg_shared_rec
 // Those of CAPI_TOPIC_LINES.
 ChangeLines line_changes(const cfg_shared_record& before, const cfg_shared_record& now);
 
-}  // namespace capictl
+}  // namespace tools::capictl

@@ -6,9 +6,9 @@
 #include <memory>
 
 #include "commands.h"
-#include "table.h"
+#include "print.h"
 
-namespace capictl {
+namespace tools::capictl {
 namespace {
 
 struct Args {
@@ -119,4 +119,4 @@ void add_schema(CLI::App& app, Context& context) {
   command->callback([args, value, &context] { run(context, *args, value->count() > 0); });
 }
 
-}  // namespace capictl
+}  // namespace tools::capictl

@@ -2,16 +2,15 @@
 // SPDX-License-Identifier: MIT
 // capictl sms.
 #include <algorithm>
-#include <ctime>
 #include <memory>
 
 #include "commands.h"
-#include "filter.h"
+#include "filter_options.h"
 #include "messages.h"
-#include "stores.h"
-#include "table.h"
+#include "print.h"
+#include "store_check.h"
 
-namespace capictl {
+namespace tools::capictl {
 namespace {
 
 struct Args {
@@ -26,126 +25,28 @@ struct Args {
   std::string path;
 };
 
-// In the order of the selectors.
-constexpr const char* kBoxes[] = {"received", "sent"};
-
-int selector_of(const std::string& box) {
-  return box == kBoxes[CAPI_SMS_SENT] ? CAPI_SMS_SENT : CAPI_SMS_RECEIVED;
-}
-
-std::string body_of(const capi_sms_record& record) {
-  return std::string(
-      record.Text, std::min({size_t{record.TextLen}, size_t{record.TextSize}, sizeof record.Text}));
-}
-
-struct Message {
-  uint64_t id;
-  std::vector<std::string> cells;
-};
-
-// Those that are meant, on their way out of the store.
-struct Walk {
-  Matcher is_meant;
-  std::vector<Message> messages = {};
-};
-
-int take_message(const capi_sms_record* record, void* user) {
-  Walk& walk = *static_cast<Walk*>(user);
-  const std::string text = body_of(*record);
-  const std::string number = text_of(record->RemoteNumber);
-  if (!walk.is_meant({.time = record->BeginTime,
-                      .number = number,
-                      .is_read = record->bRead != 0,
-                      .text = text})) {
-    return 0;
-  }
-  walk.messages.push_back(
-      {record->id,
-       {std::to_string(record->id), std::to_string(record->bRead), std::to_string(record->status),
-        time_or_number(record->BeginTime), text_of(record->LocalNumber), number,
-        std::to_string(record->TextType), text}});
-  return 0;
-}
-
-// The newest first.
-std::vector<Message> read_messages(const std::string& box, const Filter& filter) {
-  Walk walk{Matcher(filter)};
-  if (capi_voip_sms_dump(selector_of(box), take_message, &walk) != 0) {
-    throw Failure(
-        "the messages cannot be read. If their file was damaged, there is an empty one now, and a "
-        "copy whose name ends in .err");
-  }
-  std::ranges::reverse(walk.messages);
-  return std::move(walk.messages);
-}
-
 void list(const Context& context, const Args& args) {
-  const Attachment adapter(context, Need::Adapter, {CAPI_LOCK_VOICE_SMS});
+  const Attachment adapter(context.log_sink(), Need::Adapter, {CAPI_LOCK_VOICE_SMS});
   print(message_table(args.box, args.filter, args.order), context);
 }
 
-capi_sms_record& read_message(const Args& args, std::unique_ptr<capi_sms_record>& record) {
-  record = std::make_unique<capi_sms_record>();
-  if (capi_voip_sms_get(selector_of(args.box), args.id, record.get()) != 0) {
-    throw Failure("there is no " + args.box + " message " + std::to_string(args.id) +
-                      ". All of them: capictl sms list " + args.box,
-                  {kNotFound});
-  }
-  return *record;
-}
-
 void show(const Context& context, const Args& args) {
-  const Attachment adapter(context, Need::Adapter, {CAPI_LOCK_VOICE_SMS});
-  std::unique_ptr<capi_sms_record> owner;
-  const capi_sms_record& record = read_message(args, owner);
-  Table table = Table::of_facts("message");
-  table.add_fact({"id", Type::Number}, std::to_string(record.id));
-  table.add_fact({"status", Type::Number}, std::to_string(record.status));
-  table.add_fact({"read", Type::Flag}, std::to_string(record.bRead));
-  table.add_fact({"stored", Type::Time}, time_or_number(record.BeginTime));
-  table.add_fact({"changed", Type::Time}, time_or_number(record.LastTime));
-  table.add({"IMSI", text_of(record.imsi)});
-  table.add({"local number", text_of(record.LocalNumber)});
-  table.add({"remote number", text_of(record.RemoteNumber)});
-  table.add_fact({"text type", Type::Number}, std::to_string(record.TextType));
-  table.add({"text", body_of(record)});
-  print(table, context);
-}
-
-bool is_number(const std::string& text) {
-  const size_t first = text.starts_with('+') ? 1 : 0;
-  return text.size() > first && text.find_first_not_of("0123456789*#", first) == std::string::npos;
+  const Attachment adapter(context.log_sink(), Need::Adapter, {CAPI_LOCK_VOICE_SMS});
+  print(message_facts(*read_message(args.box, args.id)), context);
 }
 
 void send(const Context& context, const Args& args) {
-  if (!is_number(args.number)) {
-    throw Failure("\"" + printable(args.number) +
-                      "\" is no phone number: digits, * and #, with a + in front or without",
-                  {kRefused});
-  }
-  if (args.number.size() >= sizeof(capi_sms_record::RemoteNumber)) {
-    throw Failure("the number is too long: it has up to 23 characters", {kRefused});
-  }
-  const Attachment adapter(context, Need::Adapter, {CAPI_LOCK_VOICE_SMS});
-  if (capi_voip_sms_send(args.number.c_str(), args.type, args.text.data(),
-                         static_cast<uint32_t>(args.text.size())) != 0) {
-    throw Failure(
-        "the message was not stored: is there a SIM, and is the text at most 39100 bytes?");
-  }
+  refuse_wrong_number(args.number);
+  const Attachment adapter(context.log_sink(), Need::Adapter, {CAPI_LOCK_VOICE_SMS});
+  send_message(args.number, args.type, args.text);
   Table facts = Table::of_facts("result");
   facts.add({"sent_to", args.number});
   report(facts, context);
 }
 
 void mark_read(const Context& context, const Args& args) {
-  const Attachment adapter(context, Need::Adapter, {CAPI_LOCK_VOICE_SMS});
-  std::unique_ptr<capi_sms_record> owner;
-  capi_sms_record& record = read_message(args, owner);
-  record.bRead = 1;
-  record.LastTime = static_cast<uint32_t>(time(nullptr));
-  if (capi_voip_sms_update(selector_of(args.box), &record) != 0) {
-    throw Failure("the message could not be changed; --verbose tells more");
-  }
+  const Attachment adapter(context.log_sink(), Need::Adapter, {CAPI_LOCK_VOICE_SMS});
+  mark_message_read(args.box, args.id);
   Table facts = Table::of_facts("result");
   facts.add_fact({"id", Type::Number}, std::to_string(args.id));
   facts.add_fact({"read", Type::Flag}, "1");
@@ -159,24 +60,20 @@ void tell_deleted(const Context& context, size_t count) {
 }
 
 void remove(const Context& context, const Args& args) {
-  const Attachment adapter(context, Need::Adapter, {CAPI_LOCK_VOICE_SMS});
-  std::unique_ptr<capi_sms_record> owner;
-  read_message(args, owner);
-  if (capi_voip_sms_del_by_id(selector_of(args.box), args.id) != 0) {
-    throw Failure("the message could not be deleted; --verbose tells more");
-  }
+  const Attachment adapter(context.log_sink(), Need::Adapter, {CAPI_LOCK_VOICE_SMS});
+  delete_message(args.box, args.id);
   tell_deleted(context, 1);
 }
 
 bool delete_messages(const Args& args, const std::vector<Message>& messages) {
-  if (args.filter.is_empty()) return capi_voip_sms_clean(selector_of(args.box)) == 0;
+  if (args.filter.is_empty()) return capi_voip_sms_clean(message_selector(args.box)) == 0;
   return std::ranges::all_of(messages, [&](const Message& message) {
-    return capi_voip_sms_del_by_id(selector_of(args.box), message.id) == 0;
+    return capi_voip_sms_del_by_id(message_selector(args.box), message.id) == 0;
   });
 }
 
 void clear(const Context& context, const Args& args) {
-  const Attachment adapter(context, Need::Adapter, {CAPI_LOCK_VOICE_SMS});
+  const Attachment adapter(context.log_sink(), Need::Adapter, {CAPI_LOCK_VOICE_SMS});
   const std::vector<Message> messages = read_messages(args.box, args.filter);
   const std::string what = counted(messages.size(), args.box + " message");
   if (!messages.empty()) {
@@ -190,7 +87,7 @@ void clear(const Context& context, const Args& args) {
 }
 
 void back_up(const Context& context, const Args& args) {
-  const Attachment adapter(context, Need::Adapter, {CAPI_LOCK_VOICE_SMS});
+  const Attachment adapter(context.log_sink(), Need::Adapter, {CAPI_LOCK_VOICE_SMS});
   Table table("files", {{"file"}});
   for (const auto& [store, end] :
        {std::pair{&kReceivedMessages, ".recv"}, {&kSentMessages, ".send"}}) {
@@ -201,7 +98,7 @@ void back_up(const Context& context, const Args& args) {
 }
 
 void check(Context& context, const Args& args) {
-  const bool is_sent = selector_of(args.box) == CAPI_SMS_SENT;
+  const bool is_sent = message_selector(args.box) == CAPI_SMS_SENT;
   check_store(is_sent ? kSentMessages : kReceivedMessages, args.path, context);
 }
 
@@ -217,7 +114,7 @@ CLI::App* add_command(CLI::App& sms, const char* name, const char* what, const c
 CLI::App* add_box(CLI::App* command, const std::shared_ptr<Args>& args) {
   command->add_option("BOX", args->box, "Which messages")
       ->required()
-      ->check(CLI::IsMember({kBoxes[0], kBoxes[1]}));
+      ->check(CLI::IsMember({kMessageBoxes[0], kMessageBoxes[1]}));
   return command;
 }
 
@@ -232,21 +129,6 @@ void add_message(CLI::App* command, const std::shared_ptr<Args>& args) {
 }
 
 }  // namespace
-
-Table message_table(const std::string& box, const Filter& filter, const Order& order) {
-  Table table("messages", {{"id", Type::Number},
-                           {"read", Type::Flag},
-                           {"status", Type::Number},
-                           {"time", Type::Time},
-                           {"local"},
-                           {"remote"},
-                           {"type", Type::Number, "text_type"},
-                           {.title = "text", .is_long = true}});
-  std::vector<Message> messages = read_messages(box, filter);
-  order.apply(messages);
-  for (Message& message : messages) table.add(std::move(message.cells));
-  return table;
-}
 
 void add_sms(CLI::App& app, Context& context) {
   CLI::App* sms = app.add_subcommand("sms", "Show, send and change short messages");
@@ -296,4 +178,4 @@ void add_sms(CLI::App& app, Context& context) {
       ->add_option("FILE", args->path, "Another file than the adapter's, which need not run then");
 }
 
-}  // namespace capictl
+}  // namespace tools::capictl

@@ -8,11 +8,11 @@
 
 #include "commands.h"
 #include "places.h"
-#include "stack_types.h"
-#include "table.h"
+#include "print.h"
+#include "stack_files.h"
 #include "value.h"
 
-namespace capictl {
+namespace tools::capictl {
 namespace {
 
 struct Args {
@@ -27,57 +27,16 @@ unsigned number_of(const std::string& type) {
   return static_cast<unsigned>(found - std::begin(kStackTypes));
 }
 
-// Whether a line shows a secret that is set.
-bool is_secret(const StackLine& line) {
-  const size_t equals = line.text.find('=');
-  if (equals == std::string::npos || equals + 1 == line.text.size()) return false;
-  const std::string name = line.text.substr(0, equals);
-  return std::ranges::any_of(all_keys(), [&](const Key& key) {
-    if (key.meaning.is_secret == 0) return false;
-    return std::ranges::any_of(places_of(key), [&](const Place& place) {
-      return place.section == line.section && place.line == name;
-    });
-  });
-}
-
-std::string shown_line(const StackLine& line, const Context& context) {
-  if (context.show_secrets || !is_secret(line)) return line.text;
-  return line.text.substr(0, line.text.find('=') + 1) + kSecretIsSet;
-}
-
-void add_lines(Table& table, const char* mark, const std::vector<StackLine>& lines,
-               const std::vector<StackLine>& others, const Context& context) {
-  for (const StackLine& line : lines) {
-    if (std::find(others.begin(), others.end(), line) == others.end()) {
-      table.add({mark, line.section, shown_line(line, context)});
-    }
-  }
-}
-
-// The record with what stands for its secrets.
-cfg_shared_record without_secrets(cfg_shared_record record) {
-  for (const Key& key : all_keys()) {
-    char* field = reinterpret_cast<char*>(&record) + key.offset();
-    if (key.meaning.is_secret != 0 && field[0] != '\0') strcpy(field, kSecretIsSet);
-  }
-  return record;
-}
-
 // What writing the file would change.
 void diff(Context& context, const char* path, const std::string& text) {
   std::string present;
   read_file(path, present);
-  const std::vector<StackLine> before = stack_lines(present);
-  const std::vector<StackLine> after = stack_lines(text);
-  Table table("differences", {{"change"}, {"section"}, {"line"}});
-  add_lines(table, "-", before, after, context);
-  add_lines(table, "+", after, before, context);
-  print(table, context);
+  print(stack_file_differences(present, text, context.secrets()), context);
   if (present != text) context.exit_code = kFinding;
 }
 
 void run(Context& context, const Args& args) {
-  const Attachment adapter(context);
+  const Attachment adapter(context.log_sink());
   const unsigned type = number_of(args.type);
   const char* path = kStackTypes[type].path;
   if (args.print || args.diff) {
@@ -122,4 +81,4 @@ void add_stack_file(CLI::App& app, Context& context) {
   command->callback([args, &context] { run(context, *args); });
 }
 
-}  // namespace capictl
+}  // namespace tools::capictl

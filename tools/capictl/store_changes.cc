@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cstring>
 
-namespace capictl {
+namespace tools::capictl {
 namespace {
 
 std::string call_time(uint32_t seconds) {
@@ -172,4 +172,4 @@ ChangeLines MessageChanges::look() {
   return lines;
 }
 
-}  // namespace capictl
+}  // namespace tools::capictl

@@ -9,7 +9,7 @@
 #include "sms_check.h"
 #include "stores.h"
 
-namespace capictl {
+namespace tools::capictl {
 
 // Each knows what a store held at the last look, and tells what differs since. Looking leaves the
 // files as they are: one that the library would replace is told as "changed".
@@ -42,4 +42,4 @@ class MessageChanges {
   Box boxes_[2];
 };
 
-}  // namespace capictl
+}  // namespace tools::capictl

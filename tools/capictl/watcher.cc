@@ -11,7 +11,7 @@
 #include <csignal>
 #include <cstdio>
 
-namespace capictl {
+namespace tools::capictl {
 namespace {
 
 // The signals that end it are read like news; a reader that goes away is found by poll().
@@ -89,4 +89,4 @@ bool flush_line() {
   return false;
 }
 
-}  // namespace capictl
+}  // namespace tools::capictl

@@ -7,7 +7,7 @@
 
 #include "context.h"
 
-namespace capictl {
+namespace tools::capictl {
 
 class Watcher {
  public:
@@ -48,4 +48,4 @@ class View {
 // Hands on at once what was printed. False when nobody reads it, or it cannot be written.
 bool flush_line();
 
-}  // namespace capictl
+}  // namespace tools::capictl

@@ -1,0 +1,114 @@
+// SPDX-FileCopyrightText: The capi authors
+// SPDX-License-Identifier: MIT
+#include "document.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+
+#include "setting_file.h"
+#include "table.h"
+
+namespace tools {
+namespace {
+
+// What an item of a section is as a setting file would have it; false when it is of another kind.
+bool text_of_item(const Key& key, const cJSON* item, std::string& value) {
+  if (key.row.kind == CAPI_CONFIG_TEXT) {
+    if (!cJSON_IsString(item)) return false;
+    value = item->valuestring;
+    return true;
+  }
+  if (!cJSON_IsNumber(item) || std::trunc(item->valuedouble) != item->valuedouble) return false;
+  char digits[32];
+  snprintf(digits, sizeof digits, "%.0f", std::clamp(item->valuedouble, -1e15, 1e15));
+  value = digits;
+  return true;
+}
+
+class DocumentReader {
+ public:
+  void read_section(const cJSON* section);
+  Settings take() { return std::move(settings_); }
+
+ private:
+  void refuse(const std::string& text) { settings_.findings.push_back({0, true, text}); }
+  void read_item(const std::string& section, const cJSON* item);
+
+  Settings settings_;
+};
+
+void DocumentReader::read_section(const cJSON* section) {
+  const std::string name = section->string;
+  char sentence[CAPI_KEYS_SENTENCE];
+  if (capi_keys_check(name.c_str(), "", "", sentence, sizeof sentence) ==
+      CAPI_KEY_UNKNOWN_SECTION) {
+    return refuse(sentence);
+  }
+  if (!cJSON_IsObject(section)) return refuse(name + " has to be an object of keys and values");
+  for (const cJSON* item = section->child; item != nullptr; item = item->next) {
+    read_item(name, item);
+  }
+}
+
+void DocumentReader::read_item(const std::string& section, const cJSON* item) {
+  const std::string label = section + "." + item->string;
+  const Key* key = find_label(label);
+  if (key == nullptr) return refuse(unknown_key(label));
+  std::string value;
+  if (!text_of_item(*key, item, value)) {
+    const bool is_text = key->row.kind == CAPI_CONFIG_TEXT;
+    return refuse(label + " has to be a " + (is_text ? "text" : "whole number"));
+  }
+  // A document that was printed without secrets leaves them as they are.
+  const bool is_hidden = value == kSecretIsSet || value == kSecretIsNotSet;
+  if (key->meaning.is_secret != 0 && is_hidden) return;
+  settings_.items.push_back({key, value});
+  const std::string wrong = refusal(*key, value);
+  if (!wrong.empty()) refuse(label + ": " + wrong);
+}
+
+cJSON* json_of(const cfg_shared_record& record, const Key& key, Secrets secrets) {
+  const std::string value = value_of(record, key);
+  if (key.row.kind == CAPI_CONFIG_NUMBER) return cJSON_CreateRaw(value.c_str());
+  return cJSON_CreateString(json_text(shown_value(key, value, secrets)).c_str());
+}
+
+// The object of this name in another one, made where it is missing.
+cJSON* object_in(cJSON* json, const std::string& name) {
+  cJSON* object = cJSON_GetObjectItemCaseSensitive(json, name.c_str());
+  return object != nullptr ? object : cJSON_AddObjectToObject(json, name.c_str());
+}
+
+}  // namespace
+
+Settings read_document(const std::string& content) {
+  // The parser would end the text there.
+  if (content.find("\\u0000") != std::string::npos) {
+    throw Failure("the document has a NUL character in a text, which no value can have");
+  }
+  const char* end = nullptr;
+  const Json json(cJSON_ParseWithOpts(content.c_str(), &end, 1));
+  if (!json) {
+    const auto line = std::count(content.c_str(), end, '\n') + 1;
+    throw Failure("the document is no JSON: see line " + std::to_string(line));
+  }
+  if (!cJSON_IsObject(json.get())) throw Failure("the document has to be an object of sections");
+  DocumentReader reader;
+  for (const cJSON* section = json->child; section != nullptr; section = section->next) {
+    reader.read_section(section);
+  }
+  return reader.take();
+}
+
+cJSON* document_of(const cfg_shared_record& record, const std::vector<const Key*>& keys,
+                   Secrets secrets) {
+  cJSON* json = cJSON_CreateObject();
+  for (const Key* key : keys) {
+    cJSON_AddItemToObject(object_in(json, key->section), key->field().c_str(),
+                          json_of(record, *key, secrets));
+  }
+  return json;
+}
+
+}  // namespace tools

@@ -1,0 +1,19 @@
+// SPDX-FileCopyrightText: The capi authors
+// SPDX-License-Identifier: MIT
+// The adapter and its telephone lines as tables.
+#pragma once
+
+#include "table.h"
+
+namespace tools {
+
+// A row for each line, or for one of them (from 1); 0 is both.
+Table line_table(const cfg_shared_record& record, int line = 0);
+
+// A row for each line and voice stack that was ever published.
+Table registration_table(const cfg_shared_record& record, int line = 0);
+
+// All that status shows; the record alone where the adapter is not whole.
+std::vector<Table> status_tables(const Attachment& adapter, const cfg_shared_record& record);
+
+}  // namespace tools
