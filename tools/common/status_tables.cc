@@ -55,6 +55,8 @@ std::string firmware() {
   return version.erase(version.find_last_not_of("\r\n") + 1);
 }
 
+}  // namespace
+
 Table adapter_table() {
   capi_presence presence{};
   capi_get_presence(&presence);
@@ -91,6 +93,8 @@ Table sim_table() {
   table.add_fact({"may be used", Type::Flag}, capi_check_simcard() == 0 ? "yes" : "no");
   return table;
 }
+
+namespace {
 
 // What the record tells without the library, while lock 0 is held.
 std::vector<Table> tables_of(const cfg_shared_record& record) {

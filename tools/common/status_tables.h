@@ -7,6 +7,13 @@
 
 namespace tools {
 
+// What is known of the record, and of the device. Need an Attachment.
+Table adapter_table();
+Table device_table(const cfg_shared_record& record);
+
+// What is known of the SIM. Needs an Attachment; waits for CAPI_LOCK_VOP_RUN_INFO.
+Table sim_table();
+
 // A row for each line, or for one of them (from 1); 0 is both.
 Table line_table(const cfg_shared_record& record, int line = 0);
 
