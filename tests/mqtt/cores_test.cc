@@ -256,6 +256,7 @@ TEST(FleetAnswer, IsJsonInOneLine) {
 
 class FleetRequestLog : public testing::Test {
  protected:
+  FleetRequestLog() { unlink(kPath); }
   static std::string content() { return read_file(kPath); }
   static void append(const std::string& text) { std::ofstream(kPath, std::ios::app) << text; }
   static constexpr char kPath[] = "/tmp/requests";
