@@ -25,6 +25,8 @@ class Commands(fleet.Test):
         super().setUp()
         with open(VSDK, "w", encoding="utf-8") as file:
             file.write("#!/bin/sh\nprintf '%s\\n' \"$*\" >>/tmp/posted\n")
+        if pending()["change"]["pending"]:
+            capictl("config", "cancel")
         for path in ("/tmp/posted", "/tmp/vosip.conf.voip"):
             if os.path.exists(path):
                 os.remove(path)
@@ -165,7 +167,7 @@ class Commands(fleet.Test):
     def test_a_change_of_somebody_else_is_respected(self):
         made = capictl("config", "set", "sms.sca", "+1", "--confirm-within", "600").strip()
         for members in ({}, {"confirm_within": 60}):
-            answer = self.ask("set", set={"sms.psi": "x"}, **members)
+            answer = self.ask("set", set={"sip_line_2.display_name": "x"}, **members)
             self.assertEqual(answer["status"], "busy")
             self.assertIn(made, answer["errors"][0]["message"])
         capictl("config", "cancel")

@@ -209,7 +209,7 @@ class Consumer:
         self._messages = queue.Queue()
         self.seen = []
         self.client = paho.Client(client_id="consumer-" + uuid.uuid4().hex, protocol=paho.MQTTv5)
-        self.client.on_message = lambda client, user, message: self._messages.put(Message(message))
+        self.client.on_message = self._take
         subscribed = threading.Event()
         self.client.on_subscribe = lambda *arguments: subscribed.set()
         self.client.on_connect = lambda client, *arguments: client.subscribe(topic, qos=1)
@@ -218,6 +218,10 @@ class Consumer:
         self.client.connect("127.0.0.1", broker.port)
         self.client.loop_start()
         assert subscribed.wait(PATIENCE)
+
+    def _take(self, client, user, message):
+        if "/do/" not in message.topic:  # what we asked ourselves
+            self._messages.put(Message(message))
 
     def close(self):
         self.client.disconnect()

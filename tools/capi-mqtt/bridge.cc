@@ -140,13 +140,14 @@ void Bridge::connect() {
   last_sent_ = now_ms();
 }
 
-void Bridge::lose(const std::string& why) {
+void Bridge::lose(std::string why) {
   const bool was_up = phase_ == Phase::Up;
   client_.reset();
   phase_ = Phase::Down;
   ++counters_.failures;
   counters_.is_connected = false;
   birth_ = event_ = -1;
+  acknowledgements_.clear();
   answers_.clear();
   replies_.clear();
   inbox_.clear();
@@ -169,7 +170,24 @@ void Bridge::on_subscribed() {
   outbox_.mark_all();
 }
 
+// Acted on once the library, which knows no exceptions, is left.
 void Bridge::on_acknowledged(int message, const std::string& reason) {
+  acknowledgements_.emplace_back(message, reason);
+}
+
+void Bridge::take_acknowledgements() {
+  while (!acknowledgements_.empty()) {
+    const auto [message, reason] = std::move(acknowledgements_.front());
+    acknowledgements_.pop_front();
+    try {
+      acknowledge(message, reason);
+    } catch (const Failure& failure) {
+      log(failure.what());
+    }
+  }
+}
+
+void Bridge::acknowledge(int message, const std::string& reason) {
   outbox_.acknowledged(message);
   if (!reason.empty() && denied_ != reason) {
     denied_ = reason;
@@ -189,8 +207,9 @@ void Bridge::on_acknowledged(int message, const std::string& reason) {
     if (reason.empty()) events_.told();
     if (!reason.empty()) next_event_ = now_ms() + Backoff::kMostMs;
   } else if (const auto answer = answers_.find(message); answer != answers_.end()) {
-    requests_.told(answer->second);
+    const std::string id = answer->second;
     answers_.erase(answer);
+    requests_.told(id);
   }
 }
 
@@ -307,23 +326,32 @@ void Bridge::take_requests() {
 
 void Bridge::answer_wrong(const Message& message, const std::string& command, const Error& error) {
   ++counters_.answers[static_cast<size_t>(Status::Refused)];
-  if (replies_.size() == kMostReplies) replies_.pop_front();
   const Answer answer{id_of(message.payload),
                       command.substr(0, 64),
                       Status::Refused,
                       documents_.generation(),
                       {error}};
-  const Origin origin = origin_of(message);
-  replies_.push_back({origin.topic, text_of(answer, now_seconds()), false, "", origin.correlation});
+  reply(origin_of(message), text_of(answer, now_seconds()));
+}
+
+void Bridge::reply(const Origin& origin, std::string text) {
+  if (replies_.size() == kMostReplies) replies_.pop_front();
+  replies_.push_back({origin.topic, std::move(text), false, "", origin.correlation});
+}
+
+// Nobody knows how far it came, or its answer could not be kept.
+std::string Bridge::unknown_outcome(const RequestLog::Entry& entry) const {
+  Answer answer{entry.id, entry.command, Status::Failed, documents_.generation()};
+  answer.errors.push_back({"unknown_outcome", "the bridge ended while it carried out the request"});
+  return text_of(answer, now_seconds());
 }
 
 // One that was carried out before has its answer.
 bool Bridge::repeat(const std::string& id, const Message& message) {
   const RequestLog::Entry* entry = requests_.find(id);
-  if (entry == nullptr || entry->state != RequestLog::State::Answered) return false;
-  if (replies_.size() == kMostReplies) replies_.pop_front();
-  const Origin origin = origin_of(message);
-  replies_.push_back({origin.topic, requests_.answer_of(*entry), false, "", origin.correlation});
+  if (entry == nullptr) return false;
+  const bool is_answered = entry->state == RequestLog::State::Answered;
+  reply(origin_of(message), is_answered ? requests_.answer_of(*entry) : unknown_outcome(*entry));
   return true;
 }
 
@@ -369,13 +397,20 @@ void Bridge::start_and_finish(const Request& request, const Message& message) {
     answer.errors.push_back(refusal.error());
   }
   look();
-  this->answer(answer);
+  this->answer(answer, origin_of(message));
 }
 
-void Bridge::answer(Answer& answer) {
+// What was done is told, also where it cannot be kept that it was.
+void Bridge::answer(Answer& answer, const Origin& origin) {
   ++counters_.answers[static_cast<size_t>(answer.status)];
   answer.generation = documents_.generation();
-  requests_.finish(answer.id, text_of(answer, now_seconds()));
+  const std::string text = text_of(answer, now_seconds());
+  try {
+    requests_.finish(answer.id, text);
+  } catch (const Failure& failure) {
+    log(failure.what());
+    reply(origin, text);
+  }
   log(answer.command + " " + answer.id + ": " + name_of(answer.status) +
       (answer.errors.empty() ? "" : ": " + answer.errors[0].message));
 }
@@ -384,13 +419,12 @@ void Bridge::refresh(int spread) {
   refresh_at_ = now_ms() + static_cast<int64_t>(random_part() * 1000 * spread);
 }
 
-// What a former process began and did not end: nobody knows how far it came.
+// What a former process began and did not end.
 void Bridge::finish_unfinished() {
   while (const RequestLog::Entry* entry = requests_.unfinished()) {
-    Answer answer{entry->id, entry->command, Status::Failed, 0};
-    answer.errors.push_back(
-        {"unknown_outcome", "the bridge ended while it carried out the request"});
-    this->answer(answer);
+    ++counters_.answers[static_cast<size_t>(Status::Failed)];
+    log(entry->command + " " + entry->id + ": failed: nobody knows how far it came");
+    requests_.finish(entry->id, unknown_outcome(*entry));
   }
 }
 
@@ -476,6 +510,7 @@ void Bridge::run() {
     log("without TLS: everybody on the way can read and change what is said");
   while (true) {
     act_on_time();
+    take_acknowledgements();
     take_requests();
     send_all();
     if (must_stop_) leave();

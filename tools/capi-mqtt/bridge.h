@@ -47,11 +47,13 @@ class Bridge : public Listener {
 
   // --- the connection ---
   void connect();
-  void lose(const std::string& why);
+  void lose(std::string why);  // a copy, as it may be the client that told it
   void on_connected() override;
   void on_subscribed() override;
   void on_acknowledged(int message, const std::string& reason) override;
   void on_message(Message message) override;
+  void take_acknowledgements();
+  void acknowledge(int message, const std::string& reason);
   std::string online_text(bool is_online) const;
   void tell_online(bool is_online);
   void leave();
@@ -71,7 +73,9 @@ class Bridge : public Listener {
   void answer_wrong(const Message& message, const std::string& command, const Error& error);
   bool repeat(const std::string& id, const Message& message);
   void start_and_finish(const Request& request, const Message& message);
-  void answer(Answer& answer);
+  void answer(Answer& answer, const Origin& origin);
+  void reply(const Origin& origin, std::string text);
+  std::string unknown_outcome(const RequestLog::Entry& entry) const;
   void refresh(int spread);
   void finish_unfinished();
   Origin origin_of(const Message& message) const;
@@ -106,6 +110,7 @@ class Bridge : public Listener {
   int event_ = -1;
   std::map<int, std::string> answers_;  // message to request
 
+  std::deque<std::pair<int, std::string>> acknowledgements_;  // with why it was not taken
   std::deque<Message> inbox_;
   std::deque<Message> replies_;  // that nobody has to remember
 
