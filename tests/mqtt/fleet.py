@@ -86,6 +86,8 @@ class Lines:
             if line is None:
                 raise AssertionError(f"no line {pattern!r}, but {self.seen}")
             self.seen.append(line)
+            if os.environ.get("SHOW"):
+                print(line, flush=True)
             if re.search(pattern, line):
                 return line
 
@@ -157,8 +159,10 @@ class Proxy:
 
     def cut(self):
         """No connection survives, and none is let in."""
-        self._listener.shutdown(socket.SHUT_RDWR)
-        self._listener.close()
+        if self._listener:
+            self._listener.shutdown(socket.SHUT_RDWR)
+            self._listener.close()
+        self._listener = None
         for pair in self._pairs:
             for one in pair:
                 try:
@@ -180,6 +184,10 @@ class Bridge:
     def start(self):
         self.process = start(self.command)
         self.lines = Lines(self.process.stderr)
+
+    def wait_until_up(self):
+        """Until it knows itself that it is."""
+        self.lines.wait_for("connected to .* as ")
 
     def stop(self):
         self.process.terminate()
@@ -265,6 +273,7 @@ class Test(unittest.TestCase):
     def setUp(self):
         self.addCleanup(self._end)
         self.ended = []
+        shutil.copy(SOURCE + "/demo/device/usr/sbin/vsdk_cmd", "/usr/sbin/vsdk_cmd")
 
     def until_end(self, thing):
         """A broker, bridge or consumer that ends with the test."""
@@ -286,6 +295,7 @@ class Test(unittest.TestCase):
         consumer = self.until_end(Consumer(broker))
         bridge = self.until_end(Bridge(broker, *options, **more))
         consumer.wait_for_birth()
+        bridge.wait_until_up()
         return broker, consumer, bridge
 
 

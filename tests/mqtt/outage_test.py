@@ -40,6 +40,7 @@ class Outage(fleet.Test):
         consumer = self.until_end(Consumer(broker))
         bridge = self.until_end(Bridge(proxy))
         consumer.wait_for_birth()
+        bridge.wait_until_up()
         proxy.cut()
         bridge.lines.wait_for("is lost")
         fleet.run(OTHERS, "settings", "10000")
@@ -57,6 +58,7 @@ class Outage(fleet.Test):
         text("1001")
         bridge = self.until_end(Bridge(proxy, events="calls,messages", state="/tmp/events"))
         consumer.wait_for_birth()
+        bridge.wait_until_up()
         call("1002")
         consumer.wait_for("event/call", lambda json: json["call"]["number"] == "1002")
         proxy.cut()
@@ -103,6 +105,7 @@ class Outage(fleet.Test):
         os.mkfifo("/tmp/runs")
         bridge = self.until_end(Bridge(proxy))
         consumer.wait_for_birth()
+        bridge.wait_until_up()
         consumer.publish("do/signal", {"id": "swallowed", "name": "vop_sig_timer_expired"})
         with open("/tmp/runs", encoding="utf-8") as runs:
             runs.read()
@@ -116,28 +119,14 @@ class Outage(fleet.Test):
         self.assertEqual((answer["id"], answer["status"]), ("swallowed", "ok"))
 
     def test_a_will_tells_of_one_that_was_killed(self):
-        broker, consumer, bridge = self.setup_all()
+        _, consumer, bridge = self.setup_all()
         birth = consumer.of("online")[0].json
-        # With a session that ends at once the broker does not wait for the will's delay.
         bridge.kill()
-        other = fleet.paho.Client(client_id="test", protocol=fleet.paho.MQTTv5)
-        other.connect("127.0.0.1", broker.port, clean_start=True)
-        other.loop_start()
+        # After the will's delay, half a minute.
         death = consumer.wait_for("online", lambda json: not json["online"])
-        other.disconnect()
-        other.loop_stop()
         self.assertEqual((death.json["boot"], death.json["connection"]),
                          (birth["boot"], birth["connection"]))
         self.assertNotIn("reason", death.json)
-
-    def test_a_second_client_of_its_name_is_told(self):
-        broker, _, bridge = self.setup_all()
-        other = fleet.paho.Client(client_id="test", protocol=fleet.paho.MQTTv5)
-        other.connect("127.0.0.1", broker.port)
-        other.loop_start()
-        bridge.lines.wait_for("another client has connected under this adapter's name; next try in")
-        other.disconnect()
-        other.loop_stop()
 
     def test_attempts_become_rarer(self):
         bridge = self.until_end(Bridge(type("Nobody", (), {"port": fleet.free_port()})))
@@ -148,7 +137,7 @@ class Outage(fleet.Test):
         self.assertEqual(bridge.stop(), 0)
 
     def test_nothing_runs_while_nothing_changes(self):
-        _, consumer, bridge = self.setup_all()
+        _, _, bridge = self.setup_all(state="/tmp/idle")
 
         def runs():
             while True:
@@ -157,14 +146,6 @@ class Outage(fleet.Test):
                 if "State:\tS" in status:
                     return [line for line in status.splitlines() if "ctxt" in line]
 
-        set_values("sms.sca", "+51")
-        consumer.wait_for("config/sms")
-        bridge.stop()
-        bridge.command += ["--counters", "/tmp/idle.counters"]
-        bridge.start()
-        consumer.wait_for_birth()
-        while not os.path.exists("/tmp/idle.counters"):
-            set_values("sms.sca", "+51")
         before = runs()
         begin = time.monotonic()
         # Others work on what is no news: 200 processes that look at the adapter.

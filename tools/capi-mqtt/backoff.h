@@ -27,9 +27,6 @@ class Backoff {
 
   void succeeded() { most_ = kFirstMs; }
 
-  // What does not get better by itself is not tried often.
-  void be_slow() { most_ = kMostMs; }
-
  private:
   double (*random_)();
   int64_t most_ = kFirstMs;

@@ -151,7 +151,6 @@ void Bridge::lose(std::string why) {
   answers_.clear();
   replies_.clear();
   inbox_.clear();
-  if (why.starts_with("another client")) backoff_.be_slow();
   const int64_t pause = backoff_.next();
   phase_end_ = now_ms() + pause;
   log((was_up ? "the connection to " : "no connection to ") + options_.host + ":" +
@@ -200,6 +199,7 @@ void Bridge::acknowledge(int message, const std::string& reason) {
     backoff_.succeeded();
     ++counters_.connections;
     counters_.is_connected = true;
+    count();
     log("connected to " + options_.host + ":" + std::to_string(options_.port_to_use()) + " as " +
         id_);
   } else if (message == event_) {

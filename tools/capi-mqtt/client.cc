@@ -219,9 +219,7 @@ void Client::take_disconnect(mosquitto*, void* object, int reason,
                              const mosquitto_property* properties) {
   Client& client = self(object);
   if (!client.trouble_.empty()) return;
-  if (reason == MQTT_RC_SESSION_TAKEN_OVER) {
-    client.trouble_ = "another client has connected under this adapter's name";
-  } else if (reason >= 128) {
+  if (reason >= 128) {
     client.trouble_ = "the broker ended it: " + broker_reason(reason, properties);
   }
 }
