@@ -352,7 +352,7 @@ capi_call_log_record call(uint16_t sequence, uint32_t start) {
 }
 
 TEST(FleetCursor, IsReadAsItWasWritten) {
-  Cursor cursor{981, false, 0, 0, {{7, 8}, {9, UINT64_MAX}}};
+  Cursor cursor{981, false, true, false, 0, 0, {{7, 8}, {9, UINT64_MAX}}};
   pass(cursor, call(17, 1000));
   Cursor read_back;
   ASSERT_TRUE(read(text_of(cursor), read_back));

@@ -44,6 +44,7 @@ bool read_line(const std::string& line, Cursor& cursor) {
   std::string name;
   in >> name;
   if (name == "seq") in >> cursor.seq;
+  if (name == "tells") in >> cursor.tells_calls >> cursor.tells_messages;
   if (name == "call") {
     in >> cursor.call >> cursor.call_mark;
     cursor.has_call = true;
@@ -59,6 +60,7 @@ bool read_line(const std::string& line, Cursor& cursor) {
 std::string text_of(const Cursor& cursor) {
   std::ostringstream out;
   out << kTitle << "\nseq " << cursor.seq << "\n";
+  out << "tells " << cursor.tells_calls << " " << cursor.tells_messages << "\n";
   if (cursor.has_call) out << "call " << cursor.call << " " << cursor.call_mark << "\n";
   for (size_t i = 0; i < std::size(kBoxes); ++i) {
     out << kBoxes[i] << " " << cursor.boxes[i].identity << " " << cursor.boxes[i].id << "\n";

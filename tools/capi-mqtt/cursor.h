@@ -15,6 +15,10 @@ namespace tools::mqtt {
 struct Cursor {
   uint64_t seq = 0;  // of the last event that was acknowledged
 
+  // Whether they were told at all: what happened while they were not is not told later.
+  bool tells_calls = false;
+  bool tells_messages = false;
+
   // The last call, if there was one.
   bool has_call = false;
   uint16_t call = 0;       // its sequence

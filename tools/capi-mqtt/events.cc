@@ -47,10 +47,13 @@ std::string printed(const Json& json) {
 Events::Events(const Options& options) : options_(options), path_(options.state + "/cursor") {
   std::string text;
   const bool is_known = read_file(path_, text) && read(text, cursor_);
-  if (!is_known || !options.tells_calls) skip_calls();
+  if (!is_known) cursor_ = {};
+  if (!cursor_.tells_calls) skip_calls();
   for (const int selector : {CAPI_SMS_RECEIVED, CAPI_SMS_SENT}) {
-    if (!is_known || !options.tells_messages) skip_messages(selector);
+    if (!cursor_.tells_messages) skip_messages(selector);
   }
+  cursor_.tells_calls = options.tells_calls;
+  cursor_.tells_messages = options.tells_messages;
   if (text_of(cursor_) != text) save();
 }
 
@@ -86,7 +89,8 @@ std::optional<Event> Events::next_message(int selector, Cursor& behind) {
   if (!read_box(selector, content)) return std::nullopt;
   const uint64_t identity = identity_in(content);
   const auto least = static_cast<double>(first_new_id(cursor_.boxes[selector], identity));
-  const Json rows(to_json(message_table(kMessageBoxes[selector], {}, {})));
+  const Json table(to_json(message_table(kMessageBoxes[selector], {}, {})));
+  const Json rows(cJSON_Parse(printed(table).c_str()));  // with numbers instead of their texts
   const cJSON* next = nullptr;
   const cJSON* row = nullptr;
   cJSON_ArrayForEach(row, rows.get()) {
