@@ -15,6 +15,13 @@ endif()
 if(CAPI_BUILD_TOOL)
   list(APPEND CPACK_COMPONENTS_ALL tool simulator)
 endif()
+if(TARGET capi_python)
+  list(APPEND CPACK_COMPONENTS_ALL python lua)
+endif()
+if(TARGET capi-mqtt)
+  list(APPEND CPACK_COMPONENTS_ALL mqtt)
+  set(mqtt_component mqtt)
+endif()
 set(CPACK_PRE_BUILD_SCRIPTS ${CMAKE_CURRENT_SOURCE_DIR}/cmake/debian/compress.cmake)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
@@ -92,6 +99,40 @@ foreach(file IN ITEMS postinst postrm conffiles)
     ${CMAKE_CURRENT_SOURCE_DIR}/cmake/debian/capi-simulator/${file})
 endforeach()
 
+set(CPACK_DEBIAN_PYTHON_PACKAGE_NAME python3-capi)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_SECTION python)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_ARCHITECTURE all)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS
+  "python3 (>= 3.9), python3-cffi-backend, ${library} ${this_version}, ${these_keys}")
+set(CPACK_DEBIAN_PYTHON_DESCRIPTION "LTE phone adapter from Python
+Configuration, lines, call log and short messages of an adapter that runs
+libcapi, as objects of Python with types, and changes with asyncio.")
+
+foreach(script IN ITEMS postinst prerm)
+  list(APPEND CPACK_DEBIAN_PYTHON_PACKAGE_CONTROL_EXTRA
+    ${CMAKE_CURRENT_SOURCE_DIR}/cmake/debian/python3-capi/${script})
+endforeach()
+
+set(CPACK_DEBIAN_LUA_PACKAGE_NAME lua-capi)
+set(CPACK_DEBIAN_LUA_PACKAGE_SECTION interpreters)
+set(CPACK_DEBIAN_LUA_PACKAGE_ARCHITECTURE all)
+set(CPACK_DEBIAN_LUA_PACKAGE_DEPENDS "luajit, ${library} ${this_version}, ${these_keys}")
+set(CPACK_DEBIAN_LUA_DESCRIPTION "LTE phone adapter from LuaJIT
+Configuration, records, call log, short messages and changes of an adapter that
+runs libcapi, for programs in Lua.")
+
+set(CPACK_DEBIAN_MQTT_PACKAGE_NAME capi-mqtt)
+set(CPACK_DEBIAN_MQTT_PACKAGE_SECTION net)
+set(CPACK_DEBIAN_MQTT_PACKAGE_DEPENDS "${library} ${this_version}, ${these_keys}")
+set(CPACK_DEBIAN_MQTT_DESCRIPTION "LTE phone adapter on an MQTT broker
+Publishes the state of an adapter that runs libcapi, and carries out requests
+that come from the broker: for who has many of them.")
+
+foreach(script IN ITEMS postinst prerm postrm)
+  list(APPEND CPACK_DEBIAN_MQTT_PACKAGE_CONTROL_EXTRA
+    ${CMAKE_CURRENT_SOURCE_DIR}/cmake/debian/capi-mqtt/${script})
+endforeach()
+
 # A package of another version than its changelog's would be a mistake.
 file(STRINGS cmake/debian/changelog newest LIMIT_COUNT 1)
 if(NOT newest MATCHES "^capi \\(${PROJECT_VERSION}\\) ")
@@ -99,7 +140,7 @@ if(NOT newest MATCHES "^capi \\(${PROJECT_VERSION}\\) ")
 endif()
 
 # Licence and changelog stand where Debian looks for them. Other installations can do without.
-foreach(component IN ITEMS library dev keys keys_dev tool simulator)
+foreach(component IN ITEMS library dev keys keys_dev tool simulator python lua ${mqtt_component})
   string(TOUPPER ${component} upper)
   set(directory ${CMAKE_INSTALL_DATADIR}/doc/${CPACK_DEBIAN_${upper}_PACKAGE_NAME})
   install(FILES LICENSE RENAME copyright COMPONENT ${component} DESTINATION ${directory}
@@ -116,6 +157,10 @@ endforeach()
 file(GLOB examples ${CMAKE_CURRENT_SOURCE_DIR}/examples/*.c)
 install(FILES ${examples} COMPONENT dev EXCLUDE_FROM_ALL
   DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${CPACK_DEBIAN_DEV_PACKAGE_NAME}/examples)
+install(PROGRAMS examples/factory_check.py COMPONENT python EXCLUDE_FROM_ALL
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${CPACK_DEBIAN_PYTHON_PACKAGE_NAME}/examples)
+install(PROGRAMS examples/show_adapter.lua COMPONENT lua EXCLUDE_FROM_ALL
+  DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${CPACK_DEBIAN_LUA_PACKAGE_NAME}/examples)
 
 # What starts the tool's master with the machine, and what a PC has instead of a device. These paths
 # are fixed: the library and systemd look nowhere else.
@@ -124,6 +169,12 @@ install(FILES tools/boot/capi-master.service COMPONENT tool EXCLUDE_FROM_ALL
 install(FILES tools/boot/capictl.conf COMPONENT tool EXCLUDE_FROM_ALL
   DESTINATION /usr/lib/tmpfiles.d)
 install(DIRECTORY DESTINATION /etc/capi/settings.d COMPONENT tool EXCLUDE_FROM_ALL)
+if(TARGET capi-mqtt)
+  install(FILES tools/capi-mqtt/capi-mqtt.service COMPONENT mqtt EXCLUDE_FROM_ALL
+    DESTINATION /usr/lib/systemd/system)
+  install(FILES tools/capi-mqtt/mqtt.conf COMPONENT mqtt EXCLUDE_FROM_ALL
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/capi-mqtt/examples)
+endif()
 set(device ${CMAKE_CURRENT_SOURCE_DIR}/demo/device)
 install(PROGRAMS ${device}/usr/sbin/vsdk_cmd COMPONENT simulator EXCLUDE_FROM_ALL
   DESTINATION /usr/sbin)

@@ -17,7 +17,7 @@ namespace demo {
 namespace {
 
 constexpr char kStackFile[] = "/tmp/vosip.conf.voip";
-constexpr char kChangeSignal[] = "vop_sig_cfg_changed";
+constexpr char kChangeSignal[] = "vop_sig_cfg_changed_info";
 constexpr unsigned kVoip = 1;
 
 void start_adapter() {

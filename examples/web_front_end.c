@@ -22,7 +22,7 @@ static int change_name(int line, const char *name) {
 /* A setter tells nobody: the voice stack reads its file, all others hear of it by the signal. */
 static int tell_of_change(void) {
   if (capi_make_config_file(VOIP_STACK_FILE) != 0) return -1;
-  return capi_fire_internal_event("vop_sig_cfg_changed");
+  return capi_fire_internal_event("vop_sig_cfg_changed_info");
 }
 
 int main(int argc, char **argv) {

@@ -23,7 +23,7 @@ mv first usr
 prefix=$scratch/usr
 for file in include/capi.h include/capi-keys.h bin/capictl share/man/man1/capictl.1 \
   share/bash-completion/completions/capictl share/zsh/vendor-completions/_capictl \
-  share/fish/vendor_completions.d/capictl.fish; do
+  share/fish/vendor_completions.d/capictl.fish share/capi/capi.json; do
   [ -e "usr/$file" ] || fail "$file is not installed"
 done
 grep -rl "$scratch\|$build" usr --include='*.cmake' --include='*.pc' &&

@@ -219,6 +219,22 @@ done
 [ "$(ps -o sess= -p "$watcher")" -ne "$(ps -o sess= -p $$)" ] || fail 'it is in this session'
 "${tool[@]}" config cancel
 
+in_case 'Somebody who holds their lock for ever keeps nobody waiting for ever'
+busy='capictl: another program is changing settings: it holds /var/lib/capi/lock'
+set_value sip_line_1.display_name Loft --confirm-within 600 >/dev/null
+exec 8</var/lib/capi/lock
+flock 8
+expect_error 6 "$busy" config set sip_line_1.display_name Porch --confirm-within 600
+expect_error 6 "$busy" config cancel
+expect_error 6 "$busy" config confirm
+kill -KILL "$(watchers)"
+expect 0 Loft config get sip_line_1.display_name
+exec 8<&-
+value_is Den
+
+in_case 'That no change waits is told without an adapter'
+expect 3 '' config cancel
+
 in_case 'Nothing is set where nothing could go back'
 rm -r /var/lib/capi
 : >/var/lib/capi

@@ -447,6 +447,19 @@ TEST(FleetOptions, AreRefusedWithTheirLine) {
   EXPECT_THAT(wrong("events = sms"), HasSubstr("\"sms\" are no events"));
 }
 
+TEST(FleetOptions, StandInTheManualPage) {
+  std::string page = read_file(CAPI_SOURCE_DIR "/tools/capi-mqtt/capi-mqtt.8");
+  std::erase(page, '\\');
+  for (const OptionRow& row : all_options()) {
+    EXPECT_THAT(page, HasSubstr(".BI --" + std::string(row.name) + " \" " + row.value + "\""));
+  }
+}
+
+TEST(FleetOptions, OfTheExampleAreRight) {
+  EXPECT_EQ(options_in(read_file(CAPI_SOURCE_DIR "/tools/capi-mqtt/mqtt.conf")).port_to_use(),
+            8883);
+}
+
 TEST(FleetOptions, GoTogether) {
   EXPECT_THROW(refuse_inconsistent(options_in("cafile=a\ncert=b")), Failure);
   EXPECT_THROW(refuse_inconsistent(options_in("cert=a\nkey=b")), Failure);

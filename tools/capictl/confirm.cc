@@ -27,6 +27,7 @@ void confirm(const Context& context, const std::string& id) {
 }
 
 void cancel(const Context& context, const std::string& id) {
+  named_change(id);  // needs no adapter to find none
   const Attachment adapter(context.log_sink());
   const pending::Outcome outcome = cancel_change(id);
   if (context.json) return print(outcome_tables(outcome), context);

@@ -25,6 +25,23 @@ void store_all(const std::vector<Setting>& settings, const std::vector<Setting>&
   }
 }
 
+[[noreturn]] void throw_busy() {
+  throw Failure(std::string("another program is changing settings: it holds ") + pending::kLockFile,
+                {kTimedOut});
+}
+
+// Others may hold it for ever; where it cannot be had, nobody changes anything that waits.
+class ChangeLock {
+ public:
+  ChangeLock()
+      : lock_(pending::kLockFile, pending::Lock::Exclusive, false, pending::Lock::SomeSeconds) {
+    if (!lock_.is_held() && errno == EWOULDBLOCK) throw_busy();
+  }
+
+ private:
+  pending::Lock lock_;
+};
+
 Failure waiting_failure(const pending::Change& change) {
   const std::string& id = change.id;
   return Failure("a change of " + change.owner + " waits for its confirmation (" + id + ", " +
@@ -143,24 +160,6 @@ Table kept_table(const pending::Outcome& outcome) {
   return table;
 }
 
-// The change that waits, which has to be of this id unless that is empty. Needs the lock.
-pending::Change named_change(const std::string& id) {
-  const std::optional<pending::Change> change = waiting_change();
-  if (!change) {
-    pending::Outcome outcome;
-    const bool is_last = pending::load(outcome) == 0 && (id.empty() || outcome.id == id);
-    throw Failure("no change waits for a confirmation" +
-                      (is_last ? "; the last one, " + outcome.id + ", was " + outcome.what : ""),
-                  {kNotFound, id});
-  }
-  if (!id.empty() && change->id != id) {
-    throw Failure(
-        "no change " + id + " waits for a confirmation; the one that does is " + change->id,
-        {kNotFound, id, change->id});
-  }
-  return *change;
-}
-
 void add_values(pending::Change& change, const std::vector<Setting>& settings,
                 const std::vector<Setting>& before) {
   for (size_t i = 0; i < settings.size(); ++i) {
@@ -235,10 +234,30 @@ std::optional<pending::Change> waiting_change() {
   return error == 0 ? std::optional(change) : std::nullopt;
 }
 
+pending::Change named_change(const std::string& id) {
+  const std::optional<pending::Change> change = waiting_change();
+  if (!change) {
+    pending::Outcome outcome;
+    const bool is_last = pending::load(outcome) == 0 && (id.empty() || outcome.id == id);
+    throw Failure("no change waits for a confirmation" +
+                      (is_last ? "; the last one, " + outcome.id + ", was " + outcome.what : ""),
+                  {kNotFound, id});
+  }
+  if (!id.empty() && change->id != id) {
+    throw Failure(
+        "no change " + id + " waits for a confirmation; the one that does is " + change->id,
+        {kNotFound, id, change->id});
+  }
+  return *change;
+}
+
 Turn::Turn(std::string owner, int confirm_within)
     : owner_(std::move(owner)),
       confirm_within_(confirm_within),
-      lock_(pending::kLockFile, pending::Lock::Exclusive, confirm_within != 0) {}
+      lock_(pending::kLockFile, pending::Lock::Exclusive, confirm_within != 0,
+            pending::Lock::SomeSeconds) {
+  if (!lock_.is_held() && errno == EWOULDBLOCK) throw_busy();
+}
 
 std::vector<Setting> Turn::make(const std::vector<Setting>& settings, bool is_applied) {
   std::vector<Setting> before = present_values(settings);
@@ -282,7 +301,7 @@ void Turn::begin(const std::vector<Setting>& settings, const std::vector<Setting
 void Turn::forget() const { former_.id.empty() ? pending::remove() : pending::save(former_); }
 
 pending::Outcome confirm_change(const std::string& id) {
-  const pending::Lock lock(pending::kLockFile, pending::Lock::Exclusive, false);
+  const ChangeLock lock;
   const pending::Change change = named_change(id);
   if (pending::remaining_ms(change, pending::now()) == 0) {
     throw Failure("the confirmation of " + change.id + " comes too late: it goes back", {kRefused});
@@ -296,7 +315,7 @@ pending::Outcome confirm_change(const std::string& id) {
 }
 
 pending::Outcome cancel_change(const std::string& id) {
-  const pending::Lock lock(pending::kLockFile, pending::Lock::Exclusive, false);
+  const ChangeLock lock;
   return take_back(named_change(id), "cancelled");
 }
 
@@ -325,7 +344,7 @@ std::vector<std::string> troubles_of(const pending::Outcome& outcome) {
 std::optional<pending::Outcome> go_back_if_left() {
   if (!pending::is_left()) return std::nullopt;
   try {
-    const pending::Lock lock(pending::kLockFile, pending::Lock::Exclusive, true);
+    const ChangeLock lock;
     pending::Change change;
     if (pending::load(change) != 0 || pending::is_watched()) return std::nullopt;
     return go_back(change);

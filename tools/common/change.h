@@ -65,6 +65,9 @@ class Turn {
 // The change that waits for its confirmation. Throws a Failure where that cannot be told.
 std::optional<pending::Change> waiting_change();
 
+// The same, which has to be of this id unless that is empty. Throws a Failure where there is none.
+pending::Change named_change(const std::string& id);
+
 // The whole seconds that are left to confirm it, rounded up.
 std::string seconds_left(const pending::Change& change);
 

@@ -225,7 +225,7 @@ void put_value(cfg_shared_record& record, const Key& key, const std::string& val
     memcpy(field, &number, sizeof number);
   } else {
     memset(field, 0, static_cast<size_t>(key.row.capacity));
-    memcpy(field, stored.data(), stored.size());
+    stored.copy(field, stored.size());
   }
 }
 

@@ -98,12 +98,14 @@ bool read(const std::string& text, Outcome& outcome);
 
 // --- the files ---
 
-// Holds a lock on a file as long as it lives, and waits for it. Programs that are not told to make
-// the file hold none where it is missing.
+// Holds a lock on a file as long as it lives, and waits for it, some seconds or as long as it
+// takes. Programs that are not told to make the file hold none where it is missing. One that is not
+// held leaves in errno why: EWOULDBLOCK when it was not free in time.
 class Lock {
  public:
   enum Kind { Shared, Exclusive };
-  Lock(const char* path, Kind kind, bool makes_file);
+  enum Patience { SomeSeconds, Endless };
+  Lock(const char* path, Kind kind, bool makes_file, Patience patience = Endless);
   ~Lock();
   Lock(const Lock&) = delete;
   Lock& operator=(const Lock&) = delete;

@@ -7,6 +7,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <ctime>
 
 #include "files.h"
 #include "pending.h"
@@ -37,6 +38,25 @@ int open_lock(const char* path, bool makes_file) {
   return open(path, O_RDWR | O_CLOEXEC | O_NOFOLLOW | (makes_file ? O_CREAT : 0), 0600);
 }
 
+bool take(int fd, int operation) {
+  while (flock(fd, operation) != 0) {
+    if (errno != EINTR) return false;
+  }
+  return true;
+}
+
+bool take_in_time(int fd, int operation) {
+  constexpr int kTries = 300;
+  constexpr timespec kPause{0, 10'000'000};
+  for (int i = 0; i < kTries; ++i) {
+    if (take(fd, operation | LOCK_NB)) return true;
+    if (errno != EWOULDBLOCK) return false;
+    nanosleep(&kPause, nullptr);
+  }
+  errno = EWOULDBLOCK;
+  return false;
+}
+
 template <typename Record>
 int load_from(const char* path, Record& record) {
   std::string text;
@@ -47,12 +67,16 @@ int load_from(const char* path, Record& record) {
 
 }  // namespace
 
-Lock::Lock(const char* path, Kind kind, bool makes_file) : fd_(open_lock(path, makes_file)) {
-  while (fd_ != -1 && flock(fd_, kind == Shared ? LOCK_SH : LOCK_EX) != 0) {
-    if (errno == EINTR) continue;
-    close(fd_);
-    fd_ = -1;
-  }
+Lock::Lock(const char* path, Kind kind, bool makes_file, Patience patience)
+    : fd_(open_lock(path, makes_file)) {
+  if (fd_ == -1) return;
+  const int operation = kind == Shared ? LOCK_SH : LOCK_EX;
+  const bool is_taken = patience == Endless ? take(fd_, operation) : take_in_time(fd_, operation);
+  if (is_taken) return;
+  const int error = errno;
+  close(fd_);
+  fd_ = -1;
+  errno = error;
 }
 
 Lock::~Lock() {

@@ -1,0 +1,221 @@
+-- SPDX-FileCopyrightText: The capi authors
+-- SPDX-License-Identifier: MIT
+-- The configuration library of an LTE phone adapter, for LuaJIT:
+--
+--   local capi = require("capi")
+--   local adapter = capi.open()
+--   print(adapter.config["sip_line_1.display_name"])
+--   adapter.config["sip_line_1.display_name"] = "Hall"
+--   adapter:close()
+--
+-- Settings have the names of docs/keys.md. What fails is an error whose text is what the library logged,
+-- or says what is wrong with a value; capi.on_log sees every line. Declarations, records and numbers
+-- are those of the headers: capi.C.CAPI_TOPIC_LINES, ffi.new("struct capi_voice_basic"). All belongs
+-- to one thread.
+local ffi = require("ffi")
+require("capi.cdef")
+
+-- A call of the library may come back as a log line, which compiled code cannot take.
+require("jit").off(true, true)
+
+ffi.cdef([[
+struct pollfd { int fd; short events; short revents; };
+int poll(struct pollfd *descriptors, unsigned long count, int milliseconds);
+]])
+
+local lib, keys = ffi.load("libcapi.so.0"), ffi.load("libcapi-keys.so.0")
+local capi = { C = lib, keys = keys, text = ffi.string }
+
+local NOTICE, POLLIN = 5, 1
+local lines = {}
+
+-- Lines come from within critical sections: they are handed on when the call is over.
+local sink = ffi.cast("capi_log_sink", function(level, text)
+  local line = { level = level, text = ffi.string(text) }
+  if level > NOTICE and line.text:find("password", 1, true) then return end
+  lines[#lines + 1] = line
+end)
+lib.capiv2_log_init(sink)
+
+-- What the calls since the last time have logged; the texts that tell of a failure as one.
+local function take_lines()
+  local taken, said = lines, {}
+  lines = {}
+  for _, line in ipairs(taken) do
+    if line.level <= NOTICE then said[#said + 1] = line.text end
+    if capi.on_log then capi.on_log(line.level, line.text) end
+  end
+  return table.concat(said, "; ")
+end
+
+-- The result of a call; an error for one below 0.
+local function check(result, what)
+  local said = take_lines()
+  if result < 0 then error(said ~= "" and said or what .. " failed", 3) end
+  return result
+end
+
+-- A callback lives for one call. What it raises is raised behind that.
+local function walk(kind, visit, call)
+  local failed
+  local callback = ffi.cast(kind, function(...)
+    local is_good, raised = pcall(visit, ...)
+    if not is_good then failed = failed or raised end
+    return is_good and 0 or 1
+  end)
+  local result = call(callback)
+  callback:free()
+  if failed then error(failed, 0) end
+  return check(result, "a walk")
+end
+
+-- Every key by its label, made when the first is asked for.
+local labels
+local function find(label)
+  if not labels then
+    local rows = {}
+    walk("capi_config_key_cb", function(row)
+      rows[#rows + 1] = {
+        section = ffi.string(row.section), name = ffi.string(row.name),
+        sections = math.max(row.section_max, 1), names = math.max(row.name_max, 1),
+      }
+    end, function(callback) return lib.capi_config_for_each(callback, nil) end)
+    labels = {}
+    for _, row in ipairs(rows) do
+      local prefix = "option_" .. row.section:gsub("%%d", ""):gsub("_$", "") .. "_"
+      for section = 1, row.sections do
+        for number = 1, row.names do
+          local key = { section = row.section:gsub("%%d", section), name = row.name:gsub("%%d", number) }
+          labels[key.section .. "." .. key.name:sub(#prefix + 1)] = key
+        end
+      end
+    end
+  end
+  return labels[label] or error("there is no key " .. tostring(label), 3)
+end
+
+-- Texts of C end at a NUL, and Lua's do not.
+local function c_text(value)
+  local text = tostring(value)
+  if text:find("\0", 1, true) then error("a text for the adapter cannot have a NUL in it", 3) end
+  return text
+end
+
+local config = {
+  __index = function(_, label)
+    local key, size = find(label), 4096
+    local buffer = ffi.new("char[?]", size)
+    check(lib.capi_live_get(key.section, key.name, buffer, size), "capi_live_get()")
+    return ffi.string(buffer)
+  end,
+  __newindex = function(_, label, value)
+    local key, size = find(label), keys.CAPI_KEYS_SENTENCE
+    local sentence = ffi.new("char[?]", size)
+    local result = keys.capi_keys_set(key.section, key.name, c_text(value), sentence, size)
+    if result > 0 then error(ffi.string(sentence), 2) end
+    check(result, "capi_keys_set()")
+  end,
+}
+
+local Watch = {}
+Watch.__index = Watch
+
+-- The topics that have changed since it was asked last, as a sum; 0 is none.
+function Watch:changed() return check(lib.capi_watch_changed(self.watch), "capi_watch_changed()") end
+
+-- Waits for a change, at most so many milliseconds; 0 is none.
+function Watch:wait(milliseconds)
+  local topics = self:changed()
+  while topics == 0 do
+    local one = ffi.new("struct pollfd[1]", { { self.watch.fd, POLLIN, 0 } })
+    local ready = ffi.C.poll(one, 1, milliseconds or -1)
+    topics = self:changed()
+    if ready == 0 then break end
+  end
+  return topics
+end
+
+function Watch:close() lib.capi_watch_close(self.watch) end
+
+local Adapter = {}
+Adapter.__index = Adapter
+
+local function joined() return setmetatable({ config = setmetatable({}, config) }, Adapter) end
+
+-- Joins the adapter that runs.
+function capi.open()
+  lib.capi_init(nil, 0, sink)
+  local presence = ffi.new("struct capi_presence")
+  check(lib.capi_get_presence(presence), "capi_get_presence()")
+  if presence.state < lib.CAPI_PRESENCE_NOT_PUBLISHED then
+    lib.capi_uninit()
+    error("there is no adapter", 2)
+  end
+  return joined()
+end
+
+-- Starts an adapter with setting files, as its master.
+function capi.start(...)
+  lib.capi_init(ffi.new("struct capi_callbacks"), 1, sink)
+  for _, path in ipairs({ ... }) do
+    check(lib.capi_init_settings_from_file(path), "capi_init_settings_from_file()")
+  end
+  check(lib.capi_config_finish(), "capi_config_finish()")
+  check(lib.capi_post_init(1), "capi_post_init()")
+  return joined()
+end
+
+-- Leaves it; it goes on.
+function Adapter:close() lib.capi_uninit() end
+
+-- A record as it is now: adapter:read("voice_sip_line", lib.CAPI_RECORD_SIP_LINE, 1). Its texts are
+-- for capi.text().
+function Adapter:read(name, kind, number)
+  local record = ffi.new("struct capi_" .. name)
+  check(lib.capi_live_read(kind, number or 0, record, ffi.sizeof(record)), "capi_live_read()")
+  return record
+end
+
+-- The registration of a line on a voice stack, both from 1.
+function Adapter:registration(line, stack)
+  local record = ffi.new("struct capi_line_reg_stat")
+  check(lib.capi_live_get_line_reg_stat(line - 1, record, stack - 1), "capi_live_get_line_reg_stat()")
+  return record
+end
+
+-- Goes through the calls, the newest first: for call in adapter:calls() do
+function Adapter:calls()
+  local found, place = {}, 0
+  walk("capi_call_log_cb", function(call)
+    found[#found + 1] = ffi.new("struct capi_call_log_record", call[0])
+  end, function(callback) return lib.capi_voip_call_log_dump(0, callback, nil) end)
+  return function()
+    place = place + 1
+    return found[place]
+  end
+end
+
+-- Goes through the messages of a file, the oldest first, with the text of each:
+-- for message, text in adapter:messages(lib.CAPI_SMS_RECEIVED) do
+function Adapter:messages(selector)
+  local found, place = {}, 0
+  walk("capi_sms_dump_cb", function(message)
+    local size = math.min(message.TextLen, message.TextSize, lib.CAPI_SMS_TEXT_CAPACITY)
+    local head = ffi.new("struct capi_sms_record")
+    ffi.copy(head, message, ffi.offsetof("struct capi_sms_record", "Text"))
+    found[#found + 1] = { head, ffi.string(message.Text, size) }
+  end, function(callback) return lib.capi_voip_sms_dump(selector, callback, nil) end)
+  return function()
+    place = place + 1
+    if found[place] then return found[place][1], found[place][2] end
+  end
+end
+
+-- Tells of changes from now on; the topics are added up, and all of them when none are named.
+function Adapter:watch(topics)
+  local watch = ffi.gc(ffi.new("struct capi_watch"), lib.capi_watch_close)
+  check(lib.capi_watch_open(watch, topics or lib.CAPI_TOPIC_ALL), "capi_watch_open()")
+  return setmetatable({ watch = watch }, Watch)
+end
+
+return capi

@@ -1,0 +1,216 @@
+# SPDX-FileCopyrightText: The capi authors
+# SPDX-License-Identifier: MIT
+"""The call log and the short messages."""
+from __future__ import annotations
+
+import time
+from datetime import datetime, timezone
+from typing import Any, Iterator, List, Optional, Tuple
+
+from . import functions as c
+from . import records
+from ._cdef import ffi
+from ._library import Error, callback, check, decode, encode
+from ._told import tells
+from .constants import CALL_LOG_TYPES, SMS_TEXT_CAPACITY
+from .enums import SmsSelector
+
+
+def _time(seconds: int) -> Optional[datetime]:
+    return datetime.fromtimestamp(seconds, timezone.utc) if seconds else None
+
+
+class Call(records.CallLogRecord):
+    """A call of the log; its times in UTC as well."""
+
+    @property
+    def start(self) -> Optional[datetime]:
+        return _time(self.calltimestart)
+
+    @property
+    def connect(self) -> Optional[datetime]:
+        """None for a call that was not answered."""
+        return _time(self.calltimeconnect)
+
+    @property
+    def end(self) -> Optional[datetime]:
+        return _time(self.calltimeend)
+
+
+class Calls:
+    """The call log, from the newest call to the oldest; reversed() goes the other way.
+
+    An iteration shows the log as it was when it began.
+    """
+
+    # What capi_voip_call_log_dump() has for all entries and for the types 0 to 2.
+    _ALL = 0
+    _OF_TYPE = (2, 1, 3)
+
+    def __init__(self, adapter: Any) -> None:
+        self._adapter = adapter
+
+    def _read(self, dump: Any, *selector: int) -> List[Call]:
+        self._adapter._open()
+        found: List[Call] = []
+
+        def take(call: Any, _user: Any) -> int:
+            found.append(Call._copied(call))
+            return 0
+
+        walk = callback("capi_call_log_cb", take)
+        check(dump(*selector, walk, None))
+        return found
+
+    def __iter__(self) -> Iterator[Call]:
+        return iter(self._read(c.capi_voip_call_log_dump, self._ALL))
+
+    def __reversed__(self) -> Iterator[Call]:
+        return iter(self._read(c.capi_voip_call_log_dump_all))
+
+    def __len__(self) -> int:
+        return len(self._read(c.capi_voip_call_log_dump, self._ALL))
+
+    def of_type(self, kind: int) -> List[Call]:
+        """The calls of a type, 0 to 2, from the newest on."""
+        if kind not in range(CALL_LOG_TYPES):
+            raise ValueError(f"there is no type {kind} of calls")
+        return self._read(c.capi_voip_call_log_dump, self._OF_TYPE[kind])
+
+    @tells("capi_voip_add_call_log")
+    def add(self, kind: int, call: records.CallLogRecord) -> None:
+        """Adds a call; a full type loses its oldest."""
+        self._adapter._open()
+        check(c.capi_voip_add_call_log(kind, call._pointer))
+
+    @tells("capi_voip_delete_call_log_by_node")
+    def delete(self, call: records.CallLogRecord) -> None:
+        """Removes a call as an iteration gave it."""
+        self._adapter._open()
+        check(c.capi_voip_delete_call_log_by_node(call.calltype, call.index))
+
+    @tells("capi_voip_clean_all_call_log", "capi_voip_clean_call_log_by_type")
+    def clear(self, kind: Optional[int] = None) -> None:
+        """Removes all calls, or those of a type."""
+        self._adapter._open()
+        if kind is None:
+            check(c.capi_voip_clean_all_call_log())
+        elif self.of_type(kind):
+            check(c.capi_voip_clean_call_log_by_type(kind))
+
+
+class Message(records.SmsRecord):
+    """A short message."""
+
+    @property
+    def data(self) -> bytes:
+        """The bytes of its text that mean something."""
+        return bytes(
+            ffi.buffer(self._pointer.Text, min(self.TextLen, self.TextSize, SMS_TEXT_CAPACITY))
+        )
+
+    @property
+    def text(self) -> str:
+        """These as UTF-8. How a sender encodes is his business: TextType tells."""
+        return decode(self.data)
+
+    @property
+    def is_read(self) -> bool:
+        return self.bRead != 0
+
+    @property
+    def time(self) -> Optional[datetime]:
+        """When it was stored, in UTC."""
+        return _time(self.BeginTime)
+
+
+class Box:
+    """The received or the sent messages, from the oldest to the newest; box[id] is one of them."""
+
+    _HEAD = ffi.offsetof("struct capi_sms_record", "Text")
+
+    def __init__(self, adapter: Any, selector: SmsSelector) -> None:
+        self._adapter = adapter
+        self._selector = selector
+
+    def _read(self) -> List[Tuple[bytes, int]]:
+        self._adapter._open()
+        found: List[Tuple[bytes, int]] = []
+
+        def take(message: Any, _user: Any) -> int:
+            size = self._HEAD + min(message.TextSize, SMS_TEXT_CAPACITY)
+            found.append((bytes(ffi.buffer(message, size)), size))
+            return 0
+
+        walk = callback("capi_sms_dump_cb", take)
+        check(c.capi_voip_sms_dump(self._selector, walk, None))
+        return found
+
+    def __iter__(self) -> Iterator[Message]:
+        # A message has room for the longest text: one at a time is made.
+        return (Message._copied(content, size) for content, size in self._read())
+
+    def __len__(self) -> int:
+        return len(self._read())
+
+    def __getitem__(self, message_id: int) -> Message:
+        self._adapter._open()
+        message = Message()
+        if c.capi_voip_sms_get(self._selector, message_id, message._pointer) != 0:
+            self._read()  # a file that cannot be used is another fault
+            raise NoMessage(f"there is no message {message_id}")
+        return message
+
+    @tells("capi_voip_sms_add")
+    def add(self, message: records.SmsRecord) -> int:
+        """Stores a message as the newest. Returns the id that it got."""
+        self._adapter._open()
+        check(c.capi_voip_sms_add(self._selector, message._pointer))
+        return message.id
+
+    @tells("capi_voip_sms_update")
+    def mark_read(self, message_id: int, is_read: bool = True) -> None:
+        """Marks a message as read, or as unread."""
+        message = self[message_id]
+        message.bRead = int(is_read)
+        message.LastTime = int(time.time())
+        check(c.capi_voip_sms_update(self._selector, message._pointer))
+
+    @tells("capi_voip_sms_del_by_id")
+    def delete(self, message_id: int) -> None:
+        """Removes a message."""
+        self._adapter._open()
+        check(c.capi_voip_sms_del_by_id(self._selector, message_id))
+
+    @tells("capi_voip_sms_clean")
+    def clear(self) -> None:
+        """Removes all messages; ids start at 1 again."""
+        self._adapter._open()
+        check(c.capi_voip_sms_clean(self._selector))
+
+
+class NoMessage(Error, KeyError):
+    """There is no message of this id."""
+
+
+class Messages:
+    """The short messages: those received, then those sent."""
+
+    def __init__(self, adapter: Any) -> None:
+        self._adapter = adapter
+        self.received = Box(adapter, SmsSelector.RECEIVED)
+        self.sent = Box(adapter, SmsSelector.SENT)
+
+    def __iter__(self) -> Iterator[Message]:
+        yield from self.received
+        yield from self.sent
+
+    def __len__(self) -> int:
+        return len(self.received) + len(self.sent)
+
+    @tells("capi_voip_sms_send")
+    def send(self, number: str, text: str, text_type: int = 0) -> None:
+        """Stores a message among the sent ones and asks for it to be sent."""
+        self._adapter._open()
+        content = encode(text)
+        check(c.capi_voip_sms_send(number, text_type, content, len(content)))

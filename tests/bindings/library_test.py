@@ -1,0 +1,273 @@
+# SPDX-FileCopyrightText: The capi authors
+# SPDX-License-Identifier: MIT
+"""Joining and leaving, errors and log lines, callbacks, threads and forks."""
+from __future__ import annotations
+
+import gc
+import logging
+import os
+import pydoc
+import subprocess
+import sys
+import threading
+from typing import Any, Callable, List
+
+import capi
+import pytest
+from capi import functions as c
+
+
+def run(program: str) -> "subprocess.CompletedProcess[str]":
+    return subprocess.run(
+        [sys.executable, "-c", program], capture_output=True, text=True, check=False
+    )
+
+
+@pytest.mark.usefixtures("device")
+def test_without_an_adapter_joining_is_an_error_that_says_so() -> None:
+    program = "import capi\ntry: capi.Adapter()\nexcept capi.Error as e: print(e)"
+    assert run(program).stdout == "there is no adapter: NO_LOCKS\n"
+
+
+@pytest.mark.usefixtures("device")
+def test_a_program_of_python_starts_an_adapter() -> None:
+    program = (
+        "import capi\n"
+        "with capi.Adapter.start('/quorbleconf/config/voice.settings') as adapter:\n"
+        "    print(adapter.config['sip_line_1.display_name'], adapter.presence.state)\n"
+        # Anew, and so without what was there before.
+        "with capi.Adapter.start('/quorbleconf/config/network.settings') as adapter:\n"
+        "    print(adapter.config['sip_line_1.display_name'], adapter.config['hw_info.model'])\n"
+        # This one leaves nothing that is published.
+        "try: capi.Adapter.start('/missing')\n"
+        "except capi.Error as e: print(e.function)\n"
+    )
+    assert run(program).stdout == "Frontdesk 3\n QZX-200\ncapi_init_settings_from_file\n"
+
+
+def test_who_has_joined_cannot_start_another(adapter: capi.Adapter) -> None:
+    with pytest.raises(capi.Error, match="cannot start one"):
+        capi.Adapter.start()
+    assert adapter.config["hw_info.model"] == "QZX-200"
+
+
+def test_a_closed_adapter_says_so_and_another_goes_on(adapter: capi.Adapter) -> None:
+    second = capi.Adapter()
+    second.close()
+    second.close()
+    uses: List[Callable[[], object]] = [
+        lambda: second.config["hw_info.model"],
+        lambda: second.config.set("hw_info.model", "x"),
+        lambda: list(second.calls),
+        lambda: list(second.messages),
+        lambda: second.read(capi.VoiceBasic),
+        lambda: second.lines[0].phone,
+        second.watch,
+        second.snapshot,
+    ]
+    for use in uses:
+        with pytest.raises(capi.Error, match="the adapter is closed"):
+            use()
+    assert adapter.config["hw_info.model"] == "QZX-200"
+
+
+@pytest.mark.usefixtures("capictl")
+def test_it_may_be_left_and_joined_again() -> None:
+    for _ in range(3):
+        with capi.Adapter() as adapter:
+            assert adapter.serial == "2604000123456"
+
+
+def test_the_device_tells_of_itself_and_its_sim(adapter: capi.Adapter) -> None:
+    assert adapter.imei == "350000000000017"
+    assert adapter.firmware_version == "v2.4.1"
+    assert adapter.hardware(capi.HardwareInfoIndex.MAC_PREFIX) == "0A3F7C"
+    assert adapter.sim(capi.SimcardInfoIndex.IMSI) == "001010123456789"
+    assert adapter.carrier is not None and adapter.carrier.mcc == "001"
+    assert capi.call_state_name(0) == "Unknown"
+
+
+def test_log_lines_reach_logging_at_their_levels(
+    adapter: capi.Adapter, caplog: pytest.LogCaptureFixture
+) -> None:
+    with caplog.at_level(logging.DEBUG, logger="capi"):
+        adapter.config["sip_line_1.display_name"] = "logged"
+        with pytest.raises(capi.Error):
+            adapter.write(capi.VoiceSipLine(), 3)
+    said = [(record.levelno, record.message.partition("]")[2].strip()) for record in caplog.records]
+    assert (logging.INFO, "[sip_line_1][option_sip_line_display_name][logged]") in said
+    assert (logging.WARNING, "line index-3, error") in said
+
+
+def test_no_password_is_logged(adapter: capi.Adapter, caplog: pytest.LogCaptureFixture) -> None:
+    with caplog.at_level(logging.DEBUG, logger="capi"):
+        adapter.config["sip_line_1.auth_password"] = "hunter2ff"
+        buffer = capi.ffi.new("char[]", 64)
+        key = adapter.config.key("sip_line_1.auth_password")
+        assert c.capi_config_get(key.section, key.name, buffer, 64) == 0
+    assert capi.ffi.string(buffer) == b"hunter2ff"
+    assert "hunter2ff" not in caplog.text
+
+
+def test_a_handler_of_the_log_may_use_the_library(adapter: capi.Adapter) -> None:
+    seen: List[str] = []
+
+    class Handler(logging.Handler):
+        def emit(self, record: logging.LogRecord) -> None:
+            # This takes the lock that was held when the line was written.
+            line = adapter.snapshot()["sip_line_2.display_name"]
+            c.capi_get_device_imei(capi.ffi.new("char[]", 32), 32)
+            seen.append(line)
+
+    handler = Handler(level=logging.WARNING)
+    logging.getLogger("capi").addHandler(handler)
+    try:
+        with pytest.raises(capi.Error):
+            adapter.write(capi.VoiceSipLine(), 3)
+    finally:
+        logging.getLogger("capi").removeHandler(handler)
+    assert len(seen) == 1
+
+
+def test_what_a_callback_raises_is_raised_by_the_call(adapter: capi.Adapter) -> None:
+    from capi._library import callback
+
+    adapter.calls.clear()
+    adapter.calls.add(0, capi.CallLogRecord())
+
+    def fail(_call: Any, _user: Any) -> int:
+        raise ZeroDivisionError("in a callback")
+
+    walk = callback("capi_call_log_cb", fail)
+    with pytest.raises(ZeroDivisionError, match="in a callback"):
+        c.capi_voip_call_log_dump(0, walk, None)
+    # Nothing of it is left for the next call.
+    assert len(adapter.calls) == 1
+
+
+@pytest.mark.usefixtures("adapter")
+def test_functions_of_c_take_texts_and_give_results() -> None:
+    buffer = capi.ffi.new("char[]", 64)
+    assert c.capi_config_get("hw_info", "option_hw_info_model", buffer, 64) == 0
+    assert capi.ffi.string(buffer) == b"QZX-200"
+    assert c.capi_config_get("nothing", "nothing", buffer, 64) == -1
+    with pytest.raises(capi.Error, match="capi_config_get"):
+        capi.check(-1)
+
+
+def test_while_a_call_waits_other_threads_go_on(
+    adapter: capi.Adapter, other: Callable[[str], Any]
+) -> None:
+    adapter.config["sip_line_1.display_name"] = "before"
+    holder = other(
+        "import capi, sys\n"
+        "adapter = capi.Adapter()\n"
+        "capi.functions.capi_critical_section_lock(capi.LockId.CONF_SHM)\n"
+        "print('held', flush=True)\n"
+        "sys.stdin.readline()\n"
+        "capi.functions.capi_critical_section_unlock(capi.LockId.CONF_SHM)\n"
+    )
+    assert holder.says() == "held"
+    begins = threading.Event()
+
+    def set_value() -> None:
+        begins.set()
+        adapter.config["sip_line_1.display_name"] = "after"
+
+    waiter = threading.Thread(target=set_value)
+    waiter.start()
+    begins.wait()
+    for _ in range(100):  # these take no lock
+        assert adapter.config.key("sip_line_1.display_name").allowed
+    assert waiter.is_alive()
+    holder.tell("go on")
+    waiter.join()
+    assert adapter.config["sip_line_1.display_name"] == "after"
+
+
+def test_threads_have_errors_of_their_own(adapter: capi.Adapter) -> None:
+    wrong: List[str] = []
+
+    def fail(number: int) -> None:
+        for _ in range(200):
+            try:
+                adapter.write(capi.VoiceSipLine(), number)
+            except capi.Error as error:
+                if f"line index-{number}, error" not in str(error) or len(error.lines) != 1:
+                    wrong.append(str(error))
+
+    threads = [threading.Thread(target=fail, args=(number,)) for number in range(3, 7)]
+    for thread in threads:
+        thread.start()
+    for thread in threads:
+        thread.join()
+    assert wrong == []
+
+
+def test_a_child_of_fork_goes_on_with_the_adapter(adapter: capi.Adapter) -> None:
+    child = os.fork()
+    if child == 0:
+        code = 1
+        try:
+            adapter.config["sip_line_1.display_name"] = "child"
+            code = 0
+        finally:
+            os._exit(code)
+    assert os.waitstatus_to_exitcode(os.waitpid(child, 0)[1]) == 0
+    assert adapter.config["sip_line_1.display_name"] == "child"
+
+
+def test_a_loop_leaves_no_descriptor_and_no_memory_behind(adapter: capi.Adapter) -> None:
+    def use() -> None:
+        with adapter.watch() as watch:
+            adapter.config["sip_line_1.display_name"] = "again"
+            assert watch.changed()
+        list(adapter.calls)
+        list(adapter.messages)
+        adapter.snapshot().changes_since_start()
+
+    def objects() -> int:
+        gc.collect()
+        return len(gc.get_objects())
+
+    use()
+    descriptors, before = len(os.listdir("/proc/self/fd")), objects()
+    for _ in range(50):
+        use()
+    assert len(os.listdir("/proc/self/fd")) == descriptors
+    assert objects() - before < 50
+
+
+def test_help_reads_like_the_reference() -> None:
+    def told(thing: object) -> str:
+        return pydoc.plain(pydoc.render_doc(thing))
+
+    assert "Results. 0 is success and -1 failure" in told(capi)
+    assert "Copies a whole record out" in told(c.capi_live_read)
+    assert "int capi_live_read(int kind, int number, void *record, size_t size)" in told(
+        c.capi_live_read
+    )
+    assert "Locks: All calls but the six that always fail take lock 0" in told(
+        c.capi_set_voice_basic
+    )
+    assert "seconds since the epoch, 0 is unknown" in told(capi.LineRegStat)
+    assert "LINES: registrations, telephones, published blocks" in told(capi.Topic)
+    # A method has what the header says of the function that it stands on.
+    assert "Writes the configuration file of a voice stack: type 0" in told(capi.Adapter)
+    assert "Takes no lock." in told(capi.Adapter.watch)
+    assert "Tells of changes from now on" in told(capi.Adapter.watch)
+    for name in capi.__all__:
+        assert hasattr(capi, name), name
+    for function in (getattr(c, name) for name in dir(c) if name.startswith("capi")):
+        assert function.__doc__
+
+
+def test_without_an_adapter_log_lines_reach_logging_as_well() -> None:
+    program = (
+        "import logging, sys, capi\n"
+        "logging.basicConfig(stream=sys.stdout, format='%(name)s %(levelname)s')\n"
+        "capi.functions.capi_set_voice_sip_line(capi.VoiceSipLine()._pointer, 3)\n"
+    )
+    told = run(program)
+    assert told.stdout == "capi WARNING\n"
+    assert told.stderr == ""

@@ -1,0 +1,163 @@
+# SPDX-FileCopyrightText: The capi authors
+# SPDX-License-Identifier: MIT
+"""The call log and the short messages as iterators."""
+from datetime import datetime, timezone
+from pathlib import Path
+from typing import Callable
+
+import capi
+import pytest
+
+Capictl = Callable[..., str]
+
+
+@pytest.fixture(autouse=True)
+def start_empty(adapter: capi.Adapter) -> None:
+    adapter.calls.clear()
+    adapter.messages.received.clear()
+    adapter.messages.sent.clear()
+
+
+def message(text: bytes, **members: object) -> capi.SmsRecord:
+    record = capi.SmsRecord(TextLen=len(text), TextSize=len(text), **members)
+    capi.ffi.memmove(record._pointer.Text, text, len(text))
+    return record
+
+
+def test_calls_come_from_the_newest_to_the_oldest(adapter: capi.Adapter, capictl: Capictl) -> None:
+    for kind, number in ((0, "1"), (1, "2"), (0, "3")):
+        adapter.calls.add(kind, capi.CallLogRecord(number=number, calltimestart=1700000000))
+    assert [call.number for call in adapter.calls] == ["3", "2", "1"]
+    assert [call.number for call in reversed(adapter.calls)] == ["1", "2", "3"]
+    assert [call.number for call in adapter.calls.of_type(0)] == ["3", "1"]
+    assert [call.number for call in adapter.calls.of_type(1)] == ["2"]
+    assert [call.number for call in adapter.calls.of_type(2)] == []
+    for wrong in (-1, 3):
+        with pytest.raises(ValueError):
+            adapter.calls.of_type(wrong)
+    assert len(adapter.calls) == 3
+    assert len(capictl("calls", "list").splitlines()) == 3
+
+
+def test_a_call_tells_its_times_and_statistics(adapter: capi.Adapter) -> None:
+    call = capi.CallLogRecord(calltimestart=1700000000, calltimeend=1700000060)
+    call.statistics.PacketsLost = 7
+    adapter.calls.add(2, call)
+    (stored,) = adapter.calls
+    assert stored.start == datetime(2023, 11, 14, 22, 13, 20, tzinfo=timezone.utc)
+    assert stored.end is not None and stored.start is not None
+    assert (stored.end - stored.start).total_seconds() == 60
+    assert stored.connect is None
+    assert stored.statistics.PacketsLost == 7
+
+
+def test_calls_are_removed_one_by_one_by_type_or_all(adapter: capi.Adapter) -> None:
+    for kind in (0, 0, 1, 2):
+        adapter.calls.add(kind, capi.CallLogRecord(number=str(kind)))
+    adapter.calls.delete(adapter.calls.of_type(0)[0])
+    assert [call.number for call in adapter.calls] == ["2", "1", "0"]
+    adapter.calls.clear(1)
+    adapter.calls.clear(1)  # where there are none that is no failure
+    assert [call.number for call in adapter.calls] == ["2", "0"]
+    adapter.calls.clear()
+    assert list(adapter.calls) == []
+
+
+def test_a_damaged_call_log_is_an_error_with_the_line_that_says_why(adapter: capi.Adapter) -> None:
+    log = Path("/quorbleconf/nv/voip_call_log")
+    content = log.read_bytes()
+    log.write_bytes(b"no call log" + content[11:])
+    with pytest.raises(capi.Error, match="failure check call log count value"):
+        list(adapter.calls)
+    with pytest.raises(capi.Error):
+        adapter.calls.add(7, capi.CallLogRecord())
+    log.write_bytes(content)
+    assert list(adapter.calls) == []
+
+
+def test_messages_come_from_the_oldest_to_the_newest_received_before_sent(
+    adapter: capi.Adapter, capictl: Capictl
+) -> None:
+    adapter.messages.send("+15551230002", "gr\u00fcn")
+    for text in (b"one", b"two"):
+        adapter.messages.received.add(message(text, RemoteNumber="5550100"))
+    assert [each.text for each in adapter.messages] == ["one", "two", "gr\u00fcn"]
+    assert len(adapter.messages) == 3
+    (sent,) = adapter.messages.sent
+    assert (sent.RemoteNumber, sent.status) == ("+15551230002", capi.constants.SMS_STATUS_SENDING)
+    assert sent.time is not None and sent.time.tzinfo == timezone.utc
+    assert "gr\u00fcn" in capictl("sms", "list", "sent")
+
+
+def test_a_message_is_found_read_and_removed_by_its_id(adapter: capi.Adapter) -> None:
+    box = adapter.messages.received
+    first = box.add(message(b"first"))
+    second = box.add(message(b"second", LastTime=17))
+    assert (first, second) == (1, 2)
+    assert box[second].text == "second" and not box[second].is_read
+    box.mark_read(second)
+    assert box[second].is_read and not box[first].is_read
+    assert box[second].LastTime > 17
+    box.mark_read(second, False)
+    assert not box[second].is_read
+    box.delete(first)
+    with pytest.raises(KeyError):
+        box[first]
+    with pytest.raises(capi.NoMessage, match="there is no message 1$"):
+        box.mark_read(first)
+    assert [each.id for each in box] == [2]
+
+
+def test_a_file_of_messages_that_cannot_be_used_is_no_missing_message(
+    adapter: capi.Adapter,
+) -> None:
+    box = adapter.messages.received
+    box.add(message(b"there"))
+    file, aside = Path("/quorbleconf/nv/sm_recv"), Path("/quorbleconf/nv/aside")
+    file.rename(aside)
+    file.mkdir()
+    try:
+        with pytest.raises(capi.Error) as failed:
+            box[1]
+        assert not isinstance(failed.value, KeyError)
+        assert failed.value.lines
+    finally:
+        file.rmdir()
+        aside.rename(file)
+    assert box[1].text == "there"
+
+
+def test_a_text_is_what_its_length_says_whatever_bytes_it_has(adapter: capi.Adapter) -> None:
+    box = adapter.messages.received
+    strange = b"a\0b\xff"
+    box.add(message(strange))
+    longest = b"z" * capi.constants.SMS_TEXT_CAPACITY
+    box.add(message(longest))
+    first, second = box
+    assert first.data == strange
+    assert first.text.encode("utf-8", "surrogateescape") == strange
+    assert second.data == longest
+
+
+def test_a_length_that_lies_reads_no_more_than_is_stored(adapter: capi.Adapter) -> None:
+    box = adapter.messages.received
+    record = message(b"four")
+    record.TextLen = 1 << 31
+    box.add(record)
+    assert [each.data for each in box] == [b"four"]
+    assert box[1].data == b"four"
+
+
+def test_what_cannot_be_sent_is_an_error(adapter: capi.Adapter) -> None:
+    with pytest.raises(capi.Error):
+        adapter.messages.send("+15551230002", "x" * (capi.constants.SMS_MAX_TEXT + 1))
+    assert list(adapter.messages.sent) == []
+
+
+def test_an_iteration_may_change_what_it_goes_through(adapter: capi.Adapter) -> None:
+    box = adapter.messages.received
+    for number in range(5):
+        box.add(message(b"%d" % number))
+    for each in box:
+        box.delete(each.id)
+    assert len(box) == 0

@@ -1,0 +1,63 @@
+#!/bin/bash
+# SPDX-FileCopyrightText: The capi authors
+# SPDX-License-Identifier: MIT
+#
+# follow_test.sh STAGE PAGE BUILD-DIR C-COMPILER [--show]
+#
+# Follows a page of docs/ in a private view. STAGE is what its reader has at hand:
+#   adapter   a simulated adapter that is up, the tool, and the library's development files
+#   nothing   the same without device and adapter
+#   packages  a checkout that makes packages, and nothing installed
+set -euo pipefail
+export LC_ALL=C.UTF-8 TZ=UTC
+
+stage=$1 page=$2 build=$3 compiler=$4
+shift 4
+source=$(cd "$(dirname "$0")/../.." && pwd)
+export HOME=/tmp/home
+mkdir -p /tmp/bin "$HOME"
+cd "$HOME"
+
+printf '#!/bin/sh\nexec "$@"\n' >/tmp/bin/sudo
+printf '#!/bin/sh\nexec %s -Wall -Wextra -Werror "$@"\n' "$compiler" >/tmp/bin/cc
+chmod +x /tmp/bin/*
+PATH=/tmp/bin:$PATH
+
+# What the packages would bring, from the build.
+use_build() {
+  PATH=$build/tools/capictl:$PATH
+  printf '%s\n' 'Name: capi' 'Description: of this build' 'Version: 0' "Cflags: -I$source/include" \
+    "Libs: -L$build -Wl,-rpath,$build -lcapi" >/tmp/capi.pc
+  printf '%s\n' 'Name: capi-keys' 'Description: of this build' 'Version: 0' 'Requires: capi' \
+    "Cflags: -I$source/keys/include" \
+    "Libs: -L$build/keys -Wl,-rpath,$build/keys -lcapi-keys" >/tmp/capi-keys.pc
+  export PKG_CONFIG_PATH=/tmp
+}
+
+# What script/package makes, where it puts it. The tutorial installs it on this view's system.
+use_packages() {
+  if ! [ -w /var/lib/dpkg/info ]; then
+    echo 'An ordinary user cannot install packages here.'
+    exit 77
+  fi
+  [ ! -d /run/systemd ] || mount -t tmpfs tmpfs /run/systemd # the machine's init is none of ours
+  mkdir -p script build/package
+  printf '#!/bin/sh\n' >script/package
+  printf '#!/bin/sh\nexec apt-get --yes "$@"\n' >/tmp/bin/apt
+  chmod +x script/package /tmp/bin/apt
+  (cd build/package && cpack -G DEB --config "$build/CPackConfig.cmake" -B "$PWD") >/tmp/log 2>&1 ||
+    { cat /tmp/log; exit 1; }
+}
+
+case $stage in
+  adapter)
+    use_build
+    cp -r "$source"/demo/device/{tmp,usr} /
+    mkdir -p /etc/capi/settings.d /var/lib/capi-simulator
+    cp "$source"/demo/{pc,device/quorbleconf/config}/*.settings /etc/capi/settings.d
+    capictl master --boot
+    ;;
+  nothing) use_build ;;
+  packages) use_packages ;;
+esac
+exec python3 "$source/tests/docs/follow.py" "$source/docs/$page.md" "$@"
