@@ -1,7 +1,8 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
 // A walk through the library on a simulated adapter. Runs in a private view of the machine, see
-// script/demo; with --shell a shell follows while the adapter is still running.
+// script/demo; with --shell a shell follows while the adapter is still running, with --web its page
+// stays for a browser.
 
 #include <sys/wait.h>
 #include <unistd.h>
@@ -16,7 +17,7 @@ namespace {
 
 constexpr void (*kScenes[])(demo::Stage&) = {
     demo::play_typical_request, demo::play_device,  demo::play_line_status, demo::play_call_log,
-    demo::play_short_messages,  demo::play_signals, demo::play_terminal,
+    demo::play_short_messages,  demo::play_signals, demo::play_terminal,    demo::play_page,
 };
 
 void run_shell() {
@@ -47,6 +48,7 @@ int main(int argc, char** argv) {
   demo::Stage stage;
   for (const auto scene : kScenes) scene(stage);
   if (argc > 1 && strcmp(argv[1], "--shell") == 0) run_shell();
+  if (argc > 1 && strcmp(argv[1], "--web") == 0) demo::serve_page();
   printf("\n%s\n", stage.all_was_well() ? "All was as it should be." : "Something was WRONG.");
   return stage.all_was_well() ? 0 : 1;
 }

@@ -14,5 +14,9 @@ void play_call_log(Stage& stage);
 void play_short_messages(Stage& stage);
 void play_signals(Stage& stage);
 void play_terminal(Stage& stage);
+void play_page(Stage& stage);
+
+// Leaves the page to a person's browser until that is enough.
+void serve_page();
 
 }  // namespace demo

@@ -2,7 +2,8 @@
 // SPDX-License-Identifier: MIT
 // What other processes of an adapter do while the tests run the tool.
 //
-// others calls: adds two calls. others call TYPE LINE NUMBER START: adds one that took a minute.
+// others calls: adds two calls. others call TYPE LINE NUMBER START [NAME]: adds one that took a
+// minute. others message NUMBER TEXT: receives a short message.
 // others lines: publishes what two lines do; others talk: what they
 // do then. others unnamed: writes what has no
 // key. others settings COUNT: changes a setting so often.
@@ -13,6 +14,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 
 namespace {
 
@@ -32,14 +34,26 @@ int add_calls() {
   return add_call(0, "15551230007", "Anna", 1000) | add_call(2, "15551230008", "\"B\", Carl", 2000);
 }
 
-int add_one_call(char** words) {
+int add_one_call(char** words, const char* name) {
   capi_call_log_record record{};
   record.endpt = static_cast<uint16_t>(atoi(words[1]));
   record.calltimestart = static_cast<uint32_t>(atoll(words[3]));
   record.calltimeconnect = record.calltimestart;
   record.calltimeend = record.calltimestart + 60;
   strncpy(record.number, words[2], sizeof record.number - 1);
+  strncpy(record.displayname, name, sizeof record.displayname - 1);
   return capi_voip_add_call_log(static_cast<unsigned>(atoi(words[0])), &record);
+}
+
+int receive_message(const char* number, const char* text) {
+  static capi_sms_record record;
+  record.BeginTime = static_cast<uint32_t>(time(nullptr));
+  strncpy(record.imsi, "001010123456789", sizeof record.imsi);
+  strncpy(record.RemoteNumber, number, sizeof record.RemoteNumber - 1);
+  strncpy(record.Text, text, sizeof record.Text - 1);
+  record.TextLen = static_cast<uint32_t>(strlen(record.Text));
+  record.TextSize = record.TextLen + 1;
+  return capi_voip_sms_add(CAPI_SMS_RECEIVED, &record);
 }
 
 int publish_lines() {
@@ -116,7 +130,9 @@ int main(int argc, char** argv) {
   capi_init(is_master ? &callbacks : nullptr, is_master ? 1 : 0, [](int, const char*) {});
   if (is_master) result = 0;
   if (strcmp(what, "calls") == 0) result = add_calls();
-  if (strcmp(what, "call") == 0 && argc > 5) result = add_one_call(argv + 2);
+  if (strcmp(what, "call") == 0 && argc > 5)
+    result = add_one_call(argv + 2, argc > 6 ? argv[6] : "");
+  if (strcmp(what, "message") == 0 && argc > 3) result = receive_message(argv[2], argv[3]);
   if (strcmp(what, "lines") == 0) result = publish_lines();
   if (strcmp(what, "talk") == 0) result = talk();
   if (strcmp(what, "unnamed") == 0) result = write_unnamed();

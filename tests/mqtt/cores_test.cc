@@ -30,8 +30,8 @@ using testing::HasSubstr;
 TEST(FleetTopics, HaveOneForEachSection) {
   std::vector<std::string> names;
   for (const StateTopic& topic : state_topics({"sms", "sip_line_1"})) names.push_back(topic.name);
-  EXPECT_THAT(names, ElementsAre("about", "device", "sim", "line/1", "line/2", "stores", "change",
-                                 "config/sms", "config/sip_line_1"));
+  EXPECT_THAT(names, ElementsAre("about", "device", "sim", "line/1", "line/2", "stores", "alerts",
+                                 "change", "config/sms", "config/sip_line_1"));
 }
 
 TEST(FleetTopics, AnAdapterIsOneLevel) {

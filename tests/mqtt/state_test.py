@@ -18,7 +18,7 @@ class State(fleet.Test):
         self.assertEqual(topics[:-1].count("online"), 0)
         sections = {topic.removeprefix("config/") for topic in topics if topic.startswith("config/")}
         self.assertEqual(sections, set(json.loads(capictl("config", "list", "--json"))))
-        for topic in ("about", "device", "sim", "line/1", "line/2", "stores", "change"):
+        for topic in ("about", "device", "sim", "line/1", "line/2", "stores", "alerts", "change"):
             self.assertEqual(topics.count(topic), 1, topic)
         for message in consumer.seen:
             self.assertRegex(message.json["at"], r"^20\d\d-\d\d-\d\dT\d\d:\d\d:\d\dZ$", message)
@@ -58,6 +58,16 @@ class State(fleet.Test):
         consumer.wait_for("config/sms", lambda json: json["values"]["enable"] == 1)
         self.assertEqual(len(consumer.of("config/sip_line_1")), 2)
         self.assertEqual(len(consumer.of("config/sip_line_2")), 1)
+
+    def test_an_alert_is_told_and_its_end(self):
+        _, consumer, _ = self.setup_all()
+        made = capictl("config", "set", "sms.sca", "+77", "--confirm-within", "600").strip()
+        told = consumer.wait_for("alerts", lambda json: any(made in one["text"] or "change" in one["id"]
+                                                            for one in json["alerts"])).json
+        self.assertEqual(set(told["alerts"][0]), {"id", "severity", "text", "since"})
+        count = len(told["alerts"])
+        capictl("config", "cancel")
+        consumer.wait_for("alerts", lambda json: len(json["alerts"]) < count)
 
     def test_a_registration_is_told_with_its_line(self):
         _, consumer, _ = self.setup_all()

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 #include "documents.h"
 
+#include <alerts.h>
 #include <change.h>
 #include <keys.h>
 #include <locks.h>
@@ -81,6 +82,26 @@ Json stores() {
   return json;
 }
 
+// A change whose file cannot be read is told of under "change".
+std::optional<pending::Change> change_that_waits() {
+  try {
+    return waiting_change();
+  } catch (const Failure&) {
+    return std::nullopt;
+  }
+}
+
+// A lock that is held is no news: nothing tells of its end.
+Json alerts(const cfg_shared_record& record) {
+  std::vector<Table> status = {adapter_table(), device_table(record), line_table(record),
+                               registration_table(record), store_table()};
+  if (!await_lock(CAPI_LOCK_VOP_RUN_INFO, Patience::Short)) return nullptr;
+  status.push_back(sim_table());
+  Json json(cJSON_CreateObject());
+  add(json.get(), "alerts", json_of(alert_table(alerts_of(status, change_that_waits()))));
+  return json;
+}
+
 // The time that is left passes by itself.
 Json change() {
   Json json;
@@ -138,6 +159,8 @@ Json Documents::content_of(const StateTopic& topic) const {
       return line(*record_, topic.line);
     case Kind::Stores:
       return stores();
+    case Kind::Alerts:
+      return alerts(*record_);
     case Kind::Change:
       return change();
     case Kind::Section:
@@ -195,7 +218,8 @@ std::vector<size_t> Documents::look(unsigned causes, uint64_t generation, int64_
 std::vector<size_t> Documents::look_at_change(int64_t now) {
   std::vector<size_t> changed;
   for (size_t i = 0; i < topics_.size(); ++i) {
-    if (topics_[i].kind == Kind::Change && is_new(i, now)) changed.push_back(i);
+    const bool tells_of_it = topics_[i].kind == Kind::Change || topics_[i].kind == Kind::Alerts;
+    if (tells_of_it && is_new(i, now)) changed.push_back(i);
   }
   return changed;
 }

@@ -22,6 +22,7 @@ const StateTopic kTopics[] = {
     {"line/1", Kind::Line, kConfig | kLines, 1},
     {"line/2", Kind::Line, kConfig | kLines, 2},
     {"stores", Kind::Stores, kStores},
+    {"alerts", Kind::Alerts, CAPI_TOPIC_ALL},
     {"change", Kind::Change, 0},
 };
 

@@ -9,7 +9,7 @@
 
 namespace tools::mqtt {
 
-enum class Kind { About, Device, Sim, Line, Stores, Change, Section };
+enum class Kind { About, Device, Sim, Line, Stores, Alerts, Change, Section };
 
 // A topic whose document is retained.
 struct StateTopic {

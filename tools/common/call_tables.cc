@@ -2,7 +2,10 @@
 // SPDX-License-Identifier: MIT
 #include "call_tables.h"
 
+#include <algorithm>
+#include <cstring>
 #include <map>
+#include <memory>
 
 namespace tools {
 namespace {
@@ -73,6 +76,22 @@ Calls read_calls(const Filter& filter) {
   if (capi_voip_call_log_dump(0, take_call, &calls) != 0) {
     throw Failure("the call log cannot be read. What is wrong with it: capictl calls check");
   }
+  return meant_calls(std::move(calls), filter);
+}
+
+Calls calls_of(const std::string& content) {
+  const auto image = std::make_unique<capi_call_log_image>();
+  memcpy(image.get(), content.data(), std::min(content.size(), sizeof *image));
+  Calls calls;
+  for (unsigned node = image->header.used.tail;
+       node < CAPI_CALL_LOG_NODES && calls.size() < CAPI_CALL_LOG_NODES;
+       node = calls.back().all_prev) {
+    calls.push_back(image->node[node]);
+  }
+  return calls;
+}
+
+Calls meant_calls(Calls calls, const Filter& filter) {
   const Matcher is_meant(filter);
   std::erase_if(calls, [&](const capi_call_log_record& call) {
     return !is_meant({.time = call.calltimestart,

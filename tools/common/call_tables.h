@@ -35,4 +35,8 @@ std::string call_csv_row(const capi_call_log_record& call);
 // Those that are meant, the newest first. Throws a Failure.
 Calls read_calls(const Filter& filter = {});
 
+// The same of a call log's file that is known already, and sound.
+Calls calls_of(const std::string& content);
+Calls meant_calls(Calls calls, const Filter& filter);
+
 }  // namespace tools

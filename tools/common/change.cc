@@ -160,6 +160,15 @@ Table kept_table(const pending::Outcome& outcome) {
   return table;
 }
 
+// named_change(), which has to be of this owner unless that is empty. Needs the lock.
+pending::Change own_change(const std::string& id, const std::string& owner) {
+  pending::Change change = named_change(id);
+  if (owner.empty() || change.owner == owner) return change;
+  throw Failure("the change " + change.id + " is one of " + change.owner +
+                    ", who alone may keep it or take it back here",
+                {kRefused, change.id});
+}
+
 void add_values(pending::Change& change, const std::vector<Setting>& settings,
                 const std::vector<Setting>& before) {
   for (size_t i = 0; i < settings.size(); ++i) {
@@ -300,9 +309,14 @@ void Turn::begin(const std::vector<Setting>& settings, const std::vector<Setting
 
 void Turn::forget() const { former_.id.empty() ? pending::remove() : pending::save(former_); }
 
-pending::Outcome confirm_change(const std::string& id) {
+void refuse_while_busy() {
+  if (!pending::is_locked()) return;
+  throw Failure("somebody changes the configuration at this moment; try again", {kTimedOut});
+}
+
+pending::Outcome confirm_change(const std::string& id, const std::string& owner) {
   const ChangeLock lock;
-  const pending::Change change = named_change(id);
+  const pending::Change change = own_change(id, owner);
   if (pending::remaining_ms(change, pending::now()) == 0) {
     throw Failure("the confirmation of " + change.id + " comes too late: it goes back", {kRefused});
   }
@@ -314,9 +328,9 @@ pending::Outcome confirm_change(const std::string& id) {
   return outcome;
 }
 
-pending::Outcome cancel_change(const std::string& id) {
+pending::Outcome cancel_change(const std::string& id, const std::string& owner) {
   const ChangeLock lock;
-  return take_back(named_change(id), "cancelled");
+  return take_back(own_change(id, owner), "cancelled");
 }
 
 std::vector<Table> outcome_tables(const pending::Outcome& outcome) {

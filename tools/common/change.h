@@ -71,10 +71,14 @@ pending::Change named_change(const std::string& id);
 // The whole seconds that are left to confirm it, rounded up.
 std::string seconds_left(const pending::Change& change);
 
-// Keeps, or takes back, the change that waits, which has to be of this id unless that is empty.
-// Going back needs an Attachment. Throws a Failure.
-pending::Outcome confirm_change(const std::string& id);
-pending::Outcome cancel_change(const std::string& id);
+// Keeps, or takes back, the change that waits, which has to be of this id and of this owner unless
+// they are empty. Going back needs an Attachment. Throws a Failure.
+pending::Outcome confirm_change(const std::string& id, const std::string& owner = "");
+pending::Outcome cancel_change(const std::string& id, const std::string& owner = "");
+
+// Throws a Failure while somebody makes, keeps or takes back a change, for whom the calls above and
+// a Turn would wait however long that takes.
+void refuse_while_busy();
 
 // The change that waits, with its values; or what became of the last one, with the keys that
 // somebody else had changed. Throws a Failure.

@@ -92,22 +92,24 @@ std::optional<Holder> holder_of(unsigned lock) {
   return Holder{lock, pid, process_name(pid)};
 }
 
-bool await_lock(unsigned lock, Patience patience) {
-  constexpr int64_t kTold = 1000;
-  constexpr int64_t kLong = 3000;
+bool await_lock(unsigned lock, int patience_ms) {
   const int64_t begin = now_ms();
-  bool is_told = false;
-  while (const std::optional<Holder> holder = holder_of(lock)) {
-    const int64_t waited = now_ms() - begin;
-    if (waited >= kTold && !is_told) {
-      fprintf(stderr, "%s: waited for a second: %s\n", program_invocation_short_name,
-              printable(holder->text()).c_str());
-      is_told = true;
-    }
-    if (waited >= (patience == Patience::Short ? kTold : kLong)) return false;
+  while (holder_of(lock)) {
+    if (now_ms() - begin >= patience_ms) return false;
     pause_a_little();
   }
   return true;
+}
+
+bool await_lock(unsigned lock, Patience patience) {
+  constexpr int kTold = 1000;
+  constexpr int kLong = 3000;
+  if (await_lock(lock, kTold)) return true;
+  const std::optional<Holder> holder = holder_of(lock);
+  if (!holder) return true;
+  fprintf(stderr, "%s: waited for a second: %s\n", program_invocation_short_name,
+          printable(holder->text()).c_str());
+  return patience == Patience::Long && await_lock(lock, kLong - kTold);
 }
 
 void need_lock(unsigned lock) {

@@ -30,6 +30,9 @@ enum class Patience {
 };
 bool await_lock(unsigned lock, Patience patience);
 
+// The same for so many milliseconds, without a word.
+bool await_lock(unsigned lock, int patience_ms);
+
 // The same; throws a Failure when it gives up.
 void need_lock(unsigned lock);
 [[noreturn]] void throw_held(unsigned lock);

@@ -22,21 +22,25 @@ struct Walk {
   std::vector<Message> messages = {};
 };
 
-int take_message(const capi_sms_record* record, void* user) {
-  Walk& walk = *static_cast<Walk*>(user);
-  const std::string text = body_of(*record);
-  const std::string number = text_of(record->RemoteNumber);
-  if (!walk.is_meant({.time = record->BeginTime,
-                      .number = number,
-                      .is_read = record->bRead != 0,
-                      .text = text})) {
-    return 0;
+void take(const StoredMessage& message, Walk& walk) {
+  if (!walk.is_meant({.time = message.stored_at,
+                      .number = message.remote,
+                      .is_read = message.is_read,
+                      .text = message.text})) {
+    return;
   }
   walk.messages.push_back(
-      {record->id,
-       {std::to_string(record->id), std::to_string(record->bRead), std::to_string(record->status),
-        time_or_number(record->BeginTime), text_of(record->LocalNumber), number,
-        std::to_string(record->TextType), text}});
+      {message.id,
+       {std::to_string(message.id), message.is_read ? "1" : "0", std::to_string(message.status),
+        time_or_number(message.stored_at), message.local, message.remote,
+        std::to_string(message.text_type), message.text}});
+}
+
+int take_message(const capi_sms_record* record, void* user) {
+  take({record->id, record->status, record->bRead != 0, record->BeginTime,
+        text_of(record->LocalNumber), text_of(record->RemoteNumber), record->TextType,
+        body_of(*record)},
+       *static_cast<Walk*>(user));
   return 0;
 }
 
@@ -58,6 +62,14 @@ std::vector<Message> read_messages(const std::string& box, const Filter& filter)
         "the messages cannot be read. If their file was damaged, there is an empty one now, and a "
         "copy whose name ends in .err");
   }
+  std::ranges::reverse(walk.messages);
+  return std::move(walk.messages);
+}
+
+std::vector<Message> meant_messages(const std::vector<StoredMessage>& stored,
+                                    const Filter& filter) {
+  Walk walk{Matcher(filter)};
+  for (const StoredMessage& message : stored) take(message, walk);
   std::ranges::reverse(walk.messages);
   return std::move(walk.messages);
 }
@@ -122,7 +134,7 @@ void delete_message(const std::string& box, uint64_t id) {
   }
 }
 
-Table message_table(const std::string& box, const Filter& filter, const Order& order) {
+Table message_table(std::vector<Message> messages, const Order& order) {
   Table table("messages", {{"id", Type::Number},
                            {"read", Type::Flag},
                            {"status", Type::Number},
@@ -131,10 +143,13 @@ Table message_table(const std::string& box, const Filter& filter, const Order& o
                            {"remote"},
                            {"type", Type::Number, "text_type"},
                            {.title = "text", .is_long = true}});
-  std::vector<Message> messages = read_messages(box, filter);
   order.apply(messages);
   for (Message& message : messages) table.add(std::move(message.cells));
   return table;
+}
+
+Table message_table(const std::string& box, const Filter& filter, const Order& order) {
+  return message_table(read_messages(box, filter), order);
 }
 
 }  // namespace tools

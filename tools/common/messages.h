@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "filter.h"
+#include "sms_check.h"
 #include "table.h"
 
 namespace tools {
@@ -27,6 +28,9 @@ struct Message {
 // Those of a box that are meant, the newest first. Throws a Failure.
 std::vector<Message> read_messages(const std::string& box, const Filter& filter);
 
+// The same for those of a file that is known already, the oldest first.
+std::vector<Message> meant_messages(const std::vector<StoredMessage>& stored, const Filter& filter);
+
 // One of them. Throws a Failure where there is none.
 std::unique_ptr<capi_sms_record> read_message(const std::string& box, uint64_t id);
 
@@ -40,6 +44,8 @@ void refuse_wrong_number(const std::string& number);
 void send_message(const std::string& number, uint32_t type, const std::string& text);
 void mark_message_read(const std::string& box, uint64_t id);
 void delete_message(const std::string& box, uint64_t id);
+
+Table message_table(std::vector<Message> messages, const Order& order);
 
 // The messages of a box that are meant. Throws a Failure.
 Table message_table(const std::string& box, const Filter& filter, const Order& order);

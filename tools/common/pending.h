@@ -126,6 +126,9 @@ int save(const Change& change);
 int finish(const Outcome& outcome);
 int remove();
 
+// Whether somebody holds the lock on the changes.
+bool is_locked();
+
 // Whether a watcher lives, which sees to the change that waits.
 bool is_watched();
 

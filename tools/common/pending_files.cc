@@ -38,6 +38,11 @@ int open_lock(const char* path, bool makes_file) {
   return open(path, O_RDWR | O_CLOEXEC | O_NOFOLLOW | (makes_file ? O_CREAT : 0), 0600);
 }
 
+bool is_held(const char* path) {
+  const Descriptor file(open_lock(path, false));
+  return file.is_open() && flock(file.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+}
+
 bool take(int fd, int operation) {
   while (flock(fd, operation) != 0) {
     if (errno != EINTR) return false;
@@ -103,10 +108,9 @@ int remove() {
   return files::sync_directory_of(kFile);
 }
 
-bool is_watched() {
-  const Descriptor file(open_lock(kWatcherFile, false));
-  return file.is_open() && flock(file.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
-}
+bool is_locked() { return is_held(kLockFile); }
+
+bool is_watched() { return is_held(kWatcherFile); }
 
 bool is_left() { return access(kFile, R_OK | W_OK) == 0 && !is_watched(); }
 

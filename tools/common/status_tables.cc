@@ -31,9 +31,10 @@ std::string phone_status(const cfg_shared_record& record, int line) {
 }
 
 // With its texts, which only a library that is attached fills in.
-capi_line_reg_stat registration(const cfg_shared_record& record, int line, int stack) {
+capi_line_reg_stat registration(const cfg_shared_record& record, int line, int stack, Texts texts) {
   capi_line_reg_stat stat{};
-  if (capi_live_get_line_reg_stat(line, &stat, stack) == 0) return stat;
+  if (texts == Texts::FromLibrary && capi_live_get_line_reg_stat(line, &stat, stack) == 0)
+    return stat;
   stat = record.reg_stat[stack][line];
   strcpy(stat.status_text, stat.registered != 0 ? "Registered" : "Unregistered");
   return stat;
@@ -54,47 +55,6 @@ std::string firmware() {
   std::string version = text;
   return version.erase(version.find_last_not_of("\r\n") + 1);
 }
-
-}  // namespace
-
-Table adapter_table() {
-  capi_presence presence{};
-  capi_get_presence(&presence);
-  Table table = Table::of_facts("adapter");
-  table.add({"state", presence.state == CAPI_PRESENCE_PUBLISHED ? "published" : "not published"});
-  table.add_fact({"since", Type::Time}, time_text(presence.published_at));
-  table.add_fact({"generation", Type::Number}, std::to_string(presence.generation));
-  table.add_fact({"replaced", Type::Number}, std::to_string(presence.replaced));
-  return table;
-}
-
-Table device_table(const cfg_shared_record& record) {
-  Table table = Table::of_facts("device");
-  table.add({"model", text_from(capi_get_hardware_info, CAPI_HW_MODEL_NAME)});
-  table.add({"hardware", text_from(capi_get_hardware_info, CAPI_HW_VERSION)});
-  table.add({"serial number", text_from(capi_get_hardware_info, CAPI_HW_SERIAL)});
-  table.add({"firmware", firmware()});
-  table.add({"IMEI", text_from(capi_get_hardware_info, CAPI_HW_IMEI)});
-  table.add({"WAN MAC", text_from(capi_get_hardware_info, CAPI_HW_WAN_MAC)});
-  table.add({"WAN address", text_of(record.wan_ip)});
-  table.add({"data directory", text_of(record.directory[1])});
-  return table;
-}
-
-Table sim_table() {
-  Table table = Table::of_facts("sim");
-  table.add({"ICCID", text_from(capi_get_simcard_info, CAPI_SIM_ICCID)});
-  table.add({"IMSI", text_from(capi_get_simcard_info, CAPI_SIM_IMSI)});
-  table.add({"number", text_from(capi_get_simcard_info, CAPI_SIM_MSISDN)});
-  capi_carrier_info carrier{};
-  const bool is_known = capi_get_carrier_info(nullptr, nullptr, &carrier) == 0;
-  table.add_fact({"carrier", Type::Number}, is_known ? std::to_string(carrier.id) : "unknown");
-  table.add({"carrier file", is_known ? carrier.file : ""});
-  table.add_fact({"may be used", Type::Flag}, capi_check_simcard() == 0 ? "yes" : "no");
-  return table;
-}
-
-namespace {
 
 // What the record tells without the library, while lock 0 is held.
 std::vector<Table> tables_of(const cfg_shared_record& record) {
@@ -137,7 +97,7 @@ Table line_table(const cfg_shared_record& record, int line) {
   return table;
 }
 
-Table registration_table(const cfg_shared_record& record, int line) {
+Table registration_table(const cfg_shared_record& record, int line, Texts texts) {
   Table table("registrations", {{"line", Type::Number},
                                 {"stack", Type::Number},
                                 {"type"},
@@ -148,13 +108,50 @@ Table registration_table(const cfg_shared_record& record, int line) {
   for (int i = 0; i < CAPI_SIP_LINES; ++i) {
     for (int stack = 0; stack < CAPI_VOICE_STACKS; ++stack) {
       if (!wants(line, i) || !was_published(record.reg_stat[stack][i])) continue;
-      const capi_line_reg_stat stat = registration(record, i, stack);
+      const capi_line_reg_stat stat = registration(record, i, stack, texts);
       table.add({std::to_string(i + 1), std::to_string(stack + 1),
                  text_of(record.voice_stack[stack].type), text_of(stat.status_text),
                  time_text(stat.registered != 0 ? stat.reg_time : stat.unreg_time),
                  text_of(stat.reason_text), text_of(stat.detail_text)});
     }
   }
+  return table;
+}
+
+Table adapter_table() {
+  capi_presence presence{};
+  capi_get_presence(&presence);
+  Table table = Table::of_facts("adapter");
+  table.add({"state", presence.state == CAPI_PRESENCE_PUBLISHED ? "published" : "not published"});
+  table.add_fact({"since", Type::Time}, time_text(presence.published_at));
+  table.add_fact({"generation", Type::Number}, std::to_string(presence.generation));
+  table.add_fact({"replaced", Type::Number}, std::to_string(presence.replaced));
+  return table;
+}
+
+Table device_table(const cfg_shared_record& record) {
+  Table table = Table::of_facts("device");
+  table.add({"model", text_from(capi_get_hardware_info, CAPI_HW_MODEL_NAME)});
+  table.add({"hardware", text_from(capi_get_hardware_info, CAPI_HW_VERSION)});
+  table.add({"serial number", text_from(capi_get_hardware_info, CAPI_HW_SERIAL)});
+  table.add({"firmware", firmware()});
+  table.add({"IMEI", text_from(capi_get_hardware_info, CAPI_HW_IMEI)});
+  table.add({"WAN MAC", text_from(capi_get_hardware_info, CAPI_HW_WAN_MAC)});
+  table.add({"WAN address", text_of(record.wan_ip)});
+  table.add({"data directory", text_of(record.directory[1])});
+  return table;
+}
+
+Table sim_table() {
+  Table table = Table::of_facts("sim");
+  table.add({"ICCID", text_from(capi_get_simcard_info, CAPI_SIM_ICCID)});
+  table.add({"IMSI", text_from(capi_get_simcard_info, CAPI_SIM_IMSI)});
+  table.add({"number", text_from(capi_get_simcard_info, CAPI_SIM_MSISDN)});
+  capi_carrier_info carrier{};
+  const bool is_known = capi_get_carrier_info(nullptr, nullptr, &carrier) == 0;
+  table.add_fact({"carrier", Type::Number}, is_known ? std::to_string(carrier.id) : "unknown");
+  table.add({"carrier file", is_known ? carrier.file : ""});
+  table.add_fact({"may be used", Type::Flag}, capi_check_simcard() == 0 ? "yes" : "no");
   return table;
 }
 

@@ -58,35 +58,24 @@ uint16_t count_calls(const std::string& content, unsigned type) {
   return count;
 }
 
-// The state is that of the lock while somebody has it for long.
-bool look_into(const Store& store, std::string& content, std::string& state) {
-  if (!await_lock(store.lock, Patience::Short)) {
-    state = "locked";
-    return false;
-  }
-  const bool is_there = read_store(store, content);
-  state = is_there ? state_of(store, content) : "cannot be read";
-  return is_there;
-}
-
-void add_calls(Table& table) {
-  std::string content;
-  std::string state;
-  look_into(kCallLog, content, state);
+void add_calls(Table& table, const StoreLook& look) {
   for (unsigned type = 0; type < CAPI_CALL_LOG_TYPES; ++type) {
     table.add({"calls of type " + std::to_string(type),
-               content.size() < sizeof(capi_call_log_header)
+               look.content.size() < sizeof(capi_call_log_header)
                    ? ""
-                   : std::to_string(count_calls(content, type)),
-               state});
+                   : std::to_string(count_calls(look.content, type)),
+               look.state});
   }
 }
 
-void add_messages(Table& table, const Store& store) {
-  std::string content;
-  std::string state;
-  const bool is_there = look_into(store, content, state);
-  table.add({store.name, is_there ? std::to_string(count_messages(content)) : "", state});
+void add_messages(Table& table, const Store& store, const StoreLook& look) {
+  const bool is_there = look.state != "locked" && look.state != "cannot be read";
+  table.add({store.name, is_there ? std::to_string(count_messages(look.content)) : "", look.state});
+}
+
+// The state is that of the lock while somebody has it for long.
+StoreLook look_patiently(const Store& store) {
+  return await_lock(store.lock, Patience::Short) ? look_into(store) : StoreLook();
 }
 
 constexpr char kMessagesReplaced[] =
@@ -109,6 +98,18 @@ const Store kReceivedMessages = {"received messages",     "sm_recv",      "/quor
 const Store kSentMessages = {"sent messages",         "sm_send",      "/quorbleconf/ims_data",
                              CAPI_LOCK_VOICE_SMS,     check_messages, kMessagesReplaced,
                              kMessagesReplacedAtStart};
+
+std::string path_of(const Store& store, const cfg_shared_record& record) {
+  constexpr int kDirectories[] = {4, 1};  // nv, and data where that is not set
+  std::string directory = store.directory;
+  for (const int i : kDirectories) {
+    const std::string known = text_of(record.directory[i]);
+    if (known.empty()) continue;
+    directory = known;
+    break;
+  }
+  return directory + "/" + store.file;
+}
 
 bool read_store(const Store& store, std::string& content) {
   const std::string path = path_of(store);
@@ -138,11 +139,23 @@ void back_up_store(const Store& store, const std::string& to) {
   replace_file(to, content);
 }
 
+StoreLook look_into(const Store& store) {
+  StoreLook look;
+  const bool is_there = read_store(store, look.content);
+  look.state = is_there ? state_of(store, look.content) : "cannot be read";
+  return look;
+}
+
 Table store_table() {
+  return store_table(look_patiently(kCallLog), look_patiently(kReceivedMessages),
+                     look_patiently(kSentMessages));
+}
+
+Table store_table(const StoreLook& calls, const StoreLook& received, const StoreLook& sent) {
   Table table("stores", {{"store"}, {"entries", Type::Number}, {"state"}});
-  add_calls(table);
-  add_messages(table, kReceivedMessages);
-  add_messages(table, kSentMessages);
+  add_calls(table, calls);
+  add_messages(table, kReceivedMessages, received);
+  add_messages(table, kSentMessages, sent);
   return table;
 }
 

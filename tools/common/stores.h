@@ -35,7 +35,21 @@ std::string read_store(const Store& store);
 // this returns. Not by the library's backup, which a shell may go on with in the background.
 void back_up_store(const Store& store, const std::string& to);
 
-// A row for each list of calls and each file of messages.
+// Where a store's file is, by the directories that a record tells.
+std::string path_of(const Store& store, const cfg_shared_record& record);
+
+// What a look at a store's file has found.
+struct StoreLook {
+  std::string state = "locked";  // or "sound", "unsound", "unsound, but in use", "cannot be read"
+  std::string content = {};
+  bool is_readable() const { return state == "sound" || state == "unsound, but in use"; }
+};
+
+// Looks as soon as the store's lock is free.
+StoreLook look_into(const Store& store);
+
+// A row for each list of calls and each file of messages; the first looks itself.
 Table store_table();
+Table store_table(const StoreLook& calls, const StoreLook& received, const StoreLook& sent);
 
 }  // namespace tools

@@ -1,0 +1,115 @@
+# SPDX-FileCopyrightText: The capi authors
+# SPDX-License-Identifier: MIT
+"""Pages show what others change, as it happens, and ask for nothing while nothing changes."""
+
+import time
+
+from browser_case import BrowserCase, main
+
+
+class Live(BrowserCase):
+    def test_a_value_changed_in_one_page_appears_in_the_other(self):
+        other = self.log_in()
+        self.go(other, "/")
+        self.topic_page(self.page, "sip_line_1.display_name")
+        self.page.fill(self.field("sip_line_1.display_name"), "Hall")
+        self.apply(self.page)
+        other.wait_for_text("Hall", "#lines")
+        self.page.click("#pending .primary")
+        self.page.wait_for("!document.querySelector('#pending')")
+        other.wait_for("!document.querySelector('#pending')")
+        self.assertEqual(self.adapter.value("sip_line_1.display_name"), "Hall")
+
+    def test_what_the_tool_changes_appears(self):
+        self.go(self.page, "/")
+        self.adapter.tool("config", "set", "sip_line_2.display_name", "Ground-floor")
+        self.page.wait_for_text("Ground-floor", "#lines")
+
+    def test_a_change_appears_within_a_fifth_of_a_second(self):
+        self.go(self.page, "/")
+        times = []
+        for at in range(9):
+            self.adapter.tool("config", "set", "sip_line_2.display_name", "Before")
+            self.page.wait_for_text("Before", "#lines")
+            # How long the change itself takes is not the page's time: it is there at its end.
+            self.page.evaluate(
+                "window.seen = new Promise((done) => new MutationObserver(() => {"
+                f"if (document.querySelector('#lines').innerText.includes('After-{at}'))"
+                "done(Date.now()); }).observe(document, {subtree: true, childList: true, "
+                "characterData: true})), 0"
+            )
+            self.adapter.tool("config", "set", "sip_line_2.display_name", f"After-{at}")
+            set_at = time.time()
+            times.append(self.page.evaluate("window.seen") - 1000 * set_at)
+        median = sorted(times)[len(times) // 2]
+        print(f"seen {median:.0f} ms after the tool had ended (median)")
+        self.assertLess(median, 200)
+
+    def test_nobody_asks_while_nothing_changes(self):
+        pages = [self.page] + [self.log_in() for _ in range(2)]
+        for page, path in zip(pages, ("/", "/calls", "/messages")):
+            self.go(page, path)
+        before = self.wire.count()
+        # Long enough for whatever would ask every second.
+        self.let_pass(3)
+        self.assertEqual(self.wire.count(), before, self.wire.requests[before:])
+
+    def test_a_call_that_a_process_adds_appears(self):
+        self.go(self.page, "/calls")
+        self.adapter.others("call", 2, 1, "15559990001", 1795340000, "Nina")
+        self.page.wait_for_text("15559990001", "#calls")
+        self.page.wait_for_text("Nina", "#calls")
+
+    def test_a_message_that_arrives_appears(self):
+        self.go(self.page, "/messages")
+        self.adapter.others("message", "+15557770001", "Here I am.")
+        self.page.wait_for_text("+15557770001", "#threads")
+
+    def test_a_line_that_loses_its_server_is_told_of_aloud(self):
+        self.go(self.page, "/")
+        self.page.wait_for_text("Registered", "#lines")
+        self.adapter.others("talk")
+        self.page.wait_for("!document.querySelector('#lines tbody tr').innerText.includes('Registered')")
+        self.assertTrue(
+            self.page.evaluate("document.querySelectorAll('#lines [aria-live=polite]').length > 0")
+        )
+
+    def test_pages_of_a_browser_share_one_stream(self):
+        profile = self.browser.new_profile()
+        pages = [self.log_in(profile)]
+        pages += [self.new_page(profile) for _ in range(7)]
+        others = self.wire.streams()
+        for page in pages:
+            self.go(page, "/")
+        self.assertLessEqual(self.wire.streams() - others, 1)
+        self.adapter.tool("config", "set", "sip_line_1.display_name", "All-of-us")
+        for page in pages:
+            page.wait_for_text("All-of-us", "#lines")
+
+    def test_what_somebody_types_stays_when_something_changes(self):
+        self.go(self.page, "/settings?q=sip_line_1")
+        name = self.field("sip_line_1.display_name")
+        self.page.fill(name, "Half-a-na")
+        self.adapter.tool("config", "set", "sip_line_1.user_name", "15551230009")
+        user = self.field("sip_line_1.user_name")
+        self.page.wait_for(f"document.querySelector('{user}').value === '15551230009'")
+        self.page.type("me")
+        self.assertEqual(self.page.evaluate(f"document.querySelector('{name}').value"), "Half-a-name")
+        self.adapter.tool("config", "set", "sip_line_1.display_name", "Elsewhere")
+        self.page.wait_for_text("Somebody has changed it meanwhile", ".draft")
+        self.assertEqual(self.page.evaluate(f"document.querySelector('{name}').value"), "Half-a-name")
+        self.assertTrue(self.page.evaluate(f"document.activeElement.matches('{name}')"))
+
+    def test_a_page_without_connection_says_so_and_catches_up(self):
+        self.go(self.page, "/")
+        self.wire.cut()
+        self.addCleanup(self.wire.mend)
+        self.page.wait_for_text("Connection lost, trying again", "#connection")
+        self.adapter.tool("config", "set", "sip_line_1.display_name", "Meanwhile")
+        self.wire.mend()
+        self.page.wait_for_text("Meanwhile", "#lines")
+        self.page.wait_for("document.querySelector('#connection').innerText === ''")
+
+
+if __name__ == "__main__":
+    main()

@@ -1,0 +1,45 @@
+// SPDX-FileCopyrightText: The capi authors
+// SPDX-License-Identifier: MIT
+#include "link.h"
+
+#include <cstdio>
+#include <cstring>
+#include <memory>
+
+#include "locks.h"
+
+namespace tools::web {
+namespace {
+
+// Looked at from outside: attaching would make a record where there is none, which is the master's
+// to make.
+bool is_adapter_up() {
+  const auto record = std::make_unique<cfg_shared_record>();
+  return peek_record(*record) && is_started(*record);
+}
+
+}  // namespace
+
+Link::~Link() { capi_watch_close(&watch_); }
+
+bool Link::attach() {
+  if (is_attached() || !is_adapter_up()) return false;
+  if (!await_lock(CAPI_LOCK_CONF_SHM, Patience::Short)) return false;
+  try {
+    adapter_.emplace(log_);
+  } catch (const Failure&) {
+    return false;  // it went away again
+  }
+  if (capi_watch_open(&watch_, CAPI_TOPIC_ALL) != 0) {
+    fprintf(stderr, "capi-web: changes cannot be watched, pages do not follow them: %s\n",
+            strerror(errno));
+  }
+  return true;
+}
+
+unsigned Link::changes() {
+  const int topics = capi_watch_changed(&watch_);
+  return topics > 0 ? static_cast<unsigned>(topics) : 0;
+}
+
+}  // namespace tools::web

@@ -1,0 +1,245 @@
+// SPDX-FileCopyrightText: The capi authors
+// SPDX-License-Identifier: MIT
+// capi-web: the adapter in a browser.
+#include <adapter.h>
+#include <change.h>
+#include <fcntl.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <charconv>
+#include <cstdio>
+#include <cstdlib>
+#include <iostream>
+
+#include "app.h"
+#include "log_ring.h"
+#include "password.h"
+#include "server.h"
+
+namespace tools::web {
+namespace {
+
+constexpr char kDescription[] = "Show and change the state of an LTE phone adapter in a browser";
+constexpr char kFooter[] =
+    "Without a password there is no server: set one first, with capi-web password.\n"
+    "SIGTERM and SIGINT end it.\n"
+    "\n"
+    "Examples:\n"
+    "  capi-web password\n"
+    "  capi-web\n"
+    "  capi-web --listen 192.0.2.7:8080 --host adapter.lan";
+
+struct Options {
+  std::vector<std::string> listen = {"127.0.0.1:8080"};
+  std::vector<std::string> hosts = {};
+  std::string password_file = {};
+  std::string token_file = {};
+  double session_minutes = 30;
+  double timeout_seconds = 3;
+  double comment_seconds = 25;
+  int confirm_seconds = 60;
+  size_t connections = 64;
+  bool verbose = false;
+  bool from_stdin = false;
+};
+
+// systemd hands files to a service, and directories, by such names.
+std::string path_of(const char* variable, const std::string& otherwise, const std::string& name) {
+  const char* const directory = getenv(variable);
+  return std::string(directory == nullptr ? otherwise : directory) + "/" + name;
+}
+
+Listen place_of(const std::string& text) {
+  const size_t colon = text.rfind(':');
+  Listen place{.address = text.substr(0, colon)};
+  const char* const end = text.data() + text.size();
+  const char* const digits = text.data() + std::min(colon, text.size() - 1) + 1;
+  const auto port = std::from_chars(digits, end, place.port);
+  if (colon == std::string::npos || port.ec != std::errc() || port.ptr != end) {
+    throw Failure("--listen: \"" + text + "\" is not ADDRESS:PORT, as 127.0.0.1:8080", {kUsage});
+  }
+  if (place.address.starts_with('[') && place.address.ends_with(']')) {
+    place.address = place.address.substr(1, place.address.size() - 2);
+  }
+  return place;
+}
+
+int ms_of(double seconds) { return static_cast<int>(seconds * 1000); }
+
+// Before we are attached, as going back is.
+void take_back_what_was_left() {
+  if (const auto outcome = go_back_if_left()) {
+    fprintf(stderr, "capi-web: the change %s was not confirmed and has gone back\n",
+            outcome->id.c_str());
+  }
+}
+
+void serve(const Options& options) {
+  read_password_file(options.password_file);
+  take_back_what_was_left();
+  App app{.password_file = options.password_file,
+          .hosts = options.hosts,
+          .sessions = Sessions(ms_of(options.session_minutes * 60)),
+          .tokens = ApiTokens(options.token_file),
+          .confirm_seconds = options.confirm_seconds,
+          .link = Link(options.verbose ? keep_and_print_log : keep_log)};
+  for (std::string& name : app.hosts) CLI::detail::to_lower(name).swap(name);
+  std::vector<Listen> places;
+  for (const std::string& text : options.listen) places.push_back(place_of(text));
+  Server server(app, places,
+                {.connections = options.connections,
+                 .timeout_ms = ms_of(options.timeout_seconds),
+                 .comment_ms = ms_of(options.comment_seconds)});
+  for (const std::string& address : server.addresses())
+    printf("Listening on %s/\n", address.c_str());
+  if (fflush(stdout) != 0) throw Failure("standard output cannot be written");
+  server.run();
+}
+
+// Does not show what is typed, where a terminal is.
+class Silence {
+ public:
+  Silence() : is_terminal_(tcgetattr(STDIN_FILENO, &before_) == 0) {
+    termios silent = before_;
+    silent.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+    if (is_terminal_) tcsetattr(STDIN_FILENO, TCSAFLUSH, &silent);
+  }
+  ~Silence() {
+    if (is_terminal_) tcsetattr(STDIN_FILENO, TCSAFLUSH, &before_);
+  }
+  Silence(const Silence&) = delete;
+  Silence& operator=(const Silence&) = delete;
+  bool is_terminal() const { return is_terminal_; }
+
+ private:
+  termios before_{};
+  bool is_terminal_;
+};
+
+std::string read_line() {
+  std::string line;
+  for (int c = getchar(); c != EOF && c != '\n'; c = getchar()) line += static_cast<char>(c);
+  return line;
+}
+
+std::string ask(const char* question) {
+  fputs(question, stderr);
+  const std::string line = read_line();
+  fputc('\n', stderr);
+  return line;
+}
+
+std::string ask_twice() {
+  const Silence silence;
+  if (!silence.is_terminal()) {
+    throw Failure("this is no terminal; --stdin takes the password from a pipe", {kUsage});
+  }
+  std::string password = ask("New password: ");
+  if (ask("The same again: ") != password) {
+    throw Failure("the two are not the same; nothing was changed", {kRefused});
+  }
+  return password;
+}
+
+void set_password(const Options& options) {
+  const std::string password = options.from_stdin ? read_line() : ask_twice();
+  if (password.size() < kMinPassword || password.size() > kMaxPassword) {
+    throw Failure("a password has " + std::to_string(kMinPassword) + " to " +
+                      std::to_string(kMaxPassword) + " characters; nothing was changed",
+                  {kRefused});
+  }
+  write_password_file(options.password_file, hash_of_password(password));
+}
+
+void add_options(CLI::App& app, Options& options) {
+  app.set_version_flag("--version", CAPI_VERSION, "Print the version and end");
+  app.add_option("--listen", options.listen,
+                 "ADDRESS:PORT to listen on, port 0 for a free one; may come again")
+      ->type_name("ADDRESS:PORT")
+      ->allow_extra_args(false)
+      ->capture_default_str();
+  app.add_option("--host", options.hosts,
+                 "A name by which browsers may call the server, besides localhost and addresses; "
+                 "may come again")
+      ->type_name("NAME")
+      ->allow_extra_args(false);
+  app.add_option("--password-file", options.password_file, "Where the password's hash is kept")
+      ->type_name("FILE")
+      ->capture_default_str();
+  app.add_option("--token-file", options.token_file, "Where the API tokens' hashes are kept")
+      ->type_name("FILE")
+      ->capture_default_str();
+  app.add_option("--session-minutes", options.session_minutes,
+                 "A login ends when it was idle for so long")
+      ->type_name("MINUTES")
+      ->check(CLI::Range(0.001, 30000.0))
+      ->capture_default_str();
+  app.add_option("--confirm-seconds", options.confirm_seconds,
+                 "A change goes back when it is not confirmed within this time")
+      ->type_name("SECONDS")
+      ->check(CLI::Range(1, 86400))
+      ->capture_default_str();
+  app.add_option("--timeout-seconds", options.timeout_seconds,
+                 "A connection is cut when a request takes longer to arrive")
+      ->type_name("SECONDS")
+      ->check(CLI::Range(0.05, 3600.0))
+      ->capture_default_str();
+  app.add_option("--comment-seconds", options.comment_seconds,
+                 "An event stream has a sign of life in this interval")
+      ->type_name("SECONDS")
+      ->check(CLI::Range(0.05, 3600.0))
+      ->capture_default_str();
+  app.add_option("--connections", options.connections, "So many at most at a time")
+      ->type_name("NUMBER")
+      ->check(CLI::Range(1, 1000))
+      ->capture_default_str();
+  app.add_flag("--verbose", options.verbose, "Print the library's log on standard error");
+}
+
+int run(int argc, char** argv) {
+  Options options{.password_file = path_of("CREDENTIALS_DIRECTORY", "/etc/capi", "web.password"),
+                  .token_file = path_of("STATE_DIRECTORY", "/var/lib/capi-web", "tokens")};
+  CLI::App app(kDescription, "capi-web");
+  app.fallthrough();
+  app.require_subcommand(0, 1);
+  app.footer(kFooter);
+  add_options(app, options);
+  CLI::App* const password =
+      app.add_subcommand("password", "Set the password, which is asked for twice");
+  password->add_flag("--stdin", options.from_stdin,
+                     "Take it from the first line of standard input");
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    if (error.get_exit_code() == 0) return app.exit(error);
+    throw Failure(std::string(error.what()) + ". Help: capi-web --help", {kUsage});
+  }
+  *password ? set_password(options) : serve(options);
+  return kDone;
+}
+
+// One that was closed would lend its number to a connection.
+void occupy_standard_streams() {
+  int fd = 0;
+  while (fd >= 0 && fd <= STDERR_FILENO) fd = open("/dev/null", O_RDWR | O_CLOEXEC);
+  if (fd > STDERR_FILENO) close(fd);
+}
+
+}  // namespace
+}  // namespace tools::web
+
+int main(int argc, char** argv) {
+  tools::web::occupy_standard_streams();
+  try {
+    return tools::web::run(argc, argv);
+  } catch (const tools::Failure& failure) {
+    fprintf(stderr, "capi-web: %s\n", failure.what());
+    return failure.why().code;
+  } catch (const std::exception& error) {
+    fprintf(stderr, "capi-web: %s\n", error.what());
+    return tools::kFailed;
+  }
+}
