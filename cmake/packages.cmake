@@ -207,6 +207,14 @@ runs libcapi, for programs in Lua.")
     DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/lua-capi/examples)
 endif()
 
+if(TARGET capi-mqtt)
+  capi_package(mqtt capi-mqtt SECTION net MULTI_ARCH foreign
+    DEPENDS "${library} ${this_version}, ${these_keys}"
+    DESCRIPTION "LTE phone adapter on an MQTT broker
+Publishes the state of an adapter that runs libcapi, and carries out requests
+that come from the broker: for who has many of them.")
+endif()
+
 # A package of another version than its changelog's would be a mistake.
 file(STRINGS cmake/debian/changelog newest LIMIT_COUNT 1)
 if(NOT newest MATCHES "^capi \\(${PROJECT_VERSION}\\) ")
@@ -225,6 +233,12 @@ install(FILES tools/boot/capi-web.service COMPONENT web EXCLUDE_FROM_ALL
 install(FILES tools/boot/capictl.conf COMPONENT tool EXCLUDE_FROM_ALL
   DESTINATION /usr/lib/tmpfiles.d)
 install(DIRECTORY DESTINATION /etc/capi/settings.d COMPONENT tool EXCLUDE_FROM_ALL)
+if(TARGET capi-mqtt)
+  install(FILES tools/capi-mqtt/capi-mqtt.service COMPONENT mqtt EXCLUDE_FROM_ALL
+    DESTINATION /usr/lib/systemd/system)
+  install(FILES tools/capi-mqtt/mqtt.conf COMPONENT mqtt EXCLUDE_FROM_ALL
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/capi-mqtt/examples)
+endif()
 set(device ${CMAKE_CURRENT_SOURCE_DIR}/demo/device)
 install(PROGRAMS ${device}/usr/sbin/vsdk_cmd COMPONENT simulator EXCLUDE_FROM_ALL
   DESTINATION /usr/sbin)

@@ -53,4 +53,15 @@ capi_lock_waiters{lock="CAPI_LOCK_CALL_LOG"} 0
 END
 [ "$(tail -n 1 /tmp/metrics)" = '# EOF' ] || fail 'it does not end with # EOF'
 
+in_case 'Of a bridge to a broker what it has written'
+grep -q capi_mqtt /tmp/metrics && fail 'it tells of one that does not run'
+mkdir -p /run/capi-mqtt
+printf 'connected 1\npublished 42\nanswers_busy 3\nof a newer one 7\n' >/run/capi-mqtt/counters
+"${tool[@]}" metrics >/tmp/metrics || fail "it ends with $?"
+accepted /tmp/metrics
+for sample in 'capi_mqtt_connected 1' 'capi_mqtt_published 42' 'capi_mqtt_answers{status="busy"} 3' \
+              'capi_mqtt_answers{status="ok"} 0'; do
+  grep -qxF "$sample" /tmp/metrics || fail "it lacks: $sample"
+done
+
 finish

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 // capictl export and metrics: all of the adapter for other programs.
 #include <map>
+#include <sstream>
 
 #include "commands.h"
 #include "export_document.h"
@@ -125,12 +126,50 @@ void print_adapter(const Attachment& adapter) {
   print_tables(tables);
 }
 
+// What capi-mqtt has done since it started, as it writes it; nothing where it does not run.
+constexpr char kBridgeFile[] = "/run/capi-mqtt/counters";
+
+struct BridgeRow {
+  const char* name;  // in the file
+  const char* metric;
+  const char* help;
+  const char* status = nullptr;  // of an answer
+};
+constexpr BridgeRow kBridgeRows[] = {
+    {"connected", "mqtt_connected", "Whether the bridge is connected to its broker."},
+    {"connections", "mqtt_connections", "Connections since the bridge started."},
+    {"failures", "mqtt_failures", "Connections that were lost or did not come about."},
+    {"published", "mqtt_published", "Messages that the bridge published."},
+    {"events", "mqtt_events", "Calls and messages among them."},
+    {"answers_ok", "mqtt_answers", "Requests that were answered so.", "ok"},
+    {"answers_refused", "mqtt_answers", "", "refused"},
+    {"answers_failed", "mqtt_answers", "", "failed"},
+    {"answers_expired", "mqtt_answers", "", "expired"},
+    {"answers_busy", "mqtt_answers", "", "busy"},
+};
+
+void print_bridge() {
+  std::string content;
+  if (!read_file(kBridgeFile, content)) return;
+  std::map<std::string, uint64_t> numbers;
+  std::istringstream in(content);
+  std::string name;
+  for (uint64_t number = 0; in >> name >> number;) numbers[name] = number;
+  for (const BridgeRow& row : kBridgeRows) {
+    if (row.help[0] != '\0') print_family(row.metric, row.help);
+    Labels labels;
+    if (row.status != nullptr) labels["status"] = row.status;
+    print_sample(row.metric, labels, numbers[row.name]);
+  }
+}
+
 // That there is no adapter is a measurement, too.
 void print_metrics(Context& context) {
   try {
     const Attachment adapter(context.log_sink(), Need::Record);
     print_up(true);
     print_adapter(adapter);
+    print_bridge();
   } catch (const Failure& failure) {
     if (failure.why().code != kNoAdapter) throw;
     print_up(false);

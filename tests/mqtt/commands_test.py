@@ -1,0 +1,298 @@
+# SPDX-FileCopyrightText: The capi authors
+# SPDX-License-Identifier: MIT
+"""Commands to an adapter through a broker."""
+import json
+import os
+import subprocess
+import uuid
+
+import fleet
+from fleet import TREE, Consumer, capictl, set_values
+
+VSDK = "/usr/sbin/vsdk_cmd"
+
+
+def value(key):
+    return capictl("config", "get", key).strip()
+
+
+def pending():
+    return json.loads(capictl("config", "pending", "--json"))
+
+
+class Commands(fleet.Test):
+    def setUp(self):
+        super().setUp()
+        with open(VSDK, "w", encoding="utf-8") as file:
+            file.write("#!/bin/sh\nprintf '%s\\n' \"$*\" >>/tmp/posted\n")
+        if pending()["change"]["pending"]:
+            capictl("config", "cancel")
+        for path in ("/tmp/posted", "/tmp/vosip.conf.voip"):
+            if os.path.exists(path):
+                os.remove(path)
+        self.broker, self.consumer, self.bridge = self.setup_all()
+
+    def ask(self, command, **members):
+        return self.consumer.ask(command, **members)
+
+    def refused(self, code, command, **members):
+        answer = self.ask(command, **members)
+        self.assertEqual((answer["status"], answer["errors"][0]["code"]), ("refused", code), answer)
+        return answer["errors"][0]
+
+    def test_a_value_is_set_and_answered_once(self):
+        self.consumer.publish("do/set", {"id": "a-1", "set": {"sip_line_1.display_name": "Kitchen",
+                                                             "sip_line_2.enable": "off"}})
+        message = self.consumer.wait_for("done/t")
+        self.assertEqual(message.properties.CorrelationData, b"c")
+        self.assertFalse(message.retained)
+        self.assertEqual({name: message.json[name] for name in ("id", "command", "status")},
+                         {"id": "a-1", "command": "set", "status": "ok"})
+        self.assertEqual(value("sip_line_1.display_name"), "Kitchen")
+        self.assertEqual(value("sip_line_2.enable"), "0")
+        told = self.consumer.wait_for("config/sip_line_1").json
+        self.assertEqual(told["generation"], message.json["generation"])
+        self.ask("refresh")
+        self.assertEqual(len([one for one in self.consumer.of("done/t")]), 2)
+
+    def test_all_or_nothing(self):
+        set_values("sip_line_1.display_name", "Before")
+        error = self.refused("refused", "set", set={"sip_line_1.display_name": "After",
+                                                    "sip_line_2.enable": 7})
+        self.assertEqual(error["key"], "sip_line_2.enable")
+        self.assertEqual(error["allowed"], "0 (off) or 1 (on)")
+        error = self.refused("not_found", "set", set={"sip_line_1.display_name": "After",
+                                                      "sip_line_1.colour": 7})
+        self.assertIn("sip_line_1.colour", error["message"])
+        self.refused("refused", "set", set={"sip_line_1.display_name": 7})
+        self.refused("refused", "load", document={"sip_line_1": {"display_name": "After"},
+                                                  "sip_line_2": {"enable": 7}})
+        self.refused("not_found", "reset", keys=["sip_line_1.display_name", "sip_line_9"])
+        self.assertEqual(value("sip_line_1.display_name"), "Before")
+
+    def test_a_document_is_loaded_and_a_section_reset(self):
+        answer = self.ask("load", document={"sip_line_1": {"display_name": "Loft", "enable": 1},
+                                            "sms": {"sca": "+49123"}})
+        self.assertEqual(answer["status"], "ok")
+        self.assertEqual((value("sip_line_1.display_name"), value("sms.sca")), ("Loft", "+49123"))
+        self.assertEqual(self.ask("reset", keys=["sip_line_1", "sms.sca"])["status"], "ok")
+        self.assertEqual((value("sip_line_1.display_name"), value("sms.sca")), ("", ""))
+
+    def test_apply_writes_the_files_and_posts_the_signal(self):
+        answer = self.ask("set", set={"sip_line_1.display_name": "Porch"}, apply=True)
+        self.assertEqual(answer["status"], "ok")
+        with open("/tmp/vosip.conf.voip", encoding="utf-8") as file:
+            self.assertIn("displayname=Porch\n", file.read())
+        with open("/tmp/posted", encoding="utf-8") as file:
+            self.assertEqual(file.read(), "signal simple vop_sig_cfg_changed_info\n")
+
+    def test_what_cannot_be_applied_is_told(self):
+        os.mkdir("/tmp/vosip.conf.voip")
+        self.addCleanup(os.rmdir, "/tmp/vosip.conf.voip")
+        answer = self.ask("set", set={"sip_line_1.display_name": "Cellar"}, apply=True)
+        self.assertEqual((answer["status"], answer["errors"][0]["code"]), ("failed", "failed"))
+        self.assertIn("the values are set", answer["errors"][0]["message"])
+
+    def test_stack_files_and_signals(self):
+        self.assertEqual(self.ask("stack-file", types=["voip"])["status"], "ok")
+        self.assertTrue(os.path.exists("/tmp/vosip.conf.voip"))
+        self.refused("refused", "stack-file", types=["voip", "vo"])
+        answer = self.ask("signal", name="vop_sig_vsdk_service_control", params=["restart"])
+        self.assertEqual(answer["status"], "ok")
+        with open("/tmp/posted", encoding="utf-8") as file:
+            self.assertIn("restart", file.read())
+
+    def test_no_text_reaches_a_shell(self):
+        for name, params in (("vop_sig_timer_expired; touch /tmp/owned", []),
+                             ("$(touch /tmp/owned)", []),
+                             ("vop_sig_timer_expired", ["'; touch /tmp/owned; '"]),
+                             ("vop_sig_timer_expired", ["a\nb"]),
+                             ("vop_sig_no_such", [])):
+            self.refused("refused", "signal", name=name, params=params)
+        self.assertEqual(self.ask("signal", name="vop_sig_timer_expired",
+                                  params=["$(touch /tmp/owned)`touch /tmp/owned`"])["status"], "ok")
+        set_values("sip_line_1.display_name", "plain")
+        self.ask("set", set={"sip_line_1.display_name": "$(touch /tmp/owned)"}, apply=True)
+        self.assertFalse(os.path.exists("/tmp/owned"))
+
+    def test_if_generation_lets_a_late_request_do_nothing(self):
+        generation = self.ask("set", set={"sms.sca": "+1"})["generation"]
+        answer = self.ask("set", set={"sms.sca": "+2"}, if_generation=generation)
+        self.assertEqual(answer["status"], "ok")
+        self.assertGreater(answer["generation"], generation)
+        self.refused("generation", "set", set={"sms.sca": "+3"}, if_generation=generation)
+        set_values("sms.sca", "+4")
+        self.refused("generation", "set", set={"sms.sca": "+3"},
+                     if_generation=answer["generation"])
+        self.assertEqual(value("sms.sca"), "+4")
+
+    def test_an_expired_request_is_not_carried_out(self):
+        set_values("sms.sca", "+1")
+        answer = self.ask("set", set={"sms.sca": "+2"}, expires="2026-01-01T00:00:00Z")
+        self.assertEqual((answer["status"], answer["errors"][0]["code"]), ("expired", "expired"))
+        answer = self.ask("set", set={"sms.sca": "+3"}, expires="2099-01-01T00:00:00Z")
+        self.assertEqual(answer["status"], "ok")
+        self.assertEqual(value("sms.sca"), "+3")
+
+    def test_what_nobody_confirms_goes_back(self):
+        set_values("sip_line_1.display_name", "Hall")
+        answer = self.ask("set", set={"sip_line_1.display_name": "Den"}, confirm_within=1)
+        self.assertEqual(answer["status"], "ok")
+        self.assertRegex(answer["pending"]["id"], "^[0-9a-f]{8}$")
+        end = self.consumer.wait_for("change", lambda json: json["change"].get("outcome")).json
+        self.assertEqual(end["change"]["outcome"], "reverted")
+        self.assertEqual(value("sip_line_1.display_name"), "Hall")
+
+    def test_it_goes_back_though_the_bridge_was_killed(self):
+        set_values("sip_line_1.display_name", "Hall")
+        self.ask("set", set={"sip_line_1.display_name": "Den"}, confirm_within=2)
+        self.bridge.kill()
+        subprocess.run(["flock", "/var/lib/capi/watcher", "true"], check=True,
+                       timeout=fleet.PATIENCE)
+        self.assertEqual(value("sip_line_1.display_name"), "Hall")
+
+    def test_a_change_is_confirmed_or_cancelled(self):
+        answer = self.ask("set", set={"sip_line_1.display_name": "Den"}, confirm_within=600)
+        another = self.ask("set", set={"sms.sca": "+7"})
+        self.assertEqual((another["status"], another["errors"][0]["code"]), ("busy", "busy"))
+        self.refused("not_found", "confirm", pending="12345678")
+        self.assertEqual(self.ask("confirm", pending=answer["pending"]["id"])["status"], "ok")
+        self.assertEqual(pending()["change"]["outcome"], "confirmed")
+        self.assertEqual(value("sip_line_1.display_name"), "Den")
+        answer = self.ask("reset", keys=["sip_line_1"], confirm_within=600)
+        self.assertEqual(value("sip_line_1.display_name"), "")
+        self.assertEqual(self.ask("cancel", pending=answer["pending"]["id"])["status"], "ok")
+        self.assertEqual(value("sip_line_1.display_name"), "Den")
+
+    def test_a_change_of_somebody_else_is_respected(self):
+        made = capictl("config", "set", "sms.sca", "+1", "--confirm-within", "600").strip()
+        for members in ({}, {"confirm_within": 60}):
+            answer = self.ask("set", set={"sip_line_2.display_name": "x"}, **members)
+            self.assertEqual(answer["status"], "busy")
+            self.assertIn(made, answer["errors"][0]["message"])
+        capictl("config", "cancel")
+
+    def test_refresh_says_everything_again(self):
+        count = len(self.consumer.seen)
+        self.ask("refresh")
+        for topic in ("about", "device", "config/voice_switch"):
+            self.consumer.wait_for(topic)
+        again = {message.topic for message in self.consumer.seen[count:]}
+        first = {message.topic for message in self.consumer.seen[:count]} - {TREE + "online"}
+        while not first <= again:
+            again.add(self.consumer.wait_for("config/slic_parameter").topic)
+            again = {message.topic for message in self.consumer.seen[count:]}
+
+    def test_a_retained_request_is_refused(self):
+        set_values("sms.sca", "+1")
+        self.consumer.publish("do/set", {"id": "r-1", "set": {"sms.sca": "+2"}}, retain=True)
+        answer = self.consumer.wait_for("done/t", lambda json: json["id"] == "r-1").json
+        self.assertEqual((answer["status"], answer["errors"][0]["code"]), ("refused", "retained"))
+        self.bridge.stop()
+        self.bridge.start()
+        self.consumer.wait_for_birth()
+        self.ask("refresh")
+        self.assertEqual(value("sms.sca"), "+1")
+        self.consumer.publish("do/set", "", retain=True)
+        self.assertEqual(len([one for one in self.consumer.of("done/t") if one.json["id"] == "r-1"]), 1)
+
+    def test_hostile_payloads_get_an_error_each(self):
+        hostile = [b"", b"\x00", b"{", b"null", b"[]", b"\xff\xfe", b'{"id":"\xc0\xaf"}',
+                   b'{"id":"x","set":{"sms.sca":"\\u0000"}}', b"[" * 60000, b'{"id":' + b'"' * 1000,
+                   b'{"id":"x","id":"y","set":{"sms.sca":"1"}}', b'{"id":"x","set":{"sms.sca":1e999}}',
+                   b'{"id":"x","set":{"' + b"a" * 60000 + b'":1}}', b" " * 65537, b"{}" + b" " * 100000,
+                   b'{"id":"x","set":' + b'{"a":' * 12 + b"1" + b"}" * 12 + b"}"]
+        for number, payload in enumerate(hostile):
+            self.consumer.publish("do/set", payload, correlation=str(number).encode())
+        answered = set()
+        while len(answered) < len(hostile):
+            message = self.consumer.wait_for("done/t")
+            self.assertEqual(message.json["status"], "refused")
+            self.assertTrue(message.json["errors"][0]["message"])
+            answered.add(message.properties.CorrelationData)
+        for topic in ("do", "do/", "do/set/x", "do/reboot", "do/" + "x" * 1000):
+            self.consumer.publish(topic, {"id": "u"})
+        for _ in range(4):
+            answer = self.consumer.wait_for("done/t", lambda json: json["id"] == "u").json
+            self.assertEqual(answer["errors"][0]["code"], "unknown_command")
+        self.assertEqual(self.ask("refresh")["status"], "ok")
+
+    def test_a_message_beyond_all_limits_is_kept_back_by_the_broker(self):
+        self.consumer.publish("do/set", b"x" * 200000)
+        self.assertEqual(self.ask("refresh")["status"], "ok")
+
+    def test_an_answer_goes_to_no_topic_of_others(self):
+        everything = self.until_end(Consumer(self.broker, "#"))
+        for number, topic in enumerate((TREE + "online", TREE + "do/set", "elsewhere", "capi/1/b/online")):
+            self.consumer.publish("do/refresh", {"id": f"w-{number}"}, response=topic)
+            self.consumer.wait_for("done", lambda json: json["id"] == f"w-{number}")
+        self.consumer.publish("do/refresh", {"id": "w-9"}, response=None)
+        self.consumer.wait_for("done", lambda json: json["id"] == "w-9")
+        self.consumer.publish("do/refresh", {"id": "w-10"}, response="capi/1/boss/done/1")
+        while True:
+            message = everything._messages.get(timeout=fleet.PATIENCE)
+            self.assertNotIn(message.topic, ("elsewhere", "capi/1/b/online"))
+            if message.topic == "capi/1/boss/done/1":
+                break
+
+    # --- at most once ---
+
+    def test_a_repeated_request_gets_its_answer_and_does_nothing(self):
+        request = {"id": uuid.uuid4().hex, "set": {"sms.sca": "+1"}}
+        self.consumer.publish("do/set", request)
+        first = self.consumer.wait_for("done/t", lambda json: json["id"] == request["id"])
+        set_values("sms.sca", "+2")
+        self.consumer.publish("do/set", request, response=TREE + "done/u", correlation=b"again")
+        second = self.consumer.wait_for("done/u")
+        self.assertEqual(second.text, first.text)
+        self.assertEqual(second.properties.CorrelationData, b"again")
+        self.assertEqual(value("sms.sca"), "+2")
+        self.bridge.kill()
+        self.bridge.start()
+        self.consumer.wait_for_birth()
+        self.consumer.publish("do/set", request, response=TREE + "done/v")
+        self.assertEqual(self.consumer.wait_for("done/v").text, first.text)
+        self.assertEqual(value("sms.sca"), "+2")
+
+    def test_what_a_kill_interrupts_is_not_done_twice(self):
+        os.mkfifo("/tmp/gate")
+        self.addCleanup(os.remove, "/tmp/gate")
+        with open(VSDK, "w", encoding="utf-8") as file:
+            file.write("#!/bin/sh\necho >>/tmp/posted\nread line </tmp/gate\n")
+        request = {"id": uuid.uuid4().hex, "name": "vop_sig_timer_expired"}
+        self.consumer.publish("do/signal", request)
+        gate = os.open("/tmp/gate", os.O_WRONLY)  # once the tool runs
+        self.bridge.kill()
+        os.close(gate)
+        self.bridge.start()
+        answer = self.consumer.wait_for("done/t", lambda json: json["id"] == request["id"]).json
+        self.assertEqual((answer["status"], answer["errors"][0]["code"]),
+                         ("failed", "unknown_outcome"))
+        self.consumer.wait_for_birth()
+        self.consumer.publish("do/signal", request)
+        again = self.consumer.wait_for("done/t", lambda json: json["id"] == request["id"]).json
+        self.assertEqual(again, answer)
+        self.assertEqual(os.path.getsize("/tmp/posted"), 1)
+
+    def test_nothing_is_done_that_cannot_be_remembered(self):
+        self.bridge.stop()
+        os.makedirs("/tmp/small", exist_ok=True)
+        subprocess.run(["mount", "-t", "tmpfs", "-o", "size=64k", "tmpfs", "/tmp/small"], check=True)
+        self.addCleanup(subprocess.run, ["umount", "-l", "/tmp/small"], check=True)
+        self.until_end(fleet.Bridge(self.broker, state="/tmp/small/state"))
+        self.consumer.wait_for_birth()
+        with open("/tmp/small/filler", "wb", buffering=0) as file:
+            with self.assertRaises(OSError):
+                while file.write(b"x" * 512):
+                    pass
+        # There is room in what the file has already.
+        number = 0
+        while (answer := self.ask("set", set={"sms.sca": f"+{number}"}))["status"] == "ok":
+            number += 1
+            self.assertLess(number, 100)
+        self.assertIn("No space left on device", answer["errors"][0]["message"])
+        self.assertEqual(value("sms.sca"), f"+{number - 1}")
+
+
+if __name__ == "__main__":
+    fleet.main()

@@ -1,0 +1,306 @@
+# SPDX-FileCopyrightText: The capi authors
+# SPDX-License-Identifier: MIT
+"""What the tests of the bridge share: an adapter, a real broker, and somebody who listens to it.
+
+Nothing here sleeps: whoever waits, waits for a message, a line or a process, and fails after a time
+that only a failure takes.
+"""
+import ctypes
+import json
+import os
+import queue
+import re
+import shutil
+import signal
+import socket
+import subprocess
+import sys
+import threading
+import unittest
+import uuid
+
+import paho.mqtt.client as paho
+from paho.mqtt.packettypes import PacketTypes
+from paho.mqtt.properties import Properties
+
+PATIENCE = int(os.environ.get("CAPI_TEST_PATIENCE", "60"))  # seconds, of a failing test
+SOURCE, OTHERS, CAPICTL, BRIDGE = sys.argv[1:5]
+EMULATOR = sys.argv[5:]
+TREE = "capi/1/test/"
+
+
+def run(*command, **more):
+    """Runs a program of ours and returns its output."""
+    return subprocess.run([*EMULATOR, *command], check=True, stdout=subprocess.PIPE, text=True,
+                          timeout=PATIENCE, **more).stdout
+
+
+def capictl(*arguments):
+    return run(CAPICTL, *arguments)
+
+
+def set_values(*words):
+    capictl("config", "set", *words)
+
+
+def start_adapter():
+    shutil.copytree(SOURCE + "/demo/device", "/", dirs_exist_ok=True, symlinks=True)
+    capictl("master", "--settings", "/quorbleconf/config/voice.settings",
+            "/quorbleconf/config/network.settings")
+
+
+def start(command):
+    """Starts a program whose standard error is read; it does not outlive this one."""
+    def end_with_parent():
+        ctypes.CDLL(None).prctl(1, signal.SIGKILL)
+    return subprocess.Popen(command, stderr=subprocess.PIPE, text=True, stdin=subprocess.DEVNULL,
+                            stdout=subprocess.DEVNULL, preexec_fn=end_with_parent)
+
+
+def free_port():
+    with socket.socket() as one:
+        one.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
+        one.bind(("127.0.0.1", 0))
+        return one.getsockname()[1]
+
+
+class Lines:
+    """The lines that a process writes, to be waited for in their order."""
+
+    def __init__(self, stream):
+        self.seen = []
+        self._lines = queue.Queue()
+        threading.Thread(target=self._read, args=(stream,), daemon=True).start()
+
+    def _read(self, stream):
+        for line in stream:
+            self._lines.put(line.rstrip("\n"))
+        self._lines.put(None)
+
+    def wait_for(self, pattern):
+        while True:
+            try:
+                line = self._lines.get(timeout=PATIENCE)
+            except queue.Empty:
+                line = None
+            if line is None:
+                raise AssertionError(f"no line {pattern!r}, but {self.seen}")
+            self.seen.append(line)
+            if os.environ.get("SHOW"):
+                print(line, flush=True)
+            if re.search(pattern, line):
+                return line
+
+
+class Broker:
+    """A real one, on the loopback interface."""
+
+    def __init__(self, *lines, port=None):
+        self.port = port or free_port()
+        self.path = f"/tmp/mosquitto.{self.port}"
+        with open(self.path, "w", encoding="utf-8") as file:
+            file.write("\n".join(["per_listener_settings false", "log_dest stderr", "user root",
+                                  "log_type error", "log_type warning", "log_type notice",
+                                  "log_type information",
+                                  *(lines or [f"listener {self.port} 127.0.0.1",
+                                              "allow_anonymous true"]), ""]))
+        self.process = None
+        self.start()
+
+    def start(self):
+        """Starts it, again too."""
+        program = shutil.which("mosquitto") or "/usr/sbin/mosquitto"
+        self.process = start([program, "-c", self.path])
+        self.lines = Lines(self.process.stderr)
+        self.lines.wait_for("mosquitto version .* running")
+
+    def kill(self):
+        self.process.kill()
+        self.process.wait()
+
+
+class Proxy:
+    """Between bridge and broker: hands on, or swallows what comes, or lets nobody in."""
+
+    def __init__(self, to):
+        self.to = to
+        self.port = free_port()
+        self._pairs = []
+        self._listener = None
+        self.open()
+
+    def open(self):
+        self._listener = socket.create_server(("127.0.0.1", self.port))
+        threading.Thread(target=self._accept, args=(self._listener,), daemon=True).start()
+
+    def _accept(self, listener):
+        while True:
+            try:
+                one, _ = listener.accept()
+                two = socket.create_connection(("127.0.0.1", self.to))
+            except OSError:
+                return
+            self._pairs.append((one, two))
+            for a, b in ((one, two), (two, one)):
+                threading.Thread(target=self._pump, args=(a, b), daemon=True).start()
+
+    @staticmethod
+    def _pump(a, b):
+        try:
+            while data := a.recv(65536):
+                b.sendall(data)
+        except OSError:
+            pass
+        for one in (a, b):
+            try:
+                one.shutdown(socket.SHUT_RDWR)
+            except OSError:
+                pass
+
+    def cut(self):
+        """No connection survives, and none is let in."""
+        if self._listener:
+            self._listener.shutdown(socket.SHUT_RDWR)
+            self._listener.close()
+        self._listener = None
+        for pair in self._pairs:
+            for one in pair:
+                try:
+                    one.shutdown(socket.SHUT_RDWR)
+                except OSError:
+                    pass
+        self._pairs = []
+
+
+class Bridge:
+    def __init__(self, broker, *options, state="/tmp/state", name="test", events=None):
+        self.command = [*EMULATOR, BRIDGE, "--host", "127.0.0.1", "--port", str(broker.port),
+                        "--id", name, "--state", state, "--counters", state + ".counters", *options]
+        if events:
+            self.command += ["--events", events]
+        self.process = None
+        self.start()
+
+    def start(self):
+        self.process = start(self.command)
+        self.lines = Lines(self.process.stderr)
+
+    def wait_until_up(self):
+        """Until it knows itself that it is."""
+        self.lines.wait_for("connected to .* as ")
+
+    def stop(self):
+        self.process.terminate()
+        return self.process.wait(PATIENCE)
+
+    def kill(self):
+        self.process.kill()
+        self.process.wait()
+
+
+class Message:
+    def __init__(self, message):
+        self.topic = message.topic
+        self.text = message.payload.decode()
+        self.retained = message.retain
+        self.properties = message.properties
+        self.json = json.loads(self.text) if self.text else None
+
+    def __repr__(self):
+        return f"{self.topic} {self.text}"
+
+
+class Consumer:
+    """Whoever has the fleet in one place. Sees all messages, and asks for things."""
+
+    def __init__(self, broker, topic=TREE + "#", **options):
+        self._messages = queue.Queue()
+        self.seen = []
+        self.client = paho.Client(client_id="consumer-" + uuid.uuid4().hex, protocol=paho.MQTTv5)
+        self.client.on_message = self._take
+        subscribed = threading.Event()
+        self.client.on_subscribe = lambda *arguments: subscribed.set()
+        self.client.on_connect = lambda client, *arguments: client.subscribe(topic, qos=1)
+        for name, value in options.items():
+            getattr(self.client, name)(**value)
+        self.client.connect("127.0.0.1", broker.port)
+        self.client.loop_start()
+        assert subscribed.wait(PATIENCE)
+
+    def _take(self, client, user, message):
+        if "/do/" not in message.topic:  # what we asked ourselves
+            self._messages.put(Message(message))
+
+    def close(self):
+        self.client.disconnect()
+        self.client.loop_stop()
+
+    def wait_for(self, topic, test=lambda json: True):
+        """The next message of this topic for which it is so."""
+        while True:
+            try:
+                message = self._messages.get(timeout=PATIENCE)
+            except queue.Empty:
+                raise AssertionError(f"no {topic}, but {self.seen[-50:]}") from None
+            self.seen.append(message)
+            if message.topic == TREE + topic and test(message.json):
+                return message
+
+    def wait_for_birth(self):
+        return self.wait_for("online", lambda json: json["online"])
+
+    def of(self, topic):
+        return [message for message in self.seen if message.topic == TREE + topic]
+
+    def publish(self, topic, payload, retain=False, response=TREE + "done/t", correlation=b"c"):
+        properties = Properties(PacketTypes.PUBLISH)
+        if response:
+            properties.ResponseTopic = response
+        if correlation:
+            properties.CorrelationData = correlation
+        if not isinstance(payload, (str, bytes)):
+            payload = json.dumps(payload)
+        self.client.publish(TREE + topic, payload, qos=1, retain=retain, properties=properties)
+
+    def ask(self, command, **members):
+        """A request with an id of its own; returns its answer."""
+        request = {"id": uuid.uuid4().hex, **members}
+        self.publish("do/" + command, request)
+        return self.wait_for("done/t", lambda json: json["id"] == request["id"]).json
+
+
+class Test(unittest.TestCase):
+    def setUp(self):
+        self.addCleanup(self._end)
+        self.ended = []
+        shutil.copy(SOURCE + "/demo/device/usr/sbin/vsdk_cmd", "/usr/sbin/vsdk_cmd")
+
+    def until_end(self, thing):
+        """A broker, bridge or consumer that ends with the test."""
+        self.ended.append(thing)
+        return thing
+
+    def _end(self):
+        for thing in reversed(self.ended):
+            if isinstance(thing, Consumer):
+                thing.close()
+            elif isinstance(thing, Proxy):
+                thing.cut()
+            elif thing.process.poll() is None:
+                thing.kill()
+
+    def setup_all(self, *options, **more):
+        """A broker, somebody who listens to it, and a bridge that is up."""
+        broker = self.until_end(Broker())
+        consumer = self.until_end(Consumer(broker))
+        bridge = self.until_end(Bridge(broker, *options, **more))
+        consumer.wait_for_birth()
+        bridge.wait_until_up()
+        return broker, consumer, bridge
+
+
+def main():
+    os.environ.setdefault("LC_ALL", "C.UTF-8")
+    signal.signal(signal.SIGPIPE, signal.SIG_IGN)
+    start_adapter()
+    unittest.main(argv=sys.argv[:1] + os.environ.get("ONLY", "").split(), verbosity=2)

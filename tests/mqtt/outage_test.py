@@ -1,0 +1,172 @@
+# SPDX-FileCopyrightText: The capi authors
+# SPDX-License-Identifier: MIT
+"""Brokers that end, networks that are gone, and what follows afterwards."""
+import json
+import os
+import time
+
+import fleet
+from fleet import OTHERS, Bridge, Broker, Consumer, Proxy, capictl, set_values
+
+
+def call(number):
+    fleet.run(OTHERS, "call", "0", "1", number, "1795324200")
+
+
+def text(number):
+    capictl("sms", "send", number, "Hello " + number)
+
+
+class Outage(fleet.Test):
+    def test_a_broker_that_lost_all_gets_all_again(self):
+        broker, consumer, bridge = self.setup_all()
+        set_values("sip_line_1.display_name", "Before")
+        consumer.wait_for("config/sip_line_1")
+        broker.kill()
+        bridge.lines.wait_for("the connection to .* is lost: .*; next try in")
+        set_values("sip_line_1.display_name", "Meanwhile")
+        broker.start()
+        again = self.until_end(Consumer(broker))
+        again.wait_for_birth()
+        topics = [message.topic for message in again.seen]
+        self.assertEqual(sorted(set(topics)), sorted({message.topic for message in consumer.seen}))
+        self.assertEqual(topics[-1], fleet.TREE + "online")
+        self.assertEqual(again.of("config/sip_line_1")[0].json["values"]["display_name"], "Meanwhile")
+        self.assertEqual(again.of("config/sms")[0].json["at"], consumer.of("config/sms")[0].json["at"])
+
+    def test_a_cut_network_costs_a_message_for_each_topic(self):
+        broker = self.until_end(Broker())
+        proxy = self.until_end(Proxy(broker.port))
+        consumer = self.until_end(Consumer(broker))
+        bridge = self.until_end(Bridge(proxy))
+        consumer.wait_for_birth()
+        bridge.wait_until_up()
+        proxy.cut()
+        bridge.lines.wait_for("is lost")
+        fleet.run(OTHERS, "settings", "10000")
+        count = len(consumer.seen)
+        proxy.open()
+        consumer.wait_for_birth()
+        again = [message.topic for message in consumer.seen[count:]]
+        self.assertEqual(len(again), len(set(again)))
+
+    def test_calls_and_messages_follow_once_in_order(self):
+        broker = self.until_end(Broker())
+        proxy = self.until_end(Proxy(broker.port))
+        consumer = self.until_end(Consumer(broker))
+        call("1000")
+        text("1001")
+        bridge = self.until_end(Bridge(proxy, events="calls,messages", state="/tmp/events"))
+        consumer.wait_for_birth()
+        bridge.wait_until_up()
+        call("1002")
+        consumer.wait_for("event/call", lambda json: json["call"]["number"] == "1002")
+        proxy.cut()
+        bridge.lines.wait_for("is lost")
+        for number in range(2000, 2030):
+            call(str(number))
+        text("2100")
+        text("2101")
+        bridge.kill()
+        call("2030")
+        proxy.open()
+        bridge.start()
+        consumer.wait_for("event/message", lambda json: json["message"]["remote"] == "2101")
+        numbers = [message.json["call"]["number"] for message in consumer.of("event/call")]
+        self.assertEqual(numbers, ["1002", *map(str, range(2000, 2031))])
+        remotes = [message.json["message"]["remote"] for message in consumer.of("event/message")]
+        self.assertEqual(remotes, ["2100", "2101"])
+        sequence = [message.json["seq"] for message in consumer.seen if "/event/" in message.topic]
+        self.assertEqual(sequence, list(range(1, 35)))
+        self.assertFalse(any(one.retained for one in consumer.of("event/call")))
+
+    def test_events_are_told_to_nobody_who_did_not_ask(self):
+        _, consumer, bridge = self.setup_all(state="/tmp/off")
+        call("3000")
+        consumer.wait_for("stores")
+        set_values("sms.sca", "+31")
+        consumer.wait_for("config/sms")
+        self.assertEqual(consumer.of("event/call"), [])
+        bridge.stop()
+        # Whoever switches it on is told what happens from then on.
+        bridge.command += ["--events", "calls"]
+        bridge.start()
+        consumer.wait_for_birth()
+        call("3001")
+        self.assertEqual(consumer.wait_for("event/call").json["call"]["number"], "3001")
+
+    def test_an_answer_that_the_network_swallowed_follows(self):
+        broker = self.until_end(Broker())
+        proxy = self.until_end(Proxy(broker.port))
+        consumer = self.until_end(Consumer(broker))
+        with open("/usr/sbin/vsdk_cmd", "w", encoding="utf-8") as file:
+            file.write("#!/bin/sh\necho >/tmp/runs\nread line </tmp/gate2\n")
+        os.mkfifo("/tmp/gate2")
+        os.mkfifo("/tmp/runs")
+        bridge = self.until_end(Bridge(proxy))
+        consumer.wait_for_birth()
+        bridge.wait_until_up()
+        consumer.publish("do/signal", {"id": "swallowed", "name": "vop_sig_timer_expired"})
+        with open("/tmp/runs", encoding="utf-8") as runs:
+            runs.read()
+        proxy.cut()
+        with open("/tmp/gate2", "w", encoding="utf-8"):
+            pass
+        bridge.lines.wait_for("signal swallowed: ok")
+        bridge.lines.wait_for("is lost")
+        proxy.open()
+        answer = consumer.wait_for("done/t").json
+        self.assertEqual((answer["id"], answer["status"]), ("swallowed", "ok"))
+
+    def test_a_will_tells_of_one_that_was_killed(self):
+        _, consumer, bridge = self.setup_all()
+        birth = consumer.of("online")[0].json
+        bridge.kill()
+        # After the will's delay, half a minute.
+        death = consumer.wait_for("online", lambda json: not json["online"])
+        self.assertEqual((death.json["boot"], death.json["connection"]),
+                         (birth["boot"], birth["connection"]))
+        self.assertNotIn("reason", death.json)
+
+    def test_attempts_become_rarer(self):
+        bridge = self.until_end(Bridge(type("Nobody", (), {"port": fleet.free_port()})))
+        begin = time.monotonic()
+        for _ in range(4):
+            bridge.lines.wait_for("no connection to 127.0.0.1:.*: Connection refused; next try in")
+        self.assertLess(time.monotonic() - begin, 1 + 2 + 4 + 5)
+        self.assertEqual(bridge.stop(), 0)
+
+    def test_nothing_runs_while_nothing_changes(self):
+        _, _, bridge = self.setup_all(state="/tmp/idle")
+
+        def runs():
+            while True:
+                with open(f"/proc/{bridge.process.pid}/status", encoding="utf-8") as file:
+                    status = file.read()
+                if "State:\tS" in status:
+                    return [line for line in status.splitlines() if "ctxt" in line]
+
+        # Others work on what is no news: one that looks every second looks in each of the tries. What
+        # is left of the start may come in the first.
+        for _ in range(5):
+            before = runs()
+            begin = time.monotonic()
+            while time.monotonic() - begin < 2:
+                capictl("config", "get", "sms.sca")
+            if runs() == before:
+                return
+        self.fail(f"{before}, then {runs()}")
+
+    def test_counters_are_kept_for_metrics(self):
+        _, consumer, bridge = self.setup_all(state="/tmp/counted")
+        consumer.ask("refresh")
+        bridge.stop()
+        with open("/tmp/counted.counters", encoding="utf-8") as file:
+            counters = dict(line.split() for line in file)
+        self.assertEqual((counters["connected"], counters["connections"], counters["answers_ok"]),
+                         ("0", "1", "1"))
+        self.assertGreater(int(counters["published"]), 30)
+
+
+if __name__ == "__main__":
+    fleet.main()

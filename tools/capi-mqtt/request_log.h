@@ -1,0 +1,80 @@
+// SPDX-FileCopyrightText: The capi authors
+// SPDX-License-Identifier: MIT
+// The last requests and their answers, in a file: so that each is carried out at most once, and
+// answered.
+#pragma once
+
+#include <files.h>
+
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace tools::mqtt {
+
+// Where an answer goes.
+struct Origin {
+  std::string topic;
+  std::string correlation;
+};
+
+class RequestLog {
+ public:
+  static constexpr size_t kKept = 256;
+
+  // Reads what a former process has left, whatever became of that. Throws a Failure where the file
+  // cannot be used.
+  explicit RequestLog(std::string path);
+
+  enum class State : uint8_t { Unknown, Started, Answered };
+  State state_of(std::string_view id) const;
+
+  // Before anything is done about it; on the medium when this returns. Throws a Failure.
+  void start(const std::string& id, const std::string& command, const Origin& origin);
+
+  // The answer, which is JSON without line ends. Throws a Failure.
+  void finish(const std::string& id, const std::string& answer);
+
+  // The broker has it. Forgotten by a crash, which costs a second message.
+  void told(const std::string& id);
+
+  struct Entry {
+    std::string id;
+    std::string command;
+    Origin origin;
+    State state = State::Unknown;
+    bool is_told = false;
+    int64_t answer_at = 0;  // where it stands in the file
+    size_t answer_size = 0;
+  };
+
+  // What is known, the oldest first.
+  const std::deque<Entry>& entries() const { return entries_; }
+
+  // One that was started by a process that did not finish it; null for none.
+  const Entry* unfinished() const;
+
+  const Entry* find(std::string_view id) const;
+  std::string answer_of(const Entry& entry) const;
+
+ private:
+  Entry* find_entry(std::string_view id);
+  void read();
+  int64_t read_lines(const std::string& content);
+  bool read_line(std::string_view line, int64_t at);
+  void open_file();
+  void append(const std::string& line, bool is_synced);
+  void forget_oldest();
+  void shorten();
+  std::string line_of_start(const Entry& entry) const;
+
+  std::string path_;
+  std::unique_ptr<files::Descriptor> file_;
+  int64_t size_ = 0;
+  std::deque<Entry> entries_;
+};
+
+}  // namespace tools::mqtt

@@ -1,0 +1,103 @@
+// SPDX-FileCopyrightText: The capi authors
+// SPDX-License-Identifier: MIT
+#include "topics.h"
+
+#include <capi.h>
+
+#include <algorithm>
+
+namespace tools::mqtt {
+namespace {
+
+constexpr unsigned kConfig = CAPI_TOPIC_CONFIG;
+constexpr unsigned kDevice = CAPI_TOPIC_DEVICE;
+constexpr unsigned kLines = CAPI_TOPIC_LINES;
+constexpr unsigned kStores = CAPI_TOPIC_CALLS | CAPI_TOPIC_MESSAGES;
+
+// A change that waits has files of its own, which are watched apart from the adapter.
+const StateTopic kTopics[] = {
+    {"about", Kind::About, 0},
+    {"device", Kind::Device, kDevice},
+    {"sim", Kind::Sim, kDevice},
+    {"line/1", Kind::Line, kConfig | kLines, 1},
+    {"line/2", Kind::Line, kConfig | kLines, 2},
+    {"stores", Kind::Stores, kStores},
+    {"alerts", Kind::Alerts, CAPI_TOPIC_ALL},
+    {"change", Kind::Change, 0},
+};
+
+constexpr std::string_view kAnyTree = "capi/1/";
+
+bool is_control(char c) {
+  const auto byte = static_cast<unsigned char>(c);
+  return byte < 0x20 || byte == 0x7F;
+}
+
+bool is_plain(std::string_view topic) {
+  return is_utf8(topic) && topic.find_first_of("+#") == std::string_view::npos &&
+         std::ranges::none_of(topic, is_control);
+}
+
+// How many bytes the character has that begins so; 0 where none does.
+size_t length_of(unsigned char first) {
+  if (first < 0x80) return 1;
+  if (first >= 0xC2 && first < 0xE0) return 2;
+  if (first >= 0xE0 && first < 0xF0) return 3;
+  return first >= 0xF0 && first < 0xF5 ? 4 : 0;
+}
+
+// The second byte tells long spellings, surrogates and what is beyond the last character.
+bool may_follow(unsigned char first, unsigned char second) {
+  if (first == 0xE0) return second >= 0xA0;
+  if (first == 0xED) return second < 0xA0;
+  if (first == 0xF0) return second >= 0x90;
+  return first != 0xF4 || second < 0x90;
+}
+
+}  // namespace
+
+std::vector<StateTopic> state_topics(const std::vector<std::string>& sections) {
+  std::vector<StateTopic> topics(std::begin(kTopics), std::end(kTopics));
+  topics.reserve(topics.size() + sections.size());
+  // What is read back from the device's own files is the device's.
+  for (const std::string& section : sections) {
+    topics.push_back({"config/" + section, Kind::Section, kConfig | kDevice, 0, section});
+  }
+  return topics;
+}
+
+bool is_adapter_id(std::string_view id) {
+  return !id.empty() && id.size() <= kMaxId && is_plain(id) && id[0] != '$' &&
+         id.find_first_of("/ ") == std::string_view::npos;
+}
+
+bool may_be_answered_to(std::string_view topic) {
+  constexpr std::string_view kDone = "done";
+  if (topic.size() > 256 || !topic.starts_with(kAnyTree) || !is_plain(topic)) return false;
+  topic.remove_prefix(kAnyTree.size());
+  const size_t slash = topic.find('/');
+  if (slash == 0 || slash == std::string_view::npos) return false;
+  topic.remove_prefix(slash + 1);
+  return topic == kDone || (topic.starts_with(kDone) && topic[kDone.size()] == '/');
+}
+
+std::string Tree::command_of(std::string_view topic) const {
+  const std::string prefix = root_ + "do/";
+  return topic.starts_with(prefix) ? std::string(topic.substr(prefix.size())) : "";
+}
+
+bool is_utf8(std::string_view text) {
+  for (size_t i = 0; i < text.size();) {
+    const auto first = static_cast<unsigned char>(text[i]);
+    const size_t length = length_of(first);
+    if (length == 0 || i + length > text.size()) return false;
+    if (length > 1 && !may_follow(first, static_cast<unsigned char>(text[i + 1]))) return false;
+    for (size_t j = 1; j < length; ++j) {
+      if ((static_cast<unsigned char>(text[i + j]) & 0xC0U) != 0x80U) return false;
+    }
+    i += length;
+  }
+  return true;
+}
+
+}  // namespace tools::mqtt
