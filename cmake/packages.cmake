@@ -162,7 +162,9 @@ means, and the formats of the files of an LTE phone adapter.")
   install(FILES README.md CHANGELOG.md CONTRIBUTING.md DESTINATION ${directory} COMPONENT doc
     EXCLUDE_FROM_ALL)
   install(DIRECTORY docs examples DESTINATION ${directory} COMPONENT doc EXCLUDE_FROM_ALL
-    FILES_MATCHING PATTERN *.md PATTERN *.json PATTERN *.svg PATTERN *.dot PATTERN *.c)
+    USE_SOURCE_PERMISSIONS
+    FILES_MATCHING PATTERN *.md PATTERN *.json PATTERN *.svg PATTERN *.png PATTERN *.dot PATTERN *.c
+    PATTERN *.py PATTERN *.lua PATTERN examples/fleet/*)
   install(DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}/reference/html DESTINATION ${directory}
     COMPONENT doc EXCLUDE_FROM_ALL)
   install(FILES cmake/debian/libcapi-doc/doc-base RENAME libcapi-doc.capi COMPONENT doc
@@ -179,8 +181,8 @@ live state of an adapter that runs libcapi.")
   capi_package(web capi-web SECTION web MULTI_ARCH foreign
     DEPENDS "${library} ${this_version}, ${these_keys}"
     DESCRIPTION "LTE phone adapter in a browser
-Serves pages and an interface for programs that show and change an adapter which
-runs libcapi, to those who know its password.")
+Serves pages, and an interface for programs, that show and change an adapter
+that runs libcapi, to those who know its password.")
 
   capi_package(simulator capi-simulator SECTION utils MULTI_ARCH foreign FOR_ALL
     DEPENDS "capictl ${this_version}, systemd | systemd-tmpfiles"
@@ -203,7 +205,7 @@ libcapi, as objects of Python with types, and changes with asyncio.")
     DESCRIPTION "LTE phone adapter from LuaJIT
 Configuration, records, call log, short messages and changes of an adapter that
 runs libcapi, for programs in Lua.")
-  install(PROGRAMS examples/show_adapter.lua COMPONENT lua EXCLUDE_FROM_ALL
+  install(FILES examples/show_adapter.lua COMPONENT lua EXCLUDE_FROM_ALL
     DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/lua-capi/examples)
 endif()
 

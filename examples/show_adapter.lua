@@ -1,4 +1,3 @@
-#!/usr/bin/luajit
 -- SPDX-FileCopyrightText: The capi authors
 -- SPDX-License-Identifier: MIT
 -- Shows an adapter, and with a name gives line 1 that: luajit show_adapter.lua [NAME]

@@ -39,7 +39,7 @@ quietly cpack -G DEB --config "$build/CPackConfig.cmake" -B "$scratch"
 version=$(dpkg-deb --field libcapi0_*.deb Version)
 readelf=$("$c_compiler" -print-prog-name=readelf)
 packages=(libcapi0_*.deb libcapi-dev_*.deb libcapi-keys0_*.deb libcapi-keys-dev_*.deb capictl_*.deb
-  capi-simulator_*.deb libcapi-doc_*.deb)
+  capi-simulator_*.deb libcapi-doc_*.deb capi-web_*.deb capi-mqtt_*.deb)
 # PACKAGE ARCHITECTURE MULTI-ARCH
 while read -r package for multi_arch; do
   file=$(echo "${package}"_*.deb)
@@ -56,6 +56,8 @@ libcapi-keys0 $architecture same
 libcapi-keys-dev $architecture same
 libcapi-doc all foreign
 capictl $architecture foreign
+capi-web $architecture foreign
+capi-mqtt $architecture foreign
 capi-simulator all foreign
 END
 # What is built for debuggers of ours is not optimized, and optimizing is what checks buffers.
@@ -67,7 +69,7 @@ fi
 
 # Debuggers find what was taken from a file by the build ID of it.
 build_id() { "$readelf" --notes "$1" | sed -n 's/.*Build ID: //p'; }
-for package in libcapi0 libcapi-keys0 capictl; do
+for package in libcapi0 libcapi-keys0 capictl capi-web capi-mqtt; do
   file=${package}-dbgsym_${version}_$architecture.deb
   [ "$(dpkg-deb --field "$file" Depends)" = "$package (= $version)" ] ||
     fail "$file does not need its package"
@@ -76,7 +78,7 @@ for package in libcapi0 libcapi-keys0 capictl; do
   [ "$(build_id "$package-dbgsym/usr/lib/debug/.build-id/${id:0:2}/${id:2}.debug")" = "$id" ] ||
     fail "$file has not what its field says"
   dpkg-deb --extract "${package}_${version}_$architecture.deb" "$package"
-  stripped=$(find "$package/usr" \( -name 'lib*.so.*.*' -o -name capictl \) -path '*/[bl]i[bn]/*' -type f)
+  stripped=$(find "$package/usr" \( -name 'lib*.so.*.*' -o -name "$package" \) -path '*/*[bl]i[bn]/*' -type f)
   [ "$(build_id "$stripped")" = "$id" ] || fail "$file is of another $stripped"
   "$readelf" --sections --wide "$stripped" | grep -E ' \.(symtab|debug_info|comment) ' &&
     fail "$stripped is not stripped"
@@ -95,9 +97,11 @@ for library in libcapi libcapi-keys; do
 done
 grep -qx " capi_init@CAPI_0\.1 0\.1" libcapi-control/symbols || fail 'capi_init is of another version'
 
-# The tool is one that an attacker finds it hard to make use of.
+# The programs are such that an attacker finds it hard to make use of them.
 hardened() { # WHAT OPTION PATTERN
-  "$readelf" "$2" --wide capictl/usr/bin/capictl | grep -e "$3" >/dev/null || fail "capictl is not $1"
+  for file in capictl/usr/bin/capictl capi-web/usr/*bin/capi-web capi-mqtt/usr/*bin/capi-mqtt; do
+    "$readelf" "$2" --wide "$file" | grep -e "$3" >/dev/null || fail "$file is not $1"
+  done
 }
 hardened 'position-independent' --file-header 'Type: *DYN'
 hardened 'bound at once' --dynamic 'BIND_NOW\|Flags:.* NOW'
@@ -121,6 +125,8 @@ needs libcapi-keys-dev libcapi-keys0
 needs libcapi-keys-dev libcapi-dev
 needs capictl libcapi0
 needs capictl libcapi-keys0
+needs capi-web libcapi-keys0
+needs capi-mqtt libcapi-keys0
 needs capi-simulator capictl
 # An adapter's processes can do without what the keys mean.
 dpkg-deb --field libcapi0_*.deb Depends | grep -q keys && fail 'libcapi0 needs libcapi-keys'
@@ -136,7 +142,8 @@ for file in /usr/include/capi.h /usr/include/capi-keys.h /usr/bin/capictl \
   /usr/share/doc/libcapi-dev/docs/settings.schema.json /usr/share/doc-base/libcapi-doc.capi \
   /usr/share/man/man3/capi_init.3capi.gz /usr/share/man/man3/capi_keys_check.3capi.gz \
   /usr/share/man/man5/capi-settings.5.gz /usr/share/man/man7/capi.7.gz \
-  /usr/share/man/man8/capi-master.service.8.gz; do
+  /usr/share/man/man8/capi-master.service.8.gz /usr/share/man/man8/capi-web.8.gz \
+  /usr/share/man/man8/capi-mqtt.8.gz; do
   [ -e "$root$file" ] || fail "$file is not installed"
 done
 
@@ -225,7 +232,7 @@ said=$(capictl config get sip_line_1.display_name)
 [ "$said" = Kitchen ] || fail "capictl said \"$said\""
 check_keys_clients
 
-quietly "${dpkg[@]}" --purge libcapi-doc capi-simulator capictl libcapi-keys-dev libcapi-keys0 libcapi-dev libcapi0
+quietly "${dpkg[@]}" --purge capi-mqtt capi-web libcapi-doc capi-simulator capictl libcapi-keys-dev libcapi-keys0 libcapi-dev libcapi0
 for package in "${packages[@]}"; do
   dpkg-deb --contents "$package" | sed -n 's|^[^d].* \./\([a-z]*/[^ ]*\).*|/\1|p'
 done >files

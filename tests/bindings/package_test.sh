@@ -52,7 +52,7 @@ said=$(/usr/bin/python3 client.py)
 "$root/usr/share/doc/python3-capi/examples/factory_check.py" --timeout 0.1 >report && fail 'nothing registers a line here'
 grep -qx 'FAIL  lines register: not registered: line 1, line 2' report || fail "the check says: $(cat report)"
 # The program above was the master, and its settings stay.
-said=$("$root/usr/share/doc/lua-capi/examples/show_adapter.lua" Attic | head -n 1)
+said=$(luajit "$root/usr/share/doc/lua-capi/examples/show_adapter.lua" Attic | head -n 1)
 [ "$said" = $'1\tAttic\tenabled' ] || fail "Lua said: $said"
 
 dpkg-deb --extract libcapi-dev_*.deb dev
