@@ -37,7 +37,7 @@ else
   root=$scratch/root
   for each in libcapi0_*.deb libcapi-keys0_*.deb "$package" "$lua_package"; do dpkg-deb --extract "$each" "$root"; done
   LD_LIBRARY_PATH=$(dirname "$(find "$root" -name libcapi.so.0)")
-  export LD_LIBRARY_PATH PYTHONPATH=$root/usr/lib/python3/dist-packages LUA_PATH=$root/usr/share/lua/5.1/?.lua
+  export LD_LIBRARY_PATH PYTHONPATH="$root/usr/lib/python3/dist-packages" LUA_PATH="$root/usr/share/lua/5.1/?.lua"
 fi
 
 cat >client.py <<'END_OF_CLIENT'
