@@ -221,6 +221,7 @@ done
 
 in_case 'Somebody who holds their lock for ever keeps nobody waiting for ever'
 busy='capictl: another program is changing settings: it holds /var/lib/capi/lock'
+wait_for_watcher # of the change before
 set_value sip_line_1.display_name Loft --confirm-within 600 >/dev/null
 exec 8</var/lib/capi/lock
 flock 8
@@ -228,6 +229,7 @@ expect_error 6 "$busy" config set sip_line_1.display_name Porch --confirm-within
 expect_error 6 "$busy" config cancel
 expect_error 6 "$busy" config confirm
 kill -KILL "$(watchers)"
+wait_for_watcher
 expect 0 Loft config get sip_line_1.display_name
 exec 8<&-
 value_is Den
