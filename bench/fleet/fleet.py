@@ -37,7 +37,7 @@ INSTANCES = "/proc/sys/fs/inotify/max_user_instances"
 INSTANCES_EACH = 3  # two of the bridge, and one of who watches over a change
 
 
-class Stop(Exception):
+class Stop(BaseException):
     pass
 
 
