@@ -22,7 +22,7 @@ bool ChangeFiles::have_come() {
   return std::exchange(directory_, now) != now && now != -1;
 }
 
-bool ChangeFiles::have_changed() {
+bool ChangeFiles::have_changed() const {
   alignas(inotify_event) char events[4096];
   bool changed = false;
   while (read(fd_, events, sizeof events) > 0) changed = true;

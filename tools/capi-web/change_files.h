@@ -19,7 +19,7 @@ class ChangeFiles {
   bool have_come();
 
   // Whether they have changed since the last call.
-  bool have_changed();
+  bool have_changed() const;
 
  private:
   int fd_;

@@ -127,7 +127,7 @@ std::string read_line() {
 
 std::string ask(const char* question) {
   fputs(question, stderr);
-  const std::string line = read_line();
+  std::string line = read_line();
   fputc('\n', stderr);
   return line;
 }
