@@ -142,7 +142,7 @@ void RequestLog::forget_oldest() {
   if (entries_.size() > kKept) entries_.pop_front();
 }
 
-std::string RequestLog::line_of_start(const Entry& entry) const {
+std::string RequestLog::line_of_start(const Entry& entry) {
   return "start " + entry.id + " " + entry.command + " " + hex_of(entry.origin.topic) + " " +
          hex_of(entry.origin.correlation) + "\n";
 }

@@ -70,7 +70,7 @@ class RequestLog {
   void append(const std::string& line, bool is_synced);
   void forget_oldest();
   void shorten();
-  std::string line_of_start(const Entry& entry) const;
+  static std::string line_of_start(const Entry& entry);
 
   std::string path_;
   std::unique_ptr<files::Descriptor> file_;
