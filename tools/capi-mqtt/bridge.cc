@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 #include "bridge.h"
 
+#include <malloc.h>
 #include <pending.h>
 #include <poll.h>
 #include <sys/inotify.h>
@@ -183,6 +184,8 @@ void Bridge::take_acknowledgements() {
     } catch (const Failure& failure) {
       log(failure.what());
     }
+    // For a while there is nothing to say: what handshake and texts took is the system's again.
+    if (acknowledgements_.empty() && outbox_.in_flight() == 0) malloc_trim(0);
   }
 }
 

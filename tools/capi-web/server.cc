@@ -8,6 +8,7 @@
 #include <event2/event.h>
 #include <event2/http.h>
 #include <event2/listener.h>
+#include <malloc.h>
 #include <netdb.h>
 #include <netinet/in.h>
 
@@ -76,12 +77,21 @@ void add_headers(evhttp_request* request, const Response& response) {
   }
 }
 
+void add_copy(evbuffer* buffer, std::string_view content) {
+  evbuffer_add(buffer, content.data(), content.size());
+}
+
+void add_lasting(evbuffer* buffer, std::string_view content) {
+  evbuffer_add_reference(buffer, content.data(), content.size(), nullptr, nullptr);
+}
+
 // The length is told here, for a HEAD as well.
 void send(evhttp_request* request, const Response& response) {
   const std::string_view content = response.fixed.empty() ? response.body : response.fixed;
   const auto buffer = own(evbuffer_new());
   if (evhttp_request_get_command(request) != EVHTTP_REQ_HEAD) {
-    evbuffer_add(buffer.get(), content.data(), content.size());
+    const auto add = response.fixed.empty() ? add_copy : add_lasting;
+    add(buffer.get(), content);
   }
   add_headers(request, response);
   if (response.status != 204 && response.status != 304) {
@@ -89,6 +99,7 @@ void send(evhttp_request* request, const Response& response) {
                       std::to_string(content.size()).c_str());
   }
   evhttp_send_reply(request, response.status, reason_of(response.status).data(), buffer.get());
+  malloc_trim(0);  // pages are made of many pieces, and asked for rarely
 }
 
 }  // namespace
