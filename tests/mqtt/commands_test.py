@@ -170,6 +170,10 @@ class Commands(fleet.Test):
             answer = self.ask("set", set={"sip_line_2.display_name": "x"}, **members)
             self.assertEqual(answer["status"], "busy")
             self.assertIn(made, answer["errors"][0]["message"])
+        for command in ("confirm", "cancel"):
+            error = self.refused("refused", command, pending=made)
+            self.assertIn(f"the change {made} is one of capictl", error["message"])
+        self.assertEqual(pending()["change"]["id"], made)
         capictl("config", "cancel")
 
     def test_refresh_says_everything_again(self):

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 #include "bridge.h"
 
+#include <malloc.h>
 #include <pending.h>
 #include <poll.h>
 #include <sys/inotify.h>
@@ -140,7 +141,7 @@ void Bridge::connect() {
   last_sent_ = now_ms();
 }
 
-void Bridge::lose(std::string why) {
+void Bridge::lose(const std::string& why) {
   const bool was_up = phase_ == Phase::Up;
   client_.reset();
   phase_ = Phase::Down;
@@ -183,6 +184,8 @@ void Bridge::take_acknowledgements() {
     } catch (const Failure& failure) {
       log(failure.what());
     }
+    // For a while there is nothing to say: what handshake and texts took is the system's again.
+    if (acknowledgements_.empty() && outbox_.in_flight() == 0) malloc_trim(0);
   }
 }
 
@@ -462,9 +465,12 @@ void Bridge::wait() {
   if (fds[1].revents != 0) has_news_ = true;
   if (fds[2].revents != 0) take_signals();
   if (fds[3].revents != 0 && drain(changes_.get())) mark(documents_.look_at_change(now_seconds()));
-  if (!client_) return;
-  const bool is_readable = (fds[0].revents & (POLLIN | POLLERR | POLLHUP)) != 0;
-  const bool is_writable = (fds[0].revents & POLLOUT) != 0;
+  if (client_) serve_client(fds[0].revents);
+}
+
+void Bridge::serve_client(int events) {
+  const bool is_readable = (events & (POLLIN | POLLERR | POLLHUP)) != 0;
+  const bool is_writable = (events & POLLOUT) != 0;
   if (is_writable) last_sent_ = now_ms();
   if (!client_->service(is_readable, is_writable) || must_close_) {
     if (phase_ != Phase::Leaving) lose(client_->trouble());

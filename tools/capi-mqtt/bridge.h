@@ -47,7 +47,7 @@ class Bridge : public Listener {
 
   // --- the connection ---
   void connect();
-  void lose(std::string why);  // a copy, as it may be the client that told it
+  void lose(const std::string& why);
   void on_connected() override;
   void on_subscribed() override;
   void on_acknowledged(int message, const std::string& reason) override;
@@ -83,6 +83,7 @@ class Bridge : public Listener {
   // --- the loop ---
   int64_t deadline() const;
   void wait();
+  void serve_client(int events);
   void act_on_time();
   void take_signals();
   void count();

@@ -56,7 +56,7 @@ class Client {
   void disconnect();
 
   // Why connect() or service() was false.
-  const std::string& trouble() const { return trouble_; }
+  std::string trouble() const { return trouble_; }
 
  private:
   struct Deleter {

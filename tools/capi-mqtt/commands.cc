@@ -97,8 +97,8 @@ Outcome change(const Request& request, uint64_t generation) {
 
 Outcome settle(const Request& request) {
   const pending::Outcome settled = request.command == Command::Confirm
-                                       ? confirm_change(request.pending)
-                                       : cancel_change(request.pending);
+                                       ? confirm_change(request.pending, this_owner())
+                                       : cancel_change(request.pending, this_owner());
   Outcome outcome;
   for (const std::string& trouble : troubles_of(settled)) {
     outcome.errors.push_back({"failed", trouble});

@@ -92,8 +92,7 @@ std::optional<Event> Events::next_message(int selector, Cursor& behind) {
   const Json table(to_json(message_table(kMessageBoxes[selector], {}, {})));
   const Json rows(cJSON_Parse(printed(table).c_str()));  // with numbers instead of their texts
   const cJSON* next = nullptr;
-  const cJSON* row = nullptr;
-  cJSON_ArrayForEach(row, rows.get()) {
+  for (const cJSON* row = cJSON_GetArrayItem(rows.get(), 0); row != nullptr; row = row->next) {
     if (id_of(row) >= least && (next == nullptr || id_of(row) < id_of(next))) next = row;
   }
   if (next == nullptr) return std::nullopt;

@@ -45,10 +45,10 @@ void take_events(const std::string& list, Options& options) {
   }
 }
 
-template <std::string Options::*member>
+template <std::string Options::*Member>
 void take_text(const std::string& text, Options& options) {
   if (text.empty()) refuse("there is no value");
-  options.*member = text;
+  options.*Member = text;
 }
 
 const OptionRow kOptions[] = {

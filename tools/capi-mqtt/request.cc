@@ -234,9 +234,10 @@ std::string members_of(unsigned command) {
 }
 
 void take_member(const cJSON* item, unsigned command, Request& request) {
-  const auto* member = std::find_if(std::begin(kMembers), std::end(kMembers), [&](const auto& row) {
+  const auto is_meant = [&](const Member& row) {
     return (row.commands & command) != 0 && std::string_view(row.name) == item->string;
-  });
+  };
+  const Member* const member = std::find_if(std::begin(kMembers), std::end(kMembers), is_meant);
   if (member == std::end(kMembers)) {
     refuse("malformed", "\"" + printable(item->string).substr(0, 64) + "\" is no member of it",
            members_of(command));

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <files.h>
+#include <sys/types.h>
 
 #include <cstdint>
 #include <deque>
@@ -47,7 +48,7 @@ class RequestLog {
     Origin origin;
     State state = State::Unknown;
     bool is_told = false;
-    int64_t answer_at = 0;  // where it stands in the file
+    off_t answer_at = 0;  // where it stands in the file
     size_t answer_size = 0;
   };
 
@@ -63,17 +64,17 @@ class RequestLog {
  private:
   Entry* find_entry(std::string_view id);
   void read();
-  int64_t read_lines(const std::string& content);
-  bool read_line(std::string_view line, int64_t at);
+  off_t read_lines(const std::string& content);
+  bool read_line(std::string_view line, off_t at);
   void open_file();
   void append(const std::string& line, bool is_synced);
   void forget_oldest();
   void shorten();
-  std::string line_of_start(const Entry& entry) const;
+  static std::string line_of_start(const Entry& entry);
 
   std::string path_;
   std::unique_ptr<files::Descriptor> file_;
-  int64_t size_ = 0;
+  off_t size_ = 0;
   std::deque<Entry> entries_;
 };
 

@@ -32,7 +32,7 @@ constexpr Type kTypes[] = {
 };
 
 const char* type_of(std::string_view name) {
-  const auto* const found =
+  const Type* const found =
       std::ranges::find_if(kTypes, [&](const Type& row) { return name.ends_with(row.ending); });
   return found == std::end(kTypes) ? "application/octet-stream" : found->type;
 }

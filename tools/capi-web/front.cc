@@ -47,7 +47,7 @@ Method method_of(std::string_view name) {
 bool read_target(std::string_view target, Request& request) {
   const size_t mark = target.find('?');
   if (!decode(target.substr(0, mark), Coding::Path, request.path)) return false;
-  return mark == target.npos || decode_form(target.substr(mark + 1), request.query);
+  return mark == std::string_view::npos || decode_form(target.substr(mark + 1), request.query);
 }
 
 // The parser would end a text at a NUL, and half of a value would be set.

@@ -27,7 +27,8 @@ bool consists_of(std::string_view text, std::string_view characters) {
 bool split_port(std::string_view& host) {
   const size_t bracket = host.rfind(']');
   const size_t colon = host.rfind(':');
-  if (colon == host.npos || (bracket != host.npos && colon < bracket)) return true;
+  constexpr size_t kNone = std::string_view::npos;
+  if (colon == kNone || (bracket != kNone && colon < bracket)) return true;
   const std::string_view port = host.substr(colon + 1);
   host = host.substr(0, colon);
   return port.size() <= 5 && consists_of(port, "0123456789");
@@ -45,10 +46,10 @@ bool is_from_our_pages(const Request& request) {
   const std::string_view origin = request.header("origin");
   if (origin.empty()) return request.header("sec-fetch-site") == "same-origin";
   const std::string_view host = request.header("host");
-  for (const std::string_view scheme : {"http://", "https://"}) {
-    if (origin.starts_with(scheme) && origin.substr(scheme.size()) == host) return true;
-  }
-  return false;
+  constexpr std::string_view kSchemes[] = {"http://", "https://"};
+  return std::ranges::any_of(kSchemes, [&](std::string_view scheme) {
+    return origin.starts_with(scheme) && origin.substr(scheme.size()) == host;
+  });
 }
 
 bool is_of_type(const Request& request, std::string_view type) {
@@ -128,7 +129,7 @@ std::optional<Response> refusal(const Request& request, Access access) {
   if (request.session == nullptr) return ask_for_login(request);
   if (access == Access::Reader) return std::nullopt;
   if (access == Access::Change) return refusal_of_change(request);
-  const auto refused = refusal_of_form(request);
+  auto refused = refusal_of_form(request);
   if (refused || is_same_secret(request.field("token"), request.session->token)) return refused;
   return refuse_token(request);
 }

@@ -3,6 +3,7 @@
 // HTML in which a text is never markup.
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -13,11 +14,12 @@ namespace tools::web {
 class Markup {
  public:
   template <size_t N>
-  consteval Markup(const char (&text)[N]) : text_(text, N - 1) {}
-  std::string_view text() const { return text_; }
+  consteval Markup(const char (&text)[N]) : text_(text), size_(N - 1) {}
+  std::string_view text() const { return {text_, size_}; }
 
  private:
-  std::string_view text_;
+  const char* text_;
+  size_t size_;
 };
 
 class Html {

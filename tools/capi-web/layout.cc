@@ -87,7 +87,8 @@ void add_buttons(Html& notice, const std::string& id) {
   notice.raw(" data-done=\"Gone back.\" data-needs-script>Go back now</button></p>\n");
 }
 
-void add_waiting(Html& notice, const Request& request, const pending::Change& change, App& app) {
+void add_waiting(Html& notice, const Request& request, const pending::Change& change,
+                 const App& app) {
   notice.raw("<section class=\"pending notice warn\" id=\"pending\"")
       .attr("data-change", change.id);
   notice.attr("data-seconds-left", seconds_left(change));
@@ -122,7 +123,7 @@ void add_outcome(Html& notice, const Request& request, const App& app) {
   notice.raw("</div>\n");
 }
 
-void add_change_notice(Html& notice, const Request& request, App& app) {
+void add_change_notice(Html& notice, const Request& request, const App& app) {
   try {
     const auto change = waiting_change();
     if (change) {

@@ -127,7 +127,7 @@ std::string read_line() {
 
 std::string ask(const char* question) {
   fputs(question, stderr);
-  const std::string line = read_line();
+  std::string line = read_line();
   fputc('\n', stderr);
   return line;
 }
@@ -199,9 +199,10 @@ void add_options(CLI::App& app, Options& options) {
   app.add_flag("--verbose", options.verbose, "Print the library's log on standard error");
 }
 
-int run(int argc, char** argv) {
-  Options options{.password_file = path_of("CREDENTIALS_DIRECTORY", "/etc/capi", "web.password"),
-                  .token_file = path_of("STATE_DIRECTORY", "/var/lib/capi-web", "tokens")};
+using Action = void (*)(const Options&);
+
+// What is to be done. A server does not keep for good what has read its options.
+Action read_options(int argc, char** argv, Options& options) {
   CLI::App app(kDescription, "capi-web");
   app.fallthrough();
   app.require_subcommand(0, 1);
@@ -214,10 +215,16 @@ int run(int argc, char** argv) {
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
-    if (error.get_exit_code() == 0) return app.exit(error);
+    if (error.get_exit_code() == 0) exit(app.exit(error));
     throw Failure(std::string(error.what()) + ". Help: capi-web --help", {kUsage});
   }
-  *password ? set_password(options) : serve(options);
+  return *password ? set_password : serve;
+}
+
+int run(int argc, char** argv) {
+  Options options{.password_file = path_of("CREDENTIALS_DIRECTORY", "/etc/capi", "web.password"),
+                  .token_file = path_of("STATE_DIRECTORY", "/var/lib/capi-web", "tokens")};
+  read_options(argc, argv, options)(options);
   return kDone;
 }
 

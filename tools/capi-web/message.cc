@@ -45,8 +45,8 @@ bool is_known_method(std::string_view method) {
 }
 
 bool is_path(std::string_view target) {
-  return target.starts_with('/') && !target.starts_with("//") && target.find('#') == target.npos &&
-         std::ranges::all_of(target, is_visible);
+  return target.starts_with('/') && !target.starts_with("//") &&
+         target.find('#') == std::string_view::npos && std::ranges::all_of(target, is_visible);
 }
 
 int read_first_line(std::string_view line, Message& message) {
@@ -70,7 +70,7 @@ bool comes_once(std::string_view name) {
 
 int read_field(std::string_view line, Message& message) {
   const size_t colon = line.find(':');
-  if (colon == 0 || colon == line.npos) return 400;
+  if (colon == 0 || colon == std::string_view::npos) return 400;
   std::string name(line.substr(0, colon));
   if (!std::ranges::all_of(name, is_token_char)) return 400;
   std::ranges::transform(name, name.begin(), small);

@@ -18,9 +18,9 @@ void add_file(Html& html, const FileChange& change) {
   for (const LineChange& line : change.lines)
     table.add({line.section, line.old_line, line.new_line});
   add_table(html, table,
-            {.caption = std::string("Voice stack's file ") + change.file,
-             .id = std::string("file-") + change.file,
-             .is_wide = true});
+            Look{.caption = std::string("Voice stack's file ") + change.file,
+                 .id = std::string("file-") + change.file,
+                 .is_wide = true});
 }
 
 // The record before the change, and the settings that it has set.

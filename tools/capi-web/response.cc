@@ -71,7 +71,7 @@ cJSON* error_object(int status, std::string_view text, const Why& why) {
 }  // namespace
 
 std::string_view reason_of(int status) {
-  const auto* const found = std::ranges::find(kReasons, status, &Reason::status);
+  const Reason* const found = std::ranges::find(kReasons, status, &Reason::status);
   return found == std::end(kReasons) ? std::string_view("Error") : found->text;
 }
 

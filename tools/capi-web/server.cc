@@ -8,6 +8,7 @@
 #include <event2/event.h>
 #include <event2/http.h>
 #include <event2/listener.h>
+#include <malloc.h>
 #include <netdb.h>
 #include <netinet/in.h>
 
@@ -40,7 +41,7 @@ Owned<T> own(T* made) {
   return Owned<T>(made);
 }
 
-timeval time_of(int ms) { return {.tv_sec = ms / 1000, .tv_usec = ms % 1000 * 1000}; }
+timeval time_of(int ms) { return {.tv_sec = ms / 1000, .tv_usec = suseconds_t{ms % 1000} * 1000}; }
 
 // In place of what is refused: the library calls us for it as for any request, so that there is one
 // way in which answers are made.
@@ -56,7 +57,7 @@ constexpr int kLookMs = 1000;
 
 constexpr int kSendBuffer = 4096;
 
-constexpr std::string_view kComment = ":\n\n";
+constexpr char kComment[] = ":\n\n";
 
 constexpr int kAllMethods = EVHTTP_REQ_GET | EVHTTP_REQ_POST | EVHTTP_REQ_HEAD | EVHTTP_REQ_PUT |
                             EVHTTP_REQ_DELETE | EVHTTP_REQ_OPTIONS | EVHTTP_REQ_TRACE |
@@ -76,12 +77,21 @@ void add_headers(evhttp_request* request, const Response& response) {
   }
 }
 
+void add_copy(evbuffer* buffer, std::string_view content) {
+  evbuffer_add(buffer, content.data(), content.size());
+}
+
+void add_lasting(evbuffer* buffer, std::string_view content) {
+  evbuffer_add_reference(buffer, content.data(), content.size(), nullptr, nullptr);
+}
+
 // The length is told here, for a HEAD as well.
 void send(evhttp_request* request, const Response& response) {
   const std::string_view content = response.fixed.empty() ? response.body : response.fixed;
   const auto buffer = own(evbuffer_new());
   if (evhttp_request_get_command(request) != EVHTTP_REQ_HEAD) {
-    evbuffer_add(buffer.get(), content.data(), content.size());
+    const auto add = response.fixed.empty() ? add_copy : add_lasting;
+    add(buffer.get(), content);
   }
   add_headers(request, response);
   if (response.status != 204 && response.status != 304) {
@@ -89,6 +99,7 @@ void send(evhttp_request* request, const Response& response) {
                       std::to_string(content.size()).c_str());
   }
   evhttp_send_reply(request, response.status, reason_of(response.status).data(), buffer.get());
+  malloc_trim(0);  // pages are made of many pieces, and asked for rarely
 }
 
 }  // namespace
@@ -139,7 +150,7 @@ class Server::Loop {
   static void adopt(Connection& connection);
   void forget(const Connection* connection);
 
-  void take(Connection& connection, evbuffer* input, size_t added);
+  void take(Connection& connection, evbuffer* input, size_t added) const;
   void answer(evhttp_request* request, Connection& connection);
 
   void look_for_adapter();
@@ -148,10 +159,10 @@ class Server::Loop {
   void set_timers();
   void begin_stream(Connection& connection, evhttp_request* request, const Response& response);
   void send_news();
-  void send_news(Connection& connection);
+  void send_news(Connection& connection) const;
   void send_comments();
   void send_comment(Connection& connection);
-  static void send_part(Connection& connection, std::string_view text);
+  static void send_part(Connection& connection, const std::string& text);
 
   static Loop* the_one;  // of this process
 
@@ -260,8 +271,8 @@ bufferevent* Server::Loop::make_socket(event_base* base, void* loop) {
   auto& self = *static_cast<Loop*>(loop);
   bufferevent* const socket = bufferevent_socket_new(base, -1, BEV_OPT_CLOSE_ON_FREE);
   if (socket == nullptr) return nullptr;
-  Connection& connection = self.connections_.emplace_back(Connection{&self, socket});
-  evbuffer_add_cb(bufferevent_get_input(socket), on_input, &connection);
+  self.connections_.push_back({.loop = &self, .socket = socket});
+  evbuffer_add_cb(bufferevent_get_input(socket), on_input, &self.connections_.back());
   bufferevent_incref(socket);  // until it is adopted
   event_active(self.adopting_.get(), EV_TIMEOUT, 0);
   if (self.connections_.size() >= self.limits_.connections) self.set_accepting(false);
@@ -316,7 +327,7 @@ void Server::Loop::on_input(evbuffer* input, const evbuffer_cb_info* info, void*
 }
 
 // In front of what has arrived stand requests that the library has not come to.
-void Server::Loop::take(Connection& connection, evbuffer* input, size_t added) {
+void Server::Loop::take(Connection& connection, evbuffer* input, size_t added) const {
   std::string bytes(evbuffer_get_length(input), '\0');
   evbuffer_remove(input, bytes.data(), bytes.size());
   Gate& gate = connection.gate;
@@ -423,14 +434,14 @@ void Server::Loop::send_news() {
 }
 
 // While something is on its way nothing is added: what has changed meanwhile is told in one.
-void Server::Loop::send_news(Connection& connection) {
+void Server::Loop::send_news(Connection& connection) const {
   if (connection.stream == nullptr || connection.is_sending || !connection.stream->has_news()) {
     return;
   }
   send_part(connection, app_.events.event(*connection.stream));
 }
 
-void Server::Loop::send_part(Connection& connection, std::string_view text) {
+void Server::Loop::send_part(Connection& connection, const std::string& text) {
   const auto buffer = own(evbuffer_new());
   evbuffer_add(buffer.get(), text.data(), text.size());
   connection.is_sending = true;

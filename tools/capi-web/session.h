@@ -24,7 +24,7 @@ class Sessions {
  public:
   static constexpr size_t kMax = 16;
 
-  explicit Sessions(int64_t idle_ms = 30 * 60 * int64_t{1000}) : idle_ms_(idle_ms) {}
+  explicit Sessions(int64_t idle_ms = int64_t{30} * 60 * 1000) : idle_ms_(idle_ms) {}
 
   // Begins a login; the one that was seen longest ago ends where there are too many.
   const Session& begin(const std::string& address, int64_t now_ms, int64_t now_s);
@@ -63,8 +63,8 @@ class Throttle {
  private:
   static constexpr size_t kMax = 64;
   static constexpr int kFree = 3;  // mistakes that cost nothing
-  static constexpr int64_t kLongestMs = 60 * int64_t{1000};
-  static constexpr int64_t kForgottenMs = 10 * 60 * int64_t{1000};
+  static constexpr int64_t kLongestMs = int64_t{60} * 1000;
+  static constexpr int64_t kForgottenMs = int64_t{10} * 60 * 1000;
 
   struct Row {
     std::string address;

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <cstdlib>
 
 #include "setting_file.h"
@@ -12,6 +13,13 @@
 namespace tools {
 namespace {
 
+// From 2^53 on all are. The library of mathematics is a third of a MiB for one question.
+bool is_whole(double number) {
+  constexpr double kAllAreWhole = 9007199254740992.0;
+  if (!(std::abs(number) < kAllAreWhole)) return !std::isnan(number);
+  return static_cast<double>(static_cast<int64_t>(number)) == number;
+}
+
 // What an item of a section is as a setting file would have it; false when it is of another kind.
 bool text_of_item(const Key& key, const cJSON* item, std::string& value) {
   if (key.row.kind == CAPI_CONFIG_TEXT) {
@@ -19,7 +27,7 @@ bool text_of_item(const Key& key, const cJSON* item, std::string& value) {
     value = item->valuestring;
     return true;
   }
-  if (!cJSON_IsNumber(item) || std::trunc(item->valuedouble) != item->valuedouble) return false;
+  if (!cJSON_IsNumber(item) || !is_whole(item->valuedouble)) return false;
   char digits[32];
   snprintf(digits, sizeof digits, "%.0f", std::clamp(item->valuedouble, -1e15, 1e15));
   value = digits;
