@@ -149,7 +149,7 @@ done
 
 # Links from page to page hold; those to the sources cannot.
 doc=$root/usr/share/doc/libcapi-dev
-grep -oE '\]\([^):#]+' "$doc"/*.md "$doc"/docs/*.md | sort -u >links
+grep -oE '\]\([^):#]+' "$doc"/*.md "$doc"/docs/*.md | grep -v '(https$' | sort -u >links
 while IFS= read -r link; do
   page=${link%%:*} target=${link##*](}
   [ -e "${page%/*}/$target" ] || echo "${page##*/}: $target"
