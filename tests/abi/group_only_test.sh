@@ -2,14 +2,16 @@
 # SPDX-FileCopyrightText: The capi authors
 # SPDX-License-Identifier: MIT
 #
-# group_only_test.sh SOURCE-DIR BUILD-DIR LIBRARY C-COMPILER C++-COMPILER [TOOLCHAIN-FILE [EMULATOR]]
+# group_only_test.sh SOURCE-DIR BUILD-DIR LIBRARY TOOL KEYS-LIBRARY C-COMPILER C++-COMPILER
+#   [TOOLCHAIN-FILE [EMULATOR]]
 #
 # Builds the library for the use of one group and looks at what it makes, beside what LIBRARY makes
-# for everybody; then a member of the group and a stranger use it. Needs a private view.
+# for everybody; then a member of the group and a stranger use it, also by TOOL, which is capictl for
+# such a library. Needs a private view.
 set -euo pipefail
 
-source=$1 build=$2/group_only everybodys=$3 cc=$4 cxx=$5 toolchain=${6-}
-shift $(($# < 6 ? $# : 6))
+source=$1 build=$2/group_only everybodys=$3 tool=$4 keys=$5 cc=$6 cxx=$7 toolchain=${8-}
+shift $(($# < 8 ? $# : 8))
 emulator=("$@")
 failures=0
 
@@ -99,4 +101,52 @@ if [ "$others" ]; then
 else
   echo 'skipped: there is no other user here'
 fi
+
+# ---- A change with a way back -------------------------------------------------------------------
+
+# capictl as a user, all of whose groups are named; the mask is that of a cautious shell.
+capictl() { # USER GROUP ARGUMENT...
+  local user=$1 group=$2
+  shift 2
+  (umask 077 && LD_LIBRARY_PATH=/tmp/group_only setpriv --reuid "$user" --regid "$user" --groups "$group" \
+    "${emulator[@]}" /tmp/group_only/capictl "$@")
+}
+said_is() { # EXPECTED SAID
+  [ "$2" = "$1" ] || fail "it says \"$2\" and not \"$1\""
+}
+members_change() {
+  local id
+  ipcrm --all
+  rm -rf /var/lib/capi /tmp/group
+  install -d -m 2770 -g 2000 /var/lib/capi # as the device's start does
+  install -d -m 2770 -g 2000 /tmp/group
+  (umask 0 && "${in_group[@]}" "${emulator[@]}" /tmp/group_only/client start) || fail 'it does not start'
+
+  capictl 1001 2000 config set sip_line_1.display_name Hall || fail 'a member cannot set a value'
+  id=$(capictl 1001 2000 config set sip_line_1.display_name Den --confirm-within 600 2>/tmp/errors) ||
+    fail "a member cannot make a change with a way back: $(cat /tmp/errors)"
+  for name in pending lock watcher; do
+    said_is '660 2000' "$(stat --format='%a %g' /var/lib/capi/$name)"
+  done
+  said_is "$id" "$(capictl 1003 2000 config pending | awk '$2 == "id" { print $3 }')"
+  capictl 1002 1002 config confirm "$id" 2>/dev/null && fail 'a stranger confirms a change'
+  # One member takes back what another one has changed.
+  capictl 1003 2000 config cancel "$id" 2>/tmp/errors || fail "it is not taken back: $(cat /tmp/errors)"
+  said_is Hall "$(capictl 1001 2000 config get sip_line_1.display_name)"
+  # And it goes back by itself.
+  capictl 1003 2000 config set sip_line_1.display_name Attic --confirm-within 1 >/dev/null 2>&1 ||
+    fail 'another member cannot make a change after the first one'
+  flock --timeout 60 /var/lib/capi/watcher true || fail 'it does not go back'
+  said_is Hall "$(capictl 1001 2000 config get sip_line_1.display_name)"
+
+  # Made where it is missing, as by root at the first change.
+  rm -r /var/lib/capi
+  (umask 077 && LD_LIBRARY_PATH=/tmp/group_only "${in_group[@]}" "${emulator[@]}" /tmp/group_only/capictl \
+    config set sip_line_1.display_name Den --confirm-within 600 >/dev/null 2>&1) || fail 'root cannot change it'
+  said_is '2770 2000' "$(stat --format='%a %g' /var/lib/capi)"
+  capictl 1001 2000 config cancel 2>/dev/null || fail 'a member cannot take back what root has changed'
+}
+install -m 755 "$tool" /tmp/group_only/capictl
+cp "$keys" /tmp/group_only/libcapi-keys.so.0
+[ -z "$others" ] || members_change
 [ $failures -eq 0 ]

@@ -76,7 +76,7 @@ bool drain(int fd) {
 
 // Made with what is above it, which the tools share.
 const std::string& made(const std::string& directory) {
-  mkdir(pending::kDirectory, 0755);
+  pending::make_directory();
   if (mkdir(directory.c_str(), 0700) != 0 && errno != EEXIST) {
     throw Failure(directory + " cannot be made: " + strerror(errno));
   }

@@ -25,7 +25,8 @@ namespace pending {
 
 // Fixed, not the nv directory: that is itself a setting, which nobody knows before a master has
 // started and which a change may change. Made on demand, for everybody to see whether a change
-// waits; the files in it, which hold secrets, are their owner's.
+// waits; the files in it, which hold secrets, are their owner's. Where the library is built for one
+// group all of it is the group's.
 inline constexpr char kDirectory[] = "/var/lib/capi";
 inline constexpr char kFile[] = "/var/lib/capi/pending";
 inline constexpr char kOutcomeFile[] = "/var/lib/capi/outcome";
@@ -114,6 +115,9 @@ class Lock {
  private:
   int fd_;
 };
+
+// Makes the directory where it is missing. 0, or an error number.
+int make_directory();
 
 // 0, or an error number: ENOENT where there is none, EBADMSG for one that is damaged.
 int load(Change& change);

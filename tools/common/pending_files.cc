@@ -17,7 +17,27 @@ namespace {
 
 using files::Descriptor;
 
-int make_directory() { return mkdir(kDirectory, 0755) == 0 || errno == EEXIST ? 0 : errno; }
+// Where one group has the adapter, all of its members share the change, whatever groups they have
+// besides: what is made in the directory is its group's.
+#ifdef CAPI_GROUP_ONLY
+constexpr mode_t kDirectoryMode = S_ISGID | 0770;
+constexpr mode_t kFileMode = 0660;
+#else
+constexpr mode_t kDirectoryMode = 0755;
+constexpr mode_t kFileMode = 0600;
+#endif
+
+// The files have their mode whatever mask somebody's shell has.
+class NoMask {
+ public:
+  NoMask() : former_(umask(0)) {}
+  ~NoMask() { umask(former_); }
+  NoMask(const NoMask&) = delete;
+  NoMask& operator=(const NoMask&) = delete;
+
+ private:
+  mode_t former_;
+};
 
 int read_file(const char* path, std::string& text) {
   constexpr size_t kMax = size_t{16} << 20;
@@ -35,7 +55,8 @@ int read_file(const char* path, std::string& text) {
 
 int open_lock(const char* path, bool makes_file) {
   if (makes_file) make_directory();
-  return open(path, O_RDWR | O_CLOEXEC | O_NOFOLLOW | (makes_file ? O_CREAT : 0), 0600);
+  const NoMask mask;
+  return open(path, O_RDWR | O_CLOEXEC | O_NOFOLLOW | (makes_file ? O_CREAT : 0), kFileMode);
 }
 
 bool is_held(const char* path) {
@@ -60,6 +81,11 @@ bool take_in_time(int fd, int operation) {
   }
   errno = EWOULDBLOCK;
   return false;
+}
+
+int replace(const char* path, const std::string& text) {
+  const NoMask mask;
+  return files::replace(path, text, kFileMode);
 }
 
 template <typename Record>
@@ -88,17 +114,24 @@ Lock::~Lock() {
   if (fd_ != -1) close(fd_);
 }
 
+// A directory's set-group-ID bit is not mkdir()'s to give.
+int make_directory() {
+  if (mkdir(kDirectory, kDirectoryMode) != 0) return errno == EEXIST ? 0 : errno;
+  if ((kDirectoryMode & S_ISGID) == 0) return 0;
+  return chmod(kDirectory, kDirectoryMode) == 0 ? 0 : errno;
+}
+
 int load(Change& change) { return load_from(kFile, change); }
 
 int load(Outcome& outcome) { return load_from(kOutcomeFile, outcome); }
 
 int save(const Change& change) {
   const int error = make_directory();
-  return error != 0 ? error : files::replace(kFile, text_of(change), 0600);
+  return error != 0 ? error : replace(kFile, text_of(change));
 }
 
 int finish(const Outcome& outcome) {
-  const int error = files::replace(kOutcomeFile, text_of(outcome), 0600);
+  const int error = replace(kOutcomeFile, text_of(outcome));
   const int error_of_removal = remove();
   return error != 0 ? error : error_of_removal;
 }
