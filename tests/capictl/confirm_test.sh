@@ -228,6 +228,7 @@ expect_error 6 "$busy" config set sip_line_1.display_name Porch --confirm-within
 expect_error 6 "$busy" config cancel
 expect_error 6 "$busy" config confirm
 kill -KILL "$(watchers)"
+wait_for_watcher
 expect 0 Loft config get sip_line_1.display_name
 exec 8<&-
 value_is Den
