@@ -162,9 +162,10 @@ means, and the formats of the files of an LTE phone adapter.")
   install(FILES README.md CHANGELOG.md CONTRIBUTING.md DESTINATION ${directory} COMPONENT doc
     EXCLUDE_FROM_ALL)
   install(DIRECTORY docs examples DESTINATION ${directory} COMPONENT doc EXCLUDE_FROM_ALL
-    USE_SOURCE_PERMISSIONS
     FILES_MATCHING PATTERN *.md PATTERN *.json PATTERN *.svg PATTERN *.png PATTERN *.dot PATTERN *.c
     PATTERN *.py PATTERN *.lua PATTERN examples/fleet/*)
+  install(PROGRAMS examples/fleet/make-certificates DESTINATION ${directory}/examples/fleet
+    COMPONENT doc EXCLUDE_FROM_ALL)
   install(DIRECTORY ${CMAKE_CURRENT_BINARY_DIR}/reference/html DESTINATION ${directory}
     COMPONENT doc EXCLUDE_FROM_ALL)
   install(FILES cmake/debian/libcapi-doc/doc-base RENAME libcapi-doc.capi COMPONENT doc
