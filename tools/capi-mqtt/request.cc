@@ -330,7 +330,7 @@ std::optional<int64_t> time_of(const std::string& text) {
   tm time{};
   const char* end = strptime(text.c_str(), "%Y-%m-%dT%H:%M:%SZ", &time);
   if (text.size() != kLength || end == nullptr || *end != '\0') return std::nullopt;
-  const int64_t seconds = timegm(&time);
+  const int64_t seconds = seconds_of(time);
   // One that there is not, as the 30th of February, would have become another one.
   return time_text(seconds) == text ? std::optional(seconds) : std::nullopt;
 }

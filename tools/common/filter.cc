@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <cctype>
-#include <chrono>
 #include <ctime>
 
 #include "adapter.h"
@@ -50,10 +49,7 @@ bool read_time(const std::string& text, int64_t& time) {
     tm parts{};
     const char* end = strptime(text.c_str(), form, &parts);
     if (end == nullptr || *end != '\0') continue;
-    // Beyond 2038 as well, where time_t has 32 bits.
-    const auto day = std::chrono::year(parts.tm_year + 1900) / (parts.tm_mon + 1) / parts.tm_mday;
-    const int64_t days = std::chrono::sys_days(day).time_since_epoch().count();
-    time = ((days * 24 + parts.tm_hour) * 60 + parts.tm_min) * 60 + parts.tm_sec;
+    time = seconds_of(parts);
     return true;
   }
   return false;

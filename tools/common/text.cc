@@ -200,6 +200,12 @@ std::string time_text(int64_t seconds) {
 
 bool is_time(uint32_t seconds) { return seconds >= kFirstTime; }
 
+int64_t seconds_of(const tm& parts) {
+  const auto day = std::chrono::year(parts.tm_year + 1900) / (parts.tm_mon + 1) / parts.tm_mday;
+  const int64_t days = std::chrono::sys_days(day).time_since_epoch().count();
+  return ((days * 24 + parts.tm_hour) * 60 + parts.tm_min) * 60 + parts.tm_sec;
+}
+
 std::string time_or_number(uint32_t seconds) {
   return is_time(seconds) ? time_text(seconds) : std::to_string(seconds);
 }

@@ -3,6 +3,7 @@
 // Texts as terminals, shells and JSON can take them.
 #pragma once
 
+#include <ctime>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -39,7 +40,10 @@ std::string counted(size_t count, const std::string& noun);
 // A time in seconds since 1970, as "2026-11-22T05:10:00Z"; "" for 0.
 std::string time_text(int64_t seconds);
 
-// The same for a time that others made: what lies before the first adapter was built is no such
+// The seconds since 1970 of a date and a time in UTC, beyond 2038 as well where time_t has 32 bits.
+int64_t seconds_of(const tm& parts);
+
+// The text of a time that others made: what lies before the first adapter was built is no such
 // time, but a number of something else, and stays one.
 std::string time_or_number(uint32_t seconds);
 bool is_time(uint32_t seconds);
