@@ -192,8 +192,9 @@ class Streams(unittest.TestCase):
                 while told < 5000:
                     told = int(reader.read_event().partition('"generation":')[2].split("}")[0])
                 grown = running.private_kib() - before
-            # A part of what a queue for one of them would have taken.
-            self.assertLess(grown, told * 90 // 1024 // 4)
+            # A part of what a queue for one of them would have taken. A sanitizer keeps what was freed.
+            if "CAPI_IS_SANITIZED" not in os.environ:
+                self.assertLess(grown, told * 90 // 1024 // 4)
             # Reading from them now would let them live.
             while running.descriptors() > alone:
                 pass
