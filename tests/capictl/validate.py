@@ -11,17 +11,8 @@ import sys
 
 import jsonschema
 
-
-def closed(shape):
-    """The same shape, without room for members that it does not name."""
-    if isinstance(shape, list):
-        return [closed(item) for item in shape]
-    if not isinstance(shape, dict):
-        return shape
-    result = {name: closed(item) for name, item in shape.items()}
-    if isinstance(shape.get("properties"), dict) and "type" in shape:
-        result.setdefault("additionalProperties", False)
-    return result
+sys.path.insert(0, os.path.join(os.path.dirname(__file__), "../support"))
+from shapes import closed
 
 
 def main(schema_file, directory):

@@ -4,6 +4,7 @@
 import json
 import os
 import re
+import sys
 import time
 
 import jsonschema
@@ -12,6 +13,9 @@ import fleet
 from fleet import TREE, Bridge, Broker, capictl
 from recorder import Recorder
 
+sys.path.insert(0, os.path.join(fleet.SOURCE, "tests/support"))
+from shapes import closed
+
 DOCS = os.path.join(fleet.SOURCE, "docs")
 META = os.path.join(fleet.SOURCE, "build/npm/node_modules/@asyncapi/specs/schemas/3.0.0.json")
 
@@ -19,18 +23,6 @@ META = os.path.join(fleet.SOURCE, "build/npm/node_modules/@asyncapi/specs/schema
 def read(name):
     with open(os.path.join(DOCS, name), encoding="utf-8") as file:
         return json.load(file)
-
-
-def closed(shape):
-    """The same shape, without room for members that it does not name."""
-    if isinstance(shape, list):
-        return [closed(item) for item in shape]
-    if not isinstance(shape, dict):
-        return shape
-    result = {name: closed(item) for name, item in shape.items()}
-    if isinstance(shape.get("properties"), dict) and "type" in shape:
-        result.setdefault("additionalProperties", False)
-    return result
 
 
 def store():

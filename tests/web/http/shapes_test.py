@@ -4,12 +4,16 @@
 
 import json
 import re
+import sys
 import unittest
 import urllib.parse
 
 import jsonschema
 
 from served import Case, SOURCE, Held, Person, others, tool
+
+sys.path.insert(0, f"{SOURCE}/tests/support")
+from shapes import closed
 
 
 def read(path):
@@ -51,18 +55,6 @@ def within_shapes(shape):
         name: "json/capictl.json" + item if name == "$ref" else within_shapes(item)
         for name, item in shape.items()
     }
-
-
-def closed(shape):
-    """The same shape, without room for members that it does not name."""
-    if isinstance(shape, list):
-        return [closed(item) for item in shape]
-    if not isinstance(shape, dict):
-        return shape
-    result = {name: closed(item) for name, item in shape.items()}
-    if isinstance(shape.get("properties"), dict) and "type" in shape:
-        result.setdefault("additionalProperties", False)
-    return result
 
 
 def operations():
