@@ -129,8 +129,10 @@ class Adapter:
     def writes(self, *count):
         """Changes a setting as often as it can meanwhile, or so many times."""
         with subprocess.Popen([*self.writer, *map(str, count)]) as process:
-            yield
-            process.kill()
+            try:
+                yield
+            finally:
+                process.kill()
 
 
 class Connection:
@@ -192,10 +194,12 @@ class Connection:
 
     def read_event(self):
         """The next event of a stream, without the chunks around it."""
-        while True:
+        end = time.monotonic() + PATIENCE
+        while time.monotonic() < end:
             part = self.read_until(b"\n\n").decode("ascii")
             if "event: change" in part:
                 return part
+        raise AssertionError("nothing but comments comes")
 
 
 def cpu_share(server, seconds):
