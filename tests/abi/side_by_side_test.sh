@@ -51,7 +51,7 @@ diff <(installed) <(wanted | sort) || fail 'something else is installed'
 echo "ok: $here and $there side by side: $(find "$root" -type f | wc -l) files"
 
 # What is for every machine is the same whatever it was made on.
-for package in capi-simulator libcapi-doc; do
+for package in capi-simulator libcapi-doc python3-capi lua-capi; do
   cmp "$first/$package"_*.deb "$second/$package"_*.deb || fail "$package is not the same everywhere"
 done
 
