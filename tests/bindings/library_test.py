@@ -129,6 +129,63 @@ def test_a_handler_of_the_log_may_use_the_library(adapter: capi.Adapter) -> None
     assert len(seen) == 1
 
 
+def test_an_error_is_that_of_the_call_whatever_a_handler_of_the_log_does(
+    adapter: capi.Adapter,
+) -> None:
+    class Handler(logging.Handler):
+        def emit(self, record: logging.LogRecord) -> None:
+            c.capi_live_get("hw_info", "option_hw_info_model", capi.ffi.new("char[]", 32), 32)
+
+    handler = Handler(level=logging.WARNING)
+    logging.getLogger("capi").addHandler(handler)
+    try:
+        with pytest.raises(capi.Error, match="line index-3, error") as failed:
+            adapter.write(capi.VoiceSipLine(), 3)
+    finally:
+        logging.getLogger("capi").removeHandler(handler)
+    assert failed.value.function == "capi_set_voice_sip_line"
+    assert len(failed.value.lines) == 1
+
+
+def test_what_a_callback_lets_the_library_log_reaches_logging_in_its_place(
+    adapter: capi.Adapter, caplog: pytest.LogCaptureFixture
+) -> None:
+    from capi._library import callback
+
+    adapter.calls.clear()
+    adapter.calls.add(0, capi.CallLogRecord())
+
+    def fail_within(_call: Any, _user: Any) -> int:
+        assert c.capi_set_voice_sip_line(capi.VoiceSipLine(), 3) == -1
+        return 0
+
+    walk = callback("capi_call_log_cb", fail_within)
+    with caplog.at_level(logging.WARNING, logger="capi"):
+        assert c.capi_voip_call_log_dump(0, walk, None) == 0
+        # The lines of one call are not told as another's reason.
+        with pytest.raises(capi.Error, match=r"^capi_voip_call_log_dump\(\) failed$"):
+            capi.check(-1)
+        adapter.config.set("hw_info.model", "QZX-200")
+    said = [record.message.partition("]")[2].strip() for record in caplog.records]
+    assert said == ["line index-3, error"]
+
+
+def test_lines_of_calls_that_others_make_reach_logging_in_their_order(
+    adapter: capi.Adapter, caplog: pytest.LogCaptureFixture
+) -> None:
+    from capi._library import _found
+
+    record = capi.VoiceSipLine()._pointer
+    with caplog.at_level(logging.WARNING, logger="capi"):
+        for number in (3, 4):
+            _found("capi_set_voice_sip_line")(record, number)
+        with pytest.raises(capi.Error, match="line index-5, error") as failed:
+            adapter.write(capi.VoiceSipLine(), 5)
+    said = [each.message.partition("]")[2].strip() for each in caplog.records]
+    assert said == [f"line index-{number}, error" for number in (3, 4, 5)]
+    assert len(failed.value.lines) == 1
+
+
 def test_what_a_callback_raises_is_raised_by_the_call(adapter: capi.Adapter) -> None:
     from capi._library import callback
 
@@ -153,6 +210,21 @@ def test_functions_of_c_take_texts_and_give_results() -> None:
     assert c.capi_config_get("nothing", "nothing", buffer, 64) == -1
     with pytest.raises(capi.Error, match="capi_config_get"):
         capi.check(-1)
+
+
+@pytest.mark.usefixtures("adapter")
+def test_functions_of_c_take_records() -> None:
+    presence = capi.Presence()
+    assert c.capi_get_presence(presence) == 0
+    assert presence.state == capi.PresenceState.PUBLISHED
+    line = capi.VoiceSipLine()
+    assert c.capi_get_voice_sip_line(line, 2) == 0
+    assert line.display_name == "Fax"
+    snapshot, generation = capi.SharedRecord(), capi.ffi.new("uint64_t *")
+    assert c.capi_live_refresh(snapshot, generation) == 1
+    # A record within another one is passed as what lies there.
+    assert c.capi_get_voice_sip_line(snapshot.sip_line[0], 2) == 0
+    assert [each.display_name for each in snapshot.sip_line] == ["Fax", "Fax"]
 
 
 def test_while_a_call_waits_other_threads_go_on(
