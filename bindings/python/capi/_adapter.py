@@ -5,12 +5,12 @@ from __future__ import annotations
 
 import os
 import threading
-from types import TracebackType
 from typing import Dict, Iterator, Mapping, Optional, Tuple, Type, TypeVar, Union
 
 from . import functions as c
 from . import records
 from ._cdef import ffi
+from ._closing import Closing
 from ._keys import Config
 from ._library import Error, check, read_text, sink, text_of
 from ._record import ArrayItem, Field, Record, RecordItem, size_of
@@ -51,7 +51,7 @@ _NUMBERED = {
 }
 
 
-class Adapter:
+class Adapter(Closing):
     """An adapter, as the processes of the device share it.
 
     ``with capi.Adapter() as adapter:`` joins the one that runs; an Error tells when none does.
@@ -122,17 +122,6 @@ class Adapter:
     def _open(self) -> None:
         if not self._is_open:
             raise Error("the adapter is closed")
-
-    def __enter__(self) -> Adapter:
-        return self
-
-    def __exit__(
-        self,
-        _type: Optional[Type[BaseException]],
-        _value: Optional[BaseException],
-        _traceback: Optional[TracebackType],
-    ) -> None:
-        self.close()
 
     @property
     @tells("capi_get_presence")

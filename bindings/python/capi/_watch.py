@@ -7,17 +7,17 @@ import math
 import os
 import select
 import time
-from types import TracebackType
-from typing import Optional, Type
+from typing import Optional
 
 from . import functions as c
 from . import records
+from ._closing import Closing
 from ._library import Error, check, failure, last_errno
 from ._told import tells
 from .enums import Topic
 
 
-class Watch:
+class Watch(Closing):
     """Tells of changes: which topics, not how many changes there were.
 
     ``async for topics in watch`` goes on for as long as changes come. Without asyncio there is
@@ -71,17 +71,6 @@ class Watch:
             c.capi_watch_close(self._watch._pointer)
         else:
             os.close(self._watch.fd)  # the parent's goes on
-
-    def __enter__(self) -> Watch:
-        return self
-
-    def __exit__(
-        self,
-        _type: Optional[Type[BaseException]],
-        _value: Optional[BaseException],
-        _traceback: Optional[TracebackType],
-    ) -> None:
-        self.close()
 
     def __del__(self) -> None:
         if getattr(self, "_is_open", False):
