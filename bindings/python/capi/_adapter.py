@@ -5,6 +5,7 @@ from __future__ import annotations
 
 import os
 import threading
+import weakref
 from typing import Dict, Iterator, Mapping, Optional, Tuple, Type, TypeVar, Union
 
 from . import functions as c
@@ -102,6 +103,7 @@ class Adapter(Closing):
                 check(c.capi_init(_CALLBACKS if is_master else None, int(is_master), sink))
             _users += 1
         self._is_open = True
+        self._watches: "weakref.WeakSet[Watch]" = weakref.WeakSet()
         self.config = Config(self)
         self.calls = Calls(self)
         self.messages = Messages(self)
@@ -109,12 +111,17 @@ class Adapter(Closing):
 
     @tells("capi_uninit")
     def close(self) -> None:
-        """Leaves the adapter, which goes on. No other thread may be within a call."""
+        """Leaves the adapter, which goes on. No other thread may be within a call.
+
+        Its watches are closed.
+        """
         global _users
         with _lock:
             if not self._is_open:
                 return
             self._is_open = False
+            for watch in list(self._watches):
+                watch.close()
             _users -= 1
             if _users == 0:
                 c.capi_uninit()
@@ -183,7 +190,9 @@ class Adapter(Closing):
     def watch(self, topics: Topic = Topic(TOPIC_ALL)) -> Watch:
         """Tells of changes from now on: async for topics in adapter.watch(capi.Topic.LINES)."""
         self._open()
-        return Watch(topics)
+        watch = Watch(topics)
+        self._watches.add(watch)
+        return watch
 
     @tells("capi_fire_internal_event2")
     def post(self, name: str, *texts: str) -> None:
