@@ -238,6 +238,12 @@ class Record:
         """Another record of the same content."""
         return self._copied(self._pointer)
 
+    def __copy__(self: R) -> R:
+        return self.copy()
+
+    def __deepcopy__(self: R, _memo: Dict[int, Any]) -> R:
+        return self.copy()
+
     def to_dict(self) -> Dict[str, Any]:
         """The members as plain values: numbers, texts, bytes, lists and further dictionaries."""
         return {name: _plain(getattr(self, name)) for name in self._fields}
