@@ -10,6 +10,7 @@ import pydoc
 import subprocess
 import sys
 import threading
+from pathlib import Path
 from typing import Any, Callable, List
 
 import capi
@@ -85,6 +86,19 @@ def test_the_device_tells_of_itself_and_its_sim(adapter: capi.Adapter) -> None:
     assert adapter.sim(capi.SimcardInfoIndex.IMSI) == "001010123456789"
     assert adapter.carrier is not None and adapter.carrier.mcc == "001"
     assert capi.call_state_name(0) == "Unknown"
+
+
+def test_a_signal_has_up_to_three_texts(adapter: capi.Adapter) -> None:
+    posted = Path("/tmp/posted_signals")
+    posted.write_text("")
+    adapter.post("alone")
+    adapter.post("two", "a", "b")
+    adapter.post("three", "a", "b", "c")
+    with pytest.raises(ValueError, match="^a signal has room for three texts, not 4$"):
+        adapter.post("four", *"abcd")
+    simple, *others = posted.read_text().splitlines()
+    assert simple == "signal simple alone"
+    assert ["two" in others[0], "three" in others[1], len(others)] == [True, True, 2]
 
 
 def test_log_lines_reach_logging_at_their_levels(

@@ -201,6 +201,8 @@ class Adapter(Closing):
         if not texts:
             check(c.capi_fire_internal_event(name))
             return
+        if len(texts) > 3:
+            raise ValueError(f"a signal has room for three texts, not {len(texts)}")
         first, second, third = (*texts, *[""] * (3 - len(texts)))
         check(c.capi_fire_internal_event2(name, first, second, third))
 
