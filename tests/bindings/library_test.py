@@ -4,6 +4,7 @@
 from __future__ import annotations
 
 import gc
+import json
 import logging
 import os
 import pydoc
@@ -346,6 +347,17 @@ def test_help_reads_like_the_reference() -> None:
         assert hasattr(capi, name), name
     for function in (getattr(c, name) for name in dir(c) if name.startswith("capi")):
         assert function.__doc__
+
+
+def test_the_functions_tell_which_of_the_headers_they_leave_out() -> None:
+    description = json.loads((Path(capi.__file__).parents[2] / "capi.json").read_text())
+    told = c.__doc__ or ""
+    missing = {each["name"]: each["header"] for each in description["functions"]}
+    for name in [name for name in missing if hasattr(c, name)]:
+        del missing[name]
+    assert "capiv2_log_print()" in told and missing.pop("capiv2_log_print") == "capi/log.h"
+    left_out = told.partition("capi/carrier.h:")[0]
+    assert missing and [name for name, header in missing.items() if header not in left_out] == []
 
 
 def test_without_an_adapter_log_lines_reach_logging_as_well() -> None:
