@@ -81,7 +81,9 @@ def test_what_is_neither_text_nor_whole_number_is_a_type_error(adapter: capi.Ada
     for wrong, kind in ((5.5, "float"), (None, "NoneType"), (b"5070", "bytes")):
         for key in ("basic_sip.local_port", "sip_line_1.display_name"):
             before = adapter.config[key]
-            with pytest.raises(TypeError, match=f"^{key} takes a text or a whole number, not a {kind}$"):
+            with pytest.raises(
+                TypeError, match=f"^{key} takes a text or a whole number, not a {kind}$"
+            ):
                 adapter.config[key] = wrong
             assert adapter.config[key] == before
 

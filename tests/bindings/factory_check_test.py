@@ -11,12 +11,13 @@ import sys
 import time
 from contextlib import contextmanager
 from pathlib import Path
-from typing import Any, Callable, Dict, Iterator, List, Tuple
+from typing import Any, Callable, Dict, Iterator, List, Sequence, Tuple
 
 import capi
 import pytest
 
 SOURCE = Path(os.environ["CAPI_SOURCE"])
+CHECK = str(SOURCE / "examples/factory_check.py")
 SIGNALS = Path("/tmp/posted_signals")
 Capictl = Callable[..., str]
 STEPS = [
@@ -26,10 +27,11 @@ STEPS = [
 
 
 @contextmanager
-def running(tmp_path: Path, timeout: str) -> Iterator["subprocess.Popen[str]"]:
+def running(
+    tmp_path: Path, timeout: str, program: Sequence[str] = (CHECK,)
+) -> Iterator["subprocess.Popen[str]"]:
     report = tmp_path / "report.json"
-    command = [sys.executable, str(SOURCE / "examples/factory_check.py")]
-    command += ["--json", str(report), "--timeout", timeout]
+    command = [sys.executable, *program, "--json", str(report), "--timeout", timeout]
     with subprocess.Popen(command, stdout=subprocess.PIPE, text=True) as process:
         yield process
         process.kill()
@@ -129,7 +131,7 @@ def test_a_line_that_does_not_register_fails_and_all_is_restored(
         line.publish_registration(2, capi.LineRegStat())
     stack("1")
     before = adapter.snapshot()
-    code, text, report = check(tmp_path, "0.2")
+    code, text, report = check(tmp_path, "3")
     assert code == 1
     assert failed(report) == {"lines register": "not registered: line 2"}
     assert text.splitlines()[-1] == "FAILED  2604000123456"
@@ -144,7 +146,7 @@ def test_a_registration_from_before_is_none_of_the_test(
     adapter.lines[0].publish_registration(2, older)
     adapter.lines[1].publish_registration(3, capi.LineRegStat(registered=1))
     stack()
-    code, _, report = check(tmp_path, "0.2")
+    code, _, report = check(tmp_path, "3")
     assert code == 1
     fault = "not registered: line 1 since it was told, line 2 since it was told"
     assert failed(report) == {"lines register": fault}
@@ -187,9 +189,16 @@ def test_a_fault_of_the_check_itself_is_told_and_all_is_restored(
 ) -> None:
     stack()
     before = adapter.snapshot()
-    code, _, report = check(tmp_path, "nan")
+    program = (
+        "import capi, runpy\n"
+        "def fail(*_): raise OSError('no descriptor')\n"
+        "capi.Watch.wait = fail\n"
+        f"runpy.run_path({CHECK!r}, run_name='__main__')\n"
+    )
+    with running(tmp_path, "60", ("-c", program)) as process:
+        code, _, report = end_of(process, tmp_path)
     assert code == 1
-    assert failed(report) == {"lines register": "ValueError: cannot convert float NaN to integer"}
+    assert failed(report) == {"lines register": "OSError: no descriptor"}
     assert before.changes_to(adapter.snapshot()) == []
 
 
