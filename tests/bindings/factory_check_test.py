@@ -202,6 +202,31 @@ def test_a_fault_of_the_check_itself_is_told_and_all_is_restored(
     assert before.changes_to(adapter.snapshot()) == []
 
 
+@pytest.mark.parametrize(
+    ("step", "broken", "good_calls"),
+    [("call log", "Calls.__iter__", 1), ("messages", "Box.__getitem__", 0)],
+)
+def test_who_ends_it_amid_a_store_finds_that_as_it_was(
+    adapter: capi.Adapter, tmp_path: Path, step: str, broken: str, good_calls: int
+) -> None:
+    calls = [call.number for call in adapter.calls]
+    program = (
+        "import capi, runpy\n"
+        f"good, left = capi.{broken}, [True] * {good_calls} + [False]\n"
+        "def fail(*arguments):\n"
+        "    if not left or left.pop(0): return good(*arguments)\n"
+        "    raise KeyboardInterrupt\n"
+        f"capi.{broken} = fail\n"
+        f"runpy.run_path({CHECK!r}, run_name='__main__')\n"
+    )
+    with running(tmp_path, "0", ("-c", program)) as process:
+        code, _, report = end_of(process, tmp_path)
+    assert code == 1
+    assert failed(report)[step] == "interrupted"
+    assert [call.number for call in adapter.calls] == calls
+    assert list(adapter.messages) == []
+
+
 def test_what_others_set_meanwhile_is_left_to_them(
     adapter: capi.Adapter, stack: Callable[..., Stack], tmp_path: Path
 ) -> None:
