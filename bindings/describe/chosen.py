@@ -8,8 +8,9 @@ from typing import Any, Dict, Iterator, List, NamedTuple
 Json = Dict[str, Any]
 
 # A language has its own threads, sockets, files and JSON; and the backend is the library's programs'.
+BACKEND = "capi/backend.h"
 LEFT_OUT = {
-    "capi/backend.h",
+    BACKEND,
     "capi/ipc.h",
     "capi/schema.h",
     "capi/signal.h",

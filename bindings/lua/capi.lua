@@ -10,8 +10,8 @@
 --
 -- Settings have the names of docs/keys.md. What fails is an error whose text is what the library logged,
 -- or says what is wrong with a value; capi.on_log sees every line. Declarations, records and numbers
--- are those of the headers: capi.C.CAPI_TOPIC_LINES, ffi.new("struct capi_voice_basic"). All belongs
--- to one thread.
+-- are those of the headers: capi.C.CAPI_TOPIC_LINES, ffi.new("struct capi_voice_basic"). What your own
+-- calls of capi.C log is handed on with the next call here. All belongs to one thread.
 local ffi = require("ffi")
 require("capi.cdef")
 
@@ -27,12 +27,15 @@ local lib, keys = ffi.load("libcapi.so.0"), ffi.load("libcapi-keys.so.0")
 local capi = { C = lib, keys = keys, text = ffi.string }
 
 local NOTICE, POLLIN = 5, 1
+-- More than a setting file with every key in it makes. Who never calls anything here keeps the newest.
+local KEPT_LINES = 4096
 local lines = {}
 
 -- Lines come from within critical sections: they are handed on when the call is over.
 local sink = ffi.cast("capi_log_sink", function(level, text)
   local line = { level = level, text = ffi.string(text) }
   if level > NOTICE and line.text:find("password", 1, true) then return end
+  if #lines == KEPT_LINES then table.remove(lines, 1) end
   lines[#lines + 1] = line
 end)
 lib.capiv2_log_init(sink)
@@ -49,24 +52,32 @@ local function take_lines()
 end
 
 -- The result of a call; an error for one below 0.
-local function check(result, what)
+local function check(result, what, level)
   local said = take_lines()
-  if result < 0 then error(said ~= "" and said or what .. " failed", 3) end
+  if result < 0 then error(said ~= "" and said or what .. " failed", level + 1) end
+  return result
+end
+
+-- Calls a function. What was logged before is not why it fails.
+local function call(library, name, ...)
+  take_lines()
+  local result = check(library[name](...), name .. "()", 3)
   return result
 end
 
 -- A callback lives for one call. What it raises is raised behind that.
-local function walk(kind, visit, call)
+local function walk(kind, visit, run)
   local failed
   local callback = ffi.cast(kind, function(...)
     local is_good, raised = pcall(visit, ...)
     if not is_good then failed = failed or raised end
     return is_good and 0 or 1
   end)
-  local result = call(callback)
+  take_lines()
+  local result = run(callback)
   callback:free()
   if failed then error(failed, 0) end
-  return check(result, "a walk")
+  check(result, "a walk", 3)
 end
 
 -- Every key by its label, made when the first is asked for.
@@ -95,25 +106,40 @@ local function find(label)
 end
 
 -- Texts of C end at a NUL, and Lua's do not.
-local function c_text(value)
+local function c_text(label, value)
+  local kind = type(value)
+  if kind == "boolean" then return value and "1" or "0" end
+  if kind ~= "string" and kind ~= "number" then
+    error(("%s takes a string, a number or a boolean, not %s"):format(label, kind), 3)
+  end
   local text = tostring(value)
   if text:find("\0", 1, true) then error("a text for the adapter cannot have a NUL in it", 3) end
   return text
 end
 
+-- Something that has been closed says so.
+local function must_be_open(thing, name)
+  if not thing.is_open then error(("the %s is closed"):format(name), 3) end
+end
+
+-- Under no label of a key.
+local ADAPTER = {}
+
 local config = {
-  __index = function(_, label)
+  __index = function(self, label)
+    must_be_open(self[ADAPTER], "adapter")
     local key, size = find(label), 4096
     local buffer = ffi.new("char[?]", size)
-    check(lib.capi_live_get(key.section, key.name, buffer, size), "capi_live_get()")
+    call(lib, "capi_live_get", key.section, key.name, buffer, size)
     return ffi.string(buffer)
   end,
-  __newindex = function(_, label, value)
+  __newindex = function(self, label, value)
+    must_be_open(self[ADAPTER], "adapter")
     local key, size = find(label), keys.CAPI_KEYS_SENTENCE
     local sentence = ffi.new("char[?]", size)
-    local result = keys.capi_keys_set(key.section, key.name, c_text(value), sentence, size)
+    local text = c_text(label, value)
+    local result = call(keys, "capi_keys_set", key.section, key.name, text, sentence, size)
     if result > 0 then error(ffi.string(sentence), 2) end
-    check(result, "capi_keys_set()")
   end,
 }
 
@@ -121,7 +147,11 @@ local Watch = {}
 Watch.__index = Watch
 
 -- The topics that have changed since it was asked last, as a sum; 0 is none.
-function Watch:changed() return check(lib.capi_watch_changed(self.watch), "capi_watch_changed()") end
+function Watch:changed()
+  must_be_open(self, "watch")
+  local topics = call(lib, "capi_watch_changed", self.watch)
+  return topics
+end
 
 -- Waits for a change, at most so many milliseconds; 0 is none.
 function Watch:wait(milliseconds)
@@ -135,56 +165,80 @@ function Watch:wait(milliseconds)
   return topics
 end
 
-function Watch:close() lib.capi_watch_close(self.watch) end
+function Watch:close()
+  self.is_open = false
+  lib.capi_watch_close(self.watch)
+end
 
 local Adapter = {}
 Adapter.__index = Adapter
 
-local function joined() return setmetatable({ config = setmetatable({}, config) }, Adapter) end
+-- The library is the process's: the first adapter attaches it, and the last one detaches it.
+local users = 0
+
+local function join(callbacks, is_master)
+  if users == 0 then call(lib, "capi_init", callbacks, is_master, sink) end
+  users = users + 1
+  local adapter = setmetatable({ is_open = true, watches = setmetatable({}, { __mode = "k" }) }, Adapter)
+  adapter.config = setmetatable({ [ADAPTER] = adapter }, config)
+  return adapter
+end
 
 -- Joins the adapter that runs.
 function capi.open()
-  lib.capi_init(nil, 0, sink)
+  local adapter = join(nil, 0)
   local presence = ffi.new("struct capi_presence")
-  check(lib.capi_get_presence(presence), "capi_get_presence()")
-  if presence.state < lib.CAPI_PRESENCE_NOT_PUBLISHED then
-    lib.capi_uninit()
+  if lib.capi_get_presence(presence) ~= 0 or presence.state < lib.CAPI_PRESENCE_NOT_PUBLISHED then
+    adapter:close()
     error("there is no adapter", 2)
   end
-  return joined()
+  return adapter
 end
 
 -- Starts an adapter with setting files, as its master.
 function capi.start(...)
-  lib.capi_init(ffi.new("struct capi_callbacks"), 1, sink)
-  for _, path in ipairs({ ... }) do
-    check(lib.capi_init_settings_from_file(path), "capi_init_settings_from_file()")
-  end
-  check(lib.capi_config_finish(), "capi_config_finish()")
-  check(lib.capi_post_init(1), "capi_post_init()")
-  return joined()
+  if users > 0 then error("this process has joined an adapter: it cannot start one", 2) end
+  local adapter, paths = join(ffi.new("struct capi_callbacks"), 1), { ... }
+  local is_good, said = pcall(function()
+    for _, path in ipairs(paths) do call(lib, "capi_init_settings_from_file", path) end
+    call(lib, "capi_config_finish")
+    call(lib, "capi_post_init", 1)
+  end)
+  if is_good then return adapter end
+  adapter:close()
+  error(said, 2)
 end
 
--- Leaves it; it goes on.
-function Adapter:close() lib.capi_uninit() end
+-- Leaves it, with its watches; it goes on.
+function Adapter:close()
+  if not self.is_open then return end
+  self.is_open = false
+  for watch in pairs(self.watches) do watch:close() end
+  users = users - 1
+  if users == 0 then lib.capi_uninit() end
+  take_lines()
+end
 
 -- A record as it is now: adapter:read("voice_sip_line", lib.CAPI_RECORD_SIP_LINE, 1). Its texts are
 -- for capi.text().
 function Adapter:read(name, kind, number)
+  must_be_open(self, "adapter")
   local record = ffi.new("struct capi_" .. name)
-  check(lib.capi_live_read(kind, number or 0, record, ffi.sizeof(record)), "capi_live_read()")
+  call(lib, "capi_live_read", kind, number or 0, record, ffi.sizeof(record))
   return record
 end
 
 -- The registration of a line on a voice stack, both from 1.
 function Adapter:registration(line, stack)
+  must_be_open(self, "adapter")
   local record = ffi.new("struct capi_line_reg_stat")
-  check(lib.capi_live_get_line_reg_stat(line - 1, record, stack - 1), "capi_live_get_line_reg_stat()")
+  call(lib, "capi_live_get_line_reg_stat", line - 1, record, stack - 1)
   return record
 end
 
 -- Goes through the calls, the newest first: for call in adapter:calls() do
 function Adapter:calls()
+  must_be_open(self, "adapter")
   local found, place = {}, 0
   walk("capi_call_log_cb", function(call)
     found[#found + 1] = ffi.new("struct capi_call_log_record", call[0])
@@ -198,6 +252,7 @@ end
 -- Goes through the messages of a file, the oldest first, with the text of each:
 -- for message, text in adapter:messages(lib.CAPI_SMS_RECEIVED) do
 function Adapter:messages(selector)
+  must_be_open(self, "adapter")
   local found, place = {}, 0
   walk("capi_sms_dump_cb", function(message)
     local size = math.min(message.TextLen, message.TextSize, lib.CAPI_SMS_TEXT_CAPACITY)
@@ -213,9 +268,12 @@ end
 
 -- Tells of changes from now on; the topics are added up, and all of them when none are named.
 function Adapter:watch(topics)
-  local watch = ffi.gc(ffi.new("struct capi_watch"), lib.capi_watch_close)
-  check(lib.capi_watch_open(watch, topics or lib.CAPI_TOPIC_ALL), "capi_watch_open()")
-  return setmetatable({ watch = watch }, Watch)
+  must_be_open(self, "adapter")
+  local watch = ffi.gc(ffi.new("struct capi_watch", { fd = -1 }), lib.capi_watch_close)
+  call(lib, "capi_watch_open", watch, topics or lib.CAPI_TOPIC_ALL)
+  local opened = setmetatable({ is_open = true, watch = watch }, Watch)
+  self.watches[opened] = true
+  return opened
 end
 
 return capi

@@ -22,7 +22,7 @@ from typing import Any, Dict, Iterator, List
 from cffi import FFI
 
 sys.path.insert(0, str(Path(__file__).parents[1] / "describe"))
-from chosen import Chosen
+from chosen import BACKEND, LEFT_OUT, VARIADIC, Chosen
 
 Json = Dict[str, Any]
 
@@ -194,8 +194,12 @@ def make_functions(source: Source) -> Iterator[str]:
     used = [name for name in headers if any(f["header"] == name for f in source.functions)]
     about = "\n\n".join(f"{name}:\n\n{headers[name]}" for name in used)
     yield HEAD + '"""The functions of the libraries, as C has them.\n'
-    yield "Texts may be str; other pointers are those of capi.ffi. What a call logs goes to the logger"
-    yield '"capi"; results are C\'s, and check() makes exceptions of failures.\n'
+    yield "Texts may be str, and records those of capi.records; other pointers are those of capi.ffi. What"
+    yield 'a call logs goes to the logger "capi"; results are C\'s, and check() makes exceptions of failures.\n'
+    replaced = ", ".join(sorted(LEFT_OUT - {BACKEND}))
+    left_out = f"Left out are {BACKEND}, which is for the library's own programs, {replaced}, "
+    left_out += f"for which Python has means of its own, and {', '.join(VARIADIC)}()."
+    yield textwrap.fill(left_out, 96) + "\n"
     yield about.replace("\\", "\\\\") + '\n"""'
     yield "from typing import Any\n\nfrom ._library import Text, call\n"
     for function in source.functions:

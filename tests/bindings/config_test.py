@@ -1,7 +1,8 @@
 # SPDX-FileCopyrightText: The capi authors
 # SPDX-License-Identifier: MIT
 """Settings by their names."""
-from typing import Callable
+import pickle
+from typing import Any, Callable
 
 import capi
 import pytest
@@ -60,6 +61,31 @@ def test_a_value_that_is_not_right_is_refused_and_nothing_is_set(adapter: capi.A
     assert "0 to 65535" in str(refused.value)
     assert isinstance(refused.value, ValueError)
     assert adapter.config["basic_sip.rtp_port"] == before
+
+
+def test_a_refusal_goes_to_another_process_as_it_is(adapter: capi.Adapter) -> None:
+    with pytest.raises(capi.InvalidValue) as refused:
+        adapter.config["basic_sip.rtp_port"] = 99999
+    copy = pickle.loads(pickle.dumps(refused.value))
+    assert isinstance(copy, capi.InvalidValue)
+    assert str(copy) == str(refused.value)
+    assert (copy.fault, copy.function) == (capi.KeyCheck.OUT_OF_RANGE, "capi_keys_check")
+    with pytest.raises(capi.Error) as failed:
+        adapter.write(capi.VoiceSipLine(), 3)
+    again = pickle.loads(pickle.dumps(failed.value))
+    assert (str(again), again.lines) == (str(failed.value), failed.value.lines)
+
+
+def test_what_is_neither_text_nor_whole_number_is_a_type_error(adapter: capi.Adapter) -> None:
+    wrong: Any
+    for wrong, kind in ((5.5, "float"), (None, "NoneType"), (b"5070", "bytes")):
+        for key in ("basic_sip.local_port", "sip_line_1.display_name"):
+            before = adapter.config[key]
+            with pytest.raises(
+                TypeError, match=f"^{key} takes a text or a whole number, not a {kind}$"
+            ):
+                adapter.config[key] = wrong
+            assert adapter.config[key] == before
 
 
 def test_the_sentence_never_shows_a_secret(adapter: capi.Adapter) -> None:

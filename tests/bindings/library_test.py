@@ -4,12 +4,14 @@
 from __future__ import annotations
 
 import gc
+import json
 import logging
 import os
 import pydoc
 import subprocess
 import sys
 import threading
+from pathlib import Path
 from typing import Any, Callable, List
 
 import capi
@@ -87,6 +89,19 @@ def test_the_device_tells_of_itself_and_its_sim(adapter: capi.Adapter) -> None:
     assert capi.call_state_name(0) == "Unknown"
 
 
+def test_a_signal_has_up_to_three_texts(adapter: capi.Adapter) -> None:
+    posted = Path("/tmp/posted_signals")
+    posted.write_text("")
+    adapter.post("alone")
+    adapter.post("two", "a", "b")
+    adapter.post("three", "a", "b", "c")
+    with pytest.raises(ValueError, match="^a signal has room for three texts, not 4$"):
+        adapter.post("four", *"abcd")
+    simple, *others = posted.read_text().splitlines()
+    assert simple == "signal simple alone"
+    assert ["two" in others[0], "three" in others[1], len(others)] == [True, True, 2]
+
+
 def test_log_lines_reach_logging_at_their_levels(
     adapter: capi.Adapter, caplog: pytest.LogCaptureFixture
 ) -> None:
@@ -129,6 +144,63 @@ def test_a_handler_of_the_log_may_use_the_library(adapter: capi.Adapter) -> None
     assert len(seen) == 1
 
 
+def test_an_error_is_that_of_the_call_whatever_a_handler_of_the_log_does(
+    adapter: capi.Adapter,
+) -> None:
+    class Handler(logging.Handler):
+        def emit(self, record: logging.LogRecord) -> None:
+            c.capi_live_get("hw_info", "option_hw_info_model", capi.ffi.new("char[]", 32), 32)
+
+    handler = Handler(level=logging.WARNING)
+    logging.getLogger("capi").addHandler(handler)
+    try:
+        with pytest.raises(capi.Error, match="line index-3, error") as failed:
+            adapter.write(capi.VoiceSipLine(), 3)
+    finally:
+        logging.getLogger("capi").removeHandler(handler)
+    assert failed.value.function == "capi_set_voice_sip_line"
+    assert len(failed.value.lines) == 1
+
+
+def test_what_a_callback_lets_the_library_log_reaches_logging_in_its_place(
+    adapter: capi.Adapter, caplog: pytest.LogCaptureFixture
+) -> None:
+    from capi._library import callback
+
+    adapter.calls.clear()
+    adapter.calls.add(0, capi.CallLogRecord())
+
+    def fail_within(_call: Any, _user: Any) -> int:
+        assert c.capi_set_voice_sip_line(capi.VoiceSipLine(), 3) == -1
+        return 0
+
+    walk = callback("capi_call_log_cb", fail_within)
+    with caplog.at_level(logging.WARNING, logger="capi"):
+        assert c.capi_voip_call_log_dump(0, walk, None) == 0
+        # The lines of one call are not told as another's reason.
+        with pytest.raises(capi.Error, match=r"^capi_voip_call_log_dump\(\) failed$"):
+            capi.check(-1)
+        adapter.config.set("hw_info.model", "QZX-200")
+    said = [record.message.partition("]")[2].strip() for record in caplog.records]
+    assert said == ["line index-3, error"]
+
+
+def test_lines_of_calls_that_others_make_reach_logging_in_their_order(
+    adapter: capi.Adapter, caplog: pytest.LogCaptureFixture
+) -> None:
+    from capi._library import _found
+
+    record = capi.VoiceSipLine()._pointer
+    with caplog.at_level(logging.WARNING, logger="capi"):
+        for number in (3, 4):
+            _found("capi_set_voice_sip_line")(record, number)
+        with pytest.raises(capi.Error, match="line index-5, error") as failed:
+            adapter.write(capi.VoiceSipLine(), 5)
+    said = [each.message.partition("]")[2].strip() for each in caplog.records]
+    assert said == [f"line index-{number}, error" for number in (3, 4, 5)]
+    assert len(failed.value.lines) == 1
+
+
 def test_what_a_callback_raises_is_raised_by_the_call(adapter: capi.Adapter) -> None:
     from capi._library import callback
 
@@ -153,6 +225,21 @@ def test_functions_of_c_take_texts_and_give_results() -> None:
     assert c.capi_config_get("nothing", "nothing", buffer, 64) == -1
     with pytest.raises(capi.Error, match="capi_config_get"):
         capi.check(-1)
+
+
+@pytest.mark.usefixtures("adapter")
+def test_functions_of_c_take_records() -> None:
+    presence = capi.Presence()
+    assert c.capi_get_presence(presence) == 0
+    assert presence.state == capi.PresenceState.PUBLISHED
+    line = capi.VoiceSipLine()
+    assert c.capi_get_voice_sip_line(line, 2) == 0
+    assert line.display_name == "Fax"
+    snapshot, generation = capi.SharedRecord(), capi.ffi.new("uint64_t *")
+    assert c.capi_live_refresh(snapshot, generation) == 1
+    # A record within another one is passed as what lies there.
+    assert c.capi_get_voice_sip_line(snapshot.sip_line[0], 2) == 0
+    assert [each.display_name for each in snapshot.sip_line] == ["Fax", "Fax"]
 
 
 def test_while_a_call_waits_other_threads_go_on(
@@ -260,6 +347,17 @@ def test_help_reads_like_the_reference() -> None:
         assert hasattr(capi, name), name
     for function in (getattr(c, name) for name in dir(c) if name.startswith("capi")):
         assert function.__doc__
+
+
+def test_the_functions_tell_which_of_the_headers_they_leave_out() -> None:
+    description = json.loads((Path(capi.__file__).parents[2] / "capi.json").read_text())
+    told = c.__doc__ or ""
+    missing = {each["name"]: each["header"] for each in description["functions"]}
+    for name in [name for name in missing if hasattr(c, name)]:
+        del missing[name]
+    assert "capiv2_log_print()" in told and missing.pop("capiv2_log_print") == "capi/log.h"
+    left_out = told.partition("capi/carrier.h:")[0]
+    assert missing and [name for name, header in missing.items() if header not in left_out] == []
 
 
 def test_without_an_adapter_log_lines_reach_logging_as_well() -> None:

@@ -36,6 +36,13 @@ end
 os.execute("cp -r " .. source .. "/demo/device/. /")
 test("Without an adapter opening it is an error", function() fails("there is no adapter", capi.open) end)
 
+test("A start that fails leaves nothing behind, and another can be made", function()
+  fails("capi_init_settings_from_file() failed", capi.start, "/missing")
+  local started = capi.start("/quorbleconf/config/voice.settings")
+  is(started.config["sip_line_1.display_name"], "Frontdesk")
+  started:close()
+end)
+
 os.execute(capictl .. " master --settings /quorbleconf/config/voice.settings /quorbleconf/config/network.settings")
 local adapter = capi.open()
 
@@ -54,6 +61,54 @@ test("A value that is not right is an error with the sentence, and nothing is se
   fails("there is no key sip_line_3.enable", function() return adapter.config["sip_line_3.enable"] end)
   fails("cannot have a NUL", function() adapter.config["sip_line_1.display_name"] = "a\0b" end)
   is(adapter.config["sip_line_1.display_name"], "Hall")
+end)
+
+test("What is no string, number or boolean is an error, and nothing is set", function()
+  local key = "sip_line_1.display_name"
+  fails(key .. " takes a string, a number or a boolean, not nil", function() adapter.config[key] = nil end)
+  fails("a number or a boolean, not table", function() adapter.config[key] = {} end)
+  is(adapter.config[key], "Hall")
+  adapter.config["sip_line_2.enable"] = true
+  is(adapter.config["sip_line_2.enable"], "1")
+  adapter.config["sip_line_2.enable"] = false
+  is(adapter.config["sip_line_2.enable"], "0")
+end)
+
+test("An adapter that is closed says so, and another goes on", function()
+  local second = capi.open()
+  local watch = second:watch()
+  second:close()
+  second:close()
+  fails("the adapter is closed", function() return second.config["hw_info.model"] end)
+  fails("the adapter is closed", function() second.config["hw_info.model"] = "x" end)
+  for _, call in ipairs({ "read", "registration", "calls", "messages", "watch" }) do
+    fails("the adapter is closed", second[call], second)
+  end
+  fails("the watch is closed", watch.changed, watch)
+  is(adapter.config["hw_info.model"], "QZX-200")
+  fails("it cannot start one", capi.start)
+  is(adapter.config["hw_info.model"], "QZX-200")
+end)
+
+test("An error tells what was logged by its own call, not by those before", function()
+  local line, said = ffi.new("struct capi_voice_sip_line"), {}
+  is(lib.capi_set_voice_sip_line(line, 3), -1)
+  capi.on_log = function(_, text) said[#said + 1] = text end
+  local is_good, reason = pcall(adapter.read, adapter, "voice_sip_line", lib.CAPI_RECORD_SIP_LINE, 3)
+  is(is_good, false)
+  is(reason:match("[^ ]+ failed$"), "capi_live_read() failed")
+  is(reason:find("line index", 1, true), nil)
+  -- It has been seen, nevertheless.
+  is(#said, 1)
+  is(said[1]:match("line index.*"), "line index-3, error")
+  -- And there is an end to what is kept of them.
+  for _ = 1, 5000 do lib.capi_set_voice_sip_line(line, 3) end
+  lib.capi_set_voice_sip_line(line, 4)
+  said = {}
+  is(adapter.config["hw_info.model"], "QZX-200")
+  capi.on_log = nil
+  is(#said, 4096)
+  is(said[4096]:match("line index.*"), "line index-4, error")
 end)
 
 test("Records have their members, and the sizes of the description", function()
@@ -85,6 +140,10 @@ test("A watch tells of what another process does", function()
   is(watch:changed(), 0)
   watch:close()
   fails("capi_watch_open() failed", adapter.watch, adapter, 1024)
+  -- One that was never opened closes nothing: no descriptor 0.
+  fails("cannot convert", adapter.watch, adapter, {})
+  collectgarbage()
+  is(output("[ -e /proc/self/fd/0 ] && echo open"), "open\n")
 end)
 
 test("Calls come from the newest on, and messages from the oldest", function()

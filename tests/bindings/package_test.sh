@@ -41,14 +41,16 @@ else
 fi
 
 cat >client.py <<'END_OF_CLIENT'
+from importlib.metadata import version
+
 import capi
 
 with capi.Adapter.start("/quorbleconf/config/voice.settings") as adapter:
-    print(capi.__version__, adapter.config["sip_line_1.display_name"], capi.__file__)
+    print(version("capi"), capi.__version__, adapter.config["sip_line_1.display_name"], capi.__file__)
 END_OF_CLIENT
 cp -r "$(dirname "$0")/../../demo/device/." /
 said=$(/usr/bin/python3 client.py)
-[ "$said" = "$version Frontdesk $root/usr/lib/python3/dist-packages/capi/__init__.py" ] || fail "it said: $said"
+[ "$said" = "$version $version Frontdesk $root/usr/lib/python3/dist-packages/capi/__init__.py" ] || fail "it said: $said"
 "$root/usr/share/doc/python3-capi/examples/factory_check.py" --timeout 0.1 >report && fail 'nothing registers a line here'
 grep -qx 'FAIL  lines register: not registered: line 1, line 2' report || fail "the check says: $(cat report)"
 # The program above was the master, and its settings stay.
@@ -61,6 +63,7 @@ dpkg-deb --extract libcapi-dev_*.deb dev
 
 if [ -z "$root" ]; then
   dpkg --purge lua-capi python3-capi libcapi-keys0 libcapi0 >log 2>&1 || { cat log; exit 1; }
-  [ ! -e /usr/lib/python3/dist-packages/capi ] || fail "what is left: $(find /usr/lib/python3/dist-packages/capi)"
+  left=$(find /usr/lib/python3/dist-packages -path '*/capi*')
+  [ -z "$left" ] || fail "what is left: $left"
 fi
 echo 'All was as it should be.'

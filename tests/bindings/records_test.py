@@ -1,8 +1,9 @@
 # SPDX-FileCopyrightText: The capi authors
 # SPDX-License-Identifier: MIT
 """Records as objects, and snapshots."""
+import copy
 from pathlib import Path
-from typing import Callable
+from typing import Any, Callable
 
 import capi
 import pytest
@@ -82,11 +83,29 @@ def test_arrays_of_bytes_are_bytes() -> None:
 
 def test_records_of_equal_values_are_equal_and_copies_are_apart() -> None:
     line = capi.VoiceSipLine(display_name="a")
-    copy = line.copy()
-    assert copy == line
-    copy.display_name = "b"
-    assert copy != line and line.display_name == "a"
+    other = line.copy()
+    assert other == line
+    other.display_name = "b"
+    assert other != line and line.display_name == "a"
     assert capi.VoiceSipLine() != capi.VoiceSwitch()
+
+
+@pytest.mark.parametrize("duplicate", [copy.copy, copy.deepcopy])
+def test_what_the_copy_module_copies_is_apart(
+    adapter: capi.Adapter, duplicate: Callable[[Any], Any]
+) -> None:
+    line = capi.VoiceSipLine(display_name="a")
+    other = duplicate(line)
+    assert isinstance(other, capi.VoiceSipLine) and other == line
+    other.display_name = "b"
+    assert line.display_name == "a"
+    adapter.config["sip_line_1.display_name"] = "before"
+    snapshot = adapter.snapshot()
+    kept, part = duplicate(snapshot), duplicate(snapshot.sip_line[0])
+    adapter.config["sip_line_1.display_name"] = "after"
+    assert not kept.changes_to(snapshot) and kept.generation == snapshot.generation
+    assert snapshot.refresh()
+    assert kept["sip_line_1.display_name"] == part.display_name == "before"
 
 
 def test_what_is_printed_of_a_record_shows_no_password() -> None:
@@ -152,12 +171,12 @@ def test_a_snapshot_stays_as_it_was_until_it_is_refreshed(adapter: capi.Adapter)
 def test_two_snapshots_tell_what_differs(adapter: capi.Adapter) -> None:
     adapter.config["sip_line_1.display_name"] = "before"
     before = adapter.snapshot()
-    copy = before.copy()
+    same = before.copy()
     adapter.config["sip_line_1.display_name"] = "after"
     assert before.changes_to(adapter.snapshot()) == [
         capi.Change("sip_line_1.display_name", "before", "after")
     ]
-    assert before.changes_to(copy) == []
+    assert before.changes_to(same) == []
     assert capi.Change("hw_info.model", "", "QZX-200") in adapter.snapshot().changes_since_start()
 
 

@@ -3,7 +3,7 @@
 """The call log and the short messages as iterators."""
 from datetime import datetime, timezone
 from pathlib import Path
-from typing import Callable
+from typing import Any, Callable
 
 import capi
 import pytest
@@ -18,10 +18,10 @@ def start_empty(adapter: capi.Adapter) -> None:
     adapter.messages.sent.clear()
 
 
-def message(text: bytes, **members: object) -> capi.SmsRecord:
-    record = capi.SmsRecord(TextLen=len(text), TextSize=len(text), **members)
-    capi.ffi.memmove(record._pointer.Text, text, len(text))
-    return record
+def message(data: bytes, **members: Any) -> capi.Message:
+    made = capi.Message(**members)
+    made.data = data
+    return made
 
 
 def test_calls_come_from_the_newest_to_the_oldest(adapter: capi.Adapter, capictl: Capictl) -> None:
@@ -137,6 +137,44 @@ def test_a_text_is_what_its_length_says_whatever_bytes_it_has(adapter: capi.Adap
     assert first.data == strange
     assert first.text.encode("utf-8", "surrogateescape") == strange
     assert second.data == longest
+
+
+def test_a_message_that_is_made_of_a_text_is_stored_with_it(
+    adapter: capi.Adapter, capictl: Capictl
+) -> None:
+    box = adapter.messages.received
+    box.add(capi.Message("hello", RemoteNumber="5551"))
+    assert (box[1].text, box[1].RemoteNumber) == ("hello", "5551")
+    assert (box[1].TextLen, box[1].TextSize) == (5, 5)
+    assert "hello" in capictl("sms", "list", "received")
+    again = box[1]
+    again.text = "a\0b \u20ac"
+    assert box[box.add(again)].text == "a\0b \u20ac"
+    again.text = ""
+    assert box[box.add(again)].data == b""
+
+
+def test_a_text_without_its_size_is_refused_and_not_dropped(adapter: capi.Adapter) -> None:
+    box = adapter.messages.received
+    with pytest.raises(ValueError, match="TextSize is 0"):
+        box.add(capi.SmsRecord(RemoteNumber="5551", Text="hello"))
+    assert len(box) == 0
+    box.add(capi.SmsRecord(Text="hello", TextLen=5, TextSize=5))
+    assert box[1].text == "hello"
+
+
+def test_a_message_takes_no_more_than_it_has_room_for() -> None:
+    made = capi.Message("kept")
+    with pytest.raises(ValueError, match="has room for 39102 bytes, not 39103"):
+        made.data = bytes(capi.constants.SMS_TEXT_CAPACITY + 1)
+    assert made.text == "kept"
+
+
+def test_bytes_of_another_encoding_are_sent_as_they_are(adapter: capi.Adapter) -> None:
+    encoded = "gr\u00fcn".encode("utf-16-be")
+    adapter.messages.send("+15551230002", encoded, 8)
+    (sent,) = adapter.messages.sent
+    assert (sent.data, sent.TextType) == (encoded, 8)
 
 
 def test_a_length_that_lies_reads_no_more_than_is_stored(adapter: capi.Adapter) -> None:

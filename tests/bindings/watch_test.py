@@ -5,6 +5,7 @@ from __future__ import annotations
 
 import asyncio
 import errno
+import math
 import os
 import select
 import threading
@@ -50,10 +51,13 @@ def test_without_asyncio_a_watch_waits_or_gives_up(adapter: capi.Adapter) -> Non
     with adapter.watch() as watch:
         assert not watch.wait(0)
         assert not watch.wait(0.01)
-        setter = threading.Thread(target=adapter.config.set, args=("sip_line_1.display_name", "x"))
-        setter.start()
-        assert watch.wait(60) == capi.Topic.CONFIG
-        setter.join()
+        for longest in (60, 1e7, math.inf):
+            setter = threading.Thread(
+                target=adapter.config.set, args=("sip_line_1.display_name", str(longest))
+            )
+            setter.start()
+            assert watch.wait(longest) == capi.Topic.CONFIG
+            setter.join()
 
 
 def test_its_descriptor_is_one_for_any_poll(adapter: capi.Adapter) -> None:
@@ -68,6 +72,7 @@ def test_its_descriptor_is_one_for_any_poll(adapter: capi.Adapter) -> None:
 def test_a_task_that_is_cancelled_leaves_nothing_behind(adapter: capi.Adapter) -> None:
     async def cancel() -> None:
         with adapter.watch(capi.Topic.CONFIG) as watch:
+            descriptors = os.listdir("/proc/self/fd")
             task = asyncio.ensure_future(watch.__anext__())
             await asyncio.sleep(0)
             with pytest.raises(RuntimeError, match="one task at a time"):
@@ -75,7 +80,7 @@ def test_a_task_that_is_cancelled_leaves_nothing_behind(adapter: capi.Adapter) -
             task.cancel()
             with pytest.raises(asyncio.CancelledError):
                 await task
-            assert not asyncio.get_running_loop().remove_reader(watch.fileno())
+            assert os.listdir("/proc/self/fd") == descriptors
             # And it goes on for the next one.
             adapter.config["sip_line_1.display_name"] = "next"
             assert await watch.__anext__() == capi.Topic.CONFIG
@@ -92,6 +97,76 @@ def test_a_closed_watch_says_so(adapter: capi.Adapter) -> None:
         os.fstat(descriptor)
     with pytest.raises(capi.Error, match="the watch is closed"):
         watch.changed()
+
+
+async def awaited(watch: capi.Watch) -> "asyncio.Task[capi.Topic]":
+    """A task that waits for the watch by now."""
+
+    async def wait() -> capi.Topic:
+        return await watch.__anext__()
+
+    task = asyncio.ensure_future(wait())
+    await asyncio.sleep(0)
+    return task
+
+
+def test_a_task_that_waits_for_a_watch_ends_when_it_is_closed(adapter: capi.Adapter) -> None:
+    async def close() -> None:
+        watch = adapter.watch()
+        descriptors = len(os.listdir("/proc/self/fd"))
+        task = await awaited(watch)
+        watch.close()
+        with pytest.raises(capi.Error, match="the watch is closed"):
+            await asyncio.wait_for(task, 60)
+        assert len(os.listdir("/proc/self/fd")) == descriptors - 1
+
+    asyncio.run(close())
+
+
+def test_an_adapter_that_is_closed_ends_those_who_wait_for_its_watches(
+    adapter: capi.Adapter,
+) -> None:
+    async def close() -> None:
+        second = capi.Adapter()
+        task, other = await awaited(second.watch()), adapter.watch()
+        # From another thread, as at the end of a program.
+        await asyncio.get_running_loop().run_in_executor(None, second.close)
+        with pytest.raises(capi.Error, match="the watch is closed"):
+            await asyncio.wait_for(task, 60)
+        with other:
+            assert not other.changed()
+
+    asyncio.run(close())
+
+
+def test_a_closed_watch_leaves_alone_who_has_its_descriptor_now(adapter: capi.Adapter) -> None:
+    async def take_over() -> None:
+        loop, told = asyncio.get_running_loop(), asyncio.Event()
+        watch = adapter.watch()
+        descriptor = watch.fileno()
+        task = await awaited(watch)
+        watch.close()
+        read_end, write_end = os.pipe()
+        assert read_end == descriptor
+        loop.add_reader(read_end, told.set)
+        task.cancel()
+        await asyncio.wait([task])
+        os.write(write_end, b"x")
+        await asyncio.wait_for(told.wait(), 60)
+        assert loop.remove_reader(read_end)
+        os.close(read_end)
+        os.close(write_end)
+
+    asyncio.run(take_over())
+
+
+def test_a_watch_may_be_closed_when_its_loop_is_over(adapter: capi.Adapter) -> None:
+    loop = asyncio.new_event_loop()
+    watch = adapter.watch()
+    task = loop.run_until_complete(awaited(watch))
+    loop.close()
+    watch.close()
+    assert not task.done()
 
 
 def test_a_watch_that_is_forgotten_is_closed(adapter: capi.Adapter) -> None:

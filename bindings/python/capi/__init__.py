@@ -18,7 +18,8 @@ A process that was forked goes on with the library, when no other thread of its 
 at that time; a watch it opens anew.
 
 capi.records has the records, capi.enums the enumerations, capi.constants the limits, and
-capi.functions every function as C has it, with its documentation. What holds for these everywhere:
+capi.functions the functions as C has them, with their documentation; what is left out of them it
+tells. What holds for these everywhere:
 
 """
 from . import constants, enums, functions, records

@@ -5,12 +5,13 @@ from __future__ import annotations
 
 import os
 import threading
-from types import TracebackType
+import weakref
 from typing import Dict, Iterator, Mapping, Optional, Tuple, Type, TypeVar, Union
 
 from . import functions as c
 from . import records
 from ._cdef import ffi
+from ._closing import Closing
 from ._keys import Config
 from ._library import Error, check, read_text, sink, text_of
 from ._record import ArrayItem, Field, Record, RecordItem, size_of
@@ -51,7 +52,7 @@ _NUMBERED = {
 }
 
 
-class Adapter:
+class Adapter(Closing):
     """An adapter, as the processes of the device share it.
 
     ``with capi.Adapter() as adapter:`` joins the one that runs; an Error tells when none does.
@@ -102,6 +103,7 @@ class Adapter:
                 check(c.capi_init(_CALLBACKS if is_master else None, int(is_master), sink))
             _users += 1
         self._is_open = True
+        self._watches: "weakref.WeakSet[Watch]" = weakref.WeakSet()
         self.config = Config(self)
         self.calls = Calls(self)
         self.messages = Messages(self)
@@ -109,12 +111,17 @@ class Adapter:
 
     @tells("capi_uninit")
     def close(self) -> None:
-        """Leaves the adapter, which goes on. No other thread may be within a call."""
+        """Leaves the adapter, which goes on. No other thread may be within a call.
+
+        Its watches are closed.
+        """
         global _users
         with _lock:
             if not self._is_open:
                 return
             self._is_open = False
+            for watch in list(self._watches):
+                watch.close()
             _users -= 1
             if _users == 0:
                 c.capi_uninit()
@@ -122,17 +129,6 @@ class Adapter:
     def _open(self) -> None:
         if not self._is_open:
             raise Error("the adapter is closed")
-
-    def __enter__(self) -> Adapter:
-        return self
-
-    def __exit__(
-        self,
-        _type: Optional[Type[BaseException]],
-        _value: Optional[BaseException],
-        _traceback: Optional[TracebackType],
-    ) -> None:
-        self.close()
 
     @property
     @tells("capi_get_presence")
@@ -194,7 +190,9 @@ class Adapter:
     def watch(self, topics: Topic = Topic(TOPIC_ALL)) -> Watch:
         """Tells of changes from now on: async for topics in adapter.watch(capi.Topic.LINES)."""
         self._open()
-        return Watch(topics)
+        watch = Watch(topics)
+        self._watches.add(watch)
+        return watch
 
     @tells("capi_fire_internal_event2")
     def post(self, name: str, *texts: str) -> None:
@@ -203,6 +201,8 @@ class Adapter:
         if not texts:
             check(c.capi_fire_internal_event(name))
             return
+        if len(texts) > 3:
+            raise ValueError(f"a signal has room for three texts, not {len(texts)}")
         first, second, third = (*texts, *[""] * (3 - len(texts)))
         check(c.capi_fire_internal_event2(name, first, second, third))
 

@@ -30,6 +30,9 @@ class InvalidValue(Error, ValueError):
         self.fault = fault
         """What is wrong with it."""
 
+    def __reduce__(self) -> Any:
+        return type(self), (self.args[0], self.fault), self.__dict__
+
 
 class Key:
     """A key: what it means and what it takes."""
@@ -81,6 +84,10 @@ class Key:
         """A value as the library takes it: a number in decimal, also for the name of one."""
         if isinstance(value, int):
             return str(int(value))
+        if not isinstance(value, str):
+            raise TypeError(
+                f"{self.label} takes a text or a whole number, not a {type(value).__name__}"
+            )
         if self.is_number and not value.lstrip("-").isdigit():
             number = ffi.new("int32_t *")
             if c.capi_keys_value_number(self.section, self.name, value, number) == 0:

@@ -68,6 +68,8 @@ class _Call:
     def __init__(self, function: str) -> None:
         self.function = function
         self.lines: List[LogLine] = []
+        # These with those of the calls that its callbacks make, in order.
+        self.all_lines: List[LogLine] = []
         self.raised: Optional[BaseException] = None
         self.errno = 0
 
@@ -131,7 +133,11 @@ def sink(level: int, text: Any) -> None:
     line = LogLine(level, text_of(text))
     if level > _NOTICE and "password" in line.text:
         return
-    (_thread.running[-1].lines if _thread.running else _strays).append(line)
+    if _thread.running:
+        _thread.running[-1].lines.append(line)
+        _thread.running[0].all_lines.append(line)
+    else:
+        _strays.append(line)
 
 
 # Also what is called without an adapter may log.
@@ -147,8 +153,7 @@ def call(name: str, *arguments: Any) -> Any:
     """Calls a function. Raises what its callbacks raise."""
     function = _found(name)
     # cffi frees a text when the name that holds it goes.
-    handed = [encode(each) if isinstance(each, str) else each for each in arguments]
-    handed = [ffi.NULL if each is None else each for each in handed]
+    handed = [_as_c(each) for each in arguments]
     this = _Call(name)
     _thread.running.append(this)
     try:
@@ -156,22 +161,31 @@ def call(name: str, *arguments: Any) -> Any:
         this.errno = ffi.errno
     finally:
         _thread.running.pop()
-        _thread.last = this
     if not _thread.running:
-        _tell(this.lines)
+        _tell(this.all_lines)
+    _thread.last = this  # a handler of the log may have called the library, too
     if this.raised is not None:
         raise this.raised
     return result
 
 
+def _as_c(argument: Any) -> Any:
+    if isinstance(argument, str):
+        return encode(argument)
+    if argument is None:
+        return ffi.NULL
+    return getattr(argument, "_pointer", argument)  # that of a record
+
+
 def _tell(lines: List[LogLine]) -> None:
+    strays: List[LogLine] = []
     # Another thread may take strays at the same time.
     while _strays:
         try:
-            lines = [_strays.popleft(), *lines]
+            strays.append(_strays.popleft())
         except IndexError:
             break
-    for line in lines:
+    for line in strays + lines:
         LOG.log(_LEVELS[min(max(line.level, 0), 7)], "%s", line.text)
 
 

@@ -36,7 +36,8 @@ def _put(holder: Any, place: Place, value: Any) -> None:
         setattr(holder, place, value)
 
 
-def _fill(array: Any, content: bytes) -> None:
+def fill(array: Any, content: bytes) -> None:
+    """Puts bytes into an array that has room for them, and zeros behind them."""
     buffer = ffi.buffer(array)
     buffer[:] = content.ljust(len(buffer), b"\0")
 
@@ -70,7 +71,7 @@ class TextItem(Item[str]):
         content = encode(value)
         if len(content) >= len(array):
             raise ValueError(f"{place} has room for {len(array) - 1} bytes, not {len(content)}")
-        _fill(array, content)
+        fill(array, content)
 
 
 class BytesItem(Item[bytes]):
@@ -81,7 +82,7 @@ class BytesItem(Item[bytes]):
         array = _get(holder, place)
         if len(value) != len(array):
             raise ValueError(f"{place} takes {len(array)} bytes, not {len(value)}")
-        _fill(array, value)
+        fill(array, value)
 
 
 class ConstantItem(Item[str]):
@@ -236,6 +237,12 @@ class Record:
     def copy(self: R) -> R:
         """Another record of the same content."""
         return self._copied(self._pointer)
+
+    def __copy__(self: R) -> R:
+        return self.copy()
+
+    def __deepcopy__(self: R, _memo: Dict[int, Any]) -> R:
+        return self.copy()
 
     def to_dict(self) -> Dict[str, Any]:
         """The members as plain values: numbers, texts, bytes, lists and further dictionaries."""

@@ -5,12 +5,13 @@ from __future__ import annotations
 
 import time
 from datetime import datetime, timezone
-from typing import Any, Iterator, List, Optional, Tuple
+from typing import Any, Iterator, List, Optional, Tuple, Union
 
 from . import functions as c
 from . import records
 from ._cdef import ffi
 from ._library import Error, callback, check, decode, encode
+from ._record import fill
 from ._told import tells
 from .constants import CALL_LOG_TYPES, SMS_TEXT_CAPACITY
 from .enums import SmsSelector
@@ -100,19 +101,40 @@ class Calls:
 
 
 class Message(records.SmsRecord):
-    """A short message."""
+    """A short message: Message("On my way", RemoteNumber="5550100"), with the members of the record.
+
+    Setting text or data sets Text with TextLen and TextSize, which tell what of it is stored.
+    """
+
+    def __init__(self, text: str = "", **members: Any) -> None:
+        super().__init__(**members)
+        if text:
+            self.text = text
 
     @property
     def data(self) -> bytes:
-        """The bytes of its text that mean something."""
+        """The bytes of its text that mean something, of any encoding; a NUL is one of them."""
         return bytes(
             ffi.buffer(self._pointer.Text, min(self.TextLen, self.TextSize, SMS_TEXT_CAPACITY))
         )
+
+    @data.setter
+    def data(self, content: bytes) -> None:
+        if len(content) > SMS_TEXT_CAPACITY:
+            raise ValueError(
+                f"a message has room for {SMS_TEXT_CAPACITY} bytes, not {len(content)}"
+            )
+        fill(self._pointer.Text, content)
+        self.TextLen = self.TextSize = len(content)
 
     @property
     def text(self) -> str:
         """These as UTF-8. How a sender encodes is his business: TextType tells."""
         return decode(self.data)
+
+    @text.setter
+    def text(self, text: str) -> None:
+        self.data = text.encode("utf-8", "surrogateescape")
 
     @property
     def is_read(self) -> bool:
@@ -163,8 +185,13 @@ class Box:
 
     @tells("capi_voip_sms_add")
     def add(self, message: records.SmsRecord) -> int:
-        """Stores a message as the newest. Returns the id that it got."""
+        """Stores a message as the newest. Returns the id that it got.
+
+        A record whose TextSize is 0 although it has a Text is a ValueError: Message() sets both.
+        """
         self._adapter._open()
+        if message.TextSize == 0 and message.Text:
+            raise ValueError("TextSize is 0: the text would not be stored; a Message sets it")
         check(c.capi_voip_sms_add(self._selector, message._pointer))
         return message.id
 
@@ -209,8 +236,11 @@ class Messages:
         return len(self.received) + len(self.sent)
 
     @tells("capi_voip_sms_send")
-    def send(self, number: str, text: str, text_type: int = 0) -> None:
-        """Stores a message among the sent ones and asks for it to be sent."""
+    def send(self, number: str, text: Union[str, bytes], text_type: int = 0) -> None:
+        """Stores a message among the sent ones and asks for it to be sent.
+
+        A text is sent as UTF-8; bytes as they are, encoded as the type tells.
+        """
         self._adapter._open()
-        content = encode(text)
+        content = text if isinstance(text, bytes) else encode(text)
         check(c.capi_voip_sms_send(number, text_type, content, len(content)))

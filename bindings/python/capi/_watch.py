@@ -7,28 +7,33 @@ import math
 import os
 import select
 import time
-from types import TracebackType
-from typing import Optional, Type
+from typing import Callable, Optional
 
 from . import functions as c
 from . import records
+from ._closing import Closing
 from ._library import Error, check, failure, last_errno
 from ._told import tells
 from .enums import Topic
 
+# In seconds: poll() takes milliseconds that an int of C has room for.
+_LONGEST_POLL = 24 * 60 * 60
 
-class Watch:
+
+class Watch(Closing):
     """Tells of changes: which topics, not how many changes there were.
 
-    ``async for topics in watch`` goes on for as long as changes come. Without asyncio there is
-    wait(), and fileno() for select() and the like. Read the values that you start with after the
-    watch was opened. A watch belongs to the process that opened it, and to one thread at a time.
+    ``async for topics in watch`` goes on for as long as changes come, and ends with an Error when
+    the watch is closed, as the end of its adapter does. Without asyncio there is wait(), and
+    fileno() for select() and the like. Read the values that you start with after the watch was
+    opened. A watch belongs to the process that opened it, and to one thread at a time.
     """
 
     def __init__(self, topics: Topic) -> None:
         self._watch = records.Watch()
         self._process = os.getpid()
         self._is_awaited = False
+        self._wake: Callable[[], object] = lambda: None
         self._is_open = False
         result = c.capi_watch_open(self._watch._pointer, int(topics))
         if result != 0:
@@ -60,28 +65,18 @@ class Watch:
             # Another segment in the place of the watched one may bring another descriptor.
             poll = select.poll()
             poll.register(self.fileno(), select.POLLIN)
-            poll.poll(None if left is None else math.ceil(left * 1000))
+            poll.poll(None if left is None else math.ceil(min(left, _LONGEST_POLL) * 1000))
 
     def close(self) -> None:
-        """Ends the watch."""
+        """Ends the watch, and with an Error what waits for it in an event loop."""
         if not self._is_open:
             return
         self._is_open = False
         if self._process == os.getpid():
             c.capi_watch_close(self._watch._pointer)
+            self._wake()
         else:
             os.close(self._watch.fd)  # the parent's goes on
-
-    def __enter__(self) -> Watch:
-        return self
-
-    def __exit__(
-        self,
-        _type: Optional[Type[BaseException]],
-        _value: Optional[BaseException],
-        _traceback: Optional[TracebackType],
-    ) -> None:
-        self.close()
 
     def __del__(self) -> None:
         if getattr(self, "_is_open", False):
@@ -114,9 +109,17 @@ class Watch:
             if not is_readable.done():
                 is_readable.set_result(None)
 
-        descriptor = self.fileno()
-        loop.add_reader(descriptor, wake)
+        def wake_from_anywhere() -> None:
+            if not loop.is_closed():
+                loop.call_soon_threadsafe(wake)
+
+        # One of the loop's own: when the watch is closed its number may be another file's at once.
+        descriptor = os.dup(self.fileno())
         try:
+            loop.add_reader(descriptor, wake)
+            self._wake = wake_from_anywhere
             await is_readable
         finally:
+            self._wake = lambda: None
             loop.remove_reader(descriptor)
+            os.close(descriptor)
