@@ -40,12 +40,10 @@ int refuse_key(const char* section, const char* name, Sentence& sentence) {
   return CAPI_KEY_UNKNOWN_KEY;
 }
 
-// 1 for a key of the section of this name.
-int is_key_of(const capi_config_key* key, void* name) {
-  const char* section = static_cast<const char*>(name);
-  const int number = last_number(section);
-  if (strcmp(spell(key->section, number).text, section) != 0) return 0;
-  return key->section_max == 0 || (number >= 1 && number <= key->section_max) ? 1 : 0;
+// 1 for a key that the section of this name has, however that is spelled.
+int is_key_of(const capi_config_key* key, void* section) {
+  capi_config_key found;
+  return capi_config_find(static_cast<const char*>(section), spell(key->name, 1).text, &found) == 0;
 }
 
 bool is_section(const char* name) {

@@ -77,7 +77,9 @@ FileReplacement::~FileReplacement() {
 
 // Opens the directory and finds the names in it.
 FileReplacement::Step FileReplacement::split(const char* path) {
-  path_.reset(strndup(path, PATH_MAX));
+  errno = ENAMETOOLONG;  // cut, it would be the name of another file
+  if (strnlen(path, PATH_MAX) == PATH_MAX) return Step::Failed;
+  path_.reset(strdup(path));
   if (!path_) return Step::Failed;
   char* slash = strrchr(path_.get(), '/');
   name_ = slash != nullptr ? slash + 1 : path_.get();
@@ -257,13 +259,17 @@ bool FileReplacement::copy_in_place() {
 
 bool FileReplacement::sync_directory() { return !directory_ || sync_to_medium(directory_.get()); }
 
-bool overwrite_file(const char* path, std::span<const uint8_t> bytes, size_t head) {
+Replaced overwrite_file(const char* path, std::span<const uint8_t> bytes, size_t head) {
   const Descriptor file(open(path, O_CLOEXEC | O_WRONLY | O_NOFOLLOW | kOpening));
   const int fd = file.get();
-  return file && lseek(fd, static_cast<off_t>(head), SEEK_SET) >= 0 &&
-         write_all(fd, bytes.data() + head, bytes.size() - head) && sync_to_medium(fd) &&
-         lseek(fd, 0, SEEK_SET) == 0 && write_all(fd, bytes.data(), head) &&
-         ftruncate(fd, static_cast<off_t>(bytes.size())) == 0 && sync_to_medium(fd);
+  const auto begin = static_cast<off_t>(head);
+  if (!file || lseek(fd, begin, SEEK_SET) < 0) return Replaced::NotWritten;
+  const bool is_written =
+      write_all(fd, bytes.data() + head, bytes.size() - head) && sync_to_medium(fd) &&
+      lseek(fd, 0, SEEK_SET) == 0 && write_all(fd, bytes.data(), head) &&
+      ftruncate(fd, static_cast<off_t>(bytes.size())) == 0 && sync_to_medium(fd);
+  if (is_written) return Replaced::Done;
+  return lseek(fd, 0, SEEK_CUR) == begin ? Replaced::NotWritten : Replaced::Cut;
 }
 
 Replaced replace_file(const char* path, std::span<const uint8_t> bytes, const Replacing& replacing,
@@ -273,20 +279,24 @@ Replaced replace_file(const char* path, std::span<const uint8_t> bytes, const Re
     tell(ReplacingStep::Open);
     return Replaced::NotOpened;
   }
-  bool is_written = file.write(bytes.data(), bytes.size()) && file.commit();
-  if (!is_written && replacing.head > 0 && is_full(errno)) {
-    const int error = errno;
-    is_written = overwrite_file(path, bytes, replacing.head);
-    errno = error;
+  Replaced result = Replaced::Done;
+  if (!file.write(bytes.data(), bytes.size()) || !file.commit()) {
+    result = file.is_in_place() ? Replaced::Cut : Replaced::NotWritten;
+    if (replacing.head > 0 && is_full(errno)) {
+      const int error = errno;
+      const Replaced overwritten = overwrite_file(path, bytes, replacing.head);
+      if (overwritten != Replaced::NotWritten) result = overwritten;
+      errno = error;
+    }
   }
+  const bool is_written = result == Replaced::Done;
   if (!is_written) tell(ReplacingStep::Write);
   if (is_written && replacing.is_durable) {
     if (!file.sync_directory()) tell(ReplacingStep::Flush);
     sync();
   }
   if (!file.close()) tell(ReplacingStep::Close);
-  if (is_written) return Replaced::Done;
-  return file.is_in_place() ? Replaced::Cut : Replaced::NotWritten;
+  return result;
 }
 
 }  // namespace capi

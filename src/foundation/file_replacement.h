@@ -104,11 +104,6 @@ class FileReplacement {
   int error_ = 0;  // the first
 };
 
-// Overwrites a file in place, for what must work on a full disk, where there is no room for a
-// sibling. The first "head" bytes are written last, when the rest is on the medium. False, with
-// errno set: the file may be cut then.
-bool overwrite_file(const char* path, std::span<const uint8_t> bytes, size_t head);
-
 // ---- In one call --------------------------------------------------------------------------------
 
 struct Replacing {
@@ -124,8 +119,13 @@ enum class Replaced : uint8_t {
   Done,
   NotOpened,
   NotWritten,  // the old content stays
-  Cut,         // it is lost, in a file that is written in place
+  Cut,         // it is lost: the file is written in place
 };
+
+// Overwrites a file in place, for what must work on a full disk, where there is no room for a
+// sibling. The first "head" bytes are written last, when the rest is on the medium. Where it fails
+// errno is set.
+Replaced overwrite_file(const char* path, std::span<const uint8_t> bytes, size_t head);
 
 // Replaces the content of a file. Each step that failed is told, with errno set.
 Replaced replace_file(const char* path, std::span<const uint8_t> bytes, const Replacing& replacing,

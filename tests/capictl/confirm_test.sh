@@ -237,6 +237,16 @@ value_is Den
 in_case 'That no change waits is told without an adapter'
 expect 3 '' config cancel
 
+in_case 'A change that is confirmed stays, also where the outcome cannot be written down'
+set_value sip_line_1.display_name Loft --confirm-within 600 >/dev/null
+rm -f /var/lib/capi/outcome
+mkdir -p /var/lib/capi/outcome
+expect 0 '' config confirm
+expect 0 $'change\tpending\tno' config pending
+value_is Loft
+rmdir /var/lib/capi/outcome
+expect 0 '' config set sip_line_1.display_name Den
+
 in_case 'Nothing is set where nothing could go back'
 rm -r /var/lib/capi
 : >/var/lib/capi

@@ -83,6 +83,12 @@ in_case 'Of the file of all keys every key is known; what its made-up values bre
 diff "$source_dir/tests/capictl/golden/all_keys.txt" /tmp/found || fail 'the findings differ'
 grep -E 'there is no section|has no key|is taken for' /tmp/found && fail 'a key is not known'
 
+in_case 'A section may have a comment behind it, whatever is in that, and be spelled oddly'
+printf '%s\n' '[sip_line_1]' 'option_sip_line_display_name=A' '[sip_line_02] # x=y' \
+  'option_sip_line_display_name=B' >/tmp/a.settings
+expect 1 $'/tmp/a.settings\t4\twarning\t"sip_line_02" is taken for "sip_line_2", which is how to write it' \
+  config lint /tmp/a.settings
+
 in_case 'A JSON document is checked as well'
 cat >/tmp/a.json <<'END'
 {"sip_line_1": {"enable": 7, "display_name": "Kitchen", "auth_password": "(set)", "nothing": 1},

@@ -86,6 +86,10 @@ expect 0 '' calls delete 0
 told $'calls\t1 call deleted, 1 left'
 expect 0 '' calls clear --yes
 told $'calls\t1 call deleted, none left'
+others call 2 0 $'\t' 4294967295
+told $'calls\tnew call of type 2: \\t, 2106-02-07T06:28:15+00:00'
+expect 0 '' calls clear --yes
+told $'calls\t1 call deleted, none left'
 expect 0 '' sms send +15551230002 $'Hi\tthere'
 told $'messages\tnew sent message 1: +15551230002, TIME: Hi\\tthere'
 expect 0 '' sms send +15551230002 more

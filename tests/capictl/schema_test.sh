@@ -51,4 +51,10 @@ expect_error 3 'capictl: /tmp/none cannot be read: No such file or directory' sc
 echo '{' >/tmp/broken.json
 expect_error 1 'capictl: /tmp/broken.json is not JSON' schema /tmp/broken.json
 
+in_case 'What stands in a list has no name'
+echo '{"sip": [1], "net": {}}' >/tmp/list.json
+expect_error 3 'capictl: there is no sip x in /tmp/list.json' schema /tmp/list.json sip x
+echo '[1]' >/tmp/list.json
+expect_error 3 'capictl: there is no sip in /tmp/list.json' schema /tmp/list.json sip
+
 finish

@@ -10,13 +10,16 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <cstring>
 #include <filesystem>
+#include <span>
 #include <string>
 #include <string_view>
 #include <thread>
 #include <vector>
 
+#include "support/faults.h"
 #include "support/files.h"
 #include "support/process.h"
 
@@ -41,6 +44,10 @@ struct stat status_of(const char* path) {
   struct stat status {};
   EXPECT_EQ(lstat(path, &status), 0) << path;
   return status;
+}
+
+std::span<const uint8_t> bytes_of(const std::string& text) {
+  return {reinterpret_cast<const uint8_t*>(text.data()), text.size()};
 }
 
 bool replace(const char* path, std::string_view text, OddFile odd_file = OddFile::WrittenInPlace) {
@@ -287,12 +294,43 @@ TEST_F(FullDiskTest, AFileIsOverwrittenWithoutRoomForASibling) {
   write_file("/tmp/replacement/ballast", std::string(6 * 4096, 'x'));
   EXPECT_FALSE(replace(kPath, std::string(8000, 'n')));
   const std::string shorter(8000, 'n');
-  EXPECT_TRUE(overwrite_file(kPath, {reinterpret_cast<const uint8_t*>(shorter.data()), 8000}, 44));
+  EXPECT_EQ(overwrite_file(kPath, bytes_of(shorter), 44), Replaced::Done);
   EXPECT_EQ(read_file(kPath), shorter);
+}
+
+TEST_F(FullDiskTest, AnOverwritingThatFailsTellsWhetherTheOldContentIsStillThere) {
+  write_file(kPath, std::string(8192, 'o'));
+  const std::string shorter(8000, 'n');
+  fail_call(Call::Write, 1, ENOSPC);
+  EXPECT_EQ(overwrite_file(kPath, bytes_of(shorter), 44), Replaced::NotWritten);
+  EXPECT_EQ(read_file(kPath), std::string(8192, 'o'));
+  inject({.call = Call::Write, .times = kForEver, .error = ENOSPC, .half = true});
+  EXPECT_EQ(overwrite_file(kPath, bytes_of(shorter), 44), Replaced::Cut);
+  clear_faults();
+  fail_call(Call::Write, 2, ENOSPC);
+  EXPECT_EQ(overwrite_file(kPath, bytes_of(shorter), 44), Replaced::Cut);
+}
+
+TEST_F(FullDiskTest, AFileThatIsOverwrittenInPartIsToldAsCut) {
+  write_file(kPath, std::string(8192, 'o'));
+  inject({.call = Call::Write, .times = kForEver, .error = ENOSPC, .half = true});
+  const Replaced result =
+      replace_file(kPath, bytes_of(std::string(8000, 'n')), {.head = 44}, [](ReplacingStep) {});
+  EXPECT_EQ(result, Replaced::Cut);
 }
 
 // ---- Files that are written in place
 // -------------------------------------------------------------
+
+TEST_F(FileReplacementTest, APathThatIsTooLongIsNotThatOfAnotherFile) {
+  std::string path = "/tmp/replacement/";
+  while (path.size() < PATH_MAX - 1) path += "./";
+  ASSERT_EQ(path.size(), PATH_MAX - 1U);
+  errno = 0;
+  EXPECT_FALSE(replace((path + "ff").c_str(), "new"));
+  EXPECT_EQ(errno, ENAMETOOLONG);
+  EXPECT_FALSE(fs::exists("/tmp/replacement/f"));
+}
 
 TEST_F(FileReplacementTest, AFileOfTwoNamesKeepsThem) {
   fs::create_hard_link(kPath, "/tmp/replacement/other");

@@ -66,6 +66,12 @@ TEST_F(KeyCheck, UnknownSections) {
             (Answer{CAPI_KEY_UNKNOWN_SECTION, "there is no section \"banana\""}));
 }
 
+TEST_F(KeyCheck, SectionsThatAreThereHoweverTheyAreSpelled) {
+  EXPECT_EQ(check("sip_line_02", "banana", "").result, CAPI_KEY_UNKNOWN_KEY);
+  EXPECT_EQ(check("sip_line_2", "banana", "").result, CAPI_KEY_UNKNOWN_KEY);
+  EXPECT_EQ(check("sip_line_03", "banana", "").result, CAPI_KEY_UNKNOWN_SECTION);
+}
+
 TEST_F(KeyCheck, UnknownKeys) {
   EXPECT_EQ(check_key("basic_sip", "local_prot", "1"),
             (Answer{CAPI_KEY_UNKNOWN_KEY,

@@ -28,9 +28,7 @@ bool clear(const Filter& filter, const Calls& calls) {
   if (filter.has_type_only()) {
     return capi_voip_clean_call_log_by_type(static_cast<unsigned>(filter.type)) == 0;
   }
-  return std::ranges::all_of(calls, [](const capi_call_log_record& call) {
-    return capi_voip_delete_call_log_by_node(call.calltype, call.index) == 0;
-  });
+  return std::ranges::all_of(calls, delete_if_there);
 }
 
 }  // namespace

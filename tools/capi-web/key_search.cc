@@ -3,18 +3,12 @@
 #include "key_search.h"
 
 #include <algorithm>
-#include <cctype>
-#include <sstream>
 
+#include "text.h"
 #include "value.h"
 
 namespace tools::web {
 namespace {
-
-std::string lower(std::string text) {
-  std::ranges::transform(text, text.begin(), [](unsigned char c) { return std::tolower(c); });
-  return text;
-}
 
 std::string all_about(const Key& key) {
   std::string text = key.label() + " " + key.name;
@@ -29,8 +23,7 @@ std::string all_about(const Key& key) {
 
 std::vector<const Key*> found_keys(const std::string& section, const std::string& words) {
   std::vector<const Key*> keys = keys_of(section);
-  std::istringstream in(lower(words));
-  for (std::string word; in >> word;) {
+  for (const std::string& word : words_of(lower(words))) {
     std::erase_if(keys,
                   [&](const Key* key) { return all_about(*key).find(word) == std::string::npos; });
   }

@@ -4,47 +4,24 @@
 #include <adapter.h>
 #include <change.h>
 #include <fcntl.h>
+#include <malloc.h>
 #include <termios.h>
+#include <text.h>
 #include <unistd.h>
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <charconv>
 #include <cstdio>
 #include <cstdlib>
-#include <iostream>
 
 #include "app.h"
 #include "log_ring.h"
+#include "options.h"
 #include "password.h"
 #include "server.h"
 
 namespace tools::web {
 namespace {
-
-constexpr char kDescription[] = "Show and change the state of an LTE phone adapter in a browser";
-constexpr char kFooter[] =
-    "Without a password there is no server: set one first, with capi-web password.\n"
-    "SIGTERM and SIGINT end it.\n"
-    "\n"
-    "Examples:\n"
-    "  capi-web password\n"
-    "  capi-web\n"
-    "  capi-web --listen 192.0.2.7:8080 --host adapter.lan";
-
-struct Options {
-  std::vector<std::string> listen = {"127.0.0.1:8080"};
-  std::vector<std::string> hosts = {};
-  std::string password_file = {};
-  std::string token_file = {};
-  double session_minutes = 30;
-  double timeout_seconds = 3;
-  double comment_seconds = 25;
-  int confirm_seconds = 60;
-  size_t connections = 64;
-  bool verbose = false;
-  bool from_stdin = false;
-};
 
 // systemd hands files to a service, and directories, by such names.
 std::string path_of(const char* variable, const std::string& otherwise, const std::string& name) {
@@ -84,13 +61,13 @@ void serve(const Options& options) {
           .hosts = options.hosts,
           .sessions = Sessions(ms_of(options.session_minutes * 60)),
           .tokens = ApiTokens(options.token_file),
-          .confirm_seconds = options.confirm_seconds,
+          .confirm_seconds = static_cast<int>(options.confirm_seconds),
           .link = Link(options.verbose ? keep_and_print_log : keep_log)};
-  for (std::string& name : app.hosts) CLI::detail::to_lower(name).swap(name);
+  for (std::string& name : app.hosts) name = lower(name);
   std::vector<Listen> places;
   for (const std::string& text : options.listen) places.push_back(place_of(text));
   Server server(app, places,
-                {.connections = options.connections,
+                {.connections = static_cast<size_t>(options.connections),
                  .timeout_ms = ms_of(options.timeout_seconds),
                  .comment_ms = ms_of(options.comment_seconds)});
   for (const std::string& address : server.addresses())
@@ -154,77 +131,11 @@ void set_password(const Options& options) {
   write_password_file(options.password_file, hash_of_password(password));
 }
 
-void add_options(CLI::App& app, Options& options) {
-  app.set_version_flag("--version", CAPI_VERSION, "Print the version and end");
-  app.add_option("--listen", options.listen,
-                 "ADDRESS:PORT to listen on, port 0 for a free one; may come again")
-      ->type_name("ADDRESS:PORT")
-      ->allow_extra_args(false)
-      ->capture_default_str();
-  app.add_option("--host", options.hosts,
-                 "A name by which browsers may call the server, besides localhost and addresses; "
-                 "may come again")
-      ->type_name("NAME")
-      ->allow_extra_args(false);
-  app.add_option("--password-file", options.password_file, "Where the password's hash is kept")
-      ->type_name("FILE")
-      ->capture_default_str();
-  app.add_option("--token-file", options.token_file, "Where the API tokens' hashes are kept")
-      ->type_name("FILE")
-      ->capture_default_str();
-  app.add_option("--session-minutes", options.session_minutes,
-                 "A login ends when it was idle for so long")
-      ->type_name("MINUTES")
-      ->check(CLI::Range(0.001, 30000.0))
-      ->capture_default_str();
-  app.add_option("--confirm-seconds", options.confirm_seconds,
-                 "A change goes back when it is not confirmed within this time")
-      ->type_name("SECONDS")
-      ->check(CLI::Range(1, 86400))
-      ->capture_default_str();
-  app.add_option("--timeout-seconds", options.timeout_seconds,
-                 "A connection is cut when a request takes longer to arrive")
-      ->type_name("SECONDS")
-      ->check(CLI::Range(0.05, 3600.0))
-      ->capture_default_str();
-  app.add_option("--comment-seconds", options.comment_seconds,
-                 "An event stream has a sign of life in this interval")
-      ->type_name("SECONDS")
-      ->check(CLI::Range(0.05, 3600.0))
-      ->capture_default_str();
-  app.add_option("--connections", options.connections, "So many at most at a time")
-      ->type_name("NUMBER")
-      ->check(CLI::Range(1, 1000))
-      ->capture_default_str();
-  app.add_flag("--verbose", options.verbose, "Print the library's log on standard error");
-}
-
-using Action = void (*)(const Options&);
-
-// What is to be done. A server does not keep for good what has read its options.
-Action read_options(int argc, char** argv, Options& options) {
-  CLI::App app(kDescription, "capi-web");
-  app.fallthrough();
-  app.require_subcommand(0, 1);
-  app.footer(kFooter);
-  add_options(app, options);
-  CLI::App* const password =
-      app.add_subcommand("password", "Set the password, which is asked for twice");
-  password->add_flag("--stdin", options.from_stdin,
-                     "Take it from the first line of standard input");
-  try {
-    app.parse(argc, argv);
-  } catch (const CLI::ParseError& error) {
-    if (error.get_exit_code() == 0) exit(app.exit(error));
-    throw Failure(std::string(error.what()) + ". Help: capi-web --help", {kUsage});
-  }
-  return *password ? set_password : serve;
-}
-
 int run(int argc, char** argv) {
+  mallopt(M_TOP_PAD, 4096);  // of what a page took nothing more is kept
   Options options{.password_file = path_of("CREDENTIALS_DIRECTORY", "/etc/capi", "web.password"),
                   .token_file = path_of("STATE_DIRECTORY", "/var/lib/capi-web", "tokens")};
-  read_options(argc, argv, options)(options);
+  read_options(argc, argv, options) == Task::Serve ? serve(options) : set_password(options);
   return kDone;
 }
 

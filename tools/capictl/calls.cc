@@ -106,7 +106,7 @@ bool delete_calls(const Filter& filter) {
   }
   bool is_done = true;
   for (const auto& call : read_calls(filter)) {
-    is_done = capi_voip_delete_call_log_by_node(call.calltype, call.index) == 0 && is_done;
+    is_done = delete_if_there(call) && is_done;
   }
   return is_done;
 }

@@ -10,6 +10,7 @@
 #include <ctime>
 
 #include "print.h"
+#include "text.h"
 
 namespace tools::capictl {
 namespace {
@@ -42,6 +43,11 @@ std::string shown(const std::string& value) { return value.empty() ? "(empty)" :
 
 std::string local_time(int64_t seconds) {
   const auto time = static_cast<time_t>(seconds);
+  // Where it has 32 bits it knows no time zone beyond 2038.
+  if (time != seconds) {
+    const std::string in_utc = time_text(seconds);
+    return in_utc.substr(0, in_utc.size() - 1) + "+00:00";
+  }
   tm parts{};
   char text[40];
   localtime_r(&time, &parts);

@@ -57,7 +57,7 @@ void add_row(Table& table, const cJSON* section, const cJSON* param) {
 void add_section(Table& table, const Args& args, const cJSON* section) {
   const cJSON* param = nullptr;
   cJSON_ArrayForEach(param, section) {
-    if (args.param.empty() || args.param == param->string) add_row(table, section, param);
+    if (args.param.empty() || args.param == or_empty(param->string)) add_row(table, section, param);
   }
 }
 
@@ -71,7 +71,8 @@ void show(const Context& context, const Args& args, const cJSON* root) {
                              {"limits"}});
   const cJSON* section = nullptr;
   cJSON_ArrayForEach(section, root) {
-    if (args.section.empty() || args.section == section->string) add_section(table, args, section);
+    if (args.section.empty() || args.section == or_empty(section->string))
+      add_section(table, args, section);
   }
   if (table.rows().empty() && !args.section.empty()) throw_missing(args);
   print(table, context);

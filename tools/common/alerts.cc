@@ -3,7 +3,6 @@
 #include "alerts.h"
 
 #include <algorithm>
-#include <cctype>
 #include <cstdlib>
 
 #include "change.h"
@@ -34,11 +33,6 @@ std::string fact(const Table& table, const char* name) {
              : table.rows()[static_cast<size_t>(found - table.facts().begin())][1];
 }
 
-std::string in_lower_case(std::string text) {
-  std::ranges::transform(text, text.begin(), [](unsigned char c) { return std::tolower(c); });
-  return text;
-}
-
 // ---- Lines -------------------------------------------------------------------------------------
 
 // Where the stacks tell different reasons, that of the latest news counts. Times are texts of one
@@ -54,7 +48,7 @@ Alert unregistered(const std::string& line, const Table* registrations) {
     if (is_told && since <= alert.since) continue;
     is_told = true;
     alert.since = since;
-    const std::string text = in_lower_case(cell(*registrations, row, "reason"));
+    const std::string text = lower(cell(*registrations, row, "reason"));
     const std::string detail = cell(*registrations, row, "detail");
     reason = (text.empty() ? "not registered" : text) + (detail.empty() ? "" : ", " + detail);
   }

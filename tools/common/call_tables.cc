@@ -79,6 +79,14 @@ Calls read_calls(const Filter& filter) {
   return meant_calls(std::move(calls), filter);
 }
 
+bool delete_if_there(const capi_call_log_record& call) {
+  const bool is_there = std::ranges::any_of(read_calls(), [&](const auto& one) {
+    return one.index == call.index && one.calltype == call.calltype &&
+           one.sequence == call.sequence;
+  });
+  return !is_there || capi_voip_delete_call_log_by_node(call.calltype, call.index) == 0;
+}
+
 Calls calls_of(const std::string& content) {
   const auto image = std::make_unique<capi_call_log_image>();
   memcpy(image.get(), content.data(), std::min(content.size(), sizeof *image));

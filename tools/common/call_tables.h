@@ -39,4 +39,8 @@ Calls read_calls(const Filter& filter = {});
 Calls calls_of(const std::string& content);
 Calls meant_calls(Calls calls, const Filter& filter);
 
+// Deletes a call, unless it is gone: by then its node may be another one's, and the log itself
+// would be lost with a node that is free. False when the library cannot.
+bool delete_if_there(const capi_call_log_record& call);
+
 }  // namespace tools

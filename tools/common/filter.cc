@@ -3,7 +3,6 @@
 #include "filter.h"
 
 #include <algorithm>
-#include <cctype>
 #include <ctime>
 
 #include "adapter.h"
@@ -19,11 +18,6 @@ std::string bare(const std::string& number) {
     if (std::string_view("+ -/().").find(c) == std::string_view::npos) result += c;
   }
   return result;
-}
-
-std::string lower(std::string text) {
-  for (char& c : text) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-  return text;
 }
 
 // "2h" in seconds, 0 for what is no age.

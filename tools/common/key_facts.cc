@@ -2,9 +2,9 @@
 // SPDX-License-Identifier: MIT
 #include "key_facts.h"
 
+#include <glob.h>
+
 #include <algorithm>
-#include <filesystem>
-#include <sstream>
 
 #include "places.h"
 #include "table.h"
@@ -49,10 +49,12 @@ void add_named_values(cJSON* json, const Key& key) {
 
 std::vector<std::string> adapter_setting_files() {
   std::vector<std::string> files;
-  std::error_code error;
-  for (const auto& entry : std::filesystem::directory_iterator(kSettingsDirectory, error)) {
-    if (entry.path().extension() == ".settings") files.push_back(entry.path());
+  glob_t found{};
+  if (glob((std::string(kSettingsDirectory) + "/*.settings").c_str(), GLOB_NOSORT, nullptr,
+           &found) == 0) {
+    files.assign(found.gl_pathv, found.gl_pathv + found.gl_pathc);
   }
+  globfree(&found);
   const auto is_local = [](const std::string& file) { return file == kLocalSettings; };
   std::ranges::sort(files, [&](const std::string& a, const std::string& b) {
     return is_local(a) != is_local(b) ? is_local(b) : a < b;
@@ -117,8 +119,7 @@ void add_places(cJSON* json, const Key& key) {
     cJSON* item = cJSON_CreateObject();
     cJSON_AddItemToArray(array, item);
     cJSON* files = cJSON_AddArrayToObject(item, "files");
-    std::istringstream names(place.files);
-    for (std::string name; names >> name;) {
+    for (const std::string& name : words_of(place.files)) {
       cJSON_AddItemToArray(files, cJSON_CreateString(name.c_str()));
     }
     cJSON_AddStringToObject(item, "section", place.section.c_str());

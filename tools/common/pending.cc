@@ -5,10 +5,12 @@
 #include <sys/random.h>
 
 #include <algorithm>
+#include <charconv>
 #include <cstdio>
 #include <ctime>
-#include <fstream>
-#include <sstream>
+
+#include "adapter.h"
+#include "text.h"
 
 namespace pending {
 namespace {
@@ -76,8 +78,7 @@ std::string line_of(const std::vector<std::string>& texts) {
 
 bool read_line(const std::string& line, std::vector<std::string>& texts) {
   texts.clear();
-  std::istringstream words(line);
-  for (std::string word; words >> word;) {
+  for (std::string word : tools::words_of(line)) {
     if (word == "-") word.clear();
     if (!unescape(word, texts.emplace_back())) return false;
   }
@@ -85,20 +86,20 @@ bool read_line(const std::string& line, std::vector<std::string>& texts) {
 }
 
 bool read_number(const std::string& text, int64_t& number) {
-  std::istringstream in(text);
-  return static_cast<bool>(in >> number) && in.eof();
+  const char* const end = text.data() + text.size();
+  const auto read = std::from_chars(text.data(), end, number);
+  return read.ec == std::errc() && read.ptr == end;
 }
 
 // Hands the lines between title and end to "take"; false when one is not taken, or an end missing.
 template <typename Take>
 bool read_lines(const std::string& text, const char* title, Take take) {
-  std::istringstream in(text);
-  std::string line;
-  if (!std::getline(in, line) || line != title) return false;
+  const std::vector<std::string> lines = tools::lines_of(text);
+  if (lines.empty() || lines[0] != title) return false;
   std::vector<std::string> texts;
-  while (std::getline(in, line)) {
-    if (line == kEnd) return true;
-    if (!read_line(line, texts) || !take(texts)) return false;
+  for (size_t i = 1; i < lines.size(); ++i) {
+    if (lines[i] == kEnd) return true;
+    if (!read_line(lines[i], texts) || !take(texts)) return false;
   }
   return false;
 }
@@ -137,7 +138,10 @@ bool take_line(const std::vector<std::string>& texts, Outcome& outcome) {
 
 Now now() {
   Now time;
-  std::ifstream("/proc/sys/kernel/random/boot_id") >> time.boot;
+  std::string boot;
+  if (tools::read_file("/proc/sys/kernel/random/boot_id", boot)) {
+    time.boot = boot.substr(0, boot.find('\n'));
+  }
   time.ms = ms_of(CLOCK_BOOTTIME);
   time.seconds = ms_of(CLOCK_REALTIME) / 1000;
   return time;

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <map>
-#include <sstream>
 
 #include "table.h"
 #include "value.h"
@@ -100,7 +99,7 @@ void Reader::read(std::string line) {
   if (equals != std::string::npos) {
     read_item(kept, equals);
   } else if (kept.size() == line.size() || line.find('=') == std::string::npos ||
-             trimmed(kept).empty()) {
+             trimmed(kept).empty() || kept[0] == '[') {
     read_section(kept);
   }
 }
@@ -113,7 +112,7 @@ std::string Reader::cut(const std::string& line) {
   const bool is_comment = end > 0 && is_blank(line[end - 1]);
   if (end > equals && !is_comment) {
     refuse(character + " ends the value: what follows is ignored");
-  } else if (end < equals && !trimmed(line.substr(0, end)).empty()) {
+  } else if (end < equals && !trimmed(line.substr(0, end)).empty() && line[0] != '[') {
     refuse(character + " cuts the line in front of its \"=\": ignored");
   }
   return line.substr(0, end);
@@ -208,8 +207,7 @@ bool Settings::has_error() const {
 
 Settings read_setting_file(const std::string& content) {
   Reader reader;
-  std::istringstream in(content);
-  for (std::string line; std::getline(in, line);) reader.read(std::move(line));
+  for (std::string& line : lines_of(content)) reader.read(std::move(line));
   return reader.take();
 }
 

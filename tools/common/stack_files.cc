@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <sstream>
 
 #include "adapter.h"
 #include "places.h"
@@ -68,9 +67,8 @@ std::string stack_file_text(const cfg_shared_record& record, unsigned type) {
 
 std::vector<StackLine> stack_lines(const std::string& text) {
   std::vector<StackLine> lines;
-  std::istringstream in(text);
   std::string section;
-  for (std::string line; std::getline(in, line);) {
+  for (const std::string& line : lines_of(text)) {
     if (line.starts_with('[')) {
       section = line.substr(1, line.find(']') - 1);
     } else if (!line.empty()) {

@@ -158,6 +158,28 @@ std::string joined(const std::vector<std::string>& words, std::string_view betwe
   return result;
 }
 
+std::vector<std::string> lines_of(std::string_view text) {
+  std::vector<std::string> lines = split(text, '\n');
+  if (lines.back().empty()) lines.pop_back();
+  return lines;
+}
+
+std::vector<std::string> words_of(std::string_view text) {
+  constexpr char kBlanks[] = " \t\n\v\f\r";
+  std::vector<std::string> words;
+  for (size_t begin = text.find_first_not_of(kBlanks); begin != std::string_view::npos;) {
+    const size_t end = std::min(text.find_first_of(kBlanks, begin), text.size());
+    words.emplace_back(text.substr(begin, end - begin));
+    begin = text.find_first_not_of(kBlanks, end);
+  }
+  return words;
+}
+
+std::string lower(std::string text) {
+  for (char& c : text) c = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+  return text;
+}
+
 std::string nearest(std::string_view word, const std::vector<std::string>& candidates) {
   std::string best;
   if (word.size() > kLongestWord) return best;

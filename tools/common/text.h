@@ -28,6 +28,13 @@ std::vector<std::string> wrapped(std::string_view text, size_t max_width);
 std::vector<std::string> split(std::string_view list, char separator);
 std::string joined(const std::vector<std::string>& words, std::string_view between);
 
+// The lines of a text, without their ends, and its words, which have blanks between them.
+std::vector<std::string> lines_of(std::string_view text);
+std::vector<std::string> words_of(std::string_view text);
+
+// In lower case, of ASCII.
+std::string lower(std::string text);
+
 // The one that was probably meant by a word; "" when none is near.
 std::string nearest(std::string_view word, const std::vector<std::string>& candidates);
 
