@@ -78,6 +78,16 @@ class Commands(fleet.Test):
         self.assertEqual(self.ask("reset", keys=["sip_line_1", "sms.sca"])["status"], "ok")
         self.assertEqual((value("sip_line_1.display_name"), value("sms.sca")), ("", ""))
 
+    def test_a_reset_without_a_name_resets_nothing(self):
+        set_values("sip_line_1.display_name", "Loft", "sip_line_2.display_name", "Hall")
+        self.refused("malformed", "reset", keys=[""])
+        self.refused("malformed", "reset", keys=["sip_line_2", ""])
+        self.assertEqual((value("sip_line_1.display_name"), value("sip_line_2.display_name")),
+                         ("Loft", "Hall"))
+        self.assertEqual(self.ask("reset", keys=["sip_line"])["status"], "ok")
+        self.assertEqual((value("sip_line_1.display_name"), value("sip_line_2.display_name")),
+                         ("", ""))
+
     def test_apply_writes_the_files_and_posts_the_signal(self):
         answer = self.ask("set", set={"sip_line_1.display_name": "Porch"}, apply=True)
         self.assertEqual(answer["status"], "ok")

@@ -203,6 +203,8 @@ TEST(FleetRequest, IsRefusedWithWhatIsWrong) {
        "\"pending\" is no member of it"},
       {"reset", R"({"id":"a","keys":[]})", "malformed", "\"keys\" has to be"},
       {"reset", R"({"id":"a","keys":"sms"})", "malformed", "\"keys\" has to be"},
+      {"reset", R"({"id":"a","keys":[""]})", "malformed", "\"keys\" has to be"},
+      {"reset", R"({"id":"a","keys":["sms.sca",""]})", "malformed", "\"keys\" has to be"},
       {"load", R"({"id":"a","document":[]})", "malformed", "\"document\" has to be"},
       {"signal", R"({"id":"a","name":"x","params":["1","2","3","4"]})", "malformed", "up to three"},
       {"confirm", R"({"id":"a","pending":""})", "malformed", "\"pending\" has to be the id"},

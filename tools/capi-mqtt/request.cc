@@ -107,6 +107,13 @@ bool take_expires(const cJSON* item, Request& request) {
   return request.expires.has_value();
 }
 
+// An empty one, as of a variable that is not set, would be all sections.
+bool take_keys(const cJSON* item, Request& request) {
+  constexpr size_t kMany = 1000;
+  return take_texts(item, 1, kMany, request.texts) &&
+         std::ranges::none_of(request.texts, &std::string::empty);
+}
+
 bool take_document(const cJSON* item, Request& request) {
   if (cJSON_IsObject(item)) request.document = printed(item);
   return !request.document.empty();
@@ -133,16 +140,14 @@ bool take_spread(const cJSON* item, Request& request) {
   return true;
 }
 
-constexpr size_t kMany = 1000;
-
 const Member kMembers[] = {
     {"id", kAny, kAny, "1 to 64 of A-Z a-z 0-9 . _ -", take_id},
     {"expires", kAny, 0, "a time as 2026-11-22T05:10:00Z", take_expires},
     {"set", bit(Command::Set), bit(Command::Set),
      "an object of keys with texts or whole numbers, as {\"sip_line_1.enable\": 1}", take_set},
     {"document", bit(Command::Load), bit(Command::Load), "an object of sections", take_document},
-    {"keys", bit(Command::Reset), bit(Command::Reset), "a list of keys and sections",
-     [](const cJSON* item, Request& request) { return take_texts(item, 1, kMany, request.texts); }},
+    {"keys", bit(Command::Reset), bit(Command::Reset), "a list of keys and sections, none empty",
+     take_keys},
     {"apply", kChanges, 0, "true or false",
      [](const cJSON* item, Request& request) {
        request.is_applied = cJSON_IsTrue(item) != 0;
