@@ -231,6 +231,47 @@ class Commands(fleet.Test):
             self.assertEqual(answer["errors"][0]["code"], "unknown_command")
         self.assertEqual(self.ask("refresh")["status"], "ok")
 
+    def test_a_long_request_has_a_short_answer(self):
+        broker = self.until_end(fleet.Broker(max_packet_size=131072))
+        consumer = self.until_end(Consumer(broker))
+        self.until_end(fleet.Bridge(broker, state="/tmp/long"))
+        consumer.wait_for_birth()
+        head, tail = '{"id":"x","set":{"', '":1}}'
+        consumer.publish("do/set", head + "a" * (65536 - len(head + tail)) + tail)
+        answer = consumer.wait_for("done/t").json
+        self.assertEqual((answer["id"], answer["errors"][0]["code"]), ("x", "not_found"))
+        self.assertEqual(answer["errors"][0]["key"], "a" * 1024 + "...")
+        answer = consumer.ask("confirm", pending="p" * 65000)
+        self.assertEqual(answer["errors"][0]["code"], "not_found")
+        self.assertEqual(consumer.ask("refresh")["status"], "ok")
+
+    def test_a_broker_that_takes_little_gets_short_answers(self):
+        broker = self.until_end(fleet.Broker(max_packet_size=2000))
+        consumer = self.until_end(Consumer(broker))
+        bridge = self.until_end(fleet.Bridge(broker, state="/tmp/little"))
+        consumer.wait_for_birth()
+        answer = consumer.ask("set", set={"a" * 1500: 1})
+        self.assertEqual((answer["status"], answer["errors"]),
+                         ("refused", [{"code": "too_large",
+                                       "message": "the broker takes no answer of this length"}]))
+        self.assertEqual(consumer.ask("refresh")["status"], "ok")
+        bridge.lines.wait_for("the broker takes no answer of 2[0-9]{3} bytes")
+        bridge.stop()
+        bridge.start()
+        consumer.wait_for_birth()
+        self.assertEqual(consumer.ask("refresh")["status"], "ok")
+
+    def test_long_correlation_data_is_refused(self):
+        self.consumer.publish("do/refresh", {"id": "long-1"}, correlation=b"c" * 257)
+        message = self.consumer.wait_for("done/t")
+        self.assertEqual((message.json["id"], message.json["errors"][0]["code"]),
+                         ("long-1", "too_large"))
+        self.assertFalse(hasattr(message.properties, "CorrelationData"))
+        self.consumer.publish("do/refresh", {"id": "long-1"}, correlation=b"c" * 256)
+        message = self.consumer.wait_for("done/t")
+        self.assertEqual((message.json["status"], message.properties.CorrelationData),
+                         ("ok", b"c" * 256))
+
     def test_a_message_beyond_all_limits_is_kept_back_by_the_broker(self):
         self.consumer.publish("do/set", b"x" * 200000)
         self.assertEqual(self.ask("refresh")["status"], "ok")

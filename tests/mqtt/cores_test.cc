@@ -252,6 +252,29 @@ TEST(FleetAnswer, IsJsonInOneLine) {
   EXPECT_EQ(text_of({"", "\xff", Status::Ok}, 0).find("{\"id\":null,\"command\":"), 0U);
 }
 
+TEST(FleetAnswer, HasALimitWhateverIsInIt) {
+  const std::string controls(60000, '\x01');
+  const std::vector<Error> errors(30, {"refused", controls, controls, controls});
+  const std::string text = text_of({"a", "set", Status::Refused, 1, errors}, 0);
+  EXPECT_LE(text.size(), 32768U);
+  // A character is not cut in two.
+  const std::string signs = "x" + std::string(1024, ' ') + "y";
+  EXPECT_THAT(text_of({"a", "set", Status::Refused, 1, {{"refused", signs}}}, 0),
+              HasSubstr("x" + std::string(1023, ' ') + "...\""));
+  std::string umlauts = "x";
+  for (int i = 0; i < 600; ++i) umlauts += "ä";
+  EXPECT_TRUE(is_utf8(text_of({"a", "set", Status::Refused, 1, {{"refused", umlauts}}}, 0)));
+}
+
+TEST(FleetAnswer, IsShortenedToItsStatus) {
+  const Answer answer{"a", "set", Status::Failed, 419, {{"x", "1"}, {"y", "2"}}, "7c1f09ae", 60};
+  EXPECT_EQ(shortened(text_of(answer, 60)),
+            R"({"id":"a","command":"set","status":"failed","at":"1970-01-01T00:01:00Z",)"
+            R"("generation":419,"pending":{"id":"7c1f09ae","deadline":"1970-01-01T00:01:00Z"},)"
+            R"("errors":[{"code":"too_large",)"
+            R"("message":"the broker takes no answer of this length"}]})");
+}
+
 // ---- What was carried out --------------------------------------------------------------------
 
 class FleetRequestLog : public testing::Test {
@@ -338,6 +361,36 @@ TEST_F(FleetRequestLog, KnowsTheLast256) {
     EXPECT_TRUE(known.find("1998")->is_told);
   }
   EXPECT_LT(content().size(), 700'000U);
+}
+
+TEST_F(FleetRequestLog, BeginsAnewWhereItIsTooLarge) {
+  { RequestLog(kPath).start("a", "set", {"t", ""}); }
+  append(std::string(17 << 20, 'x'));
+  RequestLog log(kPath);
+  EXPECT_EQ(log.state_of("a"), RequestLog::State::Unknown);
+  EXPECT_LT(content().size(), 100U);
+  log.start("b", "set", {"t", ""});
+  EXPECT_EQ(RequestLog(kPath).state_of("b"), RequestLog::State::Started);
+}
+
+TEST_F(FleetRequestLog, IsNotWrittenAnewForEachRequest) {
+  RequestLog log(kPath);
+  const std::string answer(30000, 'x');
+  const auto file = [] {
+    struct stat status {};
+    stat(kPath, &status);
+    return status.st_ino;
+  };
+  int rewrites = 0;
+  ino_t before = file();
+  for (int i = 0; i < 600; ++i) {
+    log.start(std::to_string(i), "set", {"t", ""});
+    log.finish(std::to_string(i), answer);
+    if (file() != before) ++rewrites;
+    before = file();
+  }
+  EXPECT_LT(rewrites, 10);
+  EXPECT_LT(content().size(), size_t{16} << 20);
 }
 
 TEST_F(FleetRequestLog, IsRefusedWhereItCannotBeKept) {

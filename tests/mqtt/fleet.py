@@ -95,15 +95,16 @@ class Lines:
 class Broker:
     """A real one, on the loopback interface."""
 
-    def __init__(self, *lines, port=None):
+    def __init__(self, *lines, port=None, **settings):
         self.port = port or free_port()
+        lines = [*(lines or [f"listener {self.port} 127.0.0.1", "allow_anonymous true"]),
+                 *(f"{name} {value}" for name, value in settings.items())]
         self.path = f"/tmp/mosquitto.{self.port}"
         with open(self.path, "w", encoding="utf-8") as file:
             file.write("\n".join(["per_listener_settings false", "log_dest stderr", "user root",
                                   "log_type error", "log_type warning", "log_type notice",
                                   "log_type information",
-                                  *(lines or [f"listener {self.port} 127.0.0.1",
-                                              "allow_anonymous true"]), ""]))
+                                  *lines, ""]))
         self.process = None
         self.start()
 

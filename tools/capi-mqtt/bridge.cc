@@ -241,7 +241,7 @@ void Bridge::leave() {
 int Bridge::send(const Message& message) {
   const int number = client_->publish(message);
   last_sent_ = now_ms();
-  if (number == -1) return number;
+  if (number < 0) return number;
   outbox_.sent(number);
   ++counters_.published;
   return number;
@@ -252,7 +252,7 @@ void Bridge::send_states() {
     const std::string text = documents_.text(*topic);
     if (text.empty()) {
       outbox_.mark(*topic);  // it cannot be told now
-    } else if (send({tree_.topic(documents_.topics()[*topic].name), text, true}) == -1) {
+    } else if (send({tree_.topic(documents_.topics()[*topic].name), text, true}) < 0) {
       log(documents_.topics()[*topic].name + " cannot be sent");
     }
   }
@@ -260,7 +260,8 @@ void Bridge::send_states() {
 
 void Bridge::send_answers() {
   while (outbox_.has_room() && !replies_.empty()) {
-    send(replies_.front());
+    const auto& [origin, text] = replies_.front();
+    send_answer(origin, text);
     replies_.pop_front();
   }
   for (const RequestLog::Entry& entry : requests_.entries()) {
@@ -269,11 +270,19 @@ void Bridge::send_answers() {
     const bool is_on_its_way = std::ranges::any_of(
         answers_, [&](const auto& answer) { return answer.second == entry.id; });
     if (is_on_its_way) continue;
-    const int number =
-        send({entry.origin.topic, requests_.answer_of(entry), false, "", entry.origin.correlation});
-    if (number == -1) return;
-    answers_[number] = entry.id;
+    const int number = send_answer(entry.origin, requests_.answer_of(entry));
+    if (number == Client::kNotSent) return;
+    if (number >= 0) answers_[number] = entry.id;
+    if (number == Client::kTooLarge) requests_.told(entry.id);
   }
+}
+
+// One that no broker's limit keeps from being told, nor those behind it.
+int Bridge::send_answer(const Origin& origin, const std::string& text) {
+  const int number = send({origin.topic, text, false, "", origin.correlation});
+  if (number != Client::kTooLarge) return number;
+  log("the broker takes no answer of " + std::to_string(text.size()) + " bytes");
+  return send({origin.topic, shortened(text), false, "", origin.correlation});
 }
 
 // One after the other: the next is not known before this one is kept as told.
@@ -316,7 +325,9 @@ void Bridge::look() {
 // To where the request says, unless that is no place for answers.
 Origin Bridge::origin_of(const Message& message) const {
   const bool is_fit = may_be_answered_to(message.response_topic);
-  return {is_fit ? message.response_topic : tree_.topic("done"), message.correlation};
+  const bool is_kept = message.correlation.size() <= kMaxCorrelation;
+  return {is_fit ? message.response_topic : tree_.topic("done"),
+          is_kept ? message.correlation : ""};
 }
 
 void Bridge::take_requests() {
@@ -339,7 +350,7 @@ void Bridge::answer_wrong(const Message& message, const std::string& command, co
 
 void Bridge::reply(const Origin& origin, std::string text) {
   if (replies_.size() == kMostReplies) replies_.pop_front();
-  replies_.push_back({origin.topic, std::move(text), false, "", origin.correlation});
+  replies_.emplace_back(origin, std::move(text));
 }
 
 // Nobody knows how far it came, or its answer could not be kept.
@@ -365,6 +376,10 @@ void Bridge::take(const Message& message) {
     if (message.is_retained) {
       throw Refusal(Status::Refused,
                     {"retained", "a request must not be retained: publish it without"});
+    }
+    if (message.correlation.size() > kMaxCorrelation) {
+      throw Refusal(Status::Refused, {"too_large", "the Correlation Data is longer than " +
+                                                       std::to_string(kMaxCorrelation) + " bytes"});
     }
     const Request request = parse_request(command, message.payload);
     if (!repeat(request.id, message)) start_and_finish(request, message);

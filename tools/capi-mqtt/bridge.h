@@ -63,6 +63,7 @@ class Bridge : public Listener {
   void send_all();
   void send_states();
   void send_answers();
+  int send_answer(const Origin& origin, const std::string& text);
   void send_event();
   void look();
   void mark(const std::vector<size_t>& topics);
@@ -113,7 +114,7 @@ class Bridge : public Listener {
 
   std::deque<std::pair<int, std::string>> acknowledgements_;  // with why it was not taken
   std::deque<Message> inbox_;
-  std::deque<Message> replies_;  // that nobody has to remember
+  std::deque<std::pair<Origin, std::string>> replies_;  // that nobody has to remember
 
   capi_watch watch_{};
   bool has_news_ = true;

@@ -187,7 +187,8 @@ int Client::publish(const Message& message) {
   const int result = mosquitto_publish_v5(
       client_.get(), &number, message.topic.c_str(), static_cast<int>(message.payload.size()),
       message.payload.data(), kQos, message.is_retained, properties.get());
-  return result == MOSQ_ERR_SUCCESS ? number : -1;
+  if (result == MOSQ_ERR_OVERSIZE_PACKET) return kTooLarge;
+  return result == MOSQ_ERR_SUCCESS ? number : kNotSent;
 }
 
 void Client::disconnect() {

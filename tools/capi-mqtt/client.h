@@ -49,7 +49,10 @@ class Client {
 
   bool subscribe(const std::string& filter);
 
-  // With QoS 1. Returns the number by which it is acknowledged, or -1 when it cannot be sent.
+  // With QoS 1. Returns the number by which it is acknowledged, or one of these: the broker takes
+  // none of that size, or it cannot be sent.
+  static constexpr int kTooLarge = -2;
+  static constexpr int kNotSent = -1;
   int publish(const Message& message);
 
   // Says goodbye: the will is not published.

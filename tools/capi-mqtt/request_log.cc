@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 #include <vector>
 
 #include "text.h"
@@ -17,8 +18,8 @@ namespace {
 
 constexpr char kTitle[] = "capi-mqtt-requests 1\n";
 
-// What is forgotten stays in the file until that has this size.
-constexpr off_t kMaxSize = 262144;
+// What is forgotten stays in the file until that has this size, or twice that of what is not.
+constexpr off_t kLeastLimit = 262144;
 
 std::string hex_of(std::string_view text) {
   constexpr char kDigits[] = "0123456789abcdef";
@@ -73,14 +74,19 @@ void RequestLog::open_file() {
 
 // What a power cut has left of the last line goes, or the next one would be a part of it.
 void RequestLog::read() {
-  std::string content = read_file(path_);
+  std::string content;
+  if (!read_file(path_, content)) {
+    if (errno != EFBIG) throw Failure(path_ + " cannot be read: " + strerror(errno));
+    content.clear();
+  }
   if (!content.starts_with(kTitle)) {
-    // Nobody knows what was carried out, as after the loss of the file.
+    // None of ours: nobody knows what was carried out, as after the loss of the file.
     replace_file(path_, kTitle, 0600);
     content = kTitle;
   }
   open_file();
   size_ = read_lines(content);
+  limit_ = kLeastLimit;
   if (ftruncate(file_->get(), size_) != 0) {
     throw Failure(path_ + " cannot be written: " + strerror(errno));
   }
@@ -162,7 +168,7 @@ void RequestLog::append(const std::string& line, bool is_synced) {
 }
 
 void RequestLog::start(const std::string& id, const std::string& command, const Origin& origin) {
-  if (size_ > kMaxSize) shorten();
+  if (size_ > limit_) shorten();
   const Entry entry{id, command, origin, State::Started};
   append(line_of_start(entry), true);
   entries_.push_back(entry);
@@ -217,6 +223,7 @@ void RequestLog::shorten() {
   open_file();
   entries_ = std::move(entries);
   size_ = static_cast<off_t>(content.size());
+  limit_ = std::max(kLeastLimit, size_ * 2);
 }
 
 }  // namespace tools::mqtt

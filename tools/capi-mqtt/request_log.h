@@ -75,6 +75,7 @@ class RequestLog {
   std::string path_;
   std::unique_ptr<files::Descriptor> file_;
   off_t size_ = 0;
+  off_t limit_ = 0;
   std::deque<Entry> entries_;
 };
 
