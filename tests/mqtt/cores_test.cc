@@ -407,12 +407,15 @@ capi_call_log_record call(uint16_t sequence, uint32_t start) {
 }
 
 TEST(FleetCursor, IsReadAsItWasWritten) {
-  Cursor cursor{981, false, true, false, 0, 0, {{7, 8}, {9, UINT64_MAX}}};
+  Cursor cursor{981, false, true, false, 0, 0, {{7, 8}, {9, UINT64_MAX}}, {}};
   pass(cursor, call(17, 1000));
+  cursor.unacknowledged = {"event/call", R"({"number":"a b","seq":981})"};
   Cursor read_back;
   ASSERT_TRUE(read(text_of(cursor), read_back));
   EXPECT_EQ(text_of(read_back), text_of(cursor));
   EXPECT_EQ(read_back.boxes[1].id, UINT64_MAX);
+  EXPECT_EQ(read_back.unacknowledged.name, "event/call");
+  EXPECT_EQ(read_back.unacknowledged.text, R"({"number":"a b","seq":981})");
   const std::string text = text_of(cursor);
   for (size_t size = 0; size + 1 < text.size(); ++size) {
     EXPECT_FALSE(read(text.substr(0, size), read_back)) << size;

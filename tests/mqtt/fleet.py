@@ -16,6 +16,7 @@ import socket
 import subprocess
 import sys
 import threading
+import time
 import unittest
 import uuid
 
@@ -121,10 +122,12 @@ class Broker:
 
 
 class Proxy:
-    """Between bridge and broker: hands on, or swallows what comes, or lets nobody in."""
+    """Between bridge and broker: hands on, or swallows what the broker says, or lets nobody in."""
 
     def __init__(self, to):
         self.to = to
+        self.swallows = False
+        self.pinged = threading.Event()
         self.port = free_port()
         self._pairs = []
         self._listener = None
@@ -142,14 +145,16 @@ class Proxy:
             except OSError:
                 return
             self._pairs.append((one, two))
-            for a, b in ((one, two), (two, one)):
-                threading.Thread(target=self._pump, args=(a, b), daemon=True).start()
+            for a, b, is_broker in ((one, two, False), (two, one, True)):
+                threading.Thread(target=self._pump, args=(a, b, is_broker), daemon=True).start()
 
-    @staticmethod
-    def _pump(a, b):
+    def _pump(self, a, b, is_broker):
         try:
             while data := a.recv(65536):
-                b.sendall(data)
+                if data == b"\xc0\x00":
+                    self.pinged.set()
+                if not (is_broker and self.swallows):
+                    b.sendall(data)
         except OSError:
             pass
         for one in (a, b):
@@ -199,6 +204,26 @@ class Bridge:
         self.process.wait()
 
 
+def settled(bridge):
+    """Whether a bridge waits for news and nothing else: it does not run while others do.
+
+    One that looks every second looks in each of the tries. What is left of something before may come
+    in the first."""
+    def runs():
+        with open(f"/proc/{bridge.process.pid}/status", encoding="utf-8") as file:
+            status = file.read()
+        return "State:\tS" in status and re.findall(r"ctxt.*", status)
+
+    for _ in range(5):
+        before = runs()
+        begin = time.monotonic()
+        while time.monotonic() - begin < 2:
+            capictl("config", "get", "sms.sca")
+        if before and runs() == before:
+            return True
+    return False
+
+
 class Message:
     def __init__(self, message):
         self.topic = message.topic
@@ -236,14 +261,18 @@ class Consumer:
         self.client.disconnect()
         self.client.loop_stop()
 
+    def wait_for_any(self, what="message"):
+        try:
+            message = self._messages.get(timeout=PATIENCE)
+        except queue.Empty:
+            raise AssertionError(f"no {what}, but {self.seen[-50:]}") from None
+        self.seen.append(message)
+        return message
+
     def wait_for(self, topic, test=lambda json: True):
         """The next message of this topic for which it is so."""
         while True:
-            try:
-                message = self._messages.get(timeout=PATIENCE)
-            except queue.Empty:
-                raise AssertionError(f"no {topic}, but {self.seen[-50:]}") from None
-            self.seen.append(message)
+            message = self.wait_for_any(topic)
             if message.topic == TREE + topic and test(message.json):
                 return message
 

@@ -14,10 +14,10 @@
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
-#include <cstdio>
 #include <ctime>
 
 #include "commands.h"
+#include "log.h"
 #include "request.h"
 
 namespace tools::mqtt {
@@ -47,8 +47,6 @@ double random_part() {
   if (getrandom(&number, sizeof number, 0) != sizeof number) number = UINT32_MAX / 2;
   return number / 4294967296.0;
 }
-
-void log(const std::string& text) { fprintf(stderr, "capi-mqtt: %s\n", printable(text).c_str()); }
 
 int open_signals() {
   sigset_t ends;
@@ -286,12 +284,20 @@ int Bridge::send_answer(const Origin& origin, const std::string& text) {
 }
 
 // One after the other: the next is not known before this one is kept as told.
+bool Bridge::may_send_event() const {
+  return event_ == -1 && events_.may_have_news() && outbox_.has_room();
+}
+
 void Bridge::send_event() {
-  if (event_ != -1 || !events_.may_have_news() || !outbox_.has_room()) return;
-  if (now_ms() < next_event_) return;
+  if (!may_send_event() || now_ms() < next_event_) return;
   if (const auto event = events_.next(boot_, now_seconds())) {
-    event_ = send({tree_.topic(event->name), event->text});
-    if (event_ != -1) ++counters_.events;
+    const int number = send({tree_.topic(event->name), event->text});
+    if (number >= 0) event_ = number;
+    if (number >= 0) ++counters_.events;
+    if (number == Client::kTooLarge) {
+      log("the broker takes no event of " + std::to_string(event->text.size()) + " bytes");
+      return events_.told();
+    }
   }
   if (event_ == -1) next_event_ = now_ms() + kRetryEventMs;
 }
@@ -460,7 +466,7 @@ int64_t Bridge::deadline() const {
     const int64_t now = now_ms();
     if (const int64_t wait = outbox_.wait(now); wait >= 0) by(now + wait);
   }
-  if (phase_ == Phase::Up && event_ == -1 && events_.may_have_news()) by(next_event_);
+  if (phase_ == Phase::Up && may_send_event()) by(next_event_);
   if (has_news_) by(next_look_);
   if (refresh_at_ != -1) by(refresh_at_);
   if (write_at_ != -1) by(write_at_);

@@ -64,6 +64,7 @@ class Bridge : public Listener {
   void send_states();
   void send_answers();
   int send_answer(const Origin& origin, const std::string& text);
+  bool may_send_event() const;
   void send_event();
   void look();
   void mark(const std::vector<size_t>& topics);
