@@ -1,9 +1,11 @@
 # SPDX-FileCopyrightText: The capi authors
 # SPDX-License-Identifier: MIT
 """Commands to an adapter through a broker."""
+import fcntl
 import json
 import os
 import subprocess
+import time
 import uuid
 
 import fleet
@@ -126,7 +128,7 @@ class Commands(fleet.Test):
         self.assertFalse(os.path.exists("/tmp/owned"))
 
     def test_if_generation_lets_a_late_request_do_nothing(self):
-        generation = self.ask("set", set={"sms.sca": "+1"})["generation"]
+        generation = self.ask("set", set={"sms.sca": "+9"})["generation"]
         answer = self.ask("set", set={"sms.sca": "+2"}, if_generation=generation)
         self.assertEqual(answer["status"], "ok")
         self.assertGreater(answer["generation"], generation)
@@ -135,6 +137,35 @@ class Commands(fleet.Test):
         self.refused("generation", "set", set={"sms.sca": "+3"},
                      if_generation=answer["generation"])
         self.assertEqual(value("sms.sca"), "+4")
+
+    def test_if_generation_is_that_of_the_moment_of_setting(self):
+        self.ask("set", set={"sms.sca": "+0"}, confirm_within=600)
+        capictl("config", "cancel")
+        generation = self.ask("set", set={"sms.sca": "+9"})["generation"]
+        with open("/var/lib/capi/lock", "r+", encoding="utf-8") as lock:
+            fcntl.flock(lock, fcntl.LOCK_EX)
+            self.consumer.publish("do/set", {"id": "turn", "set": {"sms.sca": "+2"},
+                                             "if_generation": generation})
+            self.wait_until_it_waits(lock)
+            fleet.run(fleet.OTHERS, "settings", "1")
+            theirs = value("sms.sca")
+        answer = self.consumer.wait_for("done/t", lambda json: json["id"] == "turn").json
+        self.assertEqual((answer["status"], answer["errors"][0]["code"]), ("refused", "generation"))
+        self.assertEqual((value("sms.sca"), theirs), ("+1", "+1"))
+
+    def wait_until_it_waits(self, lock):
+        """For this lock, which others hold."""
+        fd = os.fstat(lock.fileno())
+        wanted = f"/proc/{self.bridge.process.pid}/fd"
+        end = time.monotonic() + fleet.PATIENCE
+        while time.monotonic() < end:
+            for one in os.listdir(wanted):
+                try:
+                    if os.path.samestat(os.stat(os.path.join(wanted, one)), fd):
+                        return
+                except OSError:
+                    pass
+        self.fail("it does not wait")
 
     def test_an_expired_request_is_not_carried_out(self):
         set_values("sms.sca", "+1")

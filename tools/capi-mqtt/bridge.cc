@@ -408,7 +408,10 @@ void Bridge::start_and_finish(const Request& request, const Message& message) {
     if (request.command == Command::Refresh) {
       refresh(request.spread);
     } else {
-      Outcome outcome = carry_out(request, documents_.generation());
+      Outcome outcome = carry_out(request, [this] {
+        look();
+        return documents_.generation();
+      });
       if (!outcome.errors.empty()) answer.status = Status::Failed;
       answer.errors = std::move(outcome.errors);
       if (outcome.waiting) {
