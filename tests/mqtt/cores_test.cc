@@ -121,6 +121,41 @@ TEST(Outbox, SaysEverythingAgainAfterALostConnection) {
   EXPECT_EQ(outbox.take(5000), 1U);
 }
 
+TEST(Outbox, WaitsForNothingThatIsPutOff) {
+  Outbox outbox(2);
+  outbox.take(0);
+  outbox.take(0);
+  outbox.put_off(1, 2000);
+  EXPECT_FALSE(outbox.is_dirty());
+  EXPECT_EQ(outbox.wait(500), 1500);
+  EXPECT_FALSE(outbox.take(1999));
+  EXPECT_EQ(outbox.take(2000), 1U);
+  EXPECT_EQ(outbox.wait(2000), -1);
+}
+
+TEST(Outbox, SaysLaterWhatTheBrokerDidNotTake) {
+  Outbox outbox(2);
+  outbox.sent(7, outbox.take(0).value());
+  outbox.sent(8, outbox.take(0).value());
+  outbox.sent(9);
+  outbox.refused(7, 300'000);
+  outbox.refused(9, 300'000);
+  outbox.acknowledged(8);
+  EXPECT_EQ(outbox.in_flight(), 0U);
+  EXPECT_EQ(outbox.wait(1000), 299'000);
+  EXPECT_EQ(outbox.take(300'000), 0U);
+  EXPECT_FALSE(outbox.take(300'000));
+}
+
+TEST(Outbox, SaysAtOnceWhatWasPutOffOnceThereIsANewConnection) {
+  Outbox outbox(1);
+  outbox.take(0);
+  outbox.put_off(0, 300'000);
+  outbox.restart();
+  EXPECT_TRUE(outbox.is_dirty());
+  EXPECT_EQ(outbox.take(1), 0U);
+}
+
 TEST(Backoff, GrowsToFiveMinutes) {
   Backoff backoff([] { return 0.5; });
   std::vector<int64_t> pauses;

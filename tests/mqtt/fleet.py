@@ -204,6 +204,21 @@ class Bridge:
         self.process.wait()
 
 
+class Held:
+    """A lock of the library's that another program holds, in a with statement."""
+
+    def __init__(self, lock):
+        self.process = subprocess.Popen([*EMULATOR, OTHERS, "hold", str(lock)],
+                                        stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
+        assert self.process.stdout.readline() == "held\n"
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *error):
+        self.process.communicate("", timeout=PATIENCE)
+
+
 def settled(bridge):
     """Whether a bridge waits for news and nothing else: it does not run while others do.
 

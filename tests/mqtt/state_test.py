@@ -7,6 +7,7 @@ import time
 import fleet
 from fleet import Bridge, Broker, Consumer, capictl, set_values
 
+RUN_INFO = 10  # the lock on what is known of the SIM
 SECRET = "pa55-word-of-line-1"
 
 
@@ -68,6 +69,26 @@ class State(fleet.Test):
         count = len(told["alerts"])
         capictl("config", "cancel")
         consumer.wait_for("alerts", lambda json: len(json["alerts"]) < count)
+
+    def test_what_is_locked_at_the_start_follows(self):
+        broker = self.until_end(Broker())
+        consumer = self.until_end(Consumer(broker))
+        with fleet.Held(RUN_INFO):
+            self.until_end(Bridge(broker, state="/tmp/locked"))
+            consumer.wait_for_birth()
+            self.assertEqual(consumer.of("sim") + consumer.of("alerts"), [])
+        told = {consumer.wait_for_any().topic: None for _ in range(2)}
+        self.assertEqual(set(told), {fleet.TREE + "sim", fleet.TREE + "alerts"})
+        for message in consumer.of("sim") + consumer.of("alerts"):
+            self.assertRegex(message.json["at"], r"^20\d\d-\d\d-\d\dT\d\d:\d\d:\d\dZ$", message)
+
+    def test_an_alert_that_a_lock_kept_back_follows(self):
+        _, consumer, _ = self.setup_all()
+        with fleet.Held(RUN_INFO):
+            capictl("config", "set", "sms.sca", "+78", "--confirm-within", "600")
+            consumer.wait_for("change", lambda json: json["change"]["pending"])
+        consumer.wait_for("alerts", lambda json: any("change" in one["id"] for one in json["alerts"]))
+        capictl("config", "cancel")
 
     def test_a_registration_is_told_with_its_line(self):
         _, consumer, _ = self.setup_all()

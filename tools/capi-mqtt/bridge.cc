@@ -27,7 +27,9 @@ constexpr int64_t kLookPauseMs = 200;    // between two looks at the adapter
 constexpr int64_t kConnectMs = 20'000;   // for the broker to answer
 constexpr int64_t kTellMs = 120'000;     // for it to take all topics
 constexpr int64_t kLeaveMs = 2000;       // to say goodbye
+constexpr int64_t kSteadyMs = 60'000;    // after which a connection was a good one
 constexpr int64_t kRetryEventMs = 1000;  // while a store is locked
+constexpr int64_t kRetryTextMs = 2000;   // while what a topic tells of is
 constexpr int64_t kWriteCountersMs = 10'000;
 constexpr size_t kMostReplies = 64;
 constexpr size_t kMostInbox = 256;
@@ -150,6 +152,7 @@ void Bridge::lose(const std::string& why) {
   answers_.clear();
   replies_.clear();
   inbox_.clear();
+  if (was_up && now_ms() - up_since_ >= kSteadyMs) backoff_.succeeded();
   const int64_t pause = backoff_.next();
   phase_end_ = now_ms() + pause;
   log((was_up ? "the connection to " : "no connection to ") + options_.host + ":" +
@@ -188,21 +191,15 @@ void Bridge::take_acknowledgements() {
 }
 
 void Bridge::acknowledge(int message, const std::string& reason) {
-  outbox_.acknowledged(message);
+  if (reason.empty()) outbox_.acknowledged(message);
+  if (!reason.empty()) outbox_.refused(message, now_ms() + Backoff::kMostMs);
   if (!reason.empty() && denied_ != reason) {
     denied_ = reason;
     log("the broker does not take a message: " + reason);
   }
   if (message == birth_) {
     birth_ = -1;
-    if (phase_ != Phase::BeingBorn) return;
-    phase_ = Phase::Up;
-    backoff_.succeeded();
-    ++counters_.connections;
-    counters_.is_connected = true;
-    count();
-    log("connected to " + options_.host + ":" + std::to_string(options_.port_to_use()) + " as " +
-        id_);
+    if (phase_ == Phase::BeingBorn) be_born(reason);
   } else if (message == event_) {
     event_ = -1;
     if (reason.empty()) events_.told();
@@ -212,6 +209,20 @@ void Bridge::acknowledge(int message, const std::string& reason) {
     answers_.erase(answer);
     requests_.told(id);
   }
+}
+
+// Who may not say that it is there is not, whatever else it may do.
+void Bridge::be_born(const std::string& denied) {
+  if (!denied.empty()) {
+    return lose("the broker does not take " + tree_.topic("online") + ": " + denied);
+  }
+  phase_ = Phase::Up;
+  up_since_ = now_ms();
+  ++counters_.connections;
+  counters_.is_connected = true;
+  count();
+  log("connected to " + options_.host + ":" + std::to_string(options_.port_to_use()) + " as " +
+      id_);
 }
 
 void Bridge::on_message(Message message) {
@@ -236,22 +247,23 @@ void Bridge::leave() {
 
 // ---- Out -------------------------------------------------------------------------------------
 
-int Bridge::send(const Message& message) {
+int Bridge::send(const Message& message, size_t topic) {
   const int number = client_->publish(message);
   last_sent_ = now_ms();
   if (number < 0) return number;
-  outbox_.sent(number);
+  outbox_.sent(number, topic);
   ++counters_.published;
   return number;
 }
 
 void Bridge::send_states() {
   while (const auto topic = outbox_.take(now_ms())) {
-    const std::string text = documents_.text(*topic);
+    const std::string text = documents_.text(*topic, now_seconds());
+    const std::string& name = documents_.topics()[*topic].name;
     if (text.empty()) {
-      outbox_.mark(*topic);  // it cannot be told now
-    } else if (send({tree_.topic(documents_.topics()[*topic].name), text, true}) < 0) {
-      log(documents_.topics()[*topic].name + " cannot be sent");
+      outbox_.put_off(*topic, now_ms() + kRetryTextMs);
+    } else if (send({tree_.topic(name), text, true}, *topic) < 0) {
+      log(name + " cannot be sent");
     }
   }
 }

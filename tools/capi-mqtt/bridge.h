@@ -54,12 +54,13 @@ class Bridge : public Listener {
   void on_message(Message message) override;
   void take_acknowledgements();
   void acknowledge(int message, const std::string& reason);
+  void be_born(const std::string& denied);
   std::string online_text(bool is_online) const;
   void tell_online(bool is_online);
   void leave();
 
   // --- out ---
-  int send(const Message& message);
+  int send(const Message& message, size_t topic = Outbox::kNoTopic);
   void send_all();
   void send_states();
   void send_answers();
@@ -104,6 +105,7 @@ class Bridge : public Listener {
   std::unique_ptr<Client> client_;
   int64_t connection_ = 0;  // the time of connecting, since the system's start
   int64_t phase_end_ = 0;   // Down: when to try again; else when to give up
+  int64_t up_since_ = 0;    // of Up
   int64_t last_sent_ = 0;   // for the keepalive
   bool must_close_ = false;
   std::string denied_;  // the last topic that the broker did not take, which is told once

@@ -19,8 +19,8 @@ struct Outcome {
   std::vector<Error> errors;  // of what was done in part
 };
 
-// All but Command::Refresh. "Generation" looks for that of the settings. Needs an Attachment. Throws
-// a Refusal.
+// All but Command::Refresh. "Generation" looks for that of the settings. Needs an Attachment.
+// Throws a Refusal.
 Outcome carry_out(const Request& request, const std::function<uint64_t()>& generation);
 
 }  // namespace tools::mqtt

@@ -85,7 +85,8 @@ void Events::skip_messages(int selector) {
   for (const StoredMessage& message : messages_of(content)) box.id = std::max(box.id, message.id);
 }
 
-// What cannot be kept is known as long as this process lives: all is told, if after a restart again.
+// What cannot be kept is known as long as this process lives: all is told, if after a restart
+// again.
 void Events::save() const {
   const int error = files::replace(path_, text_of(cursor_), 0600);
   if (error != 0) log(path_ + " cannot be written: " + strerror(error));
