@@ -360,17 +360,25 @@ class Commands(fleet.Test):
         self.assertEqual(again, answer)
         self.assertEqual(os.path.getsize("/tmp/posted"), 1)
 
-    def test_nothing_is_done_that_cannot_be_remembered(self):
-        self.bridge.stop()
-        os.makedirs("/tmp/small", exist_ok=True)
-        subprocess.run(["mount", "-t", "tmpfs", "-o", "size=64k", "tmpfs", "/tmp/small"], check=True)
-        self.addCleanup(subprocess.run, ["umount", "-l", "/tmp/small"], check=True)
-        self.until_end(fleet.Bridge(self.broker, state="/tmp/small/state"))
-        self.consumer.wait_for_birth()
-        with open("/tmp/small/filler", "wb", buffering=0) as file:
+    def small_disk(self, name):
+        path = "/tmp/" + name
+        os.makedirs(path)
+        subprocess.run(["mount", "-t", "tmpfs", "-o", "size=64k", "tmpfs", path], check=True)
+        self.addCleanup(subprocess.run, ["umount", "-l", path], check=True)
+        return path
+
+    def fill(self, path):
+        with open(path + "/filler", "wb", buffering=0) as file:
             with self.assertRaises(OSError):
                 while file.write(b"x" * 512):
                     pass
+
+    def test_nothing_is_done_that_cannot_be_remembered(self):
+        self.bridge.stop()
+        disk = self.small_disk("small")
+        self.until_end(fleet.Bridge(self.broker, state=disk + "/state"))
+        self.consumer.wait_for_birth()
+        self.fill(disk)
         # There is room in what the file has already.
         number = 0
         while (answer := self.ask("set", set={"sms.sca": f"+{number}"}))["status"] == "ok":
@@ -378,6 +386,28 @@ class Commands(fleet.Test):
             self.assertLess(number, 100)
         self.assertIn("No space left on device", answer["errors"][0]["message"])
         self.assertEqual(value("sms.sca"), f"+{number - 1}")
+
+    def test_a_full_disk_keeps_no_bridge_from_starting(self):
+        self.bridge.stop()
+        disk = self.small_disk("full")
+        bridge = self.until_end(fleet.Bridge(self.broker, state=disk + "/state"))
+        self.consumer.wait_for_birth()
+        bridge.stop()
+        # What has to be kept of a call that is not told.
+        fleet.run(fleet.OTHERS, "call", "0", "1", "6000", "1795324200")
+        os.remove(disk + "/state/requests")
+        self.fill(disk)
+        bridge.start()
+        self.consumer.wait_for_birth()
+        self.assertIn("No space left on device",
+                      bridge.lines.wait_for("/state/requests cannot be written"))
+        set_values("sms.sca", "+1")
+        error = self.ask("set", set={"sms.sca": "+2"})["errors"][0]
+        self.assertIn("No space left on device", error["message"])
+        self.assertEqual(value("sms.sca"), "+1")
+        os.remove(disk + "/filler")
+        self.assertEqual(self.ask("set", set={"sms.sca": "+2"})["status"], "ok")
+        self.assertEqual(value("sms.sca"), "+2")
 
 
 if __name__ == "__main__":

@@ -4,10 +4,12 @@
 #include <adapter.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
+#include <csignal>
 #include <fstream>
 
 #include "tools/capi-mqtt/backoff.h"
@@ -426,6 +428,46 @@ TEST_F(FleetRequestLog, IsNotWrittenAnewForEachRequest) {
   }
   EXPECT_LT(rewrites, 10);
   EXPECT_LT(content().size(), size_t{16} << 20);
+}
+
+// Files of this process may have no more bytes, as long as it lives.
+class FileLimit {
+ public:
+  explicit FileLimit(rlim_t bytes) {
+    signal(SIGXFSZ, SIG_IGN);
+    getrlimit(RLIMIT_FSIZE, &before_);
+    const rlimit limit{bytes, before_.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &limit);
+  }
+  ~FileLimit() { setrlimit(RLIMIT_FSIZE, &before_); }
+
+ private:
+  rlimit before_{};
+};
+
+TEST_F(FleetRequestLog, KnowsAnAnswerForWhichThereIsNoRoomYet) {
+  RequestLog log(kPath);
+  log.start("a", "set", {"t", ""});
+  log.start("b", "set", {"t", ""});
+  {
+    const FileLimit limit(content().size() + 4);
+    log.finish("a", "{}");
+    log.finish("b", "[]");
+    EXPECT_EQ(log.unfinished(), nullptr);
+    EXPECT_EQ(log.answer_of(*log.find("a")), "{}");
+    log.told("a");
+    EXPECT_TRUE(log.has_unwritten());
+    EXPECT_THROW(log.write_unwritten(), Failure);
+    EXPECT_THROW(log.start("c", "set", {"t", ""}), Failure);
+    EXPECT_EQ(RequestLog(kPath).state_of("a"), RequestLog::State::Started);
+  }
+  log.write_unwritten();
+  EXPECT_FALSE(log.has_unwritten());
+  const RequestLog later(kPath);
+  EXPECT_EQ(later.answer_of(*later.find("a")), "{}");
+  EXPECT_TRUE(later.find("a")->is_told);
+  EXPECT_EQ(later.answer_of(*later.find("b")), "[]");
+  EXPECT_FALSE(later.find("b")->is_told);
 }
 
 TEST_F(FleetRequestLog, IsRefusedWhereItCannotBeKept) {

@@ -31,6 +31,7 @@ constexpr int64_t kSteadyMs = 60'000;    // after which a connection was a good 
 constexpr int64_t kRetryEventMs = 1000;  // while a store is locked
 constexpr int64_t kRetryTextMs = 2000;   // while what a topic tells of is
 constexpr int64_t kWriteCountersMs = 10'000;
+constexpr int64_t kWriteAnswersMs = 10'000;  // after there was no room
 constexpr size_t kMostReplies = 64;
 constexpr size_t kMostInbox = 256;
 
@@ -436,20 +437,14 @@ void Bridge::start_and_finish(const Request& request, const Message& message) {
     answer.errors.push_back(refusal.error());
   }
   look();
-  this->answer(answer, origin_of(message));
+  this->answer(answer);
 }
 
-// What was done is told, also where it cannot be kept that it was.
-void Bridge::answer(Answer& answer, const Origin& origin) {
+void Bridge::answer(Answer& answer) {
   ++counters_.answers[static_cast<size_t>(answer.status)];
   answer.generation = documents_.generation();
-  const std::string text = text_of(answer, now_seconds());
-  try {
-    requests_.finish(answer.id, text);
-  } catch (const Failure& failure) {
-    log(failure.what());
-    reply(origin, text);
-  }
+  requests_.finish(answer.id, text_of(answer, now_seconds()));
+  if (requests_.has_unwritten()) write_answers_at_ = now_ms() + kWriteAnswersMs;
   log(answer.command + " " + answer.id + ": " + name_of(answer.status) +
       (answer.errors.empty() ? "" : ": " + answer.errors[0].message));
 }
@@ -464,6 +459,17 @@ void Bridge::finish_unfinished() {
     ++counters_.answers[static_cast<size_t>(Status::Failed)];
     log(entry->command + " " + entry->id + ": failed: nobody knows how far it came");
     requests_.finish(entry->id, unknown_outcome(*entry));
+  }
+  if (requests_.has_unwritten()) write_answers_at_ = now_ms() + kWriteAnswersMs;
+}
+
+// There may be room now: a restart would not know what was told.
+void Bridge::write_answers() {
+  write_answers_at_ = -1;
+  try {
+    requests_.write_unwritten();
+  } catch (const Failure&) {
+    write_answers_at_ = now_ms() + kWriteAnswersMs;
   }
 }
 
@@ -485,6 +491,7 @@ int64_t Bridge::deadline() const {
   if (has_news_) by(next_look_);
   if (refresh_at_ != -1) by(refresh_at_);
   if (write_at_ != -1) by(write_at_);
+  if (write_answers_at_ != -1) by(write_answers_at_);
   return deadline;
 }
 
@@ -530,6 +537,7 @@ void Bridge::act_on_time() {
   }
   if (write_at_ == -1 && counters_ != written_) write_at_ = now + kWriteCountersMs;
   if (write_at_ != -1 && write_at_ <= now) count();
+  if (write_answers_at_ != -1 && write_answers_at_ <= now) write_answers();
   // The library looks itself whether it is time for a sign of life.
   if (client_ && now >= last_sent_ + int64_t{options_.keepalive} * 1000) last_sent_ = now;
   if (phase_ == Phase::Up || phase_end_ > now) return;

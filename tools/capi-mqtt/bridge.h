@@ -76,7 +76,8 @@ class Bridge : public Listener {
   void answer_wrong(const Message& message, const std::string& command, const Error& error);
   bool repeat(const std::string& id, const Message& message);
   void start_and_finish(const Request& request, const Message& message);
-  void answer(Answer& answer, const Origin& origin);
+  void answer(Answer& answer);
+  void write_answers();
   void reply(const Origin& origin, std::string text);
   std::string unknown_outcome(const RequestLog::Entry& entry) const;
   void refresh(int spread);
@@ -131,6 +132,7 @@ class Bridge : public Listener {
   Counters counters_;
   Counters written_;
   int64_t write_at_ = -1;
+  int64_t write_answers_at_ = -1;
 };
 
 }  // namespace tools::mqtt

@@ -11,6 +11,7 @@
 #include <cstring>
 #include <vector>
 
+#include "log.h"
 #include "text.h"
 
 namespace tools::mqtt {
@@ -62,8 +63,23 @@ std::string_view take_word(std::string_view& line) {
 }  // namespace
 
 RequestLog::RequestLog(std::string path) : path_(std::move(path)) {
-  if (access(path_.c_str(), F_OK) != 0) replace_file(path_, kTitle, 0600);
-  read();
+  const bool is_there = access(path_.c_str(), F_OK) == 0;
+  const int error = is_there ? 0 : files::replace(path_, kTitle, 0600);
+  const std::string trouble = path_ + " cannot be written: " + strerror(error);
+  if (error == ENOSPC || error == EDQUOT) {
+    log(trouble);
+  } else if (error != 0) {
+    throw Failure(trouble);
+  } else {
+    read();
+  }
+}
+
+void RequestLog::begin_anew() {
+  replace_file(path_, kTitle, 0600);
+  open_file();
+  size_ = sizeof kTitle - 1;
+  limit_ = kLeastLimit;
 }
 
 void RequestLog::open_file() {
@@ -79,11 +95,8 @@ void RequestLog::read() {
     if (errno != EFBIG) throw Failure(path_ + " cannot be read: " + strerror(errno));
     content.clear();
   }
-  if (!content.starts_with(kTitle)) {
-    // None of ours: nobody knows what was carried out, as after the loss of the file.
-    replace_file(path_, kTitle, 0600);
-    content = kTitle;
-  }
+  // Of what is none of ours nobody knows what was carried out, as after the loss of the file.
+  if (!content.starts_with(kTitle)) return begin_anew();
   open_file();
   size_ = read_lines(content);
   limit_ = kLeastLimit;
@@ -168,6 +181,8 @@ void RequestLog::append(const std::string& line, bool is_synced) {
 }
 
 void RequestLog::start(const std::string& id, const std::string& command, const Origin& origin) {
+  if (!file_) begin_anew();
+  write_unwritten();
   if (size_ > limit_) shorten();
   const Entry entry{id, command, origin, State::Started};
   append(line_of_start(entry), true);
@@ -178,19 +193,40 @@ void RequestLog::start(const std::string& id, const std::string& command, const 
 void RequestLog::finish(const std::string& id, const std::string& answer) {
   Entry* entry = find_entry(id);
   if (entry == nullptr) return;
-  const std::string head = "answer " + id + " ";
-  const off_t at = size_ + static_cast<off_t>(head.size());
-  append(head + answer + "\n", true);
   entry->state = State::Answered;
-  entry->answer_at = at;
-  entry->answer_size = answer.size();
+  entry->unwritten = answer;
+  try {
+    write_answer(*entry);
+  } catch (const Failure& failure) {
+    log(failure.what());
+  }
+}
+
+void RequestLog::write_answer(Entry& entry) {
+  const std::string head = "answer " + entry.id + " ";
+  const off_t at = size_ + static_cast<off_t>(head.size());
+  append(head + entry.unwritten + "\n", true);
+  entry.answer_at = at;
+  entry.answer_size = entry.unwritten.size();
+  entry.unwritten.clear();
+  if (entry.is_told) append("told " + entry.id + "\n", false);
+}
+
+bool RequestLog::has_unwritten() const {
+  return std::ranges::any_of(entries_, [](const Entry& entry) { return !entry.unwritten.empty(); });
+}
+
+void RequestLog::write_unwritten() {
+  for (Entry& entry : entries_) {
+    if (!entry.unwritten.empty()) write_answer(entry);
+  }
 }
 
 void RequestLog::told(const std::string& id) {
   Entry* entry = find_entry(id);
   if (entry == nullptr || entry->is_told) return;
   entry->is_told = true;
-  append("told " + id + "\n", false);
+  if (entry->unwritten.empty()) append("told " + id + "\n", false);
 }
 
 const RequestLog::Entry* RequestLog::unfinished() const {
@@ -199,6 +235,7 @@ const RequestLog::Entry* RequestLog::unfinished() const {
 }
 
 std::string RequestLog::answer_of(const Entry& entry) const {
+  if (!entry.unwritten.empty()) return entry.unwritten;
   std::string answer(entry.answer_size, '\0');
   const ssize_t size = pread(file_->get(), answer.data(), answer.size(), entry.answer_at);
   if (size != static_cast<ssize_t>(answer.size())) {
