@@ -4,8 +4,10 @@
 import fcntl
 import json
 import os
+import signal
 import subprocess
 import time
+import unittest
 import uuid
 
 import fleet
@@ -372,6 +374,65 @@ class Commands(fleet.Test):
             with self.assertRaises(OSError):
                 while file.write(b"x" * 512):
                     pass
+
+    @unittest.skipUnless("CAPI_FAULTS" in os.environ, "this build takes no faults")
+    def test_a_look_that_fails_changes_no_answer_and_ends_nothing(self):
+        def without_looks(what):
+            with open("/tmp/no-looks", "w", encoding="utf-8"):
+                what()
+            os.remove("/tmp/no-looks")
+
+        self.bridge.stop()
+        self.bridge.more = {"env": {**os.environ, "LD_PRELOAD": os.environ["CAPI_FAULTS"]}}
+        self.bridge.start()
+        self.consumer.wait_for_birth()
+
+        def told():
+            set_values("sms.sca", "+50")
+            self.bridge.lines.wait_for("the shared record cannot be read")
+        without_looks(told)
+        self.consumer.wait_for("config/sms", lambda json: json["values"]["sca"] == "+50")
+
+        # One that works before it is carried out, and none after that.
+        with open(VSDK, "w", encoding="utf-8") as file:
+            file.write("#!/bin/sh\n: >/tmp/no-looks\n")
+        request = {"id": uuid.uuid4().hex, "name": "vop_sig_timer_expired"}
+        self.consumer.publish("do/signal", request)
+        answer = self.consumer.wait_for("done/t", lambda json: json["id"] == request["id"]).json
+        self.assertEqual(answer["status"], "ok")
+        # And none before.
+        answer = self.ask("signal", name="vop_sig_timer_expired")
+        self.assertEqual((answer["status"], answer["errors"][0]["code"]), ("failed", "failed"))
+        os.remove("/tmp/no-looks")
+        self.bridge.kill()
+        self.bridge.start()
+        self.consumer.wait_for_birth()
+        self.consumer.publish("do/signal", request)
+        again = self.consumer.wait_for("done/t", lambda json: json["id"] == request["id"]).json
+        self.assertEqual(again["status"], "ok")
+
+    def test_a_tool_has_no_connection_of_the_bridge(self):
+        with open(VSDK, "w", encoding="utf-8") as file:
+            file.write("#!/bin/sh\nls -l /proc/$$/fd >/tmp/open\n")
+        self.assertEqual(self.ask("signal", name="vop_sig_timer_expired")["status"], "ok")
+        with open("/tmp/open", encoding="utf-8") as file:
+            self.assertNotIn("socket:", file.read())
+
+    def test_who_watches_over_a_change_ends_when_it_is_told_to(self):
+        self.ask("set", set={"sms.sca": "+61"}, confirm_within=600)
+        (watcher,) = [pid for pid in map(int, filter(str.isdigit, os.listdir("/proc")))
+                      if self.holds(pid, "/var/lib/capi/watcher")]
+        os.kill(watcher, signal.SIGTERM)
+        subprocess.run(["flock", "/var/lib/capi/watcher", "true"], check=True,
+                       timeout=fleet.PATIENCE)
+
+    @staticmethod
+    def holds(pid, path):
+        try:
+            return any(os.path.samestat(os.stat(f"/proc/{pid}/fd/{fd}"), os.stat(path))
+                       for fd in os.listdir(f"/proc/{pid}/fd"))
+        except OSError:
+            return False
 
     def test_nothing_is_done_that_cannot_be_remembered(self):
         self.bridge.stop()

@@ -50,12 +50,12 @@ def start_adapter():
             "/quorbleconf/config/network.settings")
 
 
-def start(command):
+def start(command, **more):
     """Starts a program whose standard error is read; it does not outlive this one."""
     def end_with_parent():
         ctypes.CDLL(None).prctl(1, signal.SIGKILL)
     return subprocess.Popen(command, stderr=subprocess.PIPE, text=True, stdin=subprocess.DEVNULL,
-                            stdout=subprocess.DEVNULL, preexec_fn=end_with_parent)
+                            stdout=subprocess.DEVNULL, preexec_fn=end_with_parent, **more)
 
 
 def free_port():
@@ -185,10 +185,11 @@ class Bridge:
         if events:
             self.command += ["--events", events]
         self.process = None
+        self.more = {}
         self.start()
 
     def start(self):
-        self.process = start(self.command)
+        self.process = start(self.command, **self.more)
         self.lines = Lines(self.process.stderr)
 
     def wait_until_up(self):

@@ -185,6 +185,16 @@ class Outage(fleet.Test):
                          (birth["boot"], birth["connection"]))
         self.assertNotIn("reason", death.json)
 
+    def test_the_broker_says_how_long_may_be_silent(self):
+        broker = self.until_end(Broker(max_keepalive=10))
+        proxy = self.until_end(Proxy(broker.port))
+        bridge = self.until_end(Bridge(proxy, state="/tmp/silent"))
+        bridge.wait_until_up()
+        self.assertTrue(proxy.pinged.wait(fleet.PATIENCE))
+        bridge.stop()
+        bridge.lines.wait_for("stopped")
+        self.assertFalse([line for line in bridge.lines.seen if "is lost" in line])
+
     def wait_for_rarer_attempts(self, bridge, pattern, after=lambda: None):
         """Each pause is a random part of a second, and of twice as much each time: one that is
         longer than a second comes soon."""

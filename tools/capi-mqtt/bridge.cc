@@ -24,6 +24,7 @@ namespace tools::mqtt {
 namespace {
 
 constexpr int64_t kLookPauseMs = 200;    // between two looks at the adapter
+constexpr int64_t kRetryLookMs = 5000;   // after one that did not work
 constexpr int64_t kConnectMs = 20'000;   // for the broker to answer
 constexpr int64_t kTellMs = 120'000;     // for it to take all topics
 constexpr int64_t kLeaveMs = 2000;       // to say goodbye
@@ -226,7 +227,9 @@ void Bridge::be_born(const std::string& denied) {
       id_);
 }
 
+// Which the library acknowledges.
 void Bridge::on_message(Message message) {
+  last_sent_ = now_ms();
   if (inbox_.size() < kMostInbox) inbox_.push_back(std::move(message));
 }
 
@@ -303,16 +306,26 @@ bool Bridge::may_send_event() const {
 
 void Bridge::send_event() {
   if (!may_send_event() || now_ms() < next_event_) return;
-  if (const auto event = events_.next(boot_, now_seconds())) {
-    const int number = send({tree_.topic(event->name), event->text});
-    if (number >= 0) event_ = number;
-    if (number >= 0) ++counters_.events;
-    if (number == Client::kTooLarge) {
-      log("the broker takes no event of " + std::to_string(event->text.size()) + " bytes");
-      return events_.told();
-    }
+  next_event_ = now_ms() + kRetryEventMs;
+  try {
+    const auto event = events_.next(boot_, now_seconds());
+    if (event) send_event(*event);
+  } catch (const Failure& failure) {
+    log(failure.what());
+    next_event_ = now_ms() + Backoff::kMostMs;
   }
-  if (event_ == -1) next_event_ = now_ms() + kRetryEventMs;
+}
+
+void Bridge::send_event(const Event& event) {
+  const int number = send({tree_.topic(event.name), event.text});
+  if (number == Client::kNotSent) return;
+  next_event_ = 0;
+  if (number == Client::kTooLarge) {
+    log("the broker takes no event of " + std::to_string(event.text.size()) + " bytes");
+    return events_.told();
+  }
+  event_ = number;
+  ++counters_.events;
 }
 
 void Bridge::send_all() {
@@ -330,13 +343,27 @@ void Bridge::mark(const std::vector<size_t>& topics) {
   for (const size_t topic : topics) outbox_.mark(topic);
 }
 
+// Where it does not work, it may later.
+void Bridge::try_look() {
+  try {
+    look();
+  } catch (const Failure& failure) {
+    has_news_ = true;
+    next_look_ = now_ms() + kRetryLookMs;
+    if (look_trouble_ != failure.what()) log(failure.what());
+    look_trouble_ = failure.what();
+  }
+}
+
 void Bridge::look() {
   next_look_ = now_ms() + kLookPauseMs;
   const int topics = capi_watch_changed(&watch_);
   if (topics < 0) throw Failure(std::string("changes cannot be watched: ") + strerror(errno));
-  const auto causes = static_cast<unsigned>(topics);
-  mark(documents_.look(causes, watch_.generation[0], now_seconds()));
-  if ((causes & (CAPI_TOPIC_CALLS | CAPI_TOPIC_MESSAGES)) != 0) events_.look();
+  causes_ |= static_cast<unsigned>(topics);
+  mark(documents_.look(causes_, watch_.generation[0], now_seconds()));
+  if ((causes_ & (CAPI_TOPIC_CALLS | CAPI_TOPIC_MESSAGES)) != 0) events_.look();
+  causes_ = 0;
+  look_trouble_.clear();
 }
 
 // ---- In --------------------------------------------------------------------------------------
@@ -435,8 +462,11 @@ void Bridge::start_and_finish(const Request& request, const Message& message) {
   } catch (const Refusal& refusal) {
     answer.status = refusal.status();
     answer.errors.push_back(refusal.error());
+  } catch (const Failure& failure) {
+    answer.status = Status::Failed;
+    answer.errors.push_back(error_of(failure));
   }
-  look();
+  try_look();
   this->answer(answer);
 }
 
@@ -482,7 +512,7 @@ int64_t Bridge::deadline() const {
     deadline = deadline == -1 ? time : std::min(deadline, time);
   };
   if (phase_ != Phase::Up) by(phase_end_);
-  if (phase_ != Phase::Down && client_) by(last_sent_ + int64_t{options_.keepalive} * 1000);
+  if (phase_ != Phase::Down && client_) by(last_sent_ + int64_t{client_->keepalive()} * 1000);
   if (phase_ >= Phase::Telling && phase_ != Phase::Leaving) {
     const int64_t now = now_ms();
     if (const int64_t wait = outbox_.wait(now); wait >= 0) by(now + wait);
@@ -529,7 +559,7 @@ void Bridge::act_on_time() {
   const int64_t now = now_ms();
   if (has_news_ && next_look_ <= now) {
     has_news_ = false;
-    look();
+    try_look();
   }
   if (refresh_at_ != -1 && refresh_at_ <= now) {
     refresh_at_ = -1;
@@ -539,7 +569,7 @@ void Bridge::act_on_time() {
   if (write_at_ != -1 && write_at_ <= now) count();
   if (write_answers_at_ != -1 && write_answers_at_ <= now) write_answers();
   // The library looks itself whether it is time for a sign of life.
-  if (client_ && now >= last_sent_ + int64_t{options_.keepalive} * 1000) last_sent_ = now;
+  if (client_ && now >= last_sent_ + int64_t{client_->keepalive()} * 1000) last_sent_ = now;
   if (phase_ == Phase::Up || phase_end_ > now) return;
   if (phase_ == Phase::Down) return connect();
   if (phase_ == Phase::Leaving) return client_.reset();

@@ -67,7 +67,9 @@ class Bridge : public Listener {
   int send_answer(const Origin& origin, const std::string& text);
   bool may_send_event() const;
   void send_event();
+  void send_event(const Event& event);
   void look();
+  void try_look();
   void mark(const std::vector<size_t>& topics);
 
   // --- in ---
@@ -121,7 +123,9 @@ class Bridge : public Listener {
   std::deque<std::pair<Origin, std::string>> replies_;  // that nobody has to remember
 
   capi_watch watch_{};
+  unsigned causes_ = 0;  // of enum capi_topic: what is still to be looked at
   bool has_news_ = true;
+  std::string look_trouble_;  // the last, which is told once
   int64_t next_look_ = 0;
   int64_t next_event_ = 0;
   int64_t refresh_at_ = -1;

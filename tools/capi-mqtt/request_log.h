@@ -36,8 +36,8 @@ class RequestLog {
   // Before anything is done about it; on the medium when this returns. Throws a Failure.
   void start(const std::string& id, const std::string& command, const Origin& origin);
 
-  // The answer, which is JSON without line ends. While there is no room for it, it is kept in memory;
-  // nothing is started before it has been written.
+  // The answer, which is JSON without line ends. While there is no room for it, it is kept in
+  // memory; nothing is started before it has been written.
   void finish(const std::string& id, const std::string& answer);
 
   // Whether there are answers in memory, and an attempt to write them. Throws a Failure.
