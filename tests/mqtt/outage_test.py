@@ -240,6 +240,20 @@ class Outage(fleet.Test):
                          ("0", "1", "1"))
         self.assertGreater(int(counters["published"]), 30)
 
+    def test_one_that_was_killed_does_not_count_as_connected_for_ever(self):
+        broker, _, bridge = self.setup_all(state="/tmp/dead")
+
+        def counted():
+            with open("/tmp/dead.counters", encoding="utf-8") as file:
+                return file.readline()
+
+        self.assertEqual(counted(), "connected 1\n")
+        bridge.kill()
+        broker.kill()
+        bridge.start()
+        bridge.lines.wait_for("no connection to")
+        self.assertEqual(counted(), "connected 0\n")
+
 
 if __name__ == "__main__":
     fleet.main()

@@ -104,6 +104,7 @@ Bridge::Bridge(const Options& options, std::string id)
   }
   look();
   finish_unfinished();
+  count();
 }
 
 Bridge::~Bridge() {
