@@ -155,6 +155,20 @@ class Commands(fleet.Test):
         self.assertEqual((answer["status"], answer["errors"][0]["code"]), ("refused", "generation"))
         self.assertEqual((value("sms.sca"), theirs), ("+1", "+1"))
 
+    def test_if_generation_of_before_a_start_of_the_device_is_refused(self):
+        fleet.run(fleet.OTHERS, "settings", "100")
+        generation = self.ask("set", set={"sms.sca": "+3"})["generation"]
+        self.bridge.stop()
+        subprocess.run(["ipcrm", "--all=shm"], check=True)
+        fleet.start_adapter()
+        self.bridge.start()
+        self.consumer.wait_for_birth()
+        told = self.consumer.of("config/sms")[-1].json
+        self.assertGreater(told["generation"], generation)
+        self.refused("generation", "set", set={"sms.sca": "+3"}, if_generation=generation)
+        answer = self.ask("set", set={"sms.sca": "+3"}, if_generation=told["generation"])
+        self.assertEqual(answer["status"], "ok")
+
     def wait_until_it_waits(self, lock):
         """For this lock, which others hold."""
         fd = os.fstat(lock.fileno())

@@ -15,6 +15,7 @@
 #include "tools/capi-mqtt/backoff.h"
 #include "tools/capi-mqtt/counters.h"
 #include "tools/capi-mqtt/cursor.h"
+#include "tools/capi-mqtt/generations.h"
 #include "tools/capi-mqtt/options.h"
 #include "tools/capi-mqtt/outbox.h"
 #include "tools/capi-mqtt/request.h"
@@ -472,6 +473,39 @@ TEST_F(FleetRequestLog, KnowsAnAnswerForWhichThereIsNoRoomYet) {
 
 TEST_F(FleetRequestLog, IsRefusedWhereItCannotBeKept) {
   EXPECT_THROW(RequestLog("/nowhere/requests"), Failure);
+}
+
+// ---- The numbers of the settings -------------------------------------------------------------
+
+class FleetGenerations : public testing::Test {
+ protected:
+  FleetGenerations() { unlink(kPath); }
+  static constexpr char kPath[] = "/tmp/generation";
+};
+
+TEST_F(FleetGenerations, NeverComeAgain) {
+  uint64_t last = 0;
+  for (int start = 0; start < 3; ++start) {
+    Generations generations(kPath);
+    for (int i = 0; i < 100'000; ++i) {
+      const uint64_t number = generations.next(1000 - start);  // a clock that goes back
+      ASSERT_GT(number, last);
+      last = number;
+    }
+  }
+  unlink(kPath);
+  EXPECT_GT(Generations(kPath).next(2000), last);
+}
+
+TEST_F(FleetGenerations, AreExactInJson) {
+  EXPECT_LT(Generations(kPath).next(4'102'444'800), 1'000'000'000'000'000U);  // in 2100
+}
+
+TEST_F(FleetGenerations, GoOnWhereTheyCannotBeKept) {
+  Generations generations("/nowhere/generation");
+  const uint64_t first = generations.next(1000);
+  EXPECT_EQ(generations.next(1000), first + 1);
+  EXPECT_GT(Generations("/nowhere/generation").next(1001), first + 1);
 }
 
 // ---- How far events were told ----------------------------------------------------------------

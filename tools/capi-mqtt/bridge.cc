@@ -361,7 +361,7 @@ void Bridge::look() {
   const int topics = capi_watch_changed(&watch_);
   if (topics < 0) throw Failure(std::string("changes cannot be watched: ") + strerror(errno));
   causes_ |= static_cast<unsigned>(topics);
-  mark(documents_.look(causes_, watch_.generation[0], now_seconds()));
+  mark(documents_.look(causes_, now_seconds()));
   if ((causes_ & (CAPI_TOPIC_CALLS | CAPI_TOPIC_MESSAGES)) != 0) events_.look();
   causes_ = 0;
   look_trouble_.clear();

@@ -147,7 +147,10 @@ uint64_t mark_of(const std::string& text) {
 }  // namespace
 
 Documents::Documents(const Options& options)
-    : options_(options), topics_(state_topics(all_sections())), states_(topics_.size()) {}
+    : options_(options),
+      topics_(state_topics(all_sections())),
+      states_(topics_.size()),
+      generations_(options.state + "/generation") {}
 
 Json Documents::content_of(const StateTopic& topic) const {
   switch (topic.kind) {
@@ -203,14 +206,14 @@ void Documents::look_at_settings(const cfg_shared_record& before, int64_t now,
   }
 }
 
-std::vector<size_t> Documents::look(unsigned causes, uint64_t generation, int64_t now) {
+std::vector<size_t> Documents::look(unsigned causes, int64_t now) {
   std::vector<size_t> changed;
   const auto before = std::make_unique<cfg_shared_record>(*record_);
   if (capi_live_refresh(record_.get(), &record_generation_) < 0) {
     throw Failure("the shared record cannot be read");
   }
   if (!is_first_) look_at_settings(*before, now, changed);
-  if (is_first_ || !changed.empty()) generation_ = generation;
+  if (is_first_ || !changed.empty()) generation_ = generations_.next(now);
   for (size_t i = 0; i < topics_.size(); ++i) {
     const bool is_section = topics_[i].kind == Kind::Section;
     if (is_first_ && is_section) states_[i].at = now;
