@@ -2,6 +2,7 @@
 # SPDX-License-Identifier: MIT
 """The state of an adapter on a broker."""
 import json
+import os
 import time
 
 import fleet
@@ -155,6 +156,18 @@ class State(fleet.Test):
         second = consumer.wait_for_birth().json
         self.assertEqual(first["boot"], second["boot"])
         self.assertGreater(second["connection"], first["connection"])
+
+    def test_nothing_is_told_where_changes_cannot_be_watched(self):
+        os.makedirs("/var/lib/capi", exist_ok=True)
+        os.rename("/var/lib/capi", "/var/lib/capi.away")
+        os.symlink("/nowhere", "/var/lib/capi")
+        try:
+            bridge = self.until_end(Bridge(self.until_end(Broker())))
+            bridge.lines.wait_for("changes cannot be watched: No such file or directory")
+            self.assertEqual(bridge.process.wait(fleet.PATIENCE), 1)
+        finally:
+            os.remove("/var/lib/capi")
+            os.rename("/var/lib/capi.away", "/var/lib/capi")
 
     def test_a_change_that_waits_is_told_and_how_it_ends(self):
         _, consumer, _ = self.setup_all()

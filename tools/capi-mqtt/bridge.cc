@@ -62,10 +62,15 @@ int open_signals() {
   return signalfd(-1, &ends, SFD_CLOEXEC | SFD_NONBLOCK);
 }
 
-int open_changes() {
-  const int fd = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
-  inotify_add_watch(fd, pending::kDirectory, IN_MOVED_TO | IN_DELETE | IN_MOVED_FROM);
-  return fd;
+[[noreturn]] void throw_unwatched() {
+  throw Failure(std::string("changes cannot be watched: ") + strerror(errno));
+}
+
+// The system has limits for these: better none at all than a topic that stays as it is.
+void watch_files_of_changes(int fd) {
+  if (inotify_add_watch(fd, pending::kDirectory, IN_MOVED_TO | IN_DELETE | IN_MOVED_FROM) == -1) {
+    throw_unwatched();
+  }
 }
 
 // What it tells is that something happened.
@@ -98,10 +103,9 @@ Bridge::Bridge(const Options& options, std::string id)
       requests_(made(options_.state) + "/requests"),
       events_(options_),
       signals_(open_signals()),
-      changes_(open_changes()) {
-  if (!signals_.is_open() || capi_watch_open(&watch_, CAPI_TOPIC_ALL) != 0) {
-    throw Failure(std::string("changes cannot be watched: ") + strerror(errno));
-  }
+      changes_(inotify_init1(IN_NONBLOCK | IN_CLOEXEC)) {
+  watch_files_of_changes(changes_.get());
+  if (!signals_.is_open() || capi_watch_open(&watch_, CAPI_TOPIC_ALL) != 0) throw_unwatched();
   look();
   finish_unfinished();
   count();
@@ -359,7 +363,7 @@ void Bridge::try_look() {
 void Bridge::look() {
   next_look_ = now_ms() + kLookPauseMs;
   const int topics = capi_watch_changed(&watch_);
-  if (topics < 0) throw Failure(std::string("changes cannot be watched: ") + strerror(errno));
+  if (topics < 0) throw_unwatched();
   causes_ |= static_cast<unsigned>(topics);
   mark(documents_.look(causes_, now_seconds()));
   if ((causes_ & (CAPI_TOPIC_CALLS | CAPI_TOPIC_MESSAGES)) != 0) events_.look();
