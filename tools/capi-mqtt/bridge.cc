@@ -187,11 +187,7 @@ void Bridge::take_acknowledgements() {
   while (!acknowledgements_.empty()) {
     const auto [message, reason] = std::move(acknowledgements_.front());
     acknowledgements_.pop_front();
-    try {
-      acknowledge(message, reason);
-    } catch (const Failure& failure) {
-      log(failure.what());
-    }
+    acknowledge(message, reason);
     // For a while there is nothing to say: what handshake and texts took is the system's again.
     if (acknowledgements_.empty() && outbox_.in_flight() == 0) malloc_trim(0);
   }
@@ -285,15 +281,22 @@ void Bridge::send_answers() {
   }
   for (const RequestLog::Entry& entry : requests_.entries()) {
     if (!outbox_.has_room()) return;
-    if (entry.state != RequestLog::State::Answered || entry.is_told) continue;
-    const bool is_on_its_way = std::ranges::any_of(
-        answers_, [&](const auto& answer) { return answer.second == entry.id; });
-    if (is_on_its_way) continue;
-    const int number = send_answer(entry.origin, requests_.answer_of(entry));
-    if (number == Client::kNotSent) return;
-    if (number >= 0) answers_[number] = entry.id;
-    if (number == Client::kTooLarge) requests_.told(entry.id);
+    if (is_due(entry) && !send_stored(entry)) return;
   }
+}
+
+bool Bridge::is_due(const RequestLog::Entry& entry) const {
+  const auto is_its = [&](const auto& answer) { return answer.second == entry.id; };
+  return entry.state == RequestLog::State::Answered && !entry.is_told &&
+         std::ranges::none_of(answers_, is_its);
+}
+
+// False while nothing can be sent.
+bool Bridge::send_stored(const RequestLog::Entry& entry) {
+  const int number = send_answer(entry.origin, requests_.answer_of(entry));
+  if (number >= 0) answers_[number] = entry.id;
+  if (number == Client::kTooLarge) requests_.told(entry.id);
+  return number != Client::kNotSent;
 }
 
 // One that no broker's limit keeps from being told, nor those behind it.
@@ -570,15 +573,19 @@ void Bridge::act_on_time() {
     refresh_at_ = -1;
     outbox_.mark_all();
   }
-  if (write_at_ == -1 && counters_ != written_) write_at_ = now + kWriteCountersMs;
-  if (write_at_ != -1 && write_at_ <= now) count();
-  if (write_answers_at_ != -1 && write_answers_at_ <= now) write_answers();
+  write_on_time(now);
   // The library looks itself whether it is time for a sign of life.
   if (client_ && now >= last_sent_ + int64_t{client_->keepalive()} * 1000) last_sent_ = now;
   if (phase_ == Phase::Up || phase_end_ > now) return;
   if (phase_ == Phase::Down) return connect();
   if (phase_ == Phase::Leaving) return client_.reset();
   lose(phase_ == Phase::Connecting ? "nobody answers" : "the broker does not acknowledge");
+}
+
+void Bridge::write_on_time(int64_t now) {
+  if (write_at_ == -1 && counters_ != written_) write_at_ = now + kWriteCountersMs;
+  if (write_at_ != -1 && write_at_ <= now) count();
+  if (write_answers_at_ != -1 && write_answers_at_ <= now) write_answers();
 }
 
 // Who reads them does without where they cannot be written.

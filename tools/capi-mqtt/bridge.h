@@ -64,6 +64,8 @@ class Bridge : public Listener {
   void send_all();
   void send_states();
   void send_answers();
+  bool is_due(const RequestLog::Entry& entry) const;
+  bool send_stored(const RequestLog::Entry& entry);
   int send_answer(const Origin& origin, const std::string& text);
   bool may_send_event() const;
   void send_event();
@@ -91,6 +93,7 @@ class Bridge : public Listener {
   void wait();
   void serve_client(int events);
   void act_on_time();
+  void write_on_time(int64_t now);
   void take_signals();
   void count();
 

@@ -209,7 +209,15 @@ void RequestLog::write_answer(Entry& entry) {
   entry.answer_at = at;
   entry.answer_size = entry.unwritten.size();
   entry.unwritten.clear();
-  if (entry.is_told) append("told " + entry.id + "\n", false);
+  if (entry.is_told) write_told(entry);
+}
+
+void RequestLog::write_told(const Entry& entry) {
+  try {
+    append("told " + entry.id + "\n", false);
+  } catch (const Failure& failure) {
+    log(failure.what());
+  }
 }
 
 bool RequestLog::has_unwritten() const {
@@ -226,7 +234,7 @@ void RequestLog::told(const std::string& id) {
   Entry* entry = find_entry(id);
   if (entry == nullptr || entry->is_told) return;
   entry->is_told = true;
-  if (entry->unwritten.empty()) append("told " + id + "\n", false);
+  if (entry->unwritten.empty()) write_told(*entry);
 }
 
 const RequestLog::Entry* RequestLog::unfinished() const {

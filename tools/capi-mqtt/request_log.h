@@ -44,7 +44,7 @@ class RequestLog {
   bool has_unwritten() const;
   void write_unwritten();
 
-  // The broker has it. Forgotten by a crash, which costs a second message.
+  // The broker has it. Forgotten by a crash or a full disk, which costs a second message.
   void told(const std::string& id);
 
   struct Entry {
@@ -76,6 +76,7 @@ class RequestLog {
   void open_file();
   void append(const std::string& line, bool is_synced);
   void write_answer(Entry& entry);
+  void write_told(const Entry& entry);
   void forget_oldest();
   void shorten();
   static std::string line_of_start(const Entry& entry);
