@@ -180,7 +180,8 @@ def start_broker(processes, directory):
     path = os.path.join(directory, "mosquitto.conf")
     with open(path, "w", encoding="utf-8") as file:
         file.write("user root\nlog_dest stderr\nsys_interval 1\n" + text)
-    shutil.copy(os.path.join(EXAMPLES, "acl"), directory)
+    for acl in ("acl-adapters", "acl-people"):
+        shutil.copy(os.path.join(EXAMPLES, acl), directory)
     program = shutil.which("mosquitto") or "/usr/sbin/mosquitto"
     pid = processes.start("broker", [program, "-c", path])
     return pid, int(ports["8883"]), int(ports["8884"])

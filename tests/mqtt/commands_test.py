@@ -1,9 +1,13 @@
 # SPDX-FileCopyrightText: The capi authors
 # SPDX-License-Identifier: MIT
 """Commands to an adapter through a broker."""
+import fcntl
 import json
 import os
+import signal
 import subprocess
+import time
+import unittest
 import uuid
 
 import fleet
@@ -78,6 +82,16 @@ class Commands(fleet.Test):
         self.assertEqual(self.ask("reset", keys=["sip_line_1", "sms.sca"])["status"], "ok")
         self.assertEqual((value("sip_line_1.display_name"), value("sms.sca")), ("", ""))
 
+    def test_a_reset_without_a_name_resets_nothing(self):
+        set_values("sip_line_1.display_name", "Loft", "sip_line_2.display_name", "Hall")
+        self.refused("malformed", "reset", keys=[""])
+        self.refused("malformed", "reset", keys=["sip_line_2", ""])
+        self.assertEqual((value("sip_line_1.display_name"), value("sip_line_2.display_name")),
+                         ("Loft", "Hall"))
+        self.assertEqual(self.ask("reset", keys=["sip_line"])["status"], "ok")
+        self.assertEqual((value("sip_line_1.display_name"), value("sip_line_2.display_name")),
+                         ("", ""))
+
     def test_apply_writes_the_files_and_posts_the_signal(self):
         answer = self.ask("set", set={"sip_line_1.display_name": "Porch"}, apply=True)
         self.assertEqual(answer["status"], "ok")
@@ -116,7 +130,7 @@ class Commands(fleet.Test):
         self.assertFalse(os.path.exists("/tmp/owned"))
 
     def test_if_generation_lets_a_late_request_do_nothing(self):
-        generation = self.ask("set", set={"sms.sca": "+1"})["generation"]
+        generation = self.ask("set", set={"sms.sca": "+9"})["generation"]
         answer = self.ask("set", set={"sms.sca": "+2"}, if_generation=generation)
         self.assertEqual(answer["status"], "ok")
         self.assertGreater(answer["generation"], generation)
@@ -125,6 +139,49 @@ class Commands(fleet.Test):
         self.refused("generation", "set", set={"sms.sca": "+3"},
                      if_generation=answer["generation"])
         self.assertEqual(value("sms.sca"), "+4")
+
+    def test_if_generation_is_that_of_the_moment_of_setting(self):
+        self.ask("set", set={"sms.sca": "+0"}, confirm_within=600)
+        capictl("config", "cancel")
+        generation = self.ask("set", set={"sms.sca": "+9"})["generation"]
+        with open("/var/lib/capi/lock", "r+", encoding="utf-8") as lock:
+            fcntl.flock(lock, fcntl.LOCK_EX)
+            self.consumer.publish("do/set", {"id": "turn", "set": {"sms.sca": "+2"},
+                                             "if_generation": generation})
+            self.wait_until_it_waits(lock)
+            fleet.run(fleet.OTHERS, "settings", "1")
+            theirs = value("sms.sca")
+        answer = self.consumer.wait_for("done/t", lambda json: json["id"] == "turn").json
+        self.assertEqual((answer["status"], answer["errors"][0]["code"]), ("refused", "generation"))
+        self.assertEqual((value("sms.sca"), theirs), ("+1", "+1"))
+
+    def test_if_generation_of_before_a_start_of_the_device_is_refused(self):
+        fleet.run(fleet.OTHERS, "settings", "100")
+        generation = self.ask("set", set={"sms.sca": "+3"})["generation"]
+        self.bridge.stop()
+        subprocess.run(["ipcrm", "--all=shm"], check=True)
+        fleet.start_adapter()
+        self.bridge.start()
+        self.consumer.wait_for_birth()
+        told = self.consumer.of("config/sms")[-1].json
+        self.assertGreater(told["generation"], generation)
+        self.refused("generation", "set", set={"sms.sca": "+3"}, if_generation=generation)
+        answer = self.ask("set", set={"sms.sca": "+3"}, if_generation=told["generation"])
+        self.assertEqual(answer["status"], "ok")
+
+    def wait_until_it_waits(self, lock):
+        """For this lock, which others hold."""
+        fd = os.fstat(lock.fileno())
+        wanted = f"/proc/{self.bridge.process.pid}/fd"
+        end = time.monotonic() + fleet.PATIENCE
+        while time.monotonic() < end:
+            for one in os.listdir(wanted):
+                try:
+                    if os.path.samestat(os.stat(os.path.join(wanted, one)), fd):
+                        return
+                except OSError:
+                    pass
+        self.fail("it does not wait")
 
     def test_an_expired_request_is_not_carried_out(self):
         set_values("sms.sca", "+1")
@@ -221,6 +278,47 @@ class Commands(fleet.Test):
             self.assertEqual(answer["errors"][0]["code"], "unknown_command")
         self.assertEqual(self.ask("refresh")["status"], "ok")
 
+    def test_a_long_request_has_a_short_answer(self):
+        broker = self.until_end(fleet.Broker(max_packet_size=131072))
+        consumer = self.until_end(Consumer(broker))
+        self.until_end(fleet.Bridge(broker, state="/tmp/long"))
+        consumer.wait_for_birth()
+        head, tail = '{"id":"x","set":{"', '":1}}'
+        consumer.publish("do/set", head + "a" * (65536 - len(head + tail)) + tail)
+        answer = consumer.wait_for("done/t").json
+        self.assertEqual((answer["id"], answer["errors"][0]["code"]), ("x", "not_found"))
+        self.assertEqual(answer["errors"][0]["key"], "a" * 1024 + "...")
+        answer = consumer.ask("confirm", pending="p" * 65000)
+        self.assertEqual(answer["errors"][0]["code"], "not_found")
+        self.assertEqual(consumer.ask("refresh")["status"], "ok")
+
+    def test_a_broker_that_takes_little_gets_short_answers(self):
+        broker = self.until_end(fleet.Broker(max_packet_size=2000))
+        consumer = self.until_end(Consumer(broker))
+        bridge = self.until_end(fleet.Bridge(broker, state="/tmp/little"))
+        consumer.wait_for_birth()
+        answer = consumer.ask("set", set={"a" * 1500: 1})
+        self.assertEqual((answer["status"], answer["errors"]),
+                         ("refused", [{"code": "too_large",
+                                       "message": "the broker takes no answer of this length"}]))
+        self.assertEqual(consumer.ask("refresh")["status"], "ok")
+        bridge.lines.wait_for("the broker takes no answer of 2[0-9]{3} bytes")
+        bridge.stop()
+        bridge.start()
+        consumer.wait_for_birth()
+        self.assertEqual(consumer.ask("refresh")["status"], "ok")
+
+    def test_long_correlation_data_is_refused(self):
+        self.consumer.publish("do/refresh", {"id": "long-1"}, correlation=b"c" * 257)
+        message = self.consumer.wait_for("done/t")
+        self.assertEqual((message.json["id"], message.json["errors"][0]["code"]),
+                         ("long-1", "too_large"))
+        self.assertFalse(hasattr(message.properties, "CorrelationData"))
+        self.consumer.publish("do/refresh", {"id": "long-1"}, correlation=b"c" * 256)
+        message = self.consumer.wait_for("done/t")
+        self.assertEqual((message.json["status"], message.properties.CorrelationData),
+                         ("ok", b"c" * 256))
+
     def test_a_message_beyond_all_limits_is_kept_back_by_the_broker(self):
         self.consumer.publish("do/set", b"x" * 200000)
         self.assertEqual(self.ask("refresh")["status"], "ok")
@@ -278,17 +376,84 @@ class Commands(fleet.Test):
         self.assertEqual(again, answer)
         self.assertEqual(os.path.getsize("/tmp/posted"), 1)
 
-    def test_nothing_is_done_that_cannot_be_remembered(self):
-        self.bridge.stop()
-        os.makedirs("/tmp/small", exist_ok=True)
-        subprocess.run(["mount", "-t", "tmpfs", "-o", "size=64k", "tmpfs", "/tmp/small"], check=True)
-        self.addCleanup(subprocess.run, ["umount", "-l", "/tmp/small"], check=True)
-        self.until_end(fleet.Bridge(self.broker, state="/tmp/small/state"))
-        self.consumer.wait_for_birth()
-        with open("/tmp/small/filler", "wb", buffering=0) as file:
+    def small_disk(self, name):
+        path = "/tmp/" + name
+        os.makedirs(path)
+        subprocess.run(["mount", "-t", "tmpfs", "-o", "size=64k", "tmpfs", path], check=True)
+        self.addCleanup(subprocess.run, ["umount", "-l", path], check=True)
+        return path
+
+    def fill(self, path):
+        with open(path + "/filler", "wb", buffering=0) as file:
             with self.assertRaises(OSError):
                 while file.write(b"x" * 512):
                     pass
+
+    @unittest.skipUnless("CAPI_FAULTS" in os.environ, "this build takes no faults")
+    def test_a_look_that_fails_changes_no_answer_and_ends_nothing(self):
+        def without_looks(what):
+            with open("/tmp/no-looks", "w", encoding="utf-8"):
+                what()
+            os.remove("/tmp/no-looks")
+
+        self.bridge.stop()
+        self.bridge.more = {"env": {**os.environ, "LD_PRELOAD": os.environ["CAPI_FAULTS"]}}
+        self.bridge.start()
+        self.consumer.wait_for_birth()
+
+        def told():
+            set_values("sms.sca", "+50")
+            self.bridge.lines.wait_for("the shared record cannot be read")
+        without_looks(told)
+        self.consumer.wait_for("config/sms", lambda json: json["values"]["sca"] == "+50")
+
+        # One that works before it is carried out, and none after that.
+        with open(VSDK, "w", encoding="utf-8") as file:
+            file.write("#!/bin/sh\n: >/tmp/no-looks\n")
+        request = {"id": uuid.uuid4().hex, "name": "vop_sig_timer_expired"}
+        self.consumer.publish("do/signal", request)
+        answer = self.consumer.wait_for("done/t", lambda json: json["id"] == request["id"]).json
+        self.assertEqual(answer["status"], "ok")
+        # And none before.
+        answer = self.ask("signal", name="vop_sig_timer_expired")
+        self.assertEqual((answer["status"], answer["errors"][0]["code"]), ("failed", "failed"))
+        os.remove("/tmp/no-looks")
+        self.bridge.kill()
+        self.bridge.start()
+        self.consumer.wait_for_birth()
+        self.consumer.publish("do/signal", request)
+        again = self.consumer.wait_for("done/t", lambda json: json["id"] == request["id"]).json
+        self.assertEqual(again["status"], "ok")
+
+    def test_a_tool_has_no_connection_of_the_bridge(self):
+        with open(VSDK, "w", encoding="utf-8") as file:
+            file.write("#!/bin/sh\nls -l /proc/$$/fd >/tmp/open\n")
+        self.assertEqual(self.ask("signal", name="vop_sig_timer_expired")["status"], "ok")
+        with open("/tmp/open", encoding="utf-8") as file:
+            self.assertNotIn("socket:", file.read())
+
+    def test_who_watches_over_a_change_ends_when_it_is_told_to(self):
+        self.ask("set", set={"sms.sca": "+61"}, confirm_within=600)
+        (watcher,) = [pid for pid in map(int, filter(str.isdigit, os.listdir("/proc")))
+                      if self.holds(pid, "/var/lib/capi/watcher")]
+        os.kill(watcher, signal.SIGTERM)
+        subprocess.run(["flock", "/var/lib/capi/watcher", "true"], check=True,
+                       timeout=fleet.PATIENCE)
+
+    @staticmethod
+    def holds(pid, path):
+        try:
+            return any(os.path.samestat(os.stat(f"/proc/{pid}/fd/{fd}"), os.stat(path))
+                       for fd in os.listdir(f"/proc/{pid}/fd"))
+        except OSError:
+            return False
+
+    def test_nothing_is_done_that_cannot_be_remembered(self):
+        self.bridge.stop()
+        disk = self.small_disk("small")
+        self.until_end(fleet.Bridge(self.broker, state=disk + "/state"))
+        self.consumer.wait_for_birth()
+        self.fill(disk)
         # There is room in what the file has already.
         number = 0
         while (answer := self.ask("set", set={"sms.sca": f"+{number}"}))["status"] == "ok":
@@ -296,6 +461,28 @@ class Commands(fleet.Test):
             self.assertLess(number, 100)
         self.assertIn("No space left on device", answer["errors"][0]["message"])
         self.assertEqual(value("sms.sca"), f"+{number - 1}")
+
+    def test_a_full_disk_keeps_no_bridge_from_starting(self):
+        self.bridge.stop()
+        disk = self.small_disk("full")
+        bridge = self.until_end(fleet.Bridge(self.broker, state=disk + "/state"))
+        self.consumer.wait_for_birth()
+        bridge.stop()
+        # What has to be kept of a call that is not told.
+        fleet.run(fleet.OTHERS, "call", "0", "1", "6000", "1795324200")
+        os.remove(disk + "/state/requests")
+        self.fill(disk)
+        bridge.start()
+        self.consumer.wait_for_birth()
+        self.assertIn("No space left on device",
+                      bridge.lines.wait_for("/state/requests cannot be written"))
+        set_values("sms.sca", "+1")
+        error = self.ask("set", set={"sms.sca": "+2"})["errors"][0]
+        self.assertIn("No space left on device", error["message"])
+        self.assertEqual(value("sms.sca"), "+1")
+        os.remove(disk + "/filler")
+        self.assertEqual(self.ask("set", set={"sms.sca": "+2"})["status"], "ok")
+        self.assertEqual(value("sms.sca"), "+2")
 
 
 if __name__ == "__main__":

@@ -4,15 +4,18 @@
 #include <adapter.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
+#include <csignal>
 #include <fstream>
 
 #include "tools/capi-mqtt/backoff.h"
 #include "tools/capi-mqtt/counters.h"
 #include "tools/capi-mqtt/cursor.h"
+#include "tools/capi-mqtt/generations.h"
 #include "tools/capi-mqtt/options.h"
 #include "tools/capi-mqtt/outbox.h"
 #include "tools/capi-mqtt/request.h"
@@ -121,6 +124,41 @@ TEST(Outbox, SaysEverythingAgainAfterALostConnection) {
   EXPECT_EQ(outbox.take(5000), 1U);
 }
 
+TEST(Outbox, WaitsForNothingThatIsPutOff) {
+  Outbox outbox(2);
+  outbox.take(0);
+  outbox.take(0);
+  outbox.put_off(1, 2000);
+  EXPECT_FALSE(outbox.is_dirty());
+  EXPECT_EQ(outbox.wait(500), 1500);
+  EXPECT_FALSE(outbox.take(1999));
+  EXPECT_EQ(outbox.take(2000), 1U);
+  EXPECT_EQ(outbox.wait(2000), -1);
+}
+
+TEST(Outbox, SaysLaterWhatTheBrokerDidNotTake) {
+  Outbox outbox(2);
+  outbox.sent(7, outbox.take(0).value());
+  outbox.sent(8, outbox.take(0).value());
+  outbox.sent(9);
+  outbox.refused(7, 300'000);
+  outbox.refused(9, 300'000);
+  outbox.acknowledged(8);
+  EXPECT_EQ(outbox.in_flight(), 0U);
+  EXPECT_EQ(outbox.wait(1000), 299'000);
+  EXPECT_EQ(outbox.take(300'000), 0U);
+  EXPECT_FALSE(outbox.take(300'000));
+}
+
+TEST(Outbox, SaysAtOnceWhatWasPutOffOnceThereIsANewConnection) {
+  Outbox outbox(1);
+  outbox.take(0);
+  outbox.put_off(0, 300'000);
+  outbox.restart();
+  EXPECT_TRUE(outbox.is_dirty());
+  EXPECT_EQ(outbox.take(1), 0U);
+}
+
 TEST(Backoff, GrowsToFiveMinutes) {
   Backoff backoff([] { return 0.5; });
   std::vector<int64_t> pauses;
@@ -203,6 +241,8 @@ TEST(FleetRequest, IsRefusedWithWhatIsWrong) {
        "\"pending\" is no member of it"},
       {"reset", R"({"id":"a","keys":[]})", "malformed", "\"keys\" has to be"},
       {"reset", R"({"id":"a","keys":"sms"})", "malformed", "\"keys\" has to be"},
+      {"reset", R"({"id":"a","keys":[""]})", "malformed", "\"keys\" has to be"},
+      {"reset", R"({"id":"a","keys":["sms.sca",""]})", "malformed", "\"keys\" has to be"},
       {"load", R"({"id":"a","document":[]})", "malformed", "\"document\" has to be"},
       {"signal", R"({"id":"a","name":"x","params":["1","2","3","4"]})", "malformed", "up to three"},
       {"confirm", R"({"id":"a","pending":""})", "malformed", "\"pending\" has to be the id"},
@@ -248,6 +288,29 @@ TEST(FleetAnswer, IsJsonInOneLine) {
             R"("key":"sms.enable","allowed":"0 or 1"}],)"
             R"("pending":{"id":"7c1f09ae","deadline":"2026-11-22T05:10:00Z"}})");
   EXPECT_EQ(text_of({"", "\xff", Status::Ok}, 0).find("{\"id\":null,\"command\":"), 0U);
+}
+
+TEST(FleetAnswer, HasALimitWhateverIsInIt) {
+  const std::string controls(60000, '\x01');
+  const std::vector<Error> errors(30, {"refused", controls, controls, controls});
+  const std::string text = text_of({"a", "set", Status::Refused, 1, errors}, 0);
+  EXPECT_LE(text.size(), 32768U);
+  // A character is not cut in two.
+  const std::string signs = "x" + std::string(1024, ' ') + "y";
+  EXPECT_THAT(text_of({"a", "set", Status::Refused, 1, {{"refused", signs}}}, 0),
+              HasSubstr("x" + std::string(1023, ' ') + "...\""));
+  std::string umlauts = "x";
+  for (int i = 0; i < 600; ++i) umlauts += "ä";
+  EXPECT_TRUE(is_utf8(text_of({"a", "set", Status::Refused, 1, {{"refused", umlauts}}}, 0)));
+}
+
+TEST(FleetAnswer, IsShortenedToItsStatus) {
+  const Answer answer{"a", "set", Status::Failed, 419, {{"x", "1"}, {"y", "2"}}, "7c1f09ae", 60};
+  EXPECT_EQ(shortened(text_of(answer, 60)),
+            R"({"id":"a","command":"set","status":"failed","at":"1970-01-01T00:01:00Z",)"
+            R"("generation":419,"pending":{"id":"7c1f09ae","deadline":"1970-01-01T00:01:00Z"},)"
+            R"("errors":[{"code":"too_large",)"
+            R"("message":"the broker takes no answer of this length"}]})");
 }
 
 // ---- What was carried out --------------------------------------------------------------------
@@ -338,8 +401,111 @@ TEST_F(FleetRequestLog, KnowsTheLast256) {
   EXPECT_LT(content().size(), 700'000U);
 }
 
+TEST_F(FleetRequestLog, BeginsAnewWhereItIsTooLarge) {
+  { RequestLog(kPath).start("a", "set", {"t", ""}); }
+  append(std::string(17 << 20, 'x'));
+  RequestLog log(kPath);
+  EXPECT_EQ(log.state_of("a"), RequestLog::State::Unknown);
+  EXPECT_LT(content().size(), 100U);
+  log.start("b", "set", {"t", ""});
+  EXPECT_EQ(RequestLog(kPath).state_of("b"), RequestLog::State::Started);
+}
+
+TEST_F(FleetRequestLog, IsNotWrittenAnewForEachRequest) {
+  RequestLog log(kPath);
+  const std::string answer(30000, 'x');
+  const auto file = [] {
+    struct stat status {};
+    stat(kPath, &status);
+    return status.st_ino;
+  };
+  int rewrites = 0;
+  ino_t before = file();
+  for (int i = 0; i < 600; ++i) {
+    log.start(std::to_string(i), "set", {"t", ""});
+    log.finish(std::to_string(i), answer);
+    if (file() != before) ++rewrites;
+    before = file();
+  }
+  EXPECT_LT(rewrites, 10);
+  EXPECT_LT(content().size(), size_t{16} << 20);
+}
+
+// Files of this process may have no more bytes, as long as it lives.
+class FileLimit {
+ public:
+  explicit FileLimit(rlim_t bytes) {
+    signal(SIGXFSZ, SIG_IGN);
+    getrlimit(RLIMIT_FSIZE, &before_);
+    const rlimit limit{bytes, before_.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &limit);
+  }
+  ~FileLimit() { setrlimit(RLIMIT_FSIZE, &before_); }
+
+ private:
+  rlimit before_{};
+};
+
+TEST_F(FleetRequestLog, KnowsAnAnswerForWhichThereIsNoRoomYet) {
+  RequestLog log(kPath);
+  log.start("a", "set", {"t", ""});
+  log.start("b", "set", {"t", ""});
+  {
+    const FileLimit limit(content().size() + 4);
+    log.finish("a", "{}");
+    log.finish("b", "[]");
+    EXPECT_EQ(log.unfinished(), nullptr);
+    EXPECT_EQ(log.answer_of(*log.find("a")), "{}");
+    log.told("a");
+    EXPECT_TRUE(log.has_unwritten());
+    EXPECT_THROW(log.write_unwritten(), Failure);
+    EXPECT_THROW(log.start("c", "set", {"t", ""}), Failure);
+    EXPECT_EQ(RequestLog(kPath).state_of("a"), RequestLog::State::Started);
+  }
+  log.write_unwritten();
+  EXPECT_FALSE(log.has_unwritten());
+  const RequestLog later(kPath);
+  EXPECT_EQ(later.answer_of(*later.find("a")), "{}");
+  EXPECT_TRUE(later.find("a")->is_told);
+  EXPECT_EQ(later.answer_of(*later.find("b")), "[]");
+  EXPECT_FALSE(later.find("b")->is_told);
+}
+
 TEST_F(FleetRequestLog, IsRefusedWhereItCannotBeKept) {
   EXPECT_THROW(RequestLog("/nowhere/requests"), Failure);
+}
+
+// ---- The numbers of the settings -------------------------------------------------------------
+
+class FleetGenerations : public testing::Test {
+ protected:
+  FleetGenerations() { unlink(kPath); }
+  static constexpr char kPath[] = "/tmp/generation";
+};
+
+TEST_F(FleetGenerations, NeverComeAgain) {
+  uint64_t last = 0;
+  for (int start = 0; start < 3; ++start) {
+    Generations generations(kPath);
+    for (int i = 0; i < 100'000; ++i) {
+      const uint64_t number = generations.next(1000 - start);  // a clock that goes back
+      ASSERT_GT(number, last);
+      last = number;
+    }
+  }
+  unlink(kPath);
+  EXPECT_GT(Generations(kPath).next(2000), last);
+}
+
+TEST_F(FleetGenerations, AreExactInJson) {
+  EXPECT_LT(Generations(kPath).next(4'102'444'800), 1'000'000'000'000'000U);  // in 2100
+}
+
+TEST_F(FleetGenerations, GoOnWhereTheyCannotBeKept) {
+  Generations generations("/nowhere/generation");
+  const uint64_t first = generations.next(1000);
+  EXPECT_EQ(generations.next(1000), first + 1);
+  EXPECT_GT(Generations("/nowhere/generation").next(1001), first + 1);
 }
 
 // ---- How far events were told ----------------------------------------------------------------
@@ -352,12 +518,15 @@ capi_call_log_record call(uint16_t sequence, uint32_t start) {
 }
 
 TEST(FleetCursor, IsReadAsItWasWritten) {
-  Cursor cursor{981, false, true, false, 0, 0, {{7, 8}, {9, UINT64_MAX}}};
+  Cursor cursor{981, false, true, false, 0, 0, {{7, 8}, {9, UINT64_MAX}}, {}};
   pass(cursor, call(17, 1000));
+  cursor.unacknowledged = {"event/call", R"({"number":"a b","seq":981})"};
   Cursor read_back;
   ASSERT_TRUE(read(text_of(cursor), read_back));
   EXPECT_EQ(text_of(read_back), text_of(cursor));
   EXPECT_EQ(read_back.boxes[1].id, UINT64_MAX);
+  EXPECT_EQ(read_back.unacknowledged.name, "event/call");
+  EXPECT_EQ(read_back.unacknowledged.text, R"({"number":"a b","seq":981})");
   const std::string text = text_of(cursor);
   for (size_t size = 0; size + 1 < text.size(); ++size) {
     EXPECT_FALSE(read(text.substr(0, size), read_back)) << size;

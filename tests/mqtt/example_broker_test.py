@@ -6,6 +6,7 @@ import shutil
 import ssl
 import subprocess
 import threading
+import time
 
 import paho.mqtt.client as paho
 
@@ -44,7 +45,8 @@ class ExampleBroker(fleet.Test):
     @classmethod
     def setUpClass(cls):
         certify(CERTIFICATES, "test", "other")
-        shutil.copy(os.path.join(EXAMPLES, "acl"), CERTIFICATES)
+        for acl in ("acl-adapters", "acl-people"):
+            shutil.copy(os.path.join(EXAMPLES, acl), CERTIFICATES)
 
     def setUp(self):
         super().setUp()
@@ -71,8 +73,9 @@ class ExampleBroker(fleet.Test):
             if options:
                 client.tls_set(**options)
             client.connect("127.0.0.1", port.port)
+            end = time.monotonic() + fleet.PATIENCE
             while client.loop(0.1) == paho.MQTT_ERR_SUCCESS and not answered.is_set():
-                pass
+                self.assertLess(time.monotonic(), end, "neither let in nor sent away")
         except OSError:
             pass
         return answered.is_set()
@@ -88,10 +91,12 @@ class ExampleBroker(fleet.Test):
 
     def test_a_dashboard_sees_and_does_nothing(self):
         self.bridge()
-        dashboard, operator = self.consumer("dashboard"), self.consumer("operator")
+        dashboard, operator = self.consumer("dashboard"), self.consumer("operator", "#")
         dashboard.wait_for_birth()
         for topic in ("do/refresh", "online", "done/t"):
-            dashboard.publish(topic, {"from": "dashboard"})
+            for tree in (TREE, "capi/1/dashboard/"):
+                dashboard.client.publish(tree + topic, '{"from": "dashboard"}',
+                                         qos=1).wait_for_publish(fleet.PATIENCE)
         self.assertEqual(operator.ask("stack-file", types=["voip"])["status"], "ok")
         # Who is sent the second round trip would have been sent what came before it.
         dashboard.wait_for("done/t", lambda json: "status" in json)
@@ -114,6 +119,23 @@ class ExampleBroker(fleet.Test):
         operator.client.publish("capi/1/other/do/refresh", '{"id": "to-other"}', qos=1)
         message = other.wait_until(lambda message: True)
         self.assertEqual((message.topic, message.json["id"]), ("capi/1/other/do/refresh", "to-other"))
+
+    def test_an_adapter_whose_name_is_that_of_an_operator_is_none(self):
+        subprocess.run(["openssl", "req", "-x509", "-newkey", "ec", "-pkeyopt",
+                        "ec_paramgen_curve:prime256v1", "-noenc", "-days", "2", "-subj",
+                        "/CN=operator", "-keyout", path("false.key"), "-out", path("false.pem"), "-CA",
+                        path("adapters-ca.pem"), "-CAkey", path("adapters-ca.key"), "-addext",
+                        "basicConstraints=critical,CA:FALSE", "-addext", "extendedKeyUsage=clientAuth"],
+                       check=True, stderr=subprocess.DEVNULL)
+        operator = self.consumer("operator", "#")
+        false = self.consumer("false", "#", self.adapters)
+        false.client.publish(TREE + "do/set", '{"from": "false"}', qos=1)
+        false.client.publish("capi/1/operator/online", '{"from": "false"}', qos=1)
+        own = operator.wait_until(lambda message: "false" in message.text)
+        self.assertEqual(own.topic, "capi/1/operator/online")
+        operator.publish("do/refresh", {"id": "to-test"})
+        operator.client.publish("capi/1/operator/do/refresh", '{"id": "to-false"}', qos=1)
+        self.assertEqual(false.wait_until(lambda message: True).json["id"], "to-false")
 
     def test_an_adapter_cannot_push_out_another_by_its_client_id(self):
         operator = self.consumer("operator")

@@ -16,6 +16,7 @@ import socket
 import subprocess
 import sys
 import threading
+import time
 import unittest
 import uuid
 
@@ -49,12 +50,12 @@ def start_adapter():
             "/quorbleconf/config/network.settings")
 
 
-def start(command):
+def start(command, **more):
     """Starts a program whose standard error is read; it does not outlive this one."""
     def end_with_parent():
         ctypes.CDLL(None).prctl(1, signal.SIGKILL)
     return subprocess.Popen(command, stderr=subprocess.PIPE, text=True, stdin=subprocess.DEVNULL,
-                            stdout=subprocess.DEVNULL, preexec_fn=end_with_parent)
+                            stdout=subprocess.DEVNULL, preexec_fn=end_with_parent, **more)
 
 
 def free_port():
@@ -95,15 +96,16 @@ class Lines:
 class Broker:
     """A real one, on the loopback interface."""
 
-    def __init__(self, *lines, port=None):
+    def __init__(self, *lines, port=None, **settings):
         self.port = port or free_port()
+        lines = [*(lines or [f"listener {self.port} 127.0.0.1", "allow_anonymous true"]),
+                 *(f"{name} {value}" for name, value in settings.items())]
         self.path = f"/tmp/mosquitto.{self.port}"
         with open(self.path, "w", encoding="utf-8") as file:
             file.write("\n".join(["per_listener_settings false", "log_dest stderr", "user root",
                                   "log_type error", "log_type warning", "log_type notice",
                                   "log_type information",
-                                  *(lines or [f"listener {self.port} 127.0.0.1",
-                                              "allow_anonymous true"]), ""]))
+                                  *lines, ""]))
         self.process = None
         self.start()
 
@@ -120,10 +122,12 @@ class Broker:
 
 
 class Proxy:
-    """Between bridge and broker: hands on, or swallows what comes, or lets nobody in."""
+    """Between bridge and broker: hands on, or swallows what the broker says, or lets nobody in."""
 
     def __init__(self, to):
         self.to = to
+        self.swallows = False
+        self.pinged = threading.Event()
         self.port = free_port()
         self._pairs = []
         self._listener = None
@@ -141,14 +145,16 @@ class Proxy:
             except OSError:
                 return
             self._pairs.append((one, two))
-            for a, b in ((one, two), (two, one)):
-                threading.Thread(target=self._pump, args=(a, b), daemon=True).start()
+            for a, b, is_broker in ((one, two, False), (two, one, True)):
+                threading.Thread(target=self._pump, args=(a, b, is_broker), daemon=True).start()
 
-    @staticmethod
-    def _pump(a, b):
+    def _pump(self, a, b, is_broker):
         try:
             while data := a.recv(65536):
-                b.sendall(data)
+                if data == b"\xc0\x00":
+                    self.pinged.set()
+                if not (is_broker and self.swallows):
+                    b.sendall(data)
         except OSError:
             pass
         for one in (a, b):
@@ -179,10 +185,11 @@ class Bridge:
         if events:
             self.command += ["--events", events]
         self.process = None
+        self.more = {}
         self.start()
 
     def start(self):
-        self.process = start(self.command)
+        self.process = start(self.command, **self.more)
         self.lines = Lines(self.process.stderr)
 
     def wait_until_up(self):
@@ -196,6 +203,41 @@ class Bridge:
     def kill(self):
         self.process.kill()
         self.process.wait()
+
+
+class Held:
+    """A lock of the library's that another program holds, in a with statement."""
+
+    def __init__(self, lock):
+        self.process = subprocess.Popen([*EMULATOR, OTHERS, "hold", str(lock)],
+                                        stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
+        assert self.process.stdout.readline() == "held\n"
+
+    def __enter__(self):
+        return self
+
+    def __exit__(self, *error):
+        self.process.communicate("", timeout=PATIENCE)
+
+
+def settled(bridge):
+    """Whether a bridge waits for news and nothing else: it does not run while others do.
+
+    One that looks every second looks in each of the tries. What is left of something before may come
+    in the first."""
+    def runs():
+        with open(f"/proc/{bridge.process.pid}/status", encoding="utf-8") as file:
+            status = file.read()
+        return "State:\tS" in status and re.findall(r"ctxt.*", status)
+
+    for _ in range(5):
+        before = runs()
+        begin = time.monotonic()
+        while time.monotonic() - begin < 2:
+            capictl("config", "get", "sms.sca")
+        if before and runs() == before:
+            return True
+    return False
 
 
 class Message:
@@ -235,14 +277,18 @@ class Consumer:
         self.client.disconnect()
         self.client.loop_stop()
 
+    def wait_for_any(self, what="message"):
+        try:
+            message = self._messages.get(timeout=PATIENCE)
+        except queue.Empty:
+            raise AssertionError(f"no {what}, but {self.seen[-50:]}") from None
+        self.seen.append(message)
+        return message
+
     def wait_for(self, topic, test=lambda json: True):
         """The next message of this topic for which it is so."""
         while True:
-            try:
-                message = self._messages.get(timeout=PATIENCE)
-            except queue.Empty:
-                raise AssertionError(f"no {topic}, but {self.seen[-50:]}") from None
-            self.seen.append(message)
+            message = self.wait_for_any(topic)
             if message.topic == TREE + topic and test(message.json):
                 return message
 

@@ -1,6 +1,7 @@
 # SPDX-FileCopyrightText: The capi authors
 # SPDX-License-Identifier: MIT
 """The commands of docs/fleet.md, one after the other, as they stand there."""
+import json
 import os
 import re
 import subprocess
@@ -95,6 +96,24 @@ class Page(fleet.Test):
         checked = subprocess.run(["promtool", "check", "rules", "/tmp/rules.yml"], text=True,
                                  stdout=subprocess.PIPE, stderr=subprocess.STDOUT, check=False)
         self.assertEqual(checked.returncode, 0, checked.stdout)
+
+    def test_its_rules_find_who_is_not_connected(self):
+        (rules,) = blocks("yaml")
+        with open("/tmp/rules.yml", "w", encoding="utf-8") as file:
+            file.write(rules)
+        up = [{"series": f'capi_up{{instance="{one}"}}', "values": "1x20"}
+              for one in ("well", "lost", "dead")]
+        connected = [{"series": f'capi_mqtt_connected{{instance="{one}"}}', "values": f"{value}x20"}
+                     for one, value in (("well", 1), ("lost", 0))]
+        told = [{"exp_labels": {"instance": one}} for one in ("dead", "lost")]
+        with open("/tmp/rules_test.yml", "w", encoding="utf-8") as file:
+            json.dump({"rule_files": ["/tmp/rules.yml"], "tests": [{
+                "interval": "1m", "input_series": up + connected, "alert_rule_test": [{
+                    "eval_time": "15m", "alertname": "AdapterNotConnected", "exp_alerts": told}]}]},
+                      file)
+        tested = subprocess.run(["promtool", "test", "rules", "/tmp/rules_test.yml"], text=True,
+                                stdout=subprocess.PIPE, stderr=subprocess.STDOUT, check=False)
+        self.assertEqual(tested.returncode, 0, tested.stdout)
 
     def test_its_rules_name_metrics_that_there_are(self):
         os.makedirs("/run/capi-mqtt", exist_ok=True)

@@ -3,6 +3,8 @@
 """Brokers that end, networks that are gone, and what follows afterwards."""
 import json
 import os
+import re
+import subprocess
 import time
 
 import fleet
@@ -15,6 +17,20 @@ def call(number):
 
 def text(number):
     capictl("sms", "send", number, "Hello " + number)
+
+
+def change_each_section():
+    """Gives a key of each section another value, and returns what sets them all back."""
+    back = []
+    for section, values in json.loads(capictl("config", "list", "--json")).items():
+        for name, value in values.items():
+            key, other = f"{section}.{name}", str(1 - value) if value in (0, 1) else "5"
+            subprocess.run([*fleet.EMULATOR, fleet.CAPICTL, "config", "set", key, other],
+                           stderr=subprocess.DEVNULL, timeout=fleet.PATIENCE, check=False)
+            if capictl("config", "get", key).strip() != str(value):
+                back += [key, str(value)]
+                break
+    return back
 
 
 class Outage(fleet.Test):
@@ -80,6 +96,47 @@ class Outage(fleet.Test):
         self.assertEqual(sequence, list(range(1, 35)))
         self.assertFalse(any(one.retained for one in consumer.of("event/call")))
 
+    def test_an_event_keeps_its_number_though_others_come_in_between(self):
+        for name, ends in (("cut", lambda bridge, proxy: proxy.cut()),
+                           ("killed", lambda bridge, proxy: (proxy.cut(), bridge.kill()))):
+            with self.subTest(name):
+                broker = self.until_end(Broker())
+                proxy = self.until_end(Proxy(broker.port))
+                consumer = self.until_end(Consumer(broker))
+                bridge = self.until_end(Bridge(proxy, events="calls,messages", state=f"/tmp/{name}"))
+                consumer.wait_for_birth()
+                bridge.wait_until_up()
+                proxy.swallows = True
+                text("4000")
+                first = consumer.wait_for("event/message")
+                call("4001")
+                ends(bridge, proxy)
+                proxy.swallows = False
+                proxy.open()
+                if bridge.process.poll() is not None:
+                    bridge.start()
+                consumer.wait_for_birth()
+                self.assertEqual(consumer.wait_for("event/call").json["seq"], 2)
+                events = [m for m in consumer.seen if "/event/" in m.topic]
+                self.assertEqual([m.json["seq"] for m in events], [1, 1, 2])
+                self.assertEqual(events[1].text, first.text)
+
+    def test_nothing_runs_while_a_broker_acknowledges_nothing(self):
+        broker = self.until_end(Broker())
+        proxy = self.until_end(Proxy(broker.port))
+        consumer = self.until_end(Consumer(broker))
+        back = change_each_section()
+        bridge = self.until_end(Bridge(proxy, events="calls", state="/tmp/stalled"))
+        consumer.wait_for_birth()
+        bridge.wait_until_up()
+        proxy.swallows = True
+        set_values(*back)
+        for _ in range(20):
+            consumer.wait_for_any()
+        call("5000")
+        self.assertTrue(fleet.settled(bridge))
+        self.assertEqual(bridge.process.poll(), None)
+
     def test_events_are_told_to_nobody_who_did_not_ask(self):
         _, consumer, bridge = self.setup_all(state="/tmp/off")
         call("3000")
@@ -128,34 +185,50 @@ class Outage(fleet.Test):
                          (birth["boot"], birth["connection"]))
         self.assertNotIn("reason", death.json)
 
+    def test_the_broker_says_how_long_may_be_silent(self):
+        broker = self.until_end(Broker(max_keepalive=10))
+        proxy = self.until_end(Proxy(broker.port))
+        bridge = self.until_end(Bridge(proxy, state="/tmp/silent"))
+        bridge.wait_until_up()
+        self.assertTrue(proxy.pinged.wait(fleet.PATIENCE))
+        bridge.stop()
+        bridge.lines.wait_for("stopped")
+        self.assertFalse([line for line in bridge.lines.seen if "is lost" in line])
+
+    def wait_for_rarer_attempts(self, bridge, pattern, after=lambda: None):
+        """Each pause is a random part of a second, and of twice as much each time: one that is
+        longer than a second comes soon."""
+        pause, most = 0, 1
+        while pause < 2:
+            line = bridge.lines.wait_for(pattern)
+            pause = int(re.search(r"next try in (\d+) s", line)[1])
+            self.assertLessEqual(pause, most)
+            self.assertLess(most, 2 ** 16, "no pause was longer than the first may be")
+            most *= 2
+            after()
+
     def test_attempts_become_rarer(self):
         bridge = self.until_end(Bridge(type("Nobody", (), {"port": fleet.free_port()})))
-        begin = time.monotonic()
-        for _ in range(4):
-            bridge.lines.wait_for("no connection to 127.0.0.1:.*: Connection refused; next try in")
-        self.assertLess(time.monotonic() - begin, 1 + 2 + 4 + 5)
+        self.wait_for_rarer_attempts(bridge, "no connection to 127.0.0.1:.*: Connection refused")
         self.assertEqual(bridge.stop(), 0)
+
+    def test_attempts_become_rarer_though_each_is_connected(self):
+        # As with two adapters of one name: each pushes the other one out.
+        broker = self.until_end(Broker())
+        proxy = self.until_end(Proxy(broker.port))
+        bridge = self.until_end(Bridge(proxy, state="/tmp/rarer"))
+
+        def lose():
+            bridge.wait_until_up()
+            proxy.cut()
+            proxy.open()
+
+        lose()
+        self.wait_for_rarer_attempts(bridge, "the connection to .* is lost", lose)
 
     def test_nothing_runs_while_nothing_changes(self):
         _, _, bridge = self.setup_all(state="/tmp/idle")
-
-        def runs():
-            while True:
-                with open(f"/proc/{bridge.process.pid}/status", encoding="utf-8") as file:
-                    status = file.read()
-                if "State:\tS" in status:
-                    return [line for line in status.splitlines() if "ctxt" in line]
-
-        # Others work on what is no news: one that looks every second looks in each of the tries. What
-        # is left of the start may come in the first.
-        for _ in range(5):
-            before = runs()
-            begin = time.monotonic()
-            while time.monotonic() - begin < 2:
-                capictl("config", "get", "sms.sca")
-            if runs() == before:
-                return
-        self.fail(f"{before}, then {runs()}")
+        self.assertTrue(fleet.settled(bridge))
 
     def test_counters_are_kept_for_metrics(self):
         _, consumer, bridge = self.setup_all(state="/tmp/counted")
@@ -166,6 +239,20 @@ class Outage(fleet.Test):
         self.assertEqual((counters["connected"], counters["connections"], counters["answers_ok"]),
                          ("0", "1", "1"))
         self.assertGreater(int(counters["published"]), 30)
+
+    def test_one_that_was_killed_does_not_count_as_connected_for_ever(self):
+        broker, _, bridge = self.setup_all(state="/tmp/dead")
+
+        def counted():
+            with open("/tmp/dead.counters", encoding="utf-8") as file:
+                return file.readline()
+
+        self.assertEqual(counted(), "connected 1\n")
+        bridge.kill()
+        broker.kill()
+        bridge.start()
+        bridge.lines.wait_for("no connection to")
+        self.assertEqual(counted(), "connected 0\n")
 
 
 if __name__ == "__main__":

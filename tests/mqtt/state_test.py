@@ -2,11 +2,13 @@
 # SPDX-License-Identifier: MIT
 """The state of an adapter on a broker."""
 import json
+import os
 import time
 
 import fleet
 from fleet import Bridge, Broker, Consumer, capictl, set_values
 
+RUN_INFO = 10  # the lock on what is known of the SIM
 SECRET = "pa55-word-of-line-1"
 
 
@@ -68,6 +70,26 @@ class State(fleet.Test):
         count = len(told["alerts"])
         capictl("config", "cancel")
         consumer.wait_for("alerts", lambda json: len(json["alerts"]) < count)
+
+    def test_what_is_locked_at_the_start_follows(self):
+        broker = self.until_end(Broker())
+        consumer = self.until_end(Consumer(broker))
+        with fleet.Held(RUN_INFO):
+            self.until_end(Bridge(broker, state="/tmp/locked"))
+            consumer.wait_for_birth()
+            self.assertEqual(consumer.of("sim") + consumer.of("alerts"), [])
+        told = {consumer.wait_for_any().topic: None for _ in range(2)}
+        self.assertEqual(set(told), {fleet.TREE + "sim", fleet.TREE + "alerts"})
+        for message in consumer.of("sim") + consumer.of("alerts"):
+            self.assertRegex(message.json["at"], r"^20\d\d-\d\d-\d\dT\d\d:\d\d:\d\dZ$", message)
+
+    def test_an_alert_that_a_lock_kept_back_follows(self):
+        _, consumer, _ = self.setup_all()
+        with fleet.Held(RUN_INFO):
+            capictl("config", "set", "sms.sca", "+78", "--confirm-within", "600")
+            consumer.wait_for("change", lambda json: json["change"]["pending"])
+        consumer.wait_for("alerts", lambda json: any("change" in one["id"] for one in json["alerts"]))
+        capictl("config", "cancel")
 
     def test_a_registration_is_told_with_its_line(self):
         _, consumer, _ = self.setup_all()
@@ -134,6 +156,18 @@ class State(fleet.Test):
         second = consumer.wait_for_birth().json
         self.assertEqual(first["boot"], second["boot"])
         self.assertGreater(second["connection"], first["connection"])
+
+    def test_nothing_is_told_where_changes_cannot_be_watched(self):
+        os.makedirs("/var/lib/capi", exist_ok=True)
+        os.rename("/var/lib/capi", "/var/lib/capi.away")
+        os.symlink("/nowhere", "/var/lib/capi")
+        try:
+            bridge = self.until_end(Bridge(self.until_end(Broker())))
+            bridge.lines.wait_for("changes cannot be watched: No such file or directory")
+            self.assertEqual(bridge.process.wait(fleet.PATIENCE), 1)
+        finally:
+            os.remove("/var/lib/capi")
+            os.rename("/var/lib/capi.away", "/var/lib/capi")
 
     def test_a_change_that_waits_is_told_and_how_it_ends(self):
         _, consumer, _ = self.setup_all()

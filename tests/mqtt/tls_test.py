@@ -91,10 +91,17 @@ class Tls(fleet.Test):
         bridge = self.until_end(Bridge(self.broker(), "--cafile", "/nowhere"))
         bridge.lines.wait_for("TLS cannot be used: /nowhere, the certificate or its key cannot be read")
 
-    def test_who_may_not_write_is_told(self):
+    def test_who_may_not_write_is_not_connected(self):
         # Its name is another one than that of its certificate.
         bridge = self.bridge(self.broker(), name="other")
-        bridge.lines.wait_for("the broker (does not take a message|lets it have no commands)")
+        bridge.lines.wait_for("the broker does not take a message: Not authori[sz]ed")
+        bridge.lines.wait_for("no connection to 127.0.0.1:.*: the broker does not take "
+                              "capi/1/other/online: Not authori[sz]ed; next try in")
+        bridge.stop()
+        self.assertFalse(any("connected to" in line for line in bridge.lines.seen))
+        with open("/tmp/tls.counters", encoding="utf-8") as file:
+            counters = dict(line.split() for line in file)
+        self.assertEqual((counters["connected"], counters["connections"]), ("0", "0"))
 
     def test_a_password_comes_from_a_file_and_is_seen_nowhere(self):
         port = fleet.free_port()

@@ -25,6 +25,8 @@ class Backoff {
     return static_cast<int64_t>(random_() * static_cast<double>(most));
   }
 
+  // A connection has lasted: one that is lost at once is a failure, as of two adapters with one
+  // name, which push each other out.
   void succeeded() { most_ = kFirstMs; }
 
  private:

@@ -14,21 +14,25 @@
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
-#include <cstdio>
 #include <ctime>
 
 #include "commands.h"
+#include "log.h"
 #include "request.h"
 
 namespace tools::mqtt {
 namespace {
 
 constexpr int64_t kLookPauseMs = 200;    // between two looks at the adapter
+constexpr int64_t kRetryLookMs = 5000;   // after one that did not work
 constexpr int64_t kConnectMs = 20'000;   // for the broker to answer
 constexpr int64_t kTellMs = 120'000;     // for it to take all topics
 constexpr int64_t kLeaveMs = 2000;       // to say goodbye
+constexpr int64_t kSteadyMs = 60'000;    // after which a connection was a good one
 constexpr int64_t kRetryEventMs = 1000;  // while a store is locked
+constexpr int64_t kRetryTextMs = 2000;   // while what a topic tells of is
 constexpr int64_t kWriteCountersMs = 10'000;
+constexpr int64_t kWriteAnswersMs = 10'000;  // after there was no room
 constexpr size_t kMostReplies = 64;
 constexpr size_t kMostInbox = 256;
 
@@ -48,8 +52,6 @@ double random_part() {
   return number / 4294967296.0;
 }
 
-void log(const std::string& text) { fprintf(stderr, "capi-mqtt: %s\n", printable(text).c_str()); }
-
 int open_signals() {
   sigset_t ends;
   sigemptyset(&ends);
@@ -60,10 +62,15 @@ int open_signals() {
   return signalfd(-1, &ends, SFD_CLOEXEC | SFD_NONBLOCK);
 }
 
-int open_changes() {
-  const int fd = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
-  inotify_add_watch(fd, pending::kDirectory, IN_MOVED_TO | IN_DELETE | IN_MOVED_FROM);
-  return fd;
+[[noreturn]] void throw_unwatched() {
+  throw Failure(std::string("changes cannot be watched: ") + strerror(errno));
+}
+
+// The system has limits for these: better none at all than a topic that stays as it is.
+void watch_files_of_changes(int fd) {
+  if (inotify_add_watch(fd, pending::kDirectory, IN_MOVED_TO | IN_DELETE | IN_MOVED_FROM) == -1) {
+    throw_unwatched();
+  }
 }
 
 // What it tells is that something happened.
@@ -96,12 +103,12 @@ Bridge::Bridge(const Options& options, std::string id)
       requests_(made(options_.state) + "/requests"),
       events_(options_),
       signals_(open_signals()),
-      changes_(open_changes()) {
-  if (!signals_.is_open() || capi_watch_open(&watch_, CAPI_TOPIC_ALL) != 0) {
-    throw Failure(std::string("changes cannot be watched: ") + strerror(errno));
-  }
+      changes_(inotify_init1(IN_NONBLOCK | IN_CLOEXEC)) {
+  watch_files_of_changes(changes_.get());
+  if (!signals_.is_open() || capi_watch_open(&watch_, CAPI_TOPIC_ALL) != 0) throw_unwatched();
   look();
   finish_unfinished();
+  count();
 }
 
 Bridge::~Bridge() {
@@ -152,6 +159,7 @@ void Bridge::lose(const std::string& why) {
   answers_.clear();
   replies_.clear();
   inbox_.clear();
+  if (was_up && now_ms() - up_since_ >= kSteadyMs) backoff_.succeeded();
   const int64_t pause = backoff_.next();
   phase_end_ = now_ms() + pause;
   log((was_up ? "the connection to " : "no connection to ") + options_.host + ":" +
@@ -179,32 +187,22 @@ void Bridge::take_acknowledgements() {
   while (!acknowledgements_.empty()) {
     const auto [message, reason] = std::move(acknowledgements_.front());
     acknowledgements_.pop_front();
-    try {
-      acknowledge(message, reason);
-    } catch (const Failure& failure) {
-      log(failure.what());
-    }
+    acknowledge(message, reason);
     // For a while there is nothing to say: what handshake and texts took is the system's again.
     if (acknowledgements_.empty() && outbox_.in_flight() == 0) malloc_trim(0);
   }
 }
 
 void Bridge::acknowledge(int message, const std::string& reason) {
-  outbox_.acknowledged(message);
+  if (reason.empty()) outbox_.acknowledged(message);
+  if (!reason.empty()) outbox_.refused(message, now_ms() + Backoff::kMostMs);
   if (!reason.empty() && denied_ != reason) {
     denied_ = reason;
     log("the broker does not take a message: " + reason);
   }
   if (message == birth_) {
     birth_ = -1;
-    if (phase_ != Phase::BeingBorn) return;
-    phase_ = Phase::Up;
-    backoff_.succeeded();
-    ++counters_.connections;
-    counters_.is_connected = true;
-    count();
-    log("connected to " + options_.host + ":" + std::to_string(options_.port_to_use()) + " as " +
-        id_);
+    if (phase_ == Phase::BeingBorn) be_born(reason);
   } else if (message == event_) {
     event_ = -1;
     if (reason.empty()) events_.told();
@@ -216,7 +214,23 @@ void Bridge::acknowledge(int message, const std::string& reason) {
   }
 }
 
+// Who may not say that it is there is not, whatever else it may do.
+void Bridge::be_born(const std::string& denied) {
+  if (!denied.empty()) {
+    return lose("the broker does not take " + tree_.topic("online") + ": " + denied);
+  }
+  phase_ = Phase::Up;
+  up_since_ = now_ms();
+  ++counters_.connections;
+  counters_.is_connected = true;
+  count();
+  log("connected to " + options_.host + ":" + std::to_string(options_.port_to_use()) + " as " +
+      id_);
+}
+
+// Which the library acknowledges.
 void Bridge::on_message(Message message) {
+  last_sent_ = now_ms();
   if (inbox_.size() < kMostInbox) inbox_.push_back(std::move(message));
 }
 
@@ -238,53 +252,88 @@ void Bridge::leave() {
 
 // ---- Out -------------------------------------------------------------------------------------
 
-int Bridge::send(const Message& message) {
+int Bridge::send(const Message& message, size_t topic) {
   const int number = client_->publish(message);
   last_sent_ = now_ms();
-  if (number == -1) return number;
-  outbox_.sent(number);
+  if (number < 0) return number;
+  outbox_.sent(number, topic);
   ++counters_.published;
   return number;
 }
 
 void Bridge::send_states() {
   while (const auto topic = outbox_.take(now_ms())) {
-    const std::string text = documents_.text(*topic);
+    const std::string text = documents_.text(*topic, now_seconds());
+    const std::string& name = documents_.topics()[*topic].name;
     if (text.empty()) {
-      outbox_.mark(*topic);  // it cannot be told now
-    } else if (send({tree_.topic(documents_.topics()[*topic].name), text, true}) == -1) {
-      log(documents_.topics()[*topic].name + " cannot be sent");
+      outbox_.put_off(*topic, now_ms() + kRetryTextMs);
+    } else if (send({tree_.topic(name), text, true}, *topic) < 0) {
+      log(name + " cannot be sent");
     }
   }
 }
 
 void Bridge::send_answers() {
   while (outbox_.has_room() && !replies_.empty()) {
-    send(replies_.front());
+    const auto& [origin, text] = replies_.front();
+    send_answer(origin, text);
     replies_.pop_front();
   }
   for (const RequestLog::Entry& entry : requests_.entries()) {
     if (!outbox_.has_room()) return;
-    if (entry.state != RequestLog::State::Answered || entry.is_told) continue;
-    const bool is_on_its_way = std::ranges::any_of(
-        answers_, [&](const auto& answer) { return answer.second == entry.id; });
-    if (is_on_its_way) continue;
-    const int number =
-        send({entry.origin.topic, requests_.answer_of(entry), false, "", entry.origin.correlation});
-    if (number == -1) return;
-    answers_[number] = entry.id;
+    if (is_due(entry) && !send_stored(entry)) return;
   }
 }
 
+bool Bridge::is_due(const RequestLog::Entry& entry) const {
+  const auto is_its = [&](const auto& answer) { return answer.second == entry.id; };
+  return entry.state == RequestLog::State::Answered && !entry.is_told &&
+         std::ranges::none_of(answers_, is_its);
+}
+
+// False while nothing can be sent.
+bool Bridge::send_stored(const RequestLog::Entry& entry) {
+  const int number = send_answer(entry.origin, requests_.answer_of(entry));
+  if (number >= 0) answers_[number] = entry.id;
+  if (number == Client::kTooLarge) requests_.told(entry.id);
+  return number != Client::kNotSent;
+}
+
+// One that no broker's limit keeps from being told, nor those behind it.
+int Bridge::send_answer(const Origin& origin, const std::string& text) {
+  const int number = send({origin.topic, text, false, "", origin.correlation});
+  if (number != Client::kTooLarge) return number;
+  log("the broker takes no answer of " + std::to_string(text.size()) + " bytes");
+  return send({origin.topic, shortened(text), false, "", origin.correlation});
+}
+
 // One after the other: the next is not known before this one is kept as told.
+bool Bridge::may_send_event() const {
+  return event_ == -1 && events_.may_have_news() && outbox_.has_room();
+}
+
 void Bridge::send_event() {
-  if (event_ != -1 || !events_.may_have_news() || !outbox_.has_room()) return;
-  if (now_ms() < next_event_) return;
-  if (const auto event = events_.next(boot_, now_seconds())) {
-    event_ = send({tree_.topic(event->name), event->text});
-    if (event_ != -1) ++counters_.events;
+  if (!may_send_event() || now_ms() < next_event_) return;
+  next_event_ = now_ms() + kRetryEventMs;
+  try {
+    const auto event = events_.next(boot_, now_seconds());
+    if (event) send_event(*event);
+  } catch (const Failure& failure) {
+    log(failure.what());
+    next_event_ = now_ms() + Backoff::kMostMs;
   }
-  if (event_ == -1) next_event_ = now_ms() + kRetryEventMs;
+}
+
+void Bridge::send_event(const Event& event) {
+  const int number = send({tree_.topic(event.name), event.text});
+  if (number == Client::kNotSent) return;
+  next_event_ = 0;
+  if (number == Client::kTooLarge) {
+    log("the broker takes no event of " + std::to_string(event.text.size()) + " bytes");
+    return events_.told();
+  }
+  event_ = number;
+  ++counters_.events;
 }
 
 void Bridge::send_all() {
@@ -302,13 +351,27 @@ void Bridge::mark(const std::vector<size_t>& topics) {
   for (const size_t topic : topics) outbox_.mark(topic);
 }
 
+// Where it does not work, it may later.
+void Bridge::try_look() {
+  try {
+    look();
+  } catch (const Failure& failure) {
+    has_news_ = true;
+    next_look_ = now_ms() + kRetryLookMs;
+    if (look_trouble_ != failure.what()) log(failure.what());
+    look_trouble_ = failure.what();
+  }
+}
+
 void Bridge::look() {
   next_look_ = now_ms() + kLookPauseMs;
   const int topics = capi_watch_changed(&watch_);
-  if (topics < 0) throw Failure(std::string("changes cannot be watched: ") + strerror(errno));
-  const auto causes = static_cast<unsigned>(topics);
-  mark(documents_.look(causes, watch_.generation[0], now_seconds()));
-  if ((causes & (CAPI_TOPIC_CALLS | CAPI_TOPIC_MESSAGES)) != 0) events_.look();
+  if (topics < 0) throw_unwatched();
+  causes_ |= static_cast<unsigned>(topics);
+  mark(documents_.look(causes_, now_seconds()));
+  if ((causes_ & (CAPI_TOPIC_CALLS | CAPI_TOPIC_MESSAGES)) != 0) events_.look();
+  causes_ = 0;
+  look_trouble_.clear();
 }
 
 // ---- In --------------------------------------------------------------------------------------
@@ -316,7 +379,9 @@ void Bridge::look() {
 // To where the request says, unless that is no place for answers.
 Origin Bridge::origin_of(const Message& message) const {
   const bool is_fit = may_be_answered_to(message.response_topic);
-  return {is_fit ? message.response_topic : tree_.topic("done"), message.correlation};
+  const bool is_kept = message.correlation.size() <= kMaxCorrelation;
+  return {is_fit ? message.response_topic : tree_.topic("done"),
+          is_kept ? message.correlation : ""};
 }
 
 void Bridge::take_requests() {
@@ -339,7 +404,7 @@ void Bridge::answer_wrong(const Message& message, const std::string& command, co
 
 void Bridge::reply(const Origin& origin, std::string text) {
   if (replies_.size() == kMostReplies) replies_.pop_front();
-  replies_.push_back({origin.topic, std::move(text), false, "", origin.correlation});
+  replies_.emplace_back(origin, std::move(text));
 }
 
 // Nobody knows how far it came, or its answer could not be kept.
@@ -366,6 +431,10 @@ void Bridge::take(const Message& message) {
       throw Refusal(Status::Refused,
                     {"retained", "a request must not be retained: publish it without"});
     }
+    if (message.correlation.size() > kMaxCorrelation) {
+      throw Refusal(Status::Refused, {"too_large", "the Correlation Data is longer than " +
+                                                       std::to_string(kMaxCorrelation) + " bytes"});
+    }
     const Request request = parse_request(command, message.payload);
     if (!repeat(request.id, message)) start_and_finish(request, message);
   } catch (const Refusal& refusal) {
@@ -387,7 +456,10 @@ void Bridge::start_and_finish(const Request& request, const Message& message) {
     if (request.command == Command::Refresh) {
       refresh(request.spread);
     } else {
-      Outcome outcome = carry_out(request, documents_.generation());
+      Outcome outcome = carry_out(request, [this] {
+        look();
+        return documents_.generation();
+      });
       if (!outcome.errors.empty()) answer.status = Status::Failed;
       answer.errors = std::move(outcome.errors);
       if (outcome.waiting) {
@@ -398,22 +470,19 @@ void Bridge::start_and_finish(const Request& request, const Message& message) {
   } catch (const Refusal& refusal) {
     answer.status = refusal.status();
     answer.errors.push_back(refusal.error());
+  } catch (const Failure& failure) {
+    answer.status = Status::Failed;
+    answer.errors.push_back(error_of(failure));
   }
-  look();
-  this->answer(answer, origin_of(message));
+  try_look();
+  this->answer(answer);
 }
 
-// What was done is told, also where it cannot be kept that it was.
-void Bridge::answer(Answer& answer, const Origin& origin) {
+void Bridge::answer(Answer& answer) {
   ++counters_.answers[static_cast<size_t>(answer.status)];
   answer.generation = documents_.generation();
-  const std::string text = text_of(answer, now_seconds());
-  try {
-    requests_.finish(answer.id, text);
-  } catch (const Failure& failure) {
-    log(failure.what());
-    reply(origin, text);
-  }
+  requests_.finish(answer.id, text_of(answer, now_seconds()));
+  if (requests_.has_unwritten()) write_answers_at_ = now_ms() + kWriteAnswersMs;
   log(answer.command + " " + answer.id + ": " + name_of(answer.status) +
       (answer.errors.empty() ? "" : ": " + answer.errors[0].message));
 }
@@ -429,6 +498,17 @@ void Bridge::finish_unfinished() {
     log(entry->command + " " + entry->id + ": failed: nobody knows how far it came");
     requests_.finish(entry->id, unknown_outcome(*entry));
   }
+  if (requests_.has_unwritten()) write_answers_at_ = now_ms() + kWriteAnswersMs;
+}
+
+// There may be room now: a restart would not know what was told.
+void Bridge::write_answers() {
+  write_answers_at_ = -1;
+  try {
+    requests_.write_unwritten();
+  } catch (const Failure&) {
+    write_answers_at_ = now_ms() + kWriteAnswersMs;
+  }
 }
 
 // ---- The loop --------------------------------------------------------------------------------
@@ -440,15 +520,16 @@ int64_t Bridge::deadline() const {
     deadline = deadline == -1 ? time : std::min(deadline, time);
   };
   if (phase_ != Phase::Up) by(phase_end_);
-  if (phase_ != Phase::Down && client_) by(last_sent_ + int64_t{options_.keepalive} * 1000);
+  if (phase_ != Phase::Down && client_) by(last_sent_ + int64_t{client_->keepalive()} * 1000);
   if (phase_ >= Phase::Telling && phase_ != Phase::Leaving) {
     const int64_t now = now_ms();
     if (const int64_t wait = outbox_.wait(now); wait >= 0) by(now + wait);
   }
-  if (phase_ == Phase::Up && event_ == -1 && events_.may_have_news()) by(next_event_);
+  if (phase_ == Phase::Up && may_send_event()) by(next_event_);
   if (has_news_) by(next_look_);
   if (refresh_at_ != -1) by(refresh_at_);
   if (write_at_ != -1) by(write_at_);
+  if (write_answers_at_ != -1) by(write_answers_at_);
   return deadline;
 }
 
@@ -486,20 +567,25 @@ void Bridge::act_on_time() {
   const int64_t now = now_ms();
   if (has_news_ && next_look_ <= now) {
     has_news_ = false;
-    look();
+    try_look();
   }
   if (refresh_at_ != -1 && refresh_at_ <= now) {
     refresh_at_ = -1;
     outbox_.mark_all();
   }
-  if (write_at_ == -1 && counters_ != written_) write_at_ = now + kWriteCountersMs;
-  if (write_at_ != -1 && write_at_ <= now) count();
+  write_on_time(now);
   // The library looks itself whether it is time for a sign of life.
-  if (client_ && now >= last_sent_ + int64_t{options_.keepalive} * 1000) last_sent_ = now;
+  if (client_ && now >= last_sent_ + int64_t{client_->keepalive()} * 1000) last_sent_ = now;
   if (phase_ == Phase::Up || phase_end_ > now) return;
   if (phase_ == Phase::Down) return connect();
   if (phase_ == Phase::Leaving) return client_.reset();
   lose(phase_ == Phase::Connecting ? "nobody answers" : "the broker does not acknowledge");
+}
+
+void Bridge::write_on_time(int64_t now) {
+  if (write_at_ == -1 && counters_ != written_) write_at_ = now + kWriteCountersMs;
+  if (write_at_ != -1 && write_at_ <= now) count();
+  if (write_answers_at_ != -1 && write_answers_at_ <= now) write_answers();
 }
 
 // Who reads them does without where they cannot be written.

@@ -54,17 +54,24 @@ class Bridge : public Listener {
   void on_message(Message message) override;
   void take_acknowledgements();
   void acknowledge(int message, const std::string& reason);
+  void be_born(const std::string& denied);
   std::string online_text(bool is_online) const;
   void tell_online(bool is_online);
   void leave();
 
   // --- out ---
-  int send(const Message& message);
+  int send(const Message& message, size_t topic = Outbox::kNoTopic);
   void send_all();
   void send_states();
   void send_answers();
+  bool is_due(const RequestLog::Entry& entry) const;
+  bool send_stored(const RequestLog::Entry& entry);
+  int send_answer(const Origin& origin, const std::string& text);
+  bool may_send_event() const;
   void send_event();
+  void send_event(const Event& event);
   void look();
+  void try_look();
   void mark(const std::vector<size_t>& topics);
 
   // --- in ---
@@ -73,7 +80,8 @@ class Bridge : public Listener {
   void answer_wrong(const Message& message, const std::string& command, const Error& error);
   bool repeat(const std::string& id, const Message& message);
   void start_and_finish(const Request& request, const Message& message);
-  void answer(Answer& answer, const Origin& origin);
+  void answer(Answer& answer);
+  void write_answers();
   void reply(const Origin& origin, std::string text);
   std::string unknown_outcome(const RequestLog::Entry& entry) const;
   void refresh(int spread);
@@ -85,6 +93,7 @@ class Bridge : public Listener {
   void wait();
   void serve_client(int events);
   void act_on_time();
+  void write_on_time(int64_t now);
   void take_signals();
   void count();
 
@@ -102,6 +111,7 @@ class Bridge : public Listener {
   std::unique_ptr<Client> client_;
   int64_t connection_ = 0;  // the time of connecting, since the system's start
   int64_t phase_end_ = 0;   // Down: when to try again; else when to give up
+  int64_t up_since_ = 0;    // of Up
   int64_t last_sent_ = 0;   // for the keepalive
   bool must_close_ = false;
   std::string denied_;  // the last topic that the broker did not take, which is told once
@@ -113,10 +123,12 @@ class Bridge : public Listener {
 
   std::deque<std::pair<int, std::string>> acknowledgements_;  // with why it was not taken
   std::deque<Message> inbox_;
-  std::deque<Message> replies_;  // that nobody has to remember
+  std::deque<std::pair<Origin, std::string>> replies_;  // that nobody has to remember
 
   capi_watch watch_{};
+  unsigned causes_ = 0;  // of enum capi_topic: what is still to be looked at
   bool has_news_ = true;
+  std::string look_trouble_;  // the last, which is told once
   int64_t next_look_ = 0;
   int64_t next_event_ = 0;
   int64_t refresh_at_ = -1;
@@ -127,6 +139,7 @@ class Bridge : public Listener {
   Counters counters_;
   Counters written_;
   int64_t write_at_ = -1;
+  int64_t write_answers_at_ = -1;
 };
 
 }  // namespace tools::mqtt

@@ -2,8 +2,11 @@
 // SPDX-License-Identifier: MIT
 #include "client.h"
 
+#include <dirent.h>
+#include <fcntl.h>
 #include <mqtt_protocol.h>
 #include <sys/time.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -73,6 +76,10 @@ struct Freer {
   void operator()(void* memory) const { free(memory); }
 };
 
+struct DirectoryCloser {
+  void operator()(DIR* directory) const { closedir(directory); }
+};
+
 std::string text_property(const mosquitto_property* list, int name) {
   char* text = nullptr;
   if (mosquitto_property_read_string(list, name, &text, false) == nullptr) return "";
@@ -101,6 +108,18 @@ std::string password_in(const std::string& path) {
   std::string text = read_file(path);
   text.resize(std::min(text.find_first_of("\r\n"), text.size()));
   return text;
+}
+
+// The library's sockets would be those of the tools that are run, too, and one that hangs would
+// hold the connection open. It tells only of one of them; all else is closed there anyway.
+void close_at_exec() {
+  const int error = errno;
+  const std::unique_ptr<DIR, DirectoryCloser> directory(opendir("/proc/self/fd"));
+  while (const dirent* entry = directory ? readdir(directory.get()) : nullptr) {
+    const int fd = atoi(entry->d_name);
+    if (fd > STDERR_FILENO) fcntl(fd, F_SETFD, FD_CLOEXEC);
+  }
+  errno = error;
 }
 
 const char* or_null(const std::string& text) { return text.empty() ? nullptr : text.c_str(); }
@@ -158,9 +177,11 @@ bool Client::connect(const std::string& will_topic, const std::string& will) {
   properties.add_number(MQTT_PROP_SESSION_EXPIRY_INTERVAL, kSessionSeconds);
   properties.add_number(MQTT_PROP_MAXIMUM_PACKET_SIZE, kMaxPacket);
   const ConnectLimit limit(kSeconds);
-  return is_well(mosquitto_connect_bind_v5(client_.get(), options_.host.c_str(),
-                                           options_.port_to_use(), options_.keepalive, nullptr,
-                                           properties.get()));
+  const int result =
+      mosquitto_connect_bind_v5(client_.get(), options_.host.c_str(), options_.port_to_use(),
+                                options_.keepalive, nullptr, properties.get());
+  close_at_exec();
+  return is_well(result);
 }
 
 bool Client::service(bool is_readable, bool is_writable) {
@@ -187,7 +208,8 @@ int Client::publish(const Message& message) {
   const int result = mosquitto_publish_v5(
       client_.get(), &number, message.topic.c_str(), static_cast<int>(message.payload.size()),
       message.payload.data(), kQos, message.is_retained, properties.get());
-  return result == MOSQ_ERR_SUCCESS ? number : -1;
+  if (result == MOSQ_ERR_OVERSIZE_PACKET) return kTooLarge;
+  return result == MOSQ_ERR_SUCCESS ? number : kNotSent;
 }
 
 void Client::disconnect() {
@@ -211,6 +233,12 @@ std::string Client::reason_of(int result) const {
 void Client::take_connect(mosquitto*, void* object, int reason, int,
                           const mosquitto_property* properties) {
   Client& client = self(object);
+  uint16_t keepalive = 0;
+  if (mosquitto_property_read_int16(properties, MQTT_PROP_SERVER_KEEP_ALIVE, &keepalive, false) !=
+          nullptr &&
+      keepalive != 0) {
+    client.keepalive_ = std::min<int>(client.keepalive_, keepalive);
+  }
   if (reason == 0) return client.listener_.on_connected();
   client.trouble_ = "the broker refuses it: " + broker_reason(reason, properties);
 }

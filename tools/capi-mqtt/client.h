@@ -47,9 +47,15 @@ class Client {
   bool wants_write() const { return mosquitto_want_write(client_.get()); }
   bool service(bool is_readable, bool is_writable);
 
+  // How long may be silent: the broker may want less than the options say.
+  int keepalive() const { return keepalive_; }
+
   bool subscribe(const std::string& filter);
 
-  // With QoS 1. Returns the number by which it is acknowledged, or -1 when it cannot be sent.
+  // With QoS 1. Returns the number by which it is acknowledged, or one of these: the broker takes
+  // none of that size, or it cannot be sent.
+  static constexpr int kTooLarge = -2;
+  static constexpr int kNotSent = -1;
   int publish(const Message& message);
 
   // Says goodbye: the will is not published.
@@ -78,6 +84,7 @@ class Client {
 
   const Options& options_;
   Listener& listener_;
+  int keepalive_ = options_.keepalive;
   std::string trouble_;
   std::string tls_trouble_;
   std::unique_ptr<mosquitto, Deleter> client_;

@@ -77,12 +77,13 @@ void check_turn(const Request& request) {
                                            seconds_left(*change) + " s left"});
 }
 
-Outcome change(const Request& request, uint64_t generation) {
+// Others who take turns may have set something while this one waited for its own.
+Outcome change(const Request& request, const std::function<uint64_t()>& generation) {
   const std::vector<Setting> settings = settings_of(request);
-  check_generation(request, generation);
-  check_turn(request);
   need_lock(CAPI_LOCK_CONF_SHM);
   Turn turn(this_owner(), request.confirm_within);
+  check_generation(request, generation());
+  check_turn(request);
   turn.make(settings, request.is_applied);
   Outcome outcome;
   if (const pending::Change* waiting = turn.waiting()) outcome.waiting = *waiting;
@@ -147,7 +148,7 @@ Outcome post(const Request& request) {
 
 }  // namespace
 
-Outcome carry_out(const Request& request, uint64_t generation) try {
+Outcome carry_out(const Request& request, const std::function<uint64_t()>& generation) try {
   switch (request.command) {
     case Command::Set:
     case Command::Load:

@@ -5,6 +5,7 @@
 
 #include <pending.h>
 
+#include <functional>
 #include <optional>
 #include <vector>
 
@@ -18,8 +19,8 @@ struct Outcome {
   std::vector<Error> errors;  // of what was done in part
 };
 
-// All but Command::Refresh. "Generation" is that of the settings. Needs an Attachment. Throws a
-// Refusal.
-Outcome carry_out(const Request& request, uint64_t generation);
+// All but Command::Refresh. "Generation" looks for that of the settings. Needs an Attachment.
+// Throws a Refusal.
+Outcome carry_out(const Request& request, const std::function<uint64_t()>& generation);
 
 }  // namespace tools::mqtt

@@ -52,6 +52,11 @@ bool read_line(const std::string& line, Cursor& cursor) {
   for (size_t i = 0; i < std::size(kBoxes); ++i) {
     if (name == kBoxes[i]) in >> cursor.boxes[i].identity >> cursor.boxes[i].id;
   }
+  if (name == "event") {
+    in >> cursor.unacknowledged.name;
+    in.ignore();
+    std::getline(in, cursor.unacknowledged.text);
+  }
   return !in.fail();
 }
 
@@ -65,6 +70,8 @@ std::string text_of(const Cursor& cursor) {
   for (size_t i = 0; i < std::size(kBoxes); ++i) {
     out << kBoxes[i] << " " << cursor.boxes[i].identity << " " << cursor.boxes[i].id << "\n";
   }
+  const Event& event = cursor.unacknowledged;
+  if (!event.name.empty()) out << "event " << event.name << " " << event.text << "\n";
   out << kEnd << "\n";
   return out.str();
 }

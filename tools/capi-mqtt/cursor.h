@@ -12,8 +12,13 @@
 
 namespace tools::mqtt {
 
+struct Event {
+  std::string name;  // of its topic: "event/call"
+  std::string text;
+};
+
 struct Cursor {
-  uint64_t seq = 0;  // of the last event that was acknowledged
+  uint64_t seq = 0;  // of the last event
 
   // Whether they were told at all: what happened while they were not is not told later.
   bool tells_calls = false;
@@ -30,6 +35,10 @@ struct Cursor {
     uint64_t id = 0;
   };
   Box boxes[2];
+
+  // The last event until it is acknowledged: should it have arrived, no other one may have its
+  // number. Without a name for none.
+  Event unacknowledged;
 };
 
 // A text of lines, the last of which tells that none is missing.

@@ -17,6 +17,9 @@
 namespace tools::mqtt {
 namespace {
 
+// Nobody waits for these documents: who cannot have one soon tries again.
+constexpr int kLockPatienceMs = 100;
+
 Json json_of(const Table& table) { return Json(to_json(table)); }
 
 void add(cJSON* object, const char* name, Json json) {
@@ -59,11 +62,10 @@ Json device(const cfg_shared_record& record) {
   return json;
 }
 
-// What is known of the SIM is kept in files under this lock, and not told while somebody holds it
-// for long.
+// What is known of the SIM is kept in files under this lock, and not told while somebody holds it.
 Json sim() {
   Json json(cJSON_CreateObject());
-  if (!await_lock(CAPI_LOCK_VOP_RUN_INFO, Patience::Short)) return nullptr;
+  if (!await_lock(CAPI_LOCK_VOP_RUN_INFO, kLockPatienceMs)) return nullptr;
   add(json.get(), "sim", json_of(sim_table()));
   return json;
 }
@@ -95,7 +97,7 @@ std::optional<pending::Change> change_that_waits() {
 Json alerts(const cfg_shared_record& record) {
   std::vector<Table> status = {adapter_table(), device_table(record), line_table(record),
                                registration_table(record), store_table()};
-  if (!await_lock(CAPI_LOCK_VOP_RUN_INFO, Patience::Short)) return nullptr;
+  if (!await_lock(CAPI_LOCK_VOP_RUN_INFO, kLockPatienceMs)) return nullptr;
   status.push_back(sim_table());
   Json json(cJSON_CreateObject());
   add(json.get(), "alerts", json_of(alert_table(alerts_of(status, change_that_waits()))));
@@ -145,7 +147,10 @@ uint64_t mark_of(const std::string& text) {
 }  // namespace
 
 Documents::Documents(const Options& options)
-    : options_(options), topics_(state_topics(all_sections())), states_(topics_.size()) {}
+    : options_(options),
+      topics_(state_topics(all_sections())),
+      states_(topics_.size()),
+      generations_(options.state + "/generation") {}
 
 Json Documents::content_of(const StateTopic& topic) const {
   switch (topic.kind) {
@@ -169,14 +174,18 @@ Json Documents::content_of(const StateTopic& topic) const {
   return section(*record_, topic.section, generation_);
 }
 
-// A content that cannot be had now is told when it can.
-bool Documents::is_new(size_t topic, int64_t now) {
-  const Json content = content_of(topics_[topic]);
-  if (!content) return false;
+// Whether it is another one than before.
+bool Documents::note(size_t topic, const Json& content, int64_t now) {
   const uint64_t mark = mark_of(printed(content));
   if (mark == states_[topic].mark) return false;
   states_[topic] = {mark, now};
   return true;
+}
+
+// A content that cannot be had now may be: text() will see.
+bool Documents::is_new(size_t topic, int64_t now) {
+  const Json content = content_of(topics_[topic]);
+  return !content || note(topic, content, now);
 }
 
 void Documents::add_section(const std::string& section, int64_t now, std::vector<size_t>& changed) {
@@ -197,14 +206,14 @@ void Documents::look_at_settings(const cfg_shared_record& before, int64_t now,
   }
 }
 
-std::vector<size_t> Documents::look(unsigned causes, uint64_t generation, int64_t now) {
+std::vector<size_t> Documents::look(unsigned causes, int64_t now) {
   std::vector<size_t> changed;
   const auto before = std::make_unique<cfg_shared_record>(*record_);
   if (capi_live_refresh(record_.get(), &record_generation_) < 0) {
     throw Failure("the shared record cannot be read");
   }
   if (!is_first_) look_at_settings(*before, now, changed);
-  if (is_first_ || !changed.empty()) generation_ = generation;
+  if (is_first_ || !changed.empty()) generation_ = generations_.next(now);
   for (size_t i = 0; i < topics_.size(); ++i) {
     const bool is_section = topics_[i].kind == Kind::Section;
     if (is_first_ && is_section) states_[i].at = now;
@@ -224,9 +233,10 @@ std::vector<size_t> Documents::look_at_change(int64_t now) {
   return changed;
 }
 
-std::string Documents::text(size_t topic) const {
+std::string Documents::text(size_t topic, int64_t now) {
   const Json json = content_of(topics_[topic]);
   if (!json) return "";
+  if (topics_[topic].kind != Kind::Section) note(topic, json, now);
   cJSON_AddStringToObject(json.get(), "at", time_text(states_[topic].at).c_str());
   return printed(json);
 }

@@ -3,6 +3,7 @@
 #include "events.h"
 
 #include <call_tables.h>
+#include <files.h>
 #include <locks.h>
 #include <messages.h>
 #include <sms_check.h>
@@ -10,10 +11,16 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstring>
 #include <memory>
+
+#include "log.h"
 
 namespace tools::mqtt {
 namespace {
+
+constexpr char kCallEvent[] = "event/call";
+constexpr char kMessageEvent[] = "event/message";
 
 const Store& store_of(int selector) {
   return selector == CAPI_SMS_RECEIVED ? kReceivedMessages : kSentMessages;
@@ -54,7 +61,15 @@ Events::Events(const Options& options) : options_(options), path_(options.state 
   }
   cursor_.tells_calls = options.tells_calls;
   cursor_.tells_messages = options.tells_messages;
+  drop_unwanted();
   if (text_of(cursor_) != text) save();
+}
+
+// Nobody asks for it any more.
+void Events::drop_unwanted() {
+  Event& event = cursor_.unacknowledged;
+  const bool is_wanted = event.name == kCallEvent ? options_.tells_calls : options_.tells_messages;
+  if (!is_wanted) event = {};
 }
 
 void Events::skip_calls() {
@@ -70,21 +85,26 @@ void Events::skip_messages(int selector) {
   for (const StoredMessage& message : messages_of(content)) box.id = std::max(box.id, message.id);
 }
 
-void Events::save() const { replace_file(path_, text_of(cursor_), 0600); }
+// What cannot be kept is known as long as this process lives: all is told, if after a restart
+// again.
+void Events::save() const {
+  const int error = files::replace(path_, text_of(cursor_), 0600);
+  if (error != 0) log(path_ + " cannot be written: " + strerror(error));
+}
 
-std::optional<Event> Events::next_call(Cursor& behind) {
+std::optional<Event> Events::next_call() {
   const CallList list = read_call_list();
   const size_t first = first_new(list, cursor_);
   if (first >= list.calls.size()) return std::nullopt;
   const capi_call_log_record& call = list.calls[first];
-  pass(behind, call);
+  pass(cursor_, call);
   const Json rows(to_json(call_table({call})));
   const Json event(cJSON_CreateObject());
   cJSON_AddItemToObject(event.get(), "call", cJSON_DetachItemFromArray(rows.get(), 0));
-  return Event{"event/call", printed(event)};
+  return Event{kCallEvent, printed(event)};
 }
 
-std::optional<Event> Events::next_message(int selector, Cursor& behind) {
+std::optional<Event> Events::next_message(int selector) {
   std::string content;
   if (!read_box(selector, content)) return std::nullopt;
   const uint64_t identity = identity_in(content);
@@ -96,38 +116,39 @@ std::optional<Event> Events::next_message(int selector, Cursor& behind) {
     if (id_of(row) >= least && (next == nullptr || id_of(row) < id_of(next))) next = row;
   }
   if (next == nullptr) return std::nullopt;
-  behind.boxes[selector] = {identity, static_cast<uint64_t>(id_of(next))};
+  cursor_.boxes[selector] = {identity, static_cast<uint64_t>(id_of(next))};
   const Json event(cJSON_CreateObject());
   cJSON_AddStringToObject(event.get(), "box", kMessageBoxes[selector]);
   cJSON_AddItemToObject(event.get(), "message", cJSON_Duplicate(next, 1));
-  return Event{"event/message", printed(event)};
+  return Event{kMessageEvent, printed(event)};
 }
 
 std::optional<Event> Events::next(const std::string& boot, int64_t now) {
+  if (!cursor_.unacknowledged.name.empty()) return cursor_.unacknowledged;
   std::optional<Event> event;
-  behind_ = cursor_;
   if (options_.tells_calls) {
     if (!await_lock(CAPI_LOCK_CALL_LOG, Patience::Short)) return event;
-    event = next_call(behind_);
+    event = next_call();
   }
   if (options_.tells_messages && !event) {
     if (!await_lock(CAPI_LOCK_VOICE_SMS, Patience::Short)) return event;
-    event = next_message(CAPI_SMS_RECEIVED, behind_);
-    if (!event) event = next_message(CAPI_SMS_SENT, behind_);
+    event = next_message(CAPI_SMS_RECEIVED);
+    if (!event) event = next_message(CAPI_SMS_SENT);
   }
   may_have_news_ = event.has_value();
   if (!event) return event;
-  ++behind_.seq;
   const Json json(cJSON_Parse(event->text.c_str()));
-  cJSON_AddNumberToObject(json.get(), "seq", static_cast<double>(behind_.seq));
+  cJSON_AddNumberToObject(json.get(), "seq", static_cast<double>(++cursor_.seq));
   cJSON_AddStringToObject(json.get(), "boot", boot.c_str());
   cJSON_AddStringToObject(json.get(), "at", time_text(now).c_str());
   event->text = printed(json);
+  cursor_.unacknowledged = *event;
+  save();
   return event;
 }
 
 void Events::told() {
-  cursor_ = behind_;
+  cursor_.unacknowledged = {};
   save();
 }
 

@@ -7,7 +7,19 @@
 namespace tools::mqtt {
 
 void Outbox::mark_all() {
-  for (Topic& topic : topics_) topic.is_dirty = true;
+  for (Topic& topic : topics_) {
+    if (topic.is_put_off) topic = {};
+    topic.is_dirty = true;
+  }
+}
+
+void Outbox::put_off(size_t topic, int64_t until) { topics_[topic] = {true, true, until}; }
+
+void Outbox::refused(int message, int64_t until) {
+  const auto found = in_flight_.find(message);
+  if (found == in_flight_.end()) return;
+  if (found->second != kNoTopic) put_off(found->second, until);
+  in_flight_.erase(found);
 }
 
 std::optional<size_t> Outbox::take(int64_t now) {
@@ -15,13 +27,13 @@ std::optional<size_t> Outbox::take(int64_t now) {
   const auto ready = std::ranges::find_if(
       topics_, [&](const Topic& topic) { return topic.is_dirty && topic.next <= now; });
   if (ready == topics_.end()) return std::nullopt;
-  ready->is_dirty = false;
-  ready->next = now + kPauseMs;
+  *ready = {false, false, now + kPauseMs};
   return static_cast<size_t>(ready - topics_.begin());
 }
 
 bool Outbox::is_dirty() const {
-  return std::ranges::any_of(topics_, [](const Topic& topic) { return topic.is_dirty; });
+  return std::ranges::any_of(
+      topics_, [](const Topic& topic) { return topic.is_dirty && !topic.is_put_off; });
 }
 
 int64_t Outbox::wait(int64_t now) const {

@@ -6,8 +6,8 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <map>
 #include <optional>
-#include <set>
 #include <vector>
 
 namespace tools::mqtt {
@@ -26,7 +26,10 @@ class Outbox {
   // all have been or have to wait, or too much is on its way.
   std::optional<size_t> take(int64_t now);
 
-  // Whether anything waits to be sent.
+  // It cannot be told now, but after this time; nobody waits for it.
+  void put_off(size_t topic, int64_t until);
+
+  // Whether anything waits to be sent, but what was put off.
   bool is_dirty() const;
 
   // How long until take() may have one; -1 where only news or an acknowledgement can change that.
@@ -34,8 +37,12 @@ class Outbox {
 
   // What the broker has not acknowledged yet, all topics and other messages alike.
   bool has_room() const { return in_flight_.size() < kMostInFlight; }
-  void sent(int message) { in_flight_.insert(message); }
+  static constexpr size_t kNoTopic = SIZE_MAX;
+  void sent(int message, size_t topic = kNoTopic) { in_flight_[message] = topic; }
   void acknowledged(int message) { in_flight_.erase(message); }
+
+  // The broker did not take it: if it is of a topic, that is told again after this time.
+  void refused(int message, int64_t until);
   size_t in_flight() const { return in_flight_.size(); }
 
   // The connection is gone: nothing is on its way, and everything is to be said again.
@@ -44,10 +51,11 @@ class Outbox {
  private:
   struct Topic {
     bool is_dirty = true;
+    bool is_put_off = false;
     int64_t next = 0;  // not before this time
   };
   std::vector<Topic> topics_;
-  std::set<int> in_flight_;
+  std::map<int, size_t> in_flight_;  // message to topic
 };
 
 }  // namespace tools::mqtt

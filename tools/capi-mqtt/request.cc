@@ -107,6 +107,13 @@ bool take_expires(const cJSON* item, Request& request) {
   return request.expires.has_value();
 }
 
+// An empty one, as of a variable that is not set, would be all sections.
+bool take_keys(const cJSON* item, Request& request) {
+  constexpr size_t kMany = 1000;
+  return take_texts(item, 1, kMany, request.texts) &&
+         std::ranges::none_of(request.texts, &std::string::empty);
+}
+
 bool take_document(const cJSON* item, Request& request) {
   if (cJSON_IsObject(item)) request.document = printed(item);
   return !request.document.empty();
@@ -133,16 +140,14 @@ bool take_spread(const cJSON* item, Request& request) {
   return true;
 }
 
-constexpr size_t kMany = 1000;
-
 const Member kMembers[] = {
     {"id", kAny, kAny, "1 to 64 of A-Z a-z 0-9 . _ -", take_id},
     {"expires", kAny, 0, "a time as 2026-11-22T05:10:00Z", take_expires},
     {"set", bit(Command::Set), bit(Command::Set),
      "an object of keys with texts or whole numbers, as {\"sip_line_1.enable\": 1}", take_set},
     {"document", bit(Command::Load), bit(Command::Load), "an object of sections", take_document},
-    {"keys", bit(Command::Reset), bit(Command::Reset), "a list of keys and sections",
-     [](const cJSON* item, Request& request) { return take_texts(item, 1, kMany, request.texts); }},
+    {"keys", bit(Command::Reset), bit(Command::Reset), "a list of keys and sections, none empty",
+     take_keys},
     {"apply", kChanges, 0, "true or false",
      [](const cJSON* item, Request& request) {
        request.is_applied = cJSON_IsTrue(item) != 0;
@@ -252,13 +257,41 @@ void add_text(cJSON* object, const char* name, const std::string& text) {
   if (!text.empty()) cJSON_AddStringToObject(object, name, json_text(text).c_str());
 }
 
-void add_error(cJSON* errors, const Error& error) {
+// A requester's own words come back in errors, as a key that there is not, however long they are.
+std::string cut(const std::string& text) {
+  constexpr size_t kMost = 1024;
+  if (text.size() <= kMost) return text;
+  size_t end = kMost;
+  while (end > 0 && (static_cast<unsigned char>(text[end]) & 0xC0U) == 0x80U) --end;
+  return text.substr(0, end) + "...";
+}
+
+// Returns how long its texts are.
+size_t add_error(cJSON* errors, const Error& error) {
+  const std::pair<const char*, const std::string&> members[] = {{"code", error.code},
+                                                                {"message", error.message},
+                                                                {"key", error.key},
+                                                                {"allowed", error.allowed}};
   cJSON* json = cJSON_CreateObject();
-  add_text(json, "code", error.code);
-  add_text(json, "message", error.message);
-  add_text(json, "key", error.key);
-  add_text(json, "allowed", error.allowed);
+  size_t size = 0;
+  for (const auto& [name, text] : members) {
+    const std::string told = cut(json_text(text));
+    add_text(json, name, told);
+    size += told.size();
+  }
   cJSON_AddItemToArray(errors, json);
+  return size;
+}
+
+// With escapes a byte may become six.
+void add_errors(cJSON* json, const std::vector<Error>& all) {
+  constexpr size_t kMostErrors = 20;
+  constexpr size_t kMostText = 2048;
+  cJSON* errors = cJSON_AddArrayToObject(json, "errors");
+  size_t size = 0;
+  for (size_t i = 0; i < std::min(all.size(), kMostErrors) && size < kMostText; ++i) {
+    size += add_error(errors, all[i]);
+  }
 }
 
 }  // namespace
@@ -301,7 +334,6 @@ Request parse_request(const std::string& command, std::string_view payload) {
 }
 
 std::string text_of(const Answer& answer, int64_t now) {
-  constexpr size_t kMostErrors = 20;
   const Json json(cJSON_CreateObject());
   if (answer.id.empty()) {
     cJSON_AddNullToObject(json.get(), "id");
@@ -312,16 +344,19 @@ std::string text_of(const Answer& answer, int64_t now) {
   add_text(json.get(), "status", name_of(answer.status));
   add_text(json.get(), "at", time_text(now));
   cJSON_AddNumberToObject(json.get(), "generation", static_cast<double>(answer.generation));
-  if (!answer.errors.empty()) {
-    cJSON* errors = cJSON_AddArrayToObject(json.get(), "errors");
-    const size_t count = std::min(answer.errors.size(), kMostErrors);
-    for (size_t i = 0; i < count; ++i) add_error(errors, answer.errors[i]);
-  }
+  if (!answer.errors.empty()) add_errors(json.get(), answer.errors);
   if (!answer.pending.empty()) {
     cJSON* pending = cJSON_AddObjectToObject(json.get(), "pending");
     add_text(pending, "id", answer.pending);
     add_text(pending, "deadline", time_text(answer.deadline));
   }
+  return printed(json.get());
+}
+
+std::string shortened(const std::string& answer) {
+  const Json json(cJSON_Parse(answer.c_str()));
+  cJSON_DeleteItemFromObject(json.get(), "errors");
+  add_errors(json.get(), {{"too_large", "the broker takes no answer of this length"}});
   return printed(json.get());
 }
 

@@ -18,6 +18,7 @@ constexpr size_t kMaxPayload = 65536;
 constexpr int kMaxDepth = 8;
 constexpr int kMaxConfirmWithin = 86400;
 constexpr int kMaxSpread = 30;
+constexpr size_t kMaxCorrelation = 256;
 
 enum class Command { Set, Load, Reset, StackFile, Signal, Confirm, Cancel, Refresh };
 constexpr size_t kCommandCount = 8;
@@ -87,8 +88,12 @@ std::string id_of(std::string_view payload);
 // Throws a Refusal.
 Request parse_request(const std::string& command, std::string_view payload);
 
-// The answer as JSON. Of very many errors the first ones are told.
+// The answer as JSON, of at most 32768 bytes: of very many errors the first ones are told, and of
+// very long texts the beginnings.
 std::string text_of(const Answer& answer, int64_t now);
+
+// The same with one error instead of all that it has, for a broker that takes no more.
+std::string shortened(const std::string& answer);
 
 // The seconds since 1970 of "2026-11-22T05:10:00Z"; none for another text.
 std::optional<int64_t> time_of(const std::string& text);

@@ -8,8 +8,10 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 #include <vector>
 
+#include "log.h"
 #include "text.h"
 
 namespace tools::mqtt {
@@ -17,8 +19,8 @@ namespace {
 
 constexpr char kTitle[] = "capi-mqtt-requests 1\n";
 
-// What is forgotten stays in the file until that has this size.
-constexpr off_t kMaxSize = 262144;
+// What is forgotten stays in the file until that has this size, or twice that of what is not.
+constexpr off_t kLeastLimit = 262144;
 
 std::string hex_of(std::string_view text) {
   constexpr char kDigits[] = "0123456789abcdef";
@@ -61,8 +63,23 @@ std::string_view take_word(std::string_view& line) {
 }  // namespace
 
 RequestLog::RequestLog(std::string path) : path_(std::move(path)) {
-  if (access(path_.c_str(), F_OK) != 0) replace_file(path_, kTitle, 0600);
-  read();
+  const bool is_there = access(path_.c_str(), F_OK) == 0;
+  const int error = is_there ? 0 : files::replace(path_, kTitle, 0600);
+  const std::string trouble = path_ + " cannot be written: " + strerror(error);
+  if (error == ENOSPC || error == EDQUOT) {
+    log(trouble);
+  } else if (error != 0) {
+    throw Failure(trouble);
+  } else {
+    read();
+  }
+}
+
+void RequestLog::begin_anew() {
+  replace_file(path_, kTitle, 0600);
+  open_file();
+  size_ = sizeof kTitle - 1;
+  limit_ = kLeastLimit;
 }
 
 void RequestLog::open_file() {
@@ -73,14 +90,16 @@ void RequestLog::open_file() {
 
 // What a power cut has left of the last line goes, or the next one would be a part of it.
 void RequestLog::read() {
-  std::string content = read_file(path_);
-  if (!content.starts_with(kTitle)) {
-    // Nobody knows what was carried out, as after the loss of the file.
-    replace_file(path_, kTitle, 0600);
-    content = kTitle;
+  std::string content;
+  if (!read_file(path_, content)) {
+    if (errno != EFBIG) throw Failure(path_ + " cannot be read: " + strerror(errno));
+    content.clear();
   }
+  // Of what is none of ours nobody knows what was carried out, as after the loss of the file.
+  if (!content.starts_with(kTitle)) return begin_anew();
   open_file();
   size_ = read_lines(content);
+  limit_ = kLeastLimit;
   if (ftruncate(file_->get(), size_) != 0) {
     throw Failure(path_ + " cannot be written: " + strerror(errno));
   }
@@ -162,7 +181,9 @@ void RequestLog::append(const std::string& line, bool is_synced) {
 }
 
 void RequestLog::start(const std::string& id, const std::string& command, const Origin& origin) {
-  if (size_ > kMaxSize) shorten();
+  if (!file_) begin_anew();
+  write_unwritten();
+  if (size_ > limit_) shorten();
   const Entry entry{id, command, origin, State::Started};
   append(line_of_start(entry), true);
   entries_.push_back(entry);
@@ -172,19 +193,48 @@ void RequestLog::start(const std::string& id, const std::string& command, const 
 void RequestLog::finish(const std::string& id, const std::string& answer) {
   Entry* entry = find_entry(id);
   if (entry == nullptr) return;
-  const std::string head = "answer " + id + " ";
-  const off_t at = size_ + static_cast<off_t>(head.size());
-  append(head + answer + "\n", true);
   entry->state = State::Answered;
-  entry->answer_at = at;
-  entry->answer_size = answer.size();
+  entry->unwritten = answer;
+  try {
+    write_answer(*entry);
+  } catch (const Failure& failure) {
+    log(failure.what());
+  }
+}
+
+void RequestLog::write_answer(Entry& entry) {
+  const std::string head = "answer " + entry.id + " ";
+  const off_t at = size_ + static_cast<off_t>(head.size());
+  append(head + entry.unwritten + "\n", true);
+  entry.answer_at = at;
+  entry.answer_size = entry.unwritten.size();
+  entry.unwritten.clear();
+  if (entry.is_told) write_told(entry);
+}
+
+void RequestLog::write_told(const Entry& entry) {
+  try {
+    append("told " + entry.id + "\n", false);
+  } catch (const Failure& failure) {
+    log(failure.what());
+  }
+}
+
+bool RequestLog::has_unwritten() const {
+  return std::ranges::any_of(entries_, [](const Entry& entry) { return !entry.unwritten.empty(); });
+}
+
+void RequestLog::write_unwritten() {
+  for (Entry& entry : entries_) {
+    if (!entry.unwritten.empty()) write_answer(entry);
+  }
 }
 
 void RequestLog::told(const std::string& id) {
   Entry* entry = find_entry(id);
   if (entry == nullptr || entry->is_told) return;
   entry->is_told = true;
-  append("told " + id + "\n", false);
+  if (entry->unwritten.empty()) write_told(*entry);
 }
 
 const RequestLog::Entry* RequestLog::unfinished() const {
@@ -193,6 +243,7 @@ const RequestLog::Entry* RequestLog::unfinished() const {
 }
 
 std::string RequestLog::answer_of(const Entry& entry) const {
+  if (!entry.unwritten.empty()) return entry.unwritten;
   std::string answer(entry.answer_size, '\0');
   const ssize_t size = pread(file_->get(), answer.data(), answer.size(), entry.answer_at);
   if (size != static_cast<ssize_t>(answer.size())) {
@@ -217,6 +268,7 @@ void RequestLog::shorten() {
   open_file();
   entries_ = std::move(entries);
   size_ = static_cast<off_t>(content.size());
+  limit_ = std::max(kLeastLimit, size_ * 2);
 }
 
 }  // namespace tools::mqtt

@@ -27,7 +27,7 @@ class RequestLog {
   static constexpr size_t kKept = 256;
 
   // Reads what a former process has left, whatever became of that. Throws a Failure where the file
-  // cannot be used.
+  // cannot be used; but where it is missing and there is no room for one, start() will.
   explicit RequestLog(std::string path);
 
   enum class State : uint8_t { Unknown, Started, Answered };
@@ -36,10 +36,15 @@ class RequestLog {
   // Before anything is done about it; on the medium when this returns. Throws a Failure.
   void start(const std::string& id, const std::string& command, const Origin& origin);
 
-  // The answer, which is JSON without line ends. Throws a Failure.
+  // The answer, which is JSON without line ends. While there is no room for it, it is kept in
+  // memory; nothing is started before it has been written.
   void finish(const std::string& id, const std::string& answer);
 
-  // The broker has it. Forgotten by a crash, which costs a second message.
+  // Whether there are answers in memory, and an attempt to write them. Throws a Failure.
+  bool has_unwritten() const;
+  void write_unwritten();
+
+  // The broker has it. Forgotten by a crash or a full disk, which costs a second message.
   void told(const std::string& id);
 
   struct Entry {
@@ -50,6 +55,7 @@ class RequestLog {
     bool is_told = false;
     off_t answer_at = 0;  // where it stands in the file
     size_t answer_size = 0;
+    std::string unwritten = {};  // the answer until it stands there
   };
 
   // What is known, the oldest first.
@@ -63,11 +69,14 @@ class RequestLog {
 
  private:
   Entry* find_entry(std::string_view id);
+  void begin_anew();
   void read();
   off_t read_lines(const std::string& content);
   bool read_line(std::string_view line, off_t at);
   void open_file();
   void append(const std::string& line, bool is_synced);
+  void write_answer(Entry& entry);
+  void write_told(const Entry& entry);
   void forget_oldest();
   void shorten();
   static std::string line_of_start(const Entry& entry);
@@ -75,6 +84,7 @@ class RequestLog {
   std::string path_;
   std::unique_ptr<files::Descriptor> file_;
   off_t size_ = 0;
+  off_t limit_ = 0;
   std::deque<Entry> entries_;
 };
 

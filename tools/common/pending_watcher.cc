@@ -17,9 +17,12 @@ namespace {
 
 constexpr int kAck = STDERR_FILENO + 1;
 
-// Away from the terminal, from whoever started it, and from all that they have open.
+// Away from the terminal, from whoever started it, and from all that they have open or block.
 void leave(int ack) {
   setsid();
+  sigset_t none;
+  sigemptyset(&none);
+  sigprocmask(SIG_SETMASK, &none, nullptr);
   signal(SIGHUP, SIG_IGN);
   signal(SIGPIPE, SIG_IGN);
   if (chdir("/") != 0) _exit(1);
