@@ -232,7 +232,22 @@ said=$(capictl config get sip_line_1.display_name)
 [ "$said" = Kitchen ] || fail "capictl said \"$said\""
 check_keys_clients
 
-quietly "${dpkg[@]}" --purge capi-mqtt capi-web libcapi-doc capi-simulator capictl libcapi-keys-dev libcapi-keys0 libcapi-dev libcapi0
+# A change that waits, with a password in it, stays as long as there is a program that can settle it.
+capictl config set sip_line_1.auth_password tulip-47
+capictl config set sip_line_1.auth_password tulip-48 --apply --confirm-within 600 >log 2>&1 ||
+  fail "a change that waits cannot be made: $(cat log)"
+changes=$root/var/lib/capi
+[ -z "$root" ] || cp -r /var/lib/capi "$root/var/lib"
+touch "$changes"/{pending.new,outcome,outcome.new} "$root"/etc/capi/{web.password,settings.d/local.settings}{,.new}
+quietly "${dpkg[@]}" --purge capi-simulator capictl
+quietly "${dpkg[@]}" --purge capi-mqtt
+grep -q tulip-47 "$changes/pending" || fail 'the change that waits is gone with the first program'
+quietly "${dpkg[@]}" --purge capi-web
+[ -z "$root" ] || rm -r /var/lib/capi # for whoever watches the change
+[ ! -e "$changes" ] || fail "this outlives all programs: $(ls "$changes")"
+[ ! -e "$root/etc/capi" ] || fail "this outlives all programs: $(ls -R "$root/etc/capi")"
+
+quietly "${dpkg[@]}" --purge libcapi-doc libcapi-keys-dev libcapi-keys0 libcapi-dev libcapi0
 for package in "${packages[@]}"; do
   dpkg-deb --contents "$package" | sed -n 's|^[^d].* \./\([a-z]*/[^ ]*\).*|/\1|p'
 done >files
