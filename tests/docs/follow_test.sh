@@ -47,7 +47,10 @@ use_packages() {
   chmod +x script/package /tmp/bin/apt
   (cd build/package && cpack -G DEB --config "$build/CPackConfig.cmake" -B "$PWD") >/tmp/log 2>&1 ||
     { cat /tmp/log; exit 1; }
+  installed >/tmp/before
 }
+
+installed() { dpkg-query --show --showformat '${Package} ${Version} ${Status}\n'; }
 
 case $stage in
   adapter)
@@ -60,4 +63,8 @@ case $stage in
   nothing) use_build ;;
   packages) use_packages ;;
 esac
-exec python3 "$source/tests/docs/follow.py" "$source/docs/$page.md" "$@"
+python3 "$source/tests/docs/follow.py" "$source/docs/$page.md" "$@"
+# Its reader had nothing installed, and is told how to have nothing installed again.
+if [ "$stage" = packages ]; then
+  installed | diff /tmp/before - || { echo "FAILED: these packages stay"; exit 1; }
+fi
