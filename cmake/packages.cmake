@@ -247,6 +247,8 @@ if(TARGET capi-mqtt)
     DESTINATION /usr/lib/systemd/system)
   install(FILES tools/capi-mqtt/mqtt.conf COMPONENT mqtt EXCLUDE_FROM_ALL
     DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/capi-mqtt/examples)
+  install(FILES tools/capi-mqtt/capi-mqtt.conf.5 COMPONENT mqtt EXCLUDE_FROM_ALL
+    DESTINATION ${CMAKE_INSTALL_MANDIR}/man5)
 endif()
 set(device ${CMAKE_CURRENT_SOURCE_DIR}/demo/device)
 install(PROGRAMS ${device}/usr/sbin/vsdk_cmd COMPONENT simulator EXCLUDE_FROM_ALL

@@ -66,6 +66,11 @@ while read -r page; do
   grep -q "\\\\fB\\(docs/\\)*$page\\\\fR" "$build"/man/tool/man5/* || fail "no page of section 5 leads to $page"
 done < <(grep -oE '\]\([^)#]+' "$source/docs/file-formats.md" | sed 's/.*[(/]//' | sort -u)
 
+# What people write of the broker is told name by name.
+while read -r name; do
+  grep -qE "^\.BR? ${name//-/\\\\?-}( |\$)" "$source/tools/capi-mqtt/capi-mqtt.conf.5" || fail "capi-mqtt.conf(5) has no $name"
+done < <(sed -n 's/^    {"\([a-z-]*\)", *\("[A-Z]*",.*\)*$/\1/p' "$source/tools/capi-mqtt/options.cc")
+
 # Without its function's comment there is no page.
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT

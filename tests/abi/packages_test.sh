@@ -141,7 +141,8 @@ for file in /usr/include/capi.h /usr/include/capi-keys.h /usr/bin/capictl \
   /usr/share/doc/libcapi-dev/html/index.html /usr/share/doc/libcapi-dev/docs/keys.md \
   /usr/share/doc/libcapi-dev/docs/settings.schema.json /usr/share/doc-base/libcapi-doc.capi \
   /usr/share/man/man3/capi_init.3capi.gz /usr/share/man/man3/capi_keys_check.3capi.gz \
-  /usr/share/man/man5/capi-settings.5.gz /usr/share/man/man7/capi.7.gz \
+  /usr/share/man/man5/capi-settings.5.gz /usr/share/man/man5/capi-mqtt.conf.5.gz \
+  /usr/share/man/man7/capi.7.gz \
   /usr/share/man/man8/capi-master.service.8.gz /usr/share/man/man8/capi-web.8.gz \
   /usr/share/man/man8/capi-mqtt.8.gz; do
   [ -e "$root$file" ] || fail "$file is not installed"
