@@ -148,17 +148,14 @@ for file in /usr/include/capi.h /usr/include/capi-keys.h /usr/bin/capictl \
   [ -e "$root$file" ] || fail "$file is not installed"
 done
 
-# Links from page to page hold; those to the sources cannot.
+# Links from page to page hold here, too.
 doc=$root/usr/share/doc/libcapi-dev
 grep -oE '\]\([^):#]+' "$doc"/*.md "$doc"/docs/*.md | grep -v '(https$' | sort -u >links
 while IFS= read -r link; do
   page=${link%%:*} target=${link##*](}
   [ -e "${page%/*}/$target" ] || echo "${page##*/}: $target"
 done <links >broken
-diff broken - <<END || fail 'other links than these lead nowhere'
-key-meanings.md: ../tests/keys/golden/meanings.txt
-porting.md: ../demo/device
-END
+[ ! -s broken ] || fail "these links lead nowhere: $(cat broken)"
 
 # Compilers look there anyway.
 triplet=$("$c_compiler" -print-multiarch)

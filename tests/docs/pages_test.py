@@ -123,6 +123,10 @@ for page in ["README.md", "CONTRIBUTING.md"] + PAGES:
 for page in PAGES:
     if page != "docs/README.md" and f"]({os.path.basename(page)})" not in index:
         faults.append(f"docs/README.md does not lead to {page}")
+for folder in sorted(os.listdir(source)):
+    if os.path.isdir(f"{source}/{folder}") and folder != "build" and not folder.startswith("."):
+        if f"\n| `{folder}/` |" not in text_of("README.md"):
+            faults.append(f"README.md does not tell of {folder}/")
 if text_of("README.md").split("\n```\n")[0].count("\n") >= SCREEN:
     faults.append("README.md has no command on its first screen")
 print("\n".join("FAILED: " + fault for fault in faults) or f"{len(PAGES)} pages are as they should be")
