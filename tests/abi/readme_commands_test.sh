@@ -63,6 +63,7 @@ done <commands
 [ "$(cat log)" = Kitchen ] || fail "capictl said $(cat log)"
 
 # What was installed goes again, as it tells.
+# shellcheck disable=SC2016
 way_back=$(grep -o '`sudo xargs rm[^`]*`' README.md | tr -d '`')
 [ -e /usr/local/include/capi.h ] || fail 'the library is not in /usr/local'
 bash -euc "$way_back" || fail "$way_back"
