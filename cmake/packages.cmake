@@ -35,6 +35,10 @@ set(keys_library libcapi-keys${PROJECT_VERSION_MAJOR})
 set(this_version "(= ${PROJECT_VERSION})")
 set(these_keys "${keys_library} ${this_version}")
 
+# What several packages' scripts do: @forget_changes@ in them.
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS cmake/debian/forget-changes)
+file(READ cmake/debian/forget-changes forget_changes)
+
 # capi_package(COMPONENT PACKAGE SECTION section DESCRIPTION text [DEPENDS packages]
 #   [MULTI_ARCH same | foreign] [FOR_ALL] [CONTROL directory])
 # The package of a component. MULTI_ARCH is "same" where those of two architectures are installed
@@ -64,7 +68,9 @@ macro(capi_package component package)
   endif()
   foreach(file IN ITEMS postinst prerm postrm conffiles triggers)
     if(EXISTS ${control}/${file})
-      list(APPEND ${prefix}_PACKAGE_CONTROL_EXTRA ${control}/${file})
+      set(configured ${CMAKE_CURRENT_BINARY_DIR}/debian/${package}/${file})
+      configure_file(${control}/${file} ${configured} @ONLY)
+      list(APPEND ${prefix}_PACKAGE_CONTROL_EXTRA ${configured})
     endif()
   endforeach()
 
@@ -241,6 +247,8 @@ if(TARGET capi-mqtt)
     DESTINATION /usr/lib/systemd/system)
   install(FILES tools/capi-mqtt/mqtt.conf COMPONENT mqtt EXCLUDE_FROM_ALL
     DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/capi-mqtt/examples)
+  install(FILES tools/capi-mqtt/capi-mqtt.conf.5 COMPONENT mqtt EXCLUDE_FROM_ALL
+    DESTINATION ${CMAKE_INSTALL_MANDIR}/man5)
 endif()
 set(device ${CMAKE_CURRENT_SOURCE_DIR}/demo/device)
 install(PROGRAMS ${device}/usr/sbin/vsdk_cmd COMPONENT simulator EXCLUDE_FROM_ALL

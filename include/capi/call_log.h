@@ -118,7 +118,10 @@ CAPI_LAYOUT_ASSERT(sizeof(struct capi_call_log_image) == 62444, call_log_image);
  */
 int capi_voip_init_call_log_file(void);
 
-/* The same, with a missing file taken for a damaged one. */
+/*
+ * Does what capi_voip_init_call_log_file() does, with a missing file taken for a damaged one.
+ * Returns 0, or -1 when the file cannot be created or looked at.
+ */
 int capi_voip_verify_call_log_file(void);
 
 /* Removes the file: all calls fail until the next init. Returns 0. */

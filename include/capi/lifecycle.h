@@ -29,7 +29,10 @@ typedef int (*capi_init_override_cb)(struct cfg_shared_record *record);
 typedef int (*capi_cs_reg_stat_cb)(int line, struct capi_line_cs_reg_stat *stored,
                                    struct cfg_shared_record *segment, int position);
 
-/* The same for the SIP registration of a line (0 or 1) on a voice stack (0 to 4). */
+/*
+ * Called as capi_cs_reg_stat_cb is, for the SIP registration of a line (0 or 1) on a voice stack (0
+ * to 4).
+ */
 typedef int (*capi_reg_stat_cb)(int line, int stack, struct capi_line_reg_stat *stored);
 
 /* An array of three function pointers, each of which may be null. */

@@ -114,7 +114,7 @@ CAPI_LIVE_GETTER(sim_info, SIM_INFO)
 CAPI_LIVE_GETTER(hw_info, HW_INFO)
 CAPI_LIVE_GETTER(serving_cell, SERVING_CELL)
 CAPI_LIVE_GETTER(lte_net_info, LTE_NET_INFO)
-/* Of line 0 or 1, as capi_get_runtime_line_cs_reg_stat(). */
+/* capi_get_runtime_line_cs_reg_stat() without lock and log line, of line 0 or 1. */
 static inline int capi_live_get_line_cs_reg_stat(int line, struct capi_line_cs_reg_stat *record) {
   return capi_live_read(CAPI_RECORD_CS_REG_STAT, line + 1, record, sizeof(*record));
 }

@@ -23,8 +23,8 @@ CAPI_BEGIN_DECLS
 int capi_set_runtime_line_reg_stat(int line, struct capi_line_reg_stat *record, int stack);
 
 /*
- * Reads it, with duration and texts filled in. What was never published reads as unregistered for a
- * network failure.
+ * Reads the SIP registration of a line on a stack, with duration and texts filled in. What was
+ * never published reads as unregistered for a network failure.
  */
 int capi_get_runtime_line_reg_stat(int line, struct capi_line_reg_stat *record, int stack);
 

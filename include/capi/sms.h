@@ -174,7 +174,10 @@ typedef int (*capi_sms_dump_cb)(const struct capi_sms_record *record, void *cont
  */
 int capi_voip_sms_dump(int selector, capi_sms_dump_cb callback, void *context);
 
-/* Does so for the received messages, then for the sent ones. Returns 0 whatever came of it. */
+/*
+ * Hands every message to "callback" as capi_voip_sms_dump() does, the received ones, then the sent
+ * ones. Returns 0 whatever came of it.
+ */
 int capi_voip_sms_dump_all(capi_sms_dump_cb callback, void *context);
 
 /*

@@ -168,8 +168,8 @@ int waitor_get(waitor_t *waitor);
 int waitor_waitfor(waitor_t *waitor);
 
 /*
- * The same: the time bounds each wait inside, not the call. Once it is over, the call keeps looking
- * at the value without a pause.
+ * Waits as waitor_waitfor() does, without limit: the time bounds each wait inside, not the call.
+ * Once it is over, the call keeps looking at the value without a pause.
  */
 int waitor_waitfor_timeout(waitor_t *waitor, int milliseconds);
 

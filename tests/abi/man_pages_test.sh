@@ -55,6 +55,22 @@ said=$(groff -ww -t -man -Tutf8 "${pages[@]}" 2>&1 >/dev/null) || true
 mandoc -T lint -W warning "${pages[@]}" || fail 'mandoc is not content'
 lexgrog "${pages[@]}" >"$build/whatis" || fail "whatis finds no line in $(grep failed "$build/whatis")"
 
+# The overview has all rules, and leads to every function; of the formats no link is lost.
+overview=$build/man/dev/man7/capi.7
+rules=$(grep -cE '^ \* ? ?[0-9]+\. ' "$source/include/capi.h")
+[ "$(grep -oE '^\.IP [0-9]+\.' "$overview")" = "$(seq -f '.IP %g.' "$rules")" ] || fail 'capi(7) has not all rules'
+missing=$(comm -23 <(cat "$build"/man/*/man3/*.3capi | sed -n 's/^\.TH \([^ ]*\) .*/\1/p' | sort) \
+  <(sed -n 's/^\.BR \([^ ]*\) (3capi),*$/\1/p' "$overview" | sort))
+[ -z "$missing" ] || fail "capi(7) does not lead to $missing"
+while read -r page; do
+  grep -q "\\\\fB\\(docs/\\)*$page\\\\fR" "$build"/man/tool/man5/* || fail "no page of section 5 leads to $page"
+done < <(grep -oE '\]\([^)#]+' "$source/docs/file-formats.md" | sed 's/.*[(/]//' | sort -u)
+
+# What people write of the broker is told name by name.
+while read -r name; do
+  grep -qE "^\.BR? ${name//-/\\\\?-}( |\$)" "$source/tools/capi-mqtt/capi-mqtt.conf.5" || fail "capi-mqtt.conf(5) has no $name"
+done < <(sed -n 's/^    {"\([a-z-]*\)", *\("[A-Z]*",.*\)*$/\1/p' "$source/tools/capi-mqtt/options.cc")
+
 # Without its function's comment there is no page.
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
@@ -66,5 +82,12 @@ cp "$source/docs/file-formats.md" "$scratch/docs"
 sed -i 's/ Takes no lock\.//; s/Takes no$/Takes/' "$scratch/include/capi/event.h"
 said=$("$source/docs/man-pages" "$scratch" "$scratch/man" 1.0 2>&1) && fail 'no lock is told, and nobody minds'
 [ "$said" = 'man-pages: nothing says which lock capi_convert_call_state_to_string() takes' ] ||
+  fail "docs/man-pages says: $said"
+
+# Nor is there one that says only that it is like another.
+cp "$source/include/capi/event.h" "$scratch/include/capi"
+sed -i 's/Returns the constant name of/The same for/' "$scratch/include/capi/event.h"
+said=$("$source/docs/man-pages" "$scratch" "$scratch/man" 1.0 2>&1) && fail 'a page may say "the same"'
+[[ $said == 'man-pages: what capi_convert_call_state_to_string() does is told by another comment: The same'* ]] ||
   fail "docs/man-pages says: $said"
 [ $failures -eq 0 ]

@@ -62,6 +62,15 @@ done <commands
 [ $count -gt 10 ] || fail 'README.md has next to no commands'
 [ "$(cat log)" = Kitchen ] || fail "capictl said $(cat log)"
 
+# What was installed goes again, as it tells.
+# shellcheck disable=SC2016
+way_back=$(grep -o '`sudo xargs rm[^`]*`' README.md | tr -d '`')
+[ -e /usr/local/include/capi.h ] || fail 'the library is not in /usr/local'
+bash -euc "$way_back" || fail "$way_back"
+while IFS= read -r file; do
+  [ ! -e "$file" ] || fail "$way_back leaves $file"
+done < <(cat build/install_manifest.txt && echo)
+
 # What it names in passing is there.
 while read -r name; do
   [ -x "$name" ] || fail "README.md tells of $name"

@@ -8,9 +8,14 @@
 #   adapter   a simulated adapter that is up, the tool, and the library's development files
 #   nothing   the same without device and adapter
 #   packages  a checkout that makes packages, and nothing installed
+#   server    as adapter, and the server of its page, with a network of its own
+#   checkout  a checkout that is built
 set -euo pipefail
 export LC_ALL=C.UTF-8 TZ=UTC
 
+if [ "$1" = server ] && [ -z "${CAPI_OWN_NETWORK-}" ]; then
+  CAPI_OWN_NETWORK=1 exec unshare --net "$0" "$@"
+fi
 stage=$1 page=$2 build=$3 compiler=$4
 shift 4
 source=$(cd "$(dirname "$0")/../.." && pwd)
@@ -47,11 +52,38 @@ use_packages() {
   chmod +x script/package /tmp/bin/apt
   (cd build/package && cpack -G DEB --config "$build/CPackConfig.cmake" -B "$PWD") >/tmp/log 2>&1 ||
     { cat /tmp/log; exit 1; }
+  installed >/tmp/before
+}
+
+installed() { dpkg-query --show --showformat '${Package} ${Version} ${Status}\n'; }
+
+# "systemctl enable --now capi-web" is what its service is, up when the command has ended.
+use_server() {
+  ip link set lo up
+  PATH=$build/tools/capi-web:$PATH
+  mkdir -p /var/lib/capi-web
+  mkfifo /tmp/listening
+  cat >/tmp/bin/systemctl <<'END'
+#!/bin/sh
+[ "$*" = 'enable --now capi-web' ] || exit 1
+STATE_DIRECTORY=/var/lib/capi-web CREDENTIALS_DIRECTORY=/etc/capi capi-web </dev/null >/tmp/listening 2>&1 &
+echo $! >/tmp/web.pid
+read -r line </tmp/listening
+END
+  chmod +x /tmp/bin/systemctl
+  trap '[ ! -e /tmp/web.pid ] || kill "$(cat /tmp/web.pid)"' EXIT
+}
+
+use_checkout() {
+  mkdir script
+  printf '#!/bin/sh\nexec %s/tests/crash/capi_crash "$@"\n' "$build" >script/crash
+  chmod +x script/crash
 }
 
 case $stage in
-  adapter)
+  adapter | server)
     use_build
+    [ "$stage" = adapter ] || use_server
     cp -r "$source"/demo/device/{tmp,usr} /
     mkdir -p /etc/capi/settings.d /var/lib/capi-simulator
     cp "$source"/demo/{pc,device/quorbleconf/config}/*.settings /etc/capi/settings.d
@@ -59,5 +91,10 @@ case $stage in
     ;;
   nothing) use_build ;;
   packages) use_packages ;;
+  checkout) use_checkout ;;
 esac
-exec python3 "$source/tests/docs/follow.py" "$source/docs/$page.md" "$@"
+python3 "$source/tests/docs/follow.py" "$source/docs/$page.md" "$@"
+# Its reader had nothing installed, and is told how to have nothing installed again.
+if [ "$stage" = packages ]; then
+  installed | diff /tmp/before - || { echo "FAILED: these packages stay"; exit 1; }
+fi

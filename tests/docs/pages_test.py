@@ -4,8 +4,9 @@
 """pages_test.py SOURCE-DIR CAPICTL...
 
 Looks whether what the pages lead to is there: files and headings, commands of the tool and their
-options, keys. Each page stands in the index, and each that has commands is followed by a test. What the
-README begins with fits on a screen.
+options, keys. Each page stands in the index, and each that has commands, in blocks that a test can tell
+from others, is followed by a test. The README tells of each folder, and what it begins with fits on a
+screen.
 """
 import functools
 import json
@@ -24,6 +25,7 @@ FOLLOWED_BY = {
 }
 PAGES = sorted("docs/" + name for name in os.listdir(f"{source}/docs") if name.endswith(".md"))
 SCREEN = 24  # lines
+COMMAND = re.compile(r"^    (?:\$|sudo|curl|apt|systemctl|cmake|capictl|capi-web|capi-mqtt|\./\S+|script/\S+)(?: .*)?$", re.M)
 faults = []
 
 
@@ -117,12 +119,19 @@ for page in ["README.md", "CONTRIBUTING.md"] + PAGES:
     check_links(page)
     check_commands(page)
     check_keys(page)
+    if page != "CONTRIBUTING.md":  # its list of scripts takes hours
+        faults += [f"{page}: nothing follows what has no fence: {command.strip()}"
+                   for command in COMMAND.findall(prose_of(page))]
     is_to_follow = re.search(r"^ *```sh$|^<!-- example: ", text_of(page), re.M)
     if is_to_follow and not is_followed(page):
         faults.append(f"nothing follows {page}")
 for page in PAGES:
     if page != "docs/README.md" and f"]({os.path.basename(page)})" not in index:
         faults.append(f"docs/README.md does not lead to {page}")
+for folder in sorted(os.listdir(source)):
+    if os.path.isdir(f"{source}/{folder}") and folder != "build" and not folder.startswith("."):
+        if f"\n| `{folder}/` |" not in text_of("README.md"):
+            faults.append(f"README.md does not tell of {folder}/")
 if text_of("README.md").split("\n```\n")[0].count("\n") >= SCREEN:
     faults.append("README.md has no command on its first screen")
 print("\n".join("FAILED: " + fault for fault in faults) or f"{len(PAGES)} pages are as they should be")
