@@ -2,7 +2,7 @@
 # SPDX-FileCopyrightText: The capi authors
 # SPDX-License-Identifier: MIT
 #
-# packages_test.sh BUILD-DIR ARCHITECTURE C-COMPILER C++-COMPILER FLAGS CHECK [EMULATOR...]
+# packages_test.sh BUILD-DIR C-COMPILER C++-COMPILER FLAGS CHECK
 #
 # Makes the Debian packages, installs them on the private view's system, starts the adapter as the
 # machine's start would, builds clients of what is installed there and runs them, and removes the
@@ -11,11 +11,11 @@
 # at them first: what is instrumented for tests is for no one to install.
 set -euo pipefail
 
-build=$1 architecture=$2 c_compiler=$3 cxx_compiler=$4 flags=$5 check=$6
+build=$1 c_compiler=$2 cxx_compiler=$3 flags=$4 check=$5
 here=$(dirname "$0")
-shift 6
+architecture=$(dpkg --print-architecture)
 # shellcheck disable=SC2034
-emulator=("$@")
+emulator=()
 # shellcheck source=tests/abi/clients.sh
 source "$here/clients.sh"
 scratch=$(mktemp -d)
@@ -187,7 +187,7 @@ else
 fi
 unit=$root/usr/lib/systemd/system/capi-master.service
 [ -z "$root" ] || export LD_LIBRARY_PATH
-capictl() { "${emulator[@]}" "$prefix/bin/capictl" "$@"; }
+capictl() { "$prefix/bin/capictl" "$@"; }
 # A start of the service: the conditions, and the one command of it.
 start_service() {
   local condition command
