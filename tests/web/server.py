@@ -18,6 +18,13 @@ PASSWORD = "correct horse"
 PATIENCE = 120
 
 
+def await_that(condition, what):
+    end = time.monotonic() + PATIENCE
+    while not condition():
+        assert time.monotonic() < end, "it never comes to this: " + what
+        time.sleep(0.01)
+
+
 class Answer:
     def __init__(self, status, headers, body):
         self.status, self.headers, self.body = status, headers, body
@@ -65,7 +72,9 @@ class Server:
         answer = connection.getresponse()
         assert answer.status == 303, f"the login is answered with {answer.status}"
         self.secret = re.match(r"capi_session=([0-9a-f]{64});", answer.getheader("Set-Cookie"))[1]
+        with_it = self.descriptors()
         connection.close()
+        await_that(lambda: self.descriptors() < with_it, "the login's connection is closed")
 
     def head(self, target, method="GET", *fields):
         lines = [f"{method} {target} HTTP/1.1", "Host: " + self.host, *fields]
@@ -165,8 +174,10 @@ class Connection:
 
     def read_to_end(self):
         data, self.pending = self.pending, b""
+        end = time.monotonic() + PATIENCE
         while more := self.receive():
             data += more
+            assert time.monotonic() < end, f"it never ends: {data[-200:]}"
         return data
 
     def read_until(self, end):

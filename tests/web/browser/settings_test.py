@@ -158,7 +158,7 @@ class Settings(BrowserCase):
 
 
 class ShortTime(BrowserCase):
-    options = ("--confirm-seconds", "2")
+    options = ("--confirm-seconds", "8")
 
     def test_what_nobody_keeps_goes_back_by_itself(self):
         self.adapter.tool("config", "set", NAME, "Kitchen")

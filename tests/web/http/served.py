@@ -9,6 +9,7 @@ import os
 import re
 import shutil
 import subprocess
+import time
 import unittest
 import urllib.parse
 
@@ -17,7 +18,7 @@ TOOL = os.environ["CAPI_TEST_TOOL"]
 OTHERS = os.environ["CAPI_TEST_OTHERS"]
 WEB = os.environ["CAPI_TEST_WEB"]
 PASSWORD = "correct horse battery"
-PATIENCE = 30  # seconds
+PATIENCE = 60  # seconds
 
 
 def tool(*words, codes=(0,)):
@@ -67,8 +68,14 @@ def last_users():
 
 def await_watchers():
     """Waits until nobody sees to a change any more."""
+    end = time.monotonic() + PATIENCE
     with open("/var/lib/capi/watcher", "w") as file:
-        fcntl.flock(file, fcntl.LOCK_EX)
+        while True:
+            try:
+                return fcntl.flock(file, fcntl.LOCK_EX | fcntl.LOCK_NB)
+            except BlockingIOError:
+                assert time.monotonic() < end, "somebody still sees to a change"
+            time.sleep(0.01)
 
 
 class Answer:
