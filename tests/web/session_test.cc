@@ -185,6 +185,22 @@ TEST(Tokens, AreNotMadeWhereTheyCannotBeKept) {
   EXPECT_THAT(tokens.all(), SizeIs(0));
 }
 
+TEST(Tokens, StayWhereTheyCannotBeForgottenForGood) {
+  ASSERT_EQ(mkdir("/tmp/state", 0700), 0);
+  ApiTokens tokens("/tmp/state/tokens");
+  const std::string first = tokens.make("first", 7);
+  tokens.make("second", 8);
+  const std::string id = tokens.all().front().id;
+  ASSERT_EQ(rename("/tmp/state", "/tmp/away"), 0);
+  EXPECT_THROW(tokens.revoke(id), std::runtime_error);
+  EXPECT_NE(tokens.find(first), nullptr);
+  EXPECT_EQ(tokens.all().front().id, id);
+  ASSERT_EQ(rename("/tmp/away", "/tmp/state"), 0);
+  EXPECT_TRUE(tokens.revoke(id));
+  EXPECT_EQ(tokens.find(first), nullptr);
+  EXPECT_EQ(ApiTokens("/tmp/state/tokens").find(first), nullptr);
+}
+
 constexpr char kAll[] =
     "[\"config\",\"device\",\"lines\",\"calls\",\"messages\",\"adapter\",\"changes\"]";
 

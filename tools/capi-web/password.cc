@@ -117,8 +117,15 @@ std::string ApiTokens::make(const std::string& name, int64_t now_s) {
 bool ApiTokens::revoke(std::string_view id) {
   const auto token = std::ranges::find(tokens_, id, &Token::id);
   if (token == tokens_.end()) return false;
-  tokens_.erase(token);
-  save();
+  const auto next = std::next(token);
+  std::list<Token> revoked;
+  revoked.splice(revoked.end(), tokens_, token);
+  try {
+    save();
+  } catch (...) {
+    tokens_.splice(next, revoked);
+    throw;
+  }
   return true;
 }
 

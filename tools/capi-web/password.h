@@ -47,7 +47,7 @@ class ApiTokens {
   // Makes one, which is told once. Throws.
   std::string make(const std::string& name, int64_t now_s);
 
-  // False for one that there is not. Throws where it cannot be forgotten for good.
+  // False for one that there is not. Throws where it cannot be forgotten for good; it stays then.
   bool revoke(std::string_view id);
 
   const Session* find(std::string_view token) const;
