@@ -232,6 +232,14 @@ class Start(unittest.TestCase):
             4, "capi-web: a password has 8 to 256 characters; nothing was changed\n"))
         self.assertFalse(os.path.exists("/tmp/none"))
 
+    def test_a_password_for_the_service_tells_what_makes_it_take_it(self):
+        for path, told in (("/etc/capi/web.password", "A service of systemd takes it when it "
+                            "starts: systemctl restart capi-web\n"), ("/tmp/other", "")):
+            result = subprocess.run([*EMULATOR, CAPI_WEB, "password", "--stdin",
+                                     "--password-file", path], input="correct horse\n", text=True,
+                                    capture_output=True, check=True)
+            self.assertEqual((result.stdout, result.stderr), ("", told))
+
     def test_tells_its_options_as_the_manual_page_does(self):
         result = subprocess.run([*EMULATOR, CAPI_WEB, "--help"], text=True, capture_output=True,
                                 check=True)

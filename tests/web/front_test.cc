@@ -254,6 +254,28 @@ TEST_F(Front, ALoginFromAnotherSiteIsRefused) {
   EXPECT_THAT(app_.sessions.all(), testing::SizeIs(0));
 }
 
+TEST_F(Front, AnotherPasswordEndsAllLoginsAndNoToken) {
+  const Fields program = {{"authorization", "Bearer " + app_.tokens.make("backup", 7)}};
+  const Fields page = log_in();
+  EXPECT_EQ(status("GET", "/api/1/tokens", page), 200);
+  const std::string name = app_.sessions.all().front().name;
+  EXPECT_TRUE(is_open(app_, name));
+  write_password_file("/tmp/web.password", hash_of_password("battery staple"));
+  EXPECT_FALSE(is_open(app_, name)) << "nor goes its stream on";
+  EXPECT_EQ(status("GET", "/api/1/tokens", page), 401);
+  EXPECT_EQ(status("GET", "/api/1/tokens", program), 200);
+  EXPECT_EQ(log_in_with("password=correct+horse").status, 403);
+  EXPECT_EQ(log_in_with("password=battery+staple").status, 303);
+  EXPECT_THAT(app_.sessions.all(), testing::SizeIs(1));
+}
+
+TEST_F(Front, APasswordThatIsGoneEndsAllLogins) {
+  const Fields page = log_in();
+  EXPECT_EQ(status("GET", "/api/1/tokens", page), 200);
+  ASSERT_EQ(remove("/tmp/web.password"), 0);
+  EXPECT_EQ(status("GET", "/api/1/tokens", page), 401);
+}
+
 TEST_F(Front, WrongPasswordsHaveToWaitEvenWithTheRightOne) {
   for (int i = 0; i < 3; ++i) EXPECT_EQ(log_in_with("password=wrong").status, 403);
   const Response early = log_in_with("password=correct+horse");

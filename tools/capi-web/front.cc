@@ -100,6 +100,7 @@ Response answer(const Message& message, Request& request, App& app) {
 }  // namespace
 
 bool is_open(App& app, std::string_view session) {
+  end_outdated_logins(app);
   return app.sessions.has(session, now_ms()) || app.tokens.has(session);
 }
 

@@ -32,6 +32,10 @@ constexpr char kFooter[] =
     "  capi-web\n"
     "  capi-web --listen 192.0.2.7:8080 --host adapter.lan";
 
+// Of this file the service takes a copy.
+constexpr char kPasswordDirectory[] = "/etc/capi";
+constexpr char kPasswordFile[] = "web.password";
+
 struct Options {
   std::vector<std::string> listen = {"127.0.0.1:8080"};
   std::vector<std::string> hosts = {};
@@ -152,6 +156,8 @@ void set_password(const Options& options) {
                   {kRefused});
   }
   write_password_file(options.password_file, hash_of_password(password));
+  if (options.password_file != std::string(kPasswordDirectory) + "/" + kPasswordFile) return;
+  fputs("A service of systemd takes it when it starts: systemctl restart capi-web\n", stderr);
 }
 
 void add_options(CLI::App& app, Options& options) {
@@ -222,7 +228,8 @@ Action read_options(int argc, char** argv, Options& options) {
 }
 
 int run(int argc, char** argv) {
-  Options options{.password_file = path_of("CREDENTIALS_DIRECTORY", "/etc/capi", "web.password"),
+  Options options{.password_file =
+                      path_of("CREDENTIALS_DIRECTORY", kPasswordDirectory, kPasswordFile),
                   .token_file = path_of("STATE_DIRECTORY", "/var/lib/capi-web", "tokens")};
   read_options(argc, argv, options)(options);
   return kDone;

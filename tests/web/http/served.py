@@ -96,8 +96,10 @@ class Answer:
 class Server:
     def __init__(self, *options):
         password_file = "/tmp/web.password"
-        command = [WEB, "password", "--stdin", "--password-file", password_file]
-        subprocess.run(command, input=PASSWORD + "\n", text=True, check=True)
+        # Set again it would end the logins at another server.
+        if not os.path.exists(password_file):
+            command = [WEB, "password", "--stdin", "--password-file", password_file]
+            subprocess.run(command, input=PASSWORD + "\n", text=True, check=True)
         self.process = subprocess.Popen(
             [WEB, "--password-file", password_file, "--token-file", "/tmp/web.tokens",
              "--listen", "127.0.0.1:0", *options],
