@@ -2,6 +2,7 @@
 # SPDX-License-Identifier: MIT
 """attacks_test.py CHECKOUT WRITER CAPICTL CAPI-WEB [EMULATOR...]: what others may try on the
 server, with bytes of their own, and what it costs."""
+import json
 import os
 import re
 import subprocess
@@ -56,6 +57,30 @@ class Requests(unittest.TestCase):
         self.refuse(self.running.head("/login", "POST", "Content-Length: " + "9" * 40), 413)
         self.refuse(b"GET /" + b"x" * 8192, 431)
         self.refuse(self.running.head("/login", "GET", "X: " + "x" * 8192), 431)
+
+    def test_for_programs_that_are_refused_are_told_why_as_programs_are(self):
+        for data, status, code in (
+                (self.running.head("/api/1/lint", "POST"), 411, "length_required"),
+                (self.running.head("/api/1/lint", "POST", "Content-Length: 65537"), 413,
+                 "content_too_large"),
+                (b"GET /api/1/" + b"x" * 8192, 431, "request_header_fields_too_large"),
+                (self.running.head("/api/1/status", "GET", "X: a\0b"), 400, "bad_request")):
+            with self.running.connect() as connection:
+                answer = connection.ask(data)
+                self.assertEqual(answer.status, status)
+                self.assertEqual(answer.headers["Content-Type"], "application/json")
+                self.assertEqual(json.loads(answer.body)["error"]["code"], code)
+        with self.running.connect() as connection:
+            answer = connection.ask(self.running.head("/login", "POST"))
+            self.assertEqual(answer.headers["Content-Type"], "text/html; charset=utf-8")
+
+    def test_that_are_too_long_may_come_to_their_end_before_their_answer_is_read(self):
+        size = 8 << 20
+        with self.running.connect() as connection:
+            connection.send(self.running.head("/login", "POST", f"Content-Length: {size}"))
+            connection.send(b"x" * size)
+            self.assertEqual(connection.read_answer().status, 413)
+            self.assertEqual(connection.read_to_end(), b"")
 
     def test_for_other_names_and_paths_are_answered_with_why(self):
         for target, status in (("/none", 404), ("/../etc/passwd", 404), ("/assets/../x", 404),
@@ -129,11 +154,22 @@ class Connections(unittest.TestCase):
                     pass
             self.assertIn(b" 408 ", answer)
 
+    def test_that_were_refused_and_go_on_are_cut(self):
+        with server("--timeout-seconds", "1") as running, running.connect() as connection:
+            connection.send(running.head("/login", "POST", "Content-Length: " + "9" * 18))
+            end = time.monotonic() + PATIENCE
+            with self.assertRaises(OSError):
+                while time.monotonic() < end:
+                    connection.send(b"x")
+                    time.sleep(0.01)
+
     def test_beyond_the_limit_wait_for_their_turn(self):
         with server("--connections", "4", "--timeout-seconds", "1000") as running:
-            first = [running.connect() for _ in range(4)]
-            for connection in first:
-                self.assertEqual(connection.ask(running.head("/login")).status, 200)
+            running.log_in()
+            first = []
+            for _ in range(4):
+                first.append(running.connect())
+                self.assertEqual(first[-1].ask(running.head("/login")).status, 200)
             open_at_limit = running.descriptors()
             late = running.connect()
             late.send(running.head("/login"))
@@ -143,6 +179,36 @@ class Connections(unittest.TestCase):
             first[0].close()
             self.assertEqual(late.read_answer().status, 200)
             for connection in (*first, late):
+                connection.close()
+
+    def test_of_strangers_of_one_address_leave_places_to_others(self):
+        with server("--connections", "8", "--timeout-seconds", "1000") as running:
+            alone = running.descriptors()
+            silent = [running.connect() for _ in range(20)]
+            self.assertEqual(running.get("/login").status, 200)
+            self.assertLessEqual(running.descriptors(), alone + 8)
+            for connection in silent[:10]:
+                self.assertEqual(connection.read_to_end(), b"")
+            for connection in silent:
+                connection.close()
+
+    def test_of_many_strangers_end_with_their_answer_and_logins_go_on(self):
+        with server("--connections", "8", "--timeout-seconds", "1000") as running:
+            stranger = running.head("/login")
+            running.log_in()
+            owner = running.connect()
+            self.assertEqual(owner.ask(running.head("/login")).status, 200)
+            many, ended = [], []
+            for at in range(20):
+                many.append(running.connect(f"127.0.0.{10 + at}"))
+                answer = many[-1].ask(stranger)
+                self.assertEqual(answer.status, 200)
+                ended.append(answer.headers.get("Connection") == "close")
+                if ended[-1]:
+                    self.assertEqual(many[-1].read_to_end(), b"")
+            self.assertEqual(ended, [False] * 4 + [True] * 16)
+            self.assertNotIn("Connection", owner.ask(running.head("/login")).headers)
+            for connection in (owner, *many):
                 connection.close()
 
     def test_without_a_descriptor_left_cost_no_processor(self):
@@ -165,7 +231,9 @@ class Streams(unittest.TestCase):
             streams = [running.stream() for _ in range(24)]
             for stream in streams:
                 stream.read_event()
-            self.assertEqual(running.get("/api/1/events").status, 429)
+            answer = running.get("/api/1/events")
+            self.assertEqual((answer.status, json.loads(answer.body)["error"]["code"]),
+                             (429, "too_many_requests"))
             before = running.descriptors()
             streams.pop(0).close()
             await_that(lambda: running.descriptors() < before, "the stream is closed")

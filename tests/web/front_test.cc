@@ -75,7 +75,8 @@ std::string value(const Response& response, const char* name) {
 TEST_F(Front, EveryAnswerHasTheHeadersThatKeepABrowserSafe) {
   for (const Response& response :
        {ask("GET", "/login"), ask("GET", "/"), ask("GET", "/none"), ask("PUT", "/login"),
-        ask("GET", "/%"), ask("GET", "/api/1/tokens", log_in()), refuse(400), refuse(431)}) {
+        ask("GET", "/%"), ask("GET", "/api/1/tokens", log_in()), refuse(400, false),
+        refuse(431, true)}) {
     EXPECT_THAT(response.headers, Contains(Pair("X-Content-Type-Options", "nosniff")));
     EXPECT_THAT(response.headers, Contains(Pair("Cache-Control", "no-store")));
     EXPECT_THAT(response.headers, Contains(Pair("Referrer-Policy", "same-origin")));

@@ -61,8 +61,8 @@ class Server:
         self.process.stdout.close()
         assert code == 0, f"the server ended with {code}"
 
-    def connect(self):
-        return Connection(self)
+    def connect(self, source=None):
+        return Connection(self, source=source)
 
     def log_in(self):
         connection = http.client.HTTPConnection("127.0.0.1", self.port, timeout=PATIENCE)
@@ -145,8 +145,10 @@ class Adapter:
 
 
 class Connection:
-    def __init__(self, server, receive_buffer=None):
+    def __init__(self, server, receive_buffer=None, source=None):
         self.socket = socket.socket()
+        if source:
+            self.socket.bind((source, 0))
         if receive_buffer:
             self.socket.setsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF, receive_buffer)
         self.socket.settimeout(PATIENCE)

@@ -28,7 +28,8 @@ constexpr std::pair<const char*, const char*> kHeaders[] = {
     {"X-Frame-Options", "DENY"},
 };
 
-Response finished(Response response) {
+Response finished(const Request& request, Response response) {
+  response.is_known = request.session != nullptr;
   for (const auto& [name, value] : kHeaders) response.headers.emplace_back(name, value);
   response.headers.emplace_back("Cache-Control", response.is_kept ? "no-cache" : "no-store");
   const bool has_content = response.status != 204 && response.status != 304;
@@ -120,20 +121,22 @@ Response serve(const Message& message, const std::string& address, App& app) {
   Request request{
       .method = method_of(message.method), .headers = message.headers, .address = address};
   try {
-    return finished(answer(message, request, app));
+    return finished(request, answer(message, request, app));
   } catch (const Failure& failure) {
-    return finished(failed(request, failure));
+    return finished(request, failed(request, failure));
   } catch (const std::exception& error) {
-    return finished(failure(request, 500, error.what()));
+    return finished(request, failure(request, 500, error.what()));
   }
 }
 
-Response refuse(int status) {
+Response refuse(int status, bool is_for_api) {
+  const Request request{.path = is_for_api ? "/api/" : "/"};
   const char* const text = status == 408   ? "The request took too long."
                            : status == 413 ? "The content of the request is too long."
+                           : status == 429 ? "There are too many streams of events already."
                            : status == 431 ? "The head of the request is too long."
                                            : "The request is none that this server takes.";
-  return finished(failure({}, status, text));
+  return finished(request, failure(request, status, text));
 }
 
 }  // namespace tools::web

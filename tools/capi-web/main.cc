@@ -228,9 +228,9 @@ Action read_options(int argc, char** argv, Options& options) {
 }
 
 int run(int argc, char** argv) {
-  Options options{.password_file =
-                      path_of("CREDENTIALS_DIRECTORY", kPasswordDirectory, kPasswordFile),
-                  .token_file = path_of("STATE_DIRECTORY", "/var/lib/capi-web", "tokens")};
+  Options options{
+      .password_file = path_of("CREDENTIALS_DIRECTORY", kPasswordDirectory, kPasswordFile),
+      .token_file = path_of("STATE_DIRECTORY", "/var/lib/capi-web", "tokens")};
   read_options(argc, argv, options)(options);
   return kDone;
 }

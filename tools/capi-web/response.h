@@ -24,6 +24,7 @@ struct Response {
   std::string_view fixed = {};  // in place of a body: what lives as long as the program
   Fields headers = {};          // more of them
   bool is_kept = false;         // by the browser, which asks whether it is still the same
+  bool is_known = false;        // it was asked for with a login or an API token
   bool is_stream = false;       // goes on with events, for as long as the other side wants
   std::string session = {};     // whose stream it is
   std::string last_event = {};  // that was seen on the one before

@@ -87,6 +87,15 @@ class Actions(BrowserCase):
         self.page.wait_for("document.querySelector('#number').matches('[aria-invalid=true]')")
         self.assertEqual(self.adapter.tool("sms", "list", "sent"), before)
 
+    def test_a_message_that_is_too_long_is_told_of_as_such(self):
+        self.go(self.page, "/messages")
+        self.page.fill("#number", "+15556660005")
+        self.page.evaluate(
+            "document.querySelector('textarea[name=text]').value = '\u20ac'.repeat(39100)"
+        )
+        self.page.click("form[data-api] .primary")
+        self.page.wait_for_text("The content of the request is too long.", "#status")
+
     def test_a_message_is_deleted(self):
         self.adapter.others("message", "+15556660004", "Delete me.")
         self.go(self.page, "/messages?number=%2B15556660004")
