@@ -212,6 +212,15 @@ TEST_F(Front, AProgramsTokenNeedsNoOriginAndMakesNoOthers) {
   EXPECT_EQ(status("DELETE", ("/api/1/tokens/" + id).c_str(), log_in()), 404);
 }
 
+TEST_F(Front, TokensThatComeAndGoAreNews) {
+  Stream* const stream = app_.events.open("me", app_.events.id());
+  ask("POST", "/api/1/tokens", log_in(), "{\"name\":\"a\"}");
+  EXPECT_EQ(stream->take(), kTopicChange);
+  const std::string path = "/api/1/tokens/" + app_.tokens.all().front().id;
+  EXPECT_EQ(status("DELETE", path.c_str(), log_in()), 204);
+  EXPECT_EQ(stream->take(), kTopicChange);
+}
+
 TEST_F(Front, TokensAreToldOnceAndListedWithoutSecret) {
   const Response made = ask("POST", "/api/1/tokens", log_in(), "{\"name\":\"nightly backup\"}");
   EXPECT_THAT(made.body, HasSubstr("\"token\":\"capi_"));

@@ -91,6 +91,7 @@ Response post_token(const Request& request, App& app) {
   const std::string token = app.tokens.make(name, now_s());
   cJSON* const document = to_json(app.tokens.all().back());
   cJSON_AddStringToObject(document, "token", token.c_str());
+  app.events.tell(kTopicChange);
   return json(document, 201);
 }
 
@@ -99,6 +100,7 @@ Response delete_token(const Request& request, App& app) {
   if (!app.tokens.revoke(request.part("id"))) {
     return failure(request, 404, "There is no such token.");
   }
+  app.events.tell(kTopicChange);
   return {.status = 204};
 }
 

@@ -104,14 +104,21 @@ void add_token(Html& html, const ApiTokens::Token& token) {
   html.raw(" data-done=\"Revoked.\" data-needs-script>Revoke</button></li>\n");
 }
 
+// A token is told once: what is made live stands apart from it.
 void add_tokens(Html& html, const App& app) {
-  begin_card(html, "tokens", "Programs", "changes adapter");
+  begin_card(html, "tokens", "Programs", "");
   html.raw("<p>Programs use the <a href=\"/api/1/openapi.json\">interface</a> with tokens of ");
   html.raw("their own.</p>\n");
+  html.raw("<div id=\"tokens-list\" data-live=\"changes adapter\">\n");
   if (app.tokens.all().empty()) html.raw("<p class=\"empty\">There is no token.</p>\n");
   html.raw("<ul>\n");
   for (const ApiTokens::Token& token : app.tokens.all()) add_token(html, token);
-  html.raw("</ul>\n</section>\n");
+  html.raw("</ul>\n</div>\n<form data-api=\"/api/1/tokens\" data-result=\"token-result\" ");
+  html.raw("data-done=\"Made. Keep the token now: it is shown this once.\" data-needs-script>\n");
+  html.raw("<p><label for=\"token-name\">What a new token is for</label> ");
+  html.raw("<input id=\"token-name\" name=\"name\" maxlength=\"64\" required></p>\n");
+  html.raw("<p><button>Make a token</button></p>\n</form>\n");
+  html.raw("<div id=\"token-result\"></div>\n</section>\n");
 }
 
 }  // namespace
