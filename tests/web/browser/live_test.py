@@ -103,6 +103,16 @@ class Live(BrowserCase):
         self.assertEqual(self.page.evaluate(f"document.querySelector('{name}').value"), "Half-a-name")
         self.assertTrue(self.page.evaluate(f"document.activeElement.matches('{name}')"))
 
+    def test_a_fetch_that_fails_while_the_stream_lives_is_made_again(self):
+        self.go(self.page, "/")
+        self.page.evaluate(
+            "const real = window.fetch; window.failed = 0; window.fetch = () => {"
+            "  window.fetch = real; ++window.failed; return Promise.reject(new TypeError('cut')); }"
+        )
+        self.adapter.tool("config", "set", "sip_line_1.display_name", "At-last")
+        self.page.wait_for_text("At-last", "#lines")
+        self.assertEqual(self.page.evaluate("window.failed"), 1)
+
     def test_a_page_without_connection_says_so_and_catches_up(self):
         self.go(self.page, "/")
         self.wire.cut()

@@ -168,11 +168,21 @@ async function fetch_all_waiting() {
     try {
       take_over(await fetch_page(), topics);
     } catch {
-      // The stream tells when the server is back, and then all is fetched.
+      // Where the connection is lost the stream tells when it is back; it may be there all the time.
+      for (const topic of topics) waiting.add(topic);
+      if (!was_lost) fetch_later();
       break;
     }
   }
   fetching = null;
+}
+
+const kSoon = 2000;
+let later = 0;
+
+function fetch_later(after = kSoon) {
+  clearTimeout(later);
+  later = setTimeout(fetch_waiting, after);
 }
 
 // Fetches until nothing is waiting; what comes meanwhile is one more fetch, however much. A page
@@ -214,7 +224,7 @@ async function hear(message) {
     announce('Connected again');
   }
   was_lost = false;
-  if (message.type === 'open') return;
+  if (message.type === 'open') return fetch_waiting();
   // A stream that was there already does not tell what changed while this page was loading.
   await (message.type === 'joined' ? refresh_all() : refresh(message.topics));
   root.dataset.connected = '';
