@@ -98,6 +98,16 @@ Response answer(const Message& message, Request& request, App& app) {
   return route->handler(request, app);
 }
 
+Response answer_whatever_comes(const Message& message, Request& request, App& app) {
+  try {
+    return answer(message, request, app);
+  } catch (const Failure& failure) {
+    return failed(request, failure);
+  } catch (const std::exception& error) {
+    return failure(request, 500, error.what());
+  }
+}
+
 }  // namespace
 
 bool is_open(App& app, std::string_view session) {
@@ -120,13 +130,11 @@ int64_t now_s() {
 Response serve(const Message& message, const std::string& address, App& app) {
   Request request{
       .method = method_of(message.method), .headers = message.headers, .address = address};
-  try {
-    return finished(request, answer(message, request, app));
-  } catch (const Failure& failure) {
-    return finished(request, failed(request, failure));
-  } catch (const std::exception& error) {
-    return finished(request, failure(request, 500, error.what()));
+  Response response = answer_whatever_comes(message, request, app);
+  if (app.reader.has_missed() && response.status == 200) {
+    response.headers.emplace_back("Retry-After", kRetryAfter);
   }
+  return finished(request, std::move(response));
 }
 
 Response refuse(int status, bool is_for_api) {

@@ -1,7 +1,5 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
-#include <locks.h>
-
 #include "answer.h"
 #include "layout.h"
 #include "log_ring.h"
@@ -46,10 +44,10 @@ void add_checks(Html& html, App& app) {
   html.raw("</section>\n");
 }
 
-void add_locks(Html& html) {
+void add_locks(Html& html, App& app) {
   begin_card(html, "locks", "Locks", "config device lines calls messages adapter");
   try {
-    add_table(html, lock_table(),
+    add_table(html, app.reader.locks(),
               {.caption = "Table of locks", .id = "locks-t", .is_wide = true, .is_quiet = true});
   } catch (const Failure& failure) {
     html.element("p", sentence(failure.what()));
@@ -127,7 +125,7 @@ Response get_diagnostics_page(const Request& request, App& app) {
   Html main;
   main.raw("<h1>Diagnostics</h1>\n<div class=\"cards\">\n");
   add_checks(main, app);
-  add_locks(main);
+  add_locks(main, app);
   add_lint(main);
   add_log(main);
   add_export(main);

@@ -17,6 +17,9 @@ inline constexpr char kHtml[] = "text/html; charset=utf-8";
 inline constexpr char kJson[] = "application/json";
 inline constexpr char kEventStream[] = "text/event-stream";
 
+// Seconds after which something may be free that somebody holds.
+inline constexpr char kRetryAfter[] = "2";
+
 struct Response {
   int status = 200;
   std::string type = kHtml;

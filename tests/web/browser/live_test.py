@@ -103,6 +103,15 @@ class Live(BrowserCase):
         self.assertEqual(self.page.evaluate(f"document.querySelector('{name}').value"), "Half-a-name")
         self.assertTrue(self.page.evaluate(f"document.activeElement.matches('{name}')"))
 
+    def test_a_lock_that_is_free_again_is_told_of_no_more(self):
+        with self.adapter.holds(0):
+            self.go(self.page, "/")
+            self.page.wait_for_text("Lock 0 (", "#alerts")
+        self.page.wait_for("!document.querySelector('#alerts').innerText.includes('Lock 0 (')")
+        self.page.wait_for_text("Registered", "#lines")
+        self.page.wait_for_text("free", "#locks")
+        self.assertNotIn("held", self.page.text("#locks"))
+
     def test_a_fetch_that_fails_while_the_stream_lives_is_made_again(self):
         self.go(self.page, "/")
         self.page.evaluate(

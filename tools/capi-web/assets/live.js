@@ -121,8 +121,22 @@ export function morph(from, to) {
 
 // ---- Fetching the page again ----
 
+const kSoon = 2000;
+
 const waiting = new Set();
+const postponed = new Set();
+let later = 0;
 let fetching = null;
+
+// Of all that is fetched later there is one fetch.
+function fetch_later(topics, after) {
+  for (const topic of topics) postponed.add(topic);
+  later ||= setTimeout(() => {
+    later = 0;
+    refresh(postponed);
+    postponed.clear();
+  }, after);
+}
 
 async function fetch_page() {
   const headers = {Accept: 'text/html', 'X-CAPI-Refresh': '1'};
@@ -138,15 +152,16 @@ const parts_of = (page) => live_parts(main_of(page)).map((part) => part.id).join
 let has_told = false;
 
 // What stands in the fields of a page is worth more than telling of an error in their place.
-function tell_of_error({page, retry_after}, topics) {
+function tell_of_error(page) {
   has_told = true;
   announce(main_of(page).querySelector('.notice')?.textContent ?? 'The adapter has no answer.', true);
-  if (retry_after > 0) setTimeout(() => refresh(topics), 1000 * retry_after);
 }
 
 function take_over(answer, topics) {
   const fresh = answer.page;
-  if (!answer.is_ok && parts_of(document) !== '') return tell_of_error(answer, topics);
+  // Nobody tells when a lock is free again.
+  if (answer.retry_after > 0) fetch_later(topics, 1000 * answer.retry_after);
+  if (!answer.is_ok && parts_of(document) !== '') return tell_of_error(fresh);
   if (has_told) announce('');
   has_told = false;
   for (const part of live_parts(document)) {
@@ -170,19 +185,11 @@ async function fetch_all_waiting() {
     } catch {
       // Where the connection is lost the stream tells when it is back; it may be there all the time.
       for (const topic of topics) waiting.add(topic);
-      if (!was_lost) fetch_later();
+      if (!was_lost) fetch_later(topics, kSoon);
       break;
     }
   }
   fetching = null;
-}
-
-const kSoon = 2000;
-let later = 0;
-
-function fetch_later(after = kSoon) {
-  clearTimeout(later);
-  later = setTimeout(fetch_waiting, after);
 }
 
 // Fetches until nothing is waiting; what comes meanwhile is one more fetch, however much. A page
