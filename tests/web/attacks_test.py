@@ -2,6 +2,7 @@
 # SPDX-License-Identifier: MIT
 """attacks_test.py CHECKOUT WRITER CAPICTL CAPI-WEB [EMULATOR...]: what others may try on the
 server, with bytes of their own, and what it costs."""
+import glob
 import json
 import os
 import re
@@ -282,6 +283,43 @@ class Streams(unittest.TestCase):
                 self.assertIn('"adapter"', stream.read_event())
                 with ADAPTER.writes(1):
                     self.assertIn('"topics":["config"]', stream.read_event())
+
+
+    def test_go_on_once_there_are_descriptors_again(self):
+        ADAPTER.remove()
+        with server("--connections", "1000", "--timeout-seconds", "1000", "--comment-seconds",
+                    "0.2", descriptors=24) as running:
+            running.log_in()
+            with running.stream() as stream:
+                stream.read_event()
+                many = self.take_all(running)
+                # What is to be watched is attached to without being watched.
+                ADAPTER.start()
+                self.assertIn('"adapter"', stream.read_event())
+                self.give_back(many)
+                # That it is watched now is an event, and so is each change.
+                self.assertIn('"adapter"', stream.read_event())
+                self.change(stream)
+                many = self.take_all(running)
+                # The library's files that tell of changes, which it cannot make anew for now.
+                for path in glob.glob("/tmp/capi_news*"):
+                    os.remove(path)
+                self.give_back(many)
+                self.change(stream)
+
+    def take_all(self, running):
+        many = [running.connect() for _ in range(30)]
+        await_that(lambda: running.descriptors() == 24, "no descriptor is left")
+        return many
+
+    def give_back(self, many):
+        for connection in many:
+            connection.close()
+
+    def change(self, stream):
+        with ADAPTER.writes(1):
+            while '"config"' not in stream.read_event():
+                pass
 
 
 class Start(unittest.TestCase):

@@ -431,8 +431,10 @@ void Server::Loop::on_refused(evhttp_connection*, void* connection) {
 
 // There is nothing to be watched where there is no adapter.
 void Server::Loop::look_for_adapter() {
-  if (!app_.link.attach()) return;
-  if (app_.link.fd() != -1) {
+  const bool is_attached_now = app_.link.attach();
+  const bool is_watched_now = app_.link.watch();
+  if (!is_attached_now && !is_watched_now) return;
+  if (is_watched_now) {
     change_ = own(
         event_new(base_.get(), app_.link.fd(), EV_READ | EV_PERSIST, call<&Loop::on_change>, this));
     event_add(change_.get(), nullptr);
@@ -521,6 +523,9 @@ void Server::Loop::send_comments() {
     Connection& connection = *next++;
     if (connection.stream != nullptr) send_comment(connection);
   }
+  // It may be that nothing tells of changes, for want of descriptors for instance.
+  look_for_adapter();
+  on_change();
 }
 
 // Nobody reads what was on its way at the last comment already, and a login may be over.
