@@ -250,6 +250,34 @@ TEST_F(Front, ALoginBeginsWithThePasswordAndANewSecret) {
   EXPECT_NE(app_.sessions.all().front().secret, secret);
 }
 
+TEST_F(Front, ALoginByWayOfTlsHasACookieForTlsOnly) {
+  const Fields form = {{"origin", "https://localhost:8080"}, {"content-type", kForm}};
+  const Response login = ask("POST", "/login", form, "password=correct+horse");
+  EXPECT_EQ(login.status, 303);
+  const Session& session = app_.sessions.all().front();
+  EXPECT_EQ(value(login, "Set-Cookie"),
+            "capi_session=" + session.secret + "; HttpOnly; SameSite=Strict; Path=/; Secure");
+  const std::string body = "token=" + session.token;
+  const Response logout =
+      ask("POST", "/logout", with(form, "cookie", "capi_session=" + session.secret), body.c_str());
+  EXPECT_EQ(value(logout, "Set-Cookie"),
+            "capi_session=; Max-Age=0; HttpOnly; SameSite=Strict; Path=/; Secure");
+}
+
+TEST_F(Front, WhatAPageAsksOnItsOwnProlongsNoLogin) {
+  const Fields page = log_in();
+  const Session& session = app_.sessions.all().front();
+  const auto prolongs = [&](const char* target, const Fields& headers) {
+    app_.sessions.find(session.secret, now_ms() - 1000);
+    const int64_t before = session.seen_ms;
+    EXPECT_EQ(status("GET", target, headers), 200);
+    return session.seen_ms != before;
+  };
+  EXPECT_TRUE(prolongs("/api/1/tokens", page));
+  EXPECT_FALSE(prolongs("/api/1/tokens", with(page, "x-capi-refresh", "1")));
+  EXPECT_FALSE(prolongs("/api/1/events", page));
+}
+
 TEST_F(Front, ALoginLeadsToNoOtherServer) {
   for (const char* const next : {"//evil.example", "http://evil.example", "/\\evil.example",
                                  "%09//evil.example", "/%0d%0aSet-Cookie:a=b", "evil"}) {

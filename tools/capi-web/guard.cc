@@ -126,7 +126,9 @@ void identify(Request& request, App& app) {
     return;
   }
   const std::string_view secret = cookie(request.header("cookie"), "capi_session");
-  const bool is_users_doing = request.header("x-capi-refresh").empty();
+  // Nor does a user open a stream: a page does, again whenever something on the way cuts it.
+  const bool is_users_doing =
+      request.header("x-capi-refresh").empty() && request.path != kEventsPath;
   if (!secret.empty()) request.session = app.sessions.find(secret, now_ms(), is_users_doing);
 }
 
