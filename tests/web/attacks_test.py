@@ -273,6 +273,17 @@ class Streams(unittest.TestCase):
                 stream.read_to_end()
                 stream.close()
 
+    def test_whose_other_side_has_vanished_are_cut(self):
+        with server("--comment-seconds", "0.5") as running:
+            running.log_in()
+            alone = running.descriptors()
+            stream = running.stream()
+            stream.read_event()
+            self.assertEqual(running.descriptors(), alone + 1)
+            stream.vanish()
+            await_that(lambda: running.descriptors() == alone, "the stream is cut")
+            stream.close()
+
     def test_tell_of_an_adapter_that_comes_and_of_its_changes(self):
         ADAPTER.remove()
         with server() as running:

@@ -11,6 +11,7 @@
 #include <malloc.h>
 #include <netdb.h>
 #include <netinet/in.h>
+#include <netinet/tcp.h>
 #include <sys/socket.h>
 
 #include <algorithm>
@@ -481,6 +482,10 @@ void Server::Loop::begin_stream(Connection& connection, evhttp_request* request,
   // Nor is the kernel to keep what nobody reads.
   setsockopt(bufferevent_getfd(connection.socket), SOL_SOCKET, SO_SNDBUF, &kSendBuffer,
              sizeof kSendBuffer);
+  // Whose other side is gone has gone when it confirms nothing for two signs of life.
+  const unsigned gone_ms = 2 * static_cast<unsigned>(limits_.comment_ms);
+  setsockopt(bufferevent_getfd(connection.socket), IPPROTO_TCP, TCP_USER_TIMEOUT, &gone_ms,
+             sizeof gone_ms);
   connection.streaming = request;
   connection.stream = stream;
   // Nothing is to come from there any more, for however long.
