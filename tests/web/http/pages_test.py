@@ -137,6 +137,18 @@ class Pages(Case):
         self.assertEqual(self.anna.page("/calls.csv?type=1").body,
                          tool("calls", "export", "--type", "1"))
 
+    def test_no_name_is_a_formula_for_a_spreadsheet(self):
+        tool("calls", "clear", "--yes")
+        for name, told in (("=1+1|x", "'=1+1|x"), ("+1+cmd", "'+1+cmd"), ("-2-x", "'-2-x"),
+                           ("@SUM(A1)", "'@SUM(A1)"), ("\t=1", "'\t=1"), ("a=1", "a=1"),
+                           ("+15551230001", "+15551230001"), ("", "")):
+            others("call", 0, 1, "+15551230001", 1795342320, name)
+            row = self.anna.page("/calls.csv").text.splitlines()[1]
+            self.assertIn(f',"{told}","+15551230001",', row)
+        others("call", 0, 1, "=1+1", 1795342320, "Anna")
+        self.assertIn(',"Anna","\'=1+1",', self.anna.page("/calls.csv").text)
+        tool("calls", "clear", "--yes")
+
     def test_messages_are_threads_with_what_nobody_has_read(self):
         tool("sms", "clear", "received", "--yes")
         others("message", "+15551230100", "First")
