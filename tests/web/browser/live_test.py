@@ -132,6 +132,32 @@ class Live(BrowserCase):
         self.page.wait_for_text("Meanwhile", "#lines")
         self.page.wait_for("document.querySelector('#connection').innerText === ''")
 
+    def test_a_page_that_comes_back_while_the_connection_is_lost_says_so(self):
+        self.go(self.page, "/")
+        self.assertEqual(self.page.evaluate("document.querySelectorAll('#connection').length"), 1)
+        self.page.evaluate(
+            "window.said = []; new MutationObserver(() => said.push(document.querySelector('#status')"
+            ".innerText)).observe(document.querySelector('#status'), {childList: true}), 0"
+        )
+        self.wire.cut()
+        self.addCleanup(self.wire.mend)
+        self.page.wait_for_text("Connection lost, trying again", "#connection")
+        # As out of the browser's cache.
+        self.page.evaluate("dispatchEvent(new PageTransitionEvent('pageshow', {persisted: true}))")
+        # Who comes to the worker later is answered later.
+        for _ in range(2):
+            self.page.evaluate(
+                "new Promise((done) => {"
+                "const {port} = new SharedWorker('/assets/events.js', {name: 'capi'});"
+                "port.addEventListener('message', () => done()); port.start(); })"
+            )
+        self.assertNotIn("Connected again", self.page.evaluate("said"))
+        self.wire.mend()
+        self.await_live(self.page)
+        self.assertEqual(self.page.text("#connection"), "")
+        again = self.page.evaluate("said.filter((text) => text === 'Connected again').length")
+        self.assertEqual(again, 1)
+
 
 if __name__ == "__main__":
     main()

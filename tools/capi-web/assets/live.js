@@ -226,12 +226,18 @@ async function hear(message) {
     if (message.refused) refresh_all();
     return;
   }
-  if (was_lost) {
+  const is_again = was_lost;
+  if (is_again) {
     say_connection('');
     announce('Connected again');
   }
   was_lost = false;
-  if (message.type === 'open') return fetch_waiting();
+  if (message.type === 'open') {
+    await fetch_waiting();
+    // One that has missed nothing is told nothing more.
+    if (is_again) root.dataset.connected = '';
+    return;
+  }
   // A stream that was there already does not tell what changed while this page was loading.
   await (message.type === 'joined' ? refresh_all() : refresh(message.topics));
   root.dataset.connected = '';
