@@ -296,6 +296,20 @@ class Streams(unittest.TestCase):
                     self.assertIn('"topics":["config"]', stream.read_event())
 
 
+    def test_tell_of_an_adapter_that_goes_and_of_the_next_one(self):
+        ADAPTER.start()
+        with server("--comment-seconds", "0.2") as running:
+            running.log_in()
+            with running.stream() as stream:
+                stream.read_event()
+                ADAPTER.remove()
+                self.assertIn('"topics":["adapter"]', stream.read_event())
+                self.assertIn(b"No adapter is up", running.get("/").body)
+                ADAPTER.start()
+                self.assertIn('"config"', stream.read_event())
+                self.assertNotIn(b"No adapter is up", running.get("/").body)
+                self.change(stream)
+
     def test_go_on_once_there_are_descriptors_again(self):
         ADAPTER.remove()
         with server("--connections", "1000", "--timeout-seconds", "1000", "--comment-seconds",

@@ -33,6 +33,17 @@ bool Link::attach() {
   return true;
 }
 
+bool Link::is_gone() const {
+  capi_presence presence{};
+  return is_attached() && capi_get_presence(&presence) == 0 &&
+         presence.state == CAPI_PRESENCE_NO_LOCKS;
+}
+
+void Link::detach() {
+  capi_watch_close(&watch_);
+  adapter_.reset();
+}
+
 bool Link::watch() {
   if (!is_attached() || fd() != -1) return false;
   if (capi_watch_open(&watch_, CAPI_TOPIC_ALL) == 0) return true;

@@ -22,6 +22,10 @@ class Link {
   bool attach();
   bool is_attached() const { return adapter_.has_value(); }
 
+  // Whether what we are attached to is no adapter any more: its locks were removed. Nobody tells.
+  bool is_gone() const;
+  void detach();
+
   // Begins to watch what we are attached to, where that can be. True when we do so since. To be
   // called again: there may have been too many who watch.
   bool watch();

@@ -432,6 +432,13 @@ void Server::Loop::on_refused(evhttp_connection*, void* connection) {
 
 // There is nothing to be watched where there is no adapter.
 void Server::Loop::look_for_adapter() {
+  if (app_.link.is_gone()) {
+    change_.reset();
+    app_.link.detach();
+    app_.reader = Reader();
+    app_.events.tell(kTopicAdapter);
+    set_timers();
+  }
   const bool is_attached_now = app_.link.attach();
   const bool is_watched_now = app_.link.watch();
   if (!is_attached_now && !is_watched_now) return;
@@ -528,7 +535,7 @@ void Server::Loop::send_comments() {
     Connection& connection = *next++;
     if (connection.stream != nullptr) send_comment(connection);
   }
-  // It may be that nothing tells of changes, for want of descriptors for instance.
+  // Nothing tells that an adapter has gone, nor of changes for want of descriptors for instance.
   look_for_adapter();
   on_change();
 }
