@@ -75,7 +75,8 @@ std::string value(const Response& response, const char* name) {
 TEST_F(Front, EveryAnswerHasTheHeadersThatKeepABrowserSafe) {
   for (const Response& response :
        {ask("GET", "/login"), ask("GET", "/"), ask("GET", "/none"), ask("PUT", "/login"),
-        ask("GET", "/%"), ask("GET", "/api/1/tokens", log_in()), refuse(400), refuse(431)}) {
+        ask("GET", "/%"), ask("GET", "/api/1/tokens", log_in()), refuse(400, false),
+        refuse(431, true)}) {
     EXPECT_THAT(response.headers, Contains(Pair("X-Content-Type-Options", "nosniff")));
     EXPECT_THAT(response.headers, Contains(Pair("Cache-Control", "no-store")));
     EXPECT_THAT(response.headers, Contains(Pair("Referrer-Policy", "same-origin")));
@@ -211,6 +212,15 @@ TEST_F(Front, AProgramsTokenNeedsNoOriginAndMakesNoOthers) {
   EXPECT_EQ(status("DELETE", ("/api/1/tokens/" + id).c_str(), log_in()), 404);
 }
 
+TEST_F(Front, TokensThatComeAndGoAreNews) {
+  Stream* const stream = app_.events.open("me", app_.events.id());
+  ask("POST", "/api/1/tokens", log_in(), "{\"name\":\"a\"}");
+  EXPECT_EQ(stream->take(), kTopicChange);
+  const std::string path = "/api/1/tokens/" + app_.tokens.all().front().id;
+  EXPECT_EQ(status("DELETE", path.c_str(), log_in()), 204);
+  EXPECT_EQ(stream->take(), kTopicChange);
+}
+
 TEST_F(Front, TokensAreToldOnceAndListedWithoutSecret) {
   const Response made = ask("POST", "/api/1/tokens", log_in(), "{\"name\":\"nightly backup\"}");
   EXPECT_THAT(made.body, HasSubstr("\"token\":\"capi_"));
@@ -240,6 +250,34 @@ TEST_F(Front, ALoginBeginsWithThePasswordAndANewSecret) {
   EXPECT_NE(app_.sessions.all().front().secret, secret);
 }
 
+TEST_F(Front, ALoginByWayOfTlsHasACookieForTlsOnly) {
+  const Fields form = {{"origin", "https://localhost:8080"}, {"content-type", kForm}};
+  const Response login = ask("POST", "/login", form, "password=correct+horse");
+  EXPECT_EQ(login.status, 303);
+  const Session& session = app_.sessions.all().front();
+  EXPECT_EQ(value(login, "Set-Cookie"),
+            "capi_session=" + session.secret + "; HttpOnly; SameSite=Strict; Path=/; Secure");
+  const std::string body = "token=" + session.token;
+  const Response logout =
+      ask("POST", "/logout", with(form, "cookie", "capi_session=" + session.secret), body.c_str());
+  EXPECT_EQ(value(logout, "Set-Cookie"),
+            "capi_session=; Max-Age=0; HttpOnly; SameSite=Strict; Path=/; Secure");
+}
+
+TEST_F(Front, WhatAPageAsksOnItsOwnProlongsNoLogin) {
+  const Fields page = log_in();
+  const Session& session = app_.sessions.all().front();
+  const auto prolongs = [&](const char* target, const Fields& headers) {
+    app_.sessions.find(session.secret, now_ms() - 1000);
+    const int64_t before = session.seen_ms;
+    EXPECT_EQ(status("GET", target, headers), 200);
+    return session.seen_ms != before;
+  };
+  EXPECT_TRUE(prolongs("/api/1/tokens", page));
+  EXPECT_FALSE(prolongs("/api/1/tokens", with(page, "x-capi-refresh", "1")));
+  EXPECT_FALSE(prolongs("/api/1/events", page));
+}
+
 TEST_F(Front, ALoginLeadsToNoOtherServer) {
   for (const char* const next : {"//evil.example", "http://evil.example", "/\\evil.example",
                                  "%09//evil.example", "/%0d%0aSet-Cookie:a=b", "evil"}) {
@@ -252,6 +290,28 @@ TEST_F(Front, ALoginFromAnotherSiteIsRefused) {
   const Fields evil = {{"origin", "http://evil.example"}, {"content-type", kForm}};
   EXPECT_EQ(status("POST", "/login", evil, "password=correct+horse"), 403);
   EXPECT_THAT(app_.sessions.all(), testing::SizeIs(0));
+}
+
+TEST_F(Front, AnotherPasswordEndsAllLoginsAndNoToken) {
+  const Fields program = {{"authorization", "Bearer " + app_.tokens.make("backup", 7)}};
+  const Fields page = log_in();
+  EXPECT_EQ(status("GET", "/api/1/tokens", page), 200);
+  const std::string name = app_.sessions.all().front().name;
+  EXPECT_TRUE(is_open(app_, name));
+  write_password_file("/tmp/web.password", hash_of_password("battery staple"));
+  EXPECT_FALSE(is_open(app_, name)) << "nor goes its stream on";
+  EXPECT_EQ(status("GET", "/api/1/tokens", page), 401);
+  EXPECT_EQ(status("GET", "/api/1/tokens", program), 200);
+  EXPECT_EQ(log_in_with("password=correct+horse").status, 403);
+  EXPECT_EQ(log_in_with("password=battery+staple").status, 303);
+  EXPECT_THAT(app_.sessions.all(), testing::SizeIs(1));
+}
+
+TEST_F(Front, APasswordThatIsGoneEndsAllLogins) {
+  const Fields page = log_in();
+  EXPECT_EQ(status("GET", "/api/1/tokens", page), 200);
+  ASSERT_EQ(remove("/tmp/web.password"), 0);
+  EXPECT_EQ(status("GET", "/api/1/tokens", page), 401);
 }
 
 TEST_F(Front, WrongPasswordsHaveToWaitEvenWithTheRightOne) {

@@ -2,6 +2,7 @@
 # SPDX-License-Identifier: MIT
 """The server as a process, and what talks to it byte by byte."""
 import contextlib
+import ctypes
 import http.client
 import os
 import re
@@ -9,6 +10,7 @@ import resource
 import shutil
 import signal
 import socket
+import struct
 import subprocess
 import tempfile
 import time
@@ -16,6 +18,13 @@ import time
 PASSWORD = "correct horse"
 # For what would hang; no expectation.
 PATIENCE = 120
+
+
+def await_that(condition, what):
+    end = time.monotonic() + PATIENCE
+    while not condition():
+        assert time.monotonic() < end, "it never comes to this: " + what
+        time.sleep(0.01)
 
 
 class Answer:
@@ -54,8 +63,8 @@ class Server:
         self.process.stdout.close()
         assert code == 0, f"the server ended with {code}"
 
-    def connect(self):
-        return Connection(self)
+    def connect(self, source=None):
+        return Connection(self, source=source)
 
     def log_in(self):
         connection = http.client.HTTPConnection("127.0.0.1", self.port, timeout=PATIENCE)
@@ -65,7 +74,9 @@ class Server:
         answer = connection.getresponse()
         assert answer.status == 303, f"the login is answered with {answer.status}"
         self.secret = re.match(r"capi_session=([0-9a-f]{64});", answer.getheader("Set-Cookie"))[1]
+        with_it = self.descriptors()
         connection.close()
+        await_that(lambda: self.descriptors() < with_it, "the login's connection is closed")
 
     def head(self, target, method="GET", *fields):
         lines = [f"{method} {target} HTTP/1.1", "Host: " + self.host, *fields]
@@ -136,8 +147,10 @@ class Adapter:
 
 
 class Connection:
-    def __init__(self, server, receive_buffer=None):
+    def __init__(self, server, receive_buffer=None, source=None):
         self.socket = socket.socket()
+        if source:
+            self.socket.bind((source, 0))
         if receive_buffer:
             self.socket.setsockopt(socket.SOL_SOCKET, socket.SO_RCVBUF, receive_buffer)
         self.socket.settimeout(PATIENCE)
@@ -153,6 +166,12 @@ class Connection:
     def close(self):
         self.socket.close()
 
+    def vanish(self):
+        """What comes is dropped in front of this side, which neither confirms nor refuses it."""
+        drop_all = ctypes.create_string_buffer(struct.pack("HBBI", 0x06, 0, 0, 0))
+        program = struct.pack("HP", 1, ctypes.addressof(drop_all))
+        self.socket.setsockopt(socket.SOL_SOCKET, 26, program)  # SO_ATTACH_FILTER
+
     def send(self, data):
         self.socket.sendall(data)
 
@@ -165,8 +184,10 @@ class Connection:
 
     def read_to_end(self):
         data, self.pending = self.pending, b""
+        end = time.monotonic() + PATIENCE
         while more := self.receive():
             data += more
+            assert time.monotonic() < end, f"it never ends: {data[-200:]}"
         return data
 
     def read_until(self, end):

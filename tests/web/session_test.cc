@@ -4,6 +4,7 @@
 
 #include <gmock/gmock.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include "support/files.h"
 #include "tools/capi-web/events.h"
@@ -180,9 +181,27 @@ TEST(Tokens, OutliveTheProcessAsHashes) {
 }
 
 TEST(Tokens, AreNotMadeWhereTheyCannotBeKept) {
-  ApiTokens tokens("/none/tokens");
+  ApiTokens tokens("/none/none/tokens");
   EXPECT_THROW(tokens.make("backup", 7), std::runtime_error);
   EXPECT_THAT(tokens.all(), SizeIs(0));
+}
+
+TEST(Tokens, StayWhereTheyCannotBeForgottenForGood) {
+  ApiTokens tokens("/tmp/state/tokens");
+  const std::string first = tokens.make("first", 7);
+  tokens.make("second", 8);
+  const std::string id = tokens.all().front().id;
+  EXPECT_EQ(mode_of("/tmp/state"), 0700u) << "it was made";
+  ASSERT_EQ(rename("/tmp/state", "/tmp/away"), 0);
+  capi::test::write_file("/tmp/state", "no directory");
+  EXPECT_THROW(tokens.revoke(id), std::runtime_error);
+  EXPECT_NE(tokens.find(first), nullptr);
+  EXPECT_EQ(tokens.all().front().id, id);
+  ASSERT_EQ(unlink("/tmp/state"), 0);
+  ASSERT_EQ(rename("/tmp/away", "/tmp/state"), 0);
+  EXPECT_TRUE(tokens.revoke(id));
+  EXPECT_EQ(tokens.find(first), nullptr);
+  EXPECT_EQ(ApiTokens("/tmp/state/tokens").find(first), nullptr);
 }
 
 constexpr char kAll[] =

@@ -39,7 +39,7 @@ Response failed(const Request& request, const Failure& failure) {
   const int status = status_of(failure.why().code);
   const std::string text = request.is_for_api() ? failure.what() : sentence(failure.what());
   Response response = web::failure(request, status, text, failure.why());
-  if (failure.why().code == kTimedOut) response.headers.emplace_back("Retry-After", "2");
+  if (failure.why().code == kTimedOut) response.headers.emplace_back("Retry-After", kRetryAfter);
   return response;
 }
 

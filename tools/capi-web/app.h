@@ -17,6 +17,7 @@ namespace tools::web {
 struct App {
   std::string password_file = {};  // with the hash of the password, which is read for each login
   std::vector<std::string> hosts = {};  // names by which we may be called, in small letters
+  std::string password_mark = {};       // of that file, when it was last looked at
   Sessions sessions = Sessions();
   ApiTokens tokens = ApiTokens();
   Throttle throttle = {};

@@ -16,7 +16,7 @@ Response get_events(const Request& request, App&) {
 }
 
 constexpr Route kRoutes[] = {
-    {Method::Get, "/api/1/events", Access::Reader, get_events},
+    {Method::Get, kEventsPath, Access::Reader, get_events},
 };
 
 }  // namespace

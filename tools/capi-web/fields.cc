@@ -42,6 +42,9 @@ void add_secret(Html& html, const Field& field) {
   add_common(html, field);
   html.attr("placeholder", field.value.empty() ? "not set" : "set");
   html.attr("maxlength", std::to_string(field.key.meaning.longest)).raw(">");
+  if (field.value.empty() || !field.is_writable()) return;
+  html.raw(" <button type=\"button\" data-needs-script").attr("data-empties", field.label);
+  html.attr("aria-label", "Empty " + field.label).raw(">Empty</button>");
 }
 
 std::string option_text(const NamedValue& value) {

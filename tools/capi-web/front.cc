@@ -28,7 +28,8 @@ constexpr std::pair<const char*, const char*> kHeaders[] = {
     {"X-Frame-Options", "DENY"},
 };
 
-Response finished(Response response) {
+Response finished(const Request& request, Response response) {
+  response.is_known = request.session != nullptr;
   for (const auto& [name, value] : kHeaders) response.headers.emplace_back(name, value);
   response.headers.emplace_back("Cache-Control", response.is_kept ? "no-cache" : "no-store");
   const bool has_content = response.status != 204 && response.status != 304;
@@ -97,9 +98,20 @@ Response answer(const Message& message, Request& request, App& app) {
   return route->handler(request, app);
 }
 
+Response answer_whatever_comes(const Message& message, Request& request, App& app) {
+  try {
+    return answer(message, request, app);
+  } catch (const Failure& failure) {
+    return failed(request, failure);
+  } catch (const std::exception& error) {
+    return failure(request, 500, error.what());
+  }
+}
+
 }  // namespace
 
 bool is_open(App& app, std::string_view session) {
+  end_outdated_logins(app);
   return app.sessions.has(session, now_ms()) || app.tokens.has(session);
 }
 
@@ -118,21 +130,21 @@ int64_t now_s() {
 Response serve(const Message& message, const std::string& address, App& app) {
   Request request{
       .method = method_of(message.method), .headers = message.headers, .address = address};
-  try {
-    return finished(answer(message, request, app));
-  } catch (const Failure& failure) {
-    return finished(failed(request, failure));
-  } catch (const std::exception& error) {
-    return finished(failure(request, 500, error.what()));
+  Response response = answer_whatever_comes(message, request, app);
+  if (app.reader.has_missed() && response.status == 200) {
+    response.headers.emplace_back("Retry-After", kRetryAfter);
   }
+  return finished(request, std::move(response));
 }
 
-Response refuse(int status) {
+Response refuse(int status, bool is_for_api) {
+  const Request request{.path = is_for_api ? "/api/" : "/"};
   const char* const text = status == 408   ? "The request took too long."
                            : status == 413 ? "The content of the request is too long."
+                           : status == 429 ? "There are too many streams of events already."
                            : status == 431 ? "The head of the request is too long."
                                            : "The request is none that this server takes.";
-  return finished(failure({}, status, text));
+  return finished(request, failure(request, status, text));
 }
 
 }  // namespace tools::web

@@ -15,6 +15,6 @@ namespace tools::web {
 Response serve(const Message& message, const std::string& address, App& app);
 
 // The answer to what makes no message: the status is a gate's. It ends the connection.
-Response refuse(int status);
+Response refuse(int status, bool is_for_api);
 
 }  // namespace tools::web

@@ -3,6 +3,7 @@
 #include "guard.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "decode.h"
 
@@ -112,14 +113,22 @@ bool is_our_host(std::string_view host, const App& app) {
   return is_address(host) || name == "localhost" || std::ranges::count(app.hosts, name) > 0;
 }
 
+void end_outdated_logins(App& app) {
+  const std::string before = std::exchange(app.password_mark, mark_of_file(app.password_file));
+  if (!before.empty() && before != app.password_mark) app.sessions.end_all();
+}
+
 void identify(Request& request, App& app) {
+  end_outdated_logins(app);
   const std::string_view credentials = request.header("authorization");
   if (credentials.starts_with(kBearer)) {
     request.session = app.tokens.find(credentials.substr(kBearer.size()));
     return;
   }
   const std::string_view secret = cookie(request.header("cookie"), "capi_session");
-  const bool is_users_doing = request.header("x-capi-refresh").empty();
+  // Nor does a user open a stream: a page does, again whenever something on the way cuts it.
+  const bool is_users_doing =
+      request.header("x-capi-refresh").empty() && request.path != kEventsPath;
   if (!secret.empty()) request.session = app.sessions.find(secret, now_ms(), is_users_doing);
 }
 

@@ -17,6 +17,9 @@ namespace tools::web {
 // or by a name that we were given.
 bool is_our_host(std::string_view host, const App& app);
 
+// All logins end where another password was set: whoever knew the one before is not to stay.
+void end_outdated_logins(App& app);
+
 // Finds whose request it is.
 void identify(Request& request, App& app);
 

@@ -58,7 +58,8 @@ void add_end(Html& page) {
 }
 
 Response finished(const Request& request, std::string_view title, std::string_view name,
-                  const Html& notices, const Html& main, int status) {
+                  const Html& notices, const Html& main, int status,
+                  const std::string& seconds = {}) {
   if (request.session == nullptr) return bare_page(title, main, status);
   Html page;
   add_head(page, title, request.session->token);
@@ -70,7 +71,8 @@ Response finished(const Request& request, std::string_view title, std::string_vi
   page.raw("<div id=\"notices\" data-live=\"changes adapter config\">").add(notices);
   page.raw("</div>\n<main id=\"main\" tabindex=\"-1\">\n").add(main);
   page.raw("<section id=\"review\" class=\"card\" hidden data-needs-script ");
-  page.raw("aria-labelledby=\"review-h\"></section>\n</main>\n");
+  page.raw("aria-labelledby=\"review-h\"").attr("data-seconds", seconds);
+  page.raw("></section>\n</main>\n");
   page.raw("<div id=\"change-bar\" class=\"change-bar\" role=\"region\" ");
   page.raw("aria-label=\"Unsaved changes\" hidden data-needs-script></div>\n");
   add_end(page);
@@ -156,7 +158,7 @@ Response page(const Request& request, App& app, std::string_view title, const Ht
   Html notices;
   const std::string name = name_of_device(app, notices);
   add_change_notice(notices, request, app);
-  return finished(request, title, name, notices, main, status);
+  return finished(request, title, name, notices, main, status, std::to_string(app.confirm_seconds));
 }
 
 Response page_without_notices(const Request& request, std::string_view title, const Html& main,

@@ -30,16 +30,41 @@ bool Link::attach() {
   } catch (const Failure&) {
     return false;  // it went away again
   }
-  if (capi_watch_open(&watch_, CAPI_TOPIC_ALL) != 0) {
-    fprintf(stderr, "capi-web: changes cannot be watched, pages do not follow them: %s\n",
-            strerror(errno));
-  }
   return true;
 }
 
+bool Link::is_gone() const {
+  capi_presence presence{};
+  return is_attached() && capi_get_presence(&presence) == 0 &&
+         presence.state == CAPI_PRESENCE_NO_LOCKS;
+}
+
+void Link::detach() {
+  capi_watch_close(&watch_);
+  adapter_.reset();
+}
+
+bool Link::watch() {
+  if (!is_attached() || fd() != -1) return false;
+  if (capi_watch_open(&watch_, CAPI_TOPIC_ALL) == 0) return true;
+  complain();
+  return false;
+}
+
 unsigned Link::changes() {
+  if (fd() == -1) return 0;
   const int topics = capi_watch_changed(&watch_);
+  if (topics == -1) complain();
+  if (topics != -1) has_complained_ = false;
   return topics > 0 ? static_cast<unsigned>(topics) : 0;
+}
+
+// Once, until it goes again.
+void Link::complain() {
+  if (has_complained_) return;
+  has_complained_ = true;
+  fprintf(stderr, "capi-web: changes cannot be watched, pages do not follow them: %s\n",
+          strerror(errno));
 }
 
 }  // namespace tools::web

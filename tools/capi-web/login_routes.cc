@@ -8,7 +8,11 @@
 namespace tools::web {
 namespace {
 
-constexpr char kCookieEnd[] = "; HttpOnly; SameSite=Strict; Path=/";
+// Behind a proxy with TLS the cookie is not to be sent without.
+std::string cookie_end(const Request& request) {
+  const bool is_encrypted = request.header("origin").starts_with("https://");
+  return std::string("; HttpOnly; SameSite=Strict; Path=/") + (is_encrypted ? "; Secure" : "");
+}
 
 Response refuse_for_now(const Request& request, int64_t wait_ms) {
   const std::string seconds = std::to_string((wait_ms + 999) / 1000);
@@ -38,7 +42,8 @@ Response post_login(const Request& request, App& app) {
   if (request.session != nullptr) app.sessions.end(request.session->name);
   const Session& session = app.sessions.begin(request.address, now_ms(), now_s());
   Response response = see_other(destination_of(request));
-  response.headers.emplace_back("Set-Cookie", "capi_session=" + session.secret + kCookieEnd);
+  response.headers.emplace_back("Set-Cookie",
+                                "capi_session=" + session.secret + cookie_end(request));
   return response;
 }
 
@@ -47,7 +52,7 @@ Response get_login(const Request& request, App&) { return login_page(request, {}
 Response post_logout(const Request& request, App& app) {
   app.sessions.end(request.session->name);
   Response response = see_other("/login");
-  response.headers.emplace_back("Set-Cookie", std::string("capi_session=; Max-Age=0") + kCookieEnd);
+  response.headers.emplace_back("Set-Cookie", "capi_session=; Max-Age=0" + cookie_end(request));
   return response;
 }
 
@@ -91,6 +96,7 @@ Response post_token(const Request& request, App& app) {
   const std::string token = app.tokens.make(name, now_s());
   cJSON* const document = to_json(app.tokens.all().back());
   cJSON_AddStringToObject(document, "token", token.c_str());
+  app.events.tell(kTopicChange);
   return json(document, 201);
 }
 
@@ -99,6 +105,7 @@ Response delete_token(const Request& request, App& app) {
   if (!app.tokens.revoke(request.part("id"))) {
     return failure(request, 404, "There is no such token.");
   }
+  app.events.tell(kTopicChange);
   return {.status = 204};
 }
 

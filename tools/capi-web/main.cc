@@ -23,6 +23,10 @@
 namespace tools::web {
 namespace {
 
+// Of this file the service takes a copy.
+constexpr char kPasswordDirectory[] = "/etc/capi";
+constexpr char kPasswordFile[] = "web.password";
+
 // systemd hands files to a service, and directories, by such names.
 std::string path_of(const char* variable, const std::string& otherwise, const std::string& name) {
   const char* const directory = getenv(variable);
@@ -129,12 +133,15 @@ void set_password(const Options& options) {
                   {kRefused});
   }
   write_password_file(options.password_file, hash_of_password(password));
+  if (options.password_file != std::string(kPasswordDirectory) + "/" + kPasswordFile) return;
+  fputs("A service of systemd takes it when it starts: systemctl restart capi-web\n", stderr);
 }
 
 int run(int argc, char** argv) {
   mallopt(M_TOP_PAD, 4096);  // of what a page took nothing more is kept
-  Options options{.password_file = path_of("CREDENTIALS_DIRECTORY", "/etc/capi", "web.password"),
-                  .token_file = path_of("STATE_DIRECTORY", "/var/lib/capi-web", "tokens")};
+  Options options{
+      .password_file = path_of("CREDENTIALS_DIRECTORY", kPasswordDirectory, kPasswordFile),
+      .token_file = path_of("STATE_DIRECTORY", "/var/lib/capi-web", "tokens")};
   read_options(argc, argv, options) == Task::Serve ? serve(options) : set_password(options);
   return kDone;
 }

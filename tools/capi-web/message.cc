@@ -116,6 +116,9 @@ int read_head(std::string_view head, Message& message, size_t& length) {
 
 void Gate::refuse(int status) {
   refusal_ = status;
+  std::string_view target = held_;
+  take_until(target, " ");
+  is_refused_for_api_ = target.starts_with("/api/");
   held_.clear();
 }
 

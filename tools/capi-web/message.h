@@ -40,6 +40,9 @@ class Gate {
   // 0, or the status with which to end the connection.
   int refusal() const { return refusal_; }
 
+  // Whether what was refused asked for "/api/...".
+  bool is_refused_for_api() const { return is_refused_for_api_; }
+
   // Whether a request has begun that is not whole.
   bool is_waiting() const { return !held_.empty(); }
 
@@ -58,6 +61,7 @@ class Gate {
   Message message_;
   std::deque<Message> messages_;
   int refusal_ = 0;
+  bool is_refused_for_api_ = false;
 };
 
 }  // namespace tools::web

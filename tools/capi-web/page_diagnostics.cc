@@ -1,7 +1,5 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
-#include <locks.h>
-
 #include "answer.h"
 #include "layout.h"
 #include "log_ring.h"
@@ -46,10 +44,10 @@ void add_checks(Html& html, App& app) {
   html.raw("</section>\n");
 }
 
-void add_locks(Html& html) {
+void add_locks(Html& html, App& app) {
   begin_card(html, "locks", "Locks", "config device lines calls messages adapter");
   try {
-    add_table(html, lock_table(),
+    add_table(html, app.reader.locks(),
               {.caption = "Table of locks", .id = "locks-t", .is_wide = true, .is_quiet = true});
   } catch (const Failure& failure) {
     html.element("p", sentence(failure.what()));
@@ -104,14 +102,21 @@ void add_token(Html& html, const ApiTokens::Token& token) {
   html.raw(" data-done=\"Revoked.\" data-needs-script>Revoke</button></li>\n");
 }
 
+// A token is told once: what is made live stands apart from it.
 void add_tokens(Html& html, const App& app) {
-  begin_card(html, "tokens", "Programs", "changes adapter");
+  begin_card(html, "tokens", "Programs", "");
   html.raw("<p>Programs use the <a href=\"/api/1/openapi.json\">interface</a> with tokens of ");
   html.raw("their own.</p>\n");
+  html.raw("<div id=\"tokens-list\" data-live=\"changes adapter\">\n");
   if (app.tokens.all().empty()) html.raw("<p class=\"empty\">There is no token.</p>\n");
   html.raw("<ul>\n");
   for (const ApiTokens::Token& token : app.tokens.all()) add_token(html, token);
-  html.raw("</ul>\n</section>\n");
+  html.raw("</ul>\n</div>\n<form data-api=\"/api/1/tokens\" data-result=\"token-result\" ");
+  html.raw("data-done=\"Made. Keep the token now: it is shown this once.\" data-needs-script>\n");
+  html.raw("<p><label for=\"token-name\">What a new token is for</label> ");
+  html.raw("<input id=\"token-name\" name=\"name\" maxlength=\"64\" required></p>\n");
+  html.raw("<p><button>Make a token</button></p>\n</form>\n");
+  html.raw("<div id=\"token-result\"></div>\n</section>\n");
 }
 
 }  // namespace
@@ -120,7 +125,7 @@ Response get_diagnostics_page(const Request& request, App& app) {
   Html main;
   main.raw("<h1>Diagnostics</h1>\n<div class=\"cards\">\n");
   add_checks(main, app);
-  add_locks(main);
+  add_locks(main, app);
   add_lint(main);
   add_log(main);
   add_export(main);

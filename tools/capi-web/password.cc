@@ -48,6 +48,13 @@ bool has_hash(const std::string& text, const std::string& hash) {
   return made != nullptr && made[0] != '*' && is_same_secret(made, hash);
 }
 
+// Where nothing was kept before the directory is missing; whether it can be written shows then.
+void write_file(const std::string& path, const std::string& content, mode_t directory_mode) {
+  mkdir(path.substr(0, path.rfind('/')).c_str(), directory_mode);
+  const int error = files::replace(path, content, 0600);
+  if (error != 0) throw std::runtime_error(path + " cannot be written: " + strerror(error));
+}
+
 std::string remedy(const std::string& path) {
   return "; set one: capi-web password --password-file " + path;
 }
@@ -76,11 +83,15 @@ std::string read_password_file(const std::string& path) {
   return hash;
 }
 
+std::string mark_of_file(const std::string& path) {
+  struct stat file = {};
+  if (stat(path.c_str(), &file) != 0) return {};
+  return std::to_string(file.st_ino) + " " + std::to_string(file.st_size) + " " +
+         std::to_string(file.st_mtim.tv_sec) + " " + std::to_string(file.st_mtim.tv_nsec);
+}
+
 void write_password_file(const std::string& path, const std::string& hash) {
-  // Where nothing was set before its directory is missing; whether it can be written shows below.
-  mkdir(path.substr(0, path.rfind('/')).c_str(), 0755);
-  const int error = files::replace(path, hash + "\n", 0600);
-  if (error != 0) throw std::runtime_error(path + " cannot be written: " + strerror(error));
+  write_file(path, hash + "\n", 0755);
 }
 
 // A line for each: id, hash, time and, with its blanks, the name.
@@ -117,8 +128,15 @@ std::string ApiTokens::make(const std::string& name, int64_t now_s) {
 bool ApiTokens::revoke(std::string_view id) {
   const auto token = std::ranges::find(tokens_, id, &Token::id);
   if (token == tokens_.end()) return false;
-  tokens_.erase(token);
-  save();
+  const auto next = std::next(token);
+  std::list<Token> revoked;
+  revoked.splice(revoked.end(), tokens_, token);
+  try {
+    save();
+  } catch (...) {
+    tokens_.splice(next, revoked);
+    throw;
+  }
   return true;
 }
 
@@ -144,8 +162,7 @@ void ApiTokens::save() const {
     text += token.id + " " + token.hash + " " + std::to_string(token.made_at) + " " + token.name;
     text += "\n";
   }
-  const int error = files::replace(path_, text, 0600);
-  if (error != 0) throw std::runtime_error(path_ + " cannot be written: " + strerror(error));
+  write_file(path_, text, 0700);
 }
 
 }  // namespace tools::web

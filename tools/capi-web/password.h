@@ -24,6 +24,9 @@ bool is_password(const std::string& password, const std::string& hash);
 // The hash in a file. Throws, and says what to do, where there is none that would do.
 std::string read_password_file(const std::string& path);
 
+// Tells one state of a file from another one, without opening it. Empty where there is none.
+std::string mark_of_file(const std::string& path);
+
 // Throws.
 void write_password_file(const std::string& path, const std::string& hash);
 
@@ -47,7 +50,7 @@ class ApiTokens {
   // Makes one, which is told once. Throws.
   std::string make(const std::string& name, int64_t now_s);
 
-  // False for one that there is not. Throws where it cannot be forgotten for good.
+  // False for one that there is not. Throws where it cannot be forgotten for good; it stays then.
   bool revoke(std::string_view id);
 
   const Session* find(std::string_view token) const;

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 #include "reader.h"
 
+#include <algorithm>
 #include <cstring>
 
 #include "locks.h"
@@ -69,8 +70,14 @@ void Reader::forget_device_if_new() {
   carriers_.reset();
 }
 
-// Whoever holds a lock for long is not waited for by every request. Another one is.
 bool Reader::is_free(unsigned lock) {
+  const bool is_free = is_free_soon(lock);
+  has_missed_ |= !is_free;
+  return is_free;
+}
+
+// Whoever holds a lock for long is not waited for by every request. Another one is.
+bool Reader::is_free_soon(unsigned lock) {
   const std::optional<Holder> holder = holder_of(lock);
   if (!holder) {
     held_.erase(lock);
@@ -142,6 +149,13 @@ void Reader::add_device(std::vector<Table>& tables) {
   if (sim_) tables.push_back(*sim_);
 }
 
+Table Reader::locks() {
+  Table table = lock_table();
+  const auto is_held = [](const auto& row) { return std::ranges::count(row, "held") > 0; };
+  has_missed_ |= std::ranges::any_of(table.rows(), is_held);
+  return table;
+}
+
 std::vector<Table> Reader::status() {
   const cfg_shared_record& record = this->record();
   std::vector<Table> tables;
@@ -159,7 +173,7 @@ std::vector<Table> Reader::status() {
     const StoreLook& received = look(kReceivedMessages);
     tables.push_back(store_table(calls, received, look(kSentMessages)));
   }
-  tables.push_back(lock_table());
+  tables.push_back(locks());
   return tables;
 }
 

@@ -14,6 +14,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace tools::web {
@@ -41,6 +42,13 @@ class Reader {
   // What a look at a store's file has found; "locked" while it is held for long.
   const StoreLook& look(const Store& store);
 
+  // The locks that have a meaning.
+  Table locks();
+
+  // Whether somebody was seen to hold a lock since the last call: what was read is without what it
+  // guards, or tells of it. Nothing tells when it is free again.
+  bool has_missed() { return std::exchange(has_missed_, false); }
+
   // Waits a little for locks that something is going to need. Throws a Failure.
   void need(std::initializer_list<unsigned> locks);
 
@@ -50,6 +58,7 @@ class Reader {
     StoreLook look = {};
   };
   bool is_free(unsigned lock);
+  bool is_free_soon(unsigned lock);
   void forget_device_if_new();
   const Seen& see(const Store& store);
   [[noreturn]] void throw_locked(const Store& store) const;
@@ -58,6 +67,7 @@ class Reader {
   std::unique_ptr<cfg_shared_record> record_;
   uint64_t generation_ = 0;
   bool is_whole_ = false;
+  bool has_missed_ = false;
   std::map<const Store*, Seen> stores_;
   std::optional<Calls> calls_;
   std::map<const Store*, std::vector<StoredMessage>> messages_;

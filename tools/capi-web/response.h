@@ -17,6 +17,9 @@ inline constexpr char kHtml[] = "text/html; charset=utf-8";
 inline constexpr char kJson[] = "application/json";
 inline constexpr char kEventStream[] = "text/event-stream";
 
+// Seconds after which something may be free that somebody holds.
+inline constexpr char kRetryAfter[] = "2";
+
 struct Response {
   int status = 200;
   std::string type = kHtml;
@@ -24,6 +27,7 @@ struct Response {
   std::string_view fixed = {};  // in place of a body: what lives as long as the program
   Fields headers = {};          // more of them
   bool is_kept = false;         // by the browser, which asks whether it is still the same
+  bool is_known = false;        // it was asked for with a login or an API token
   bool is_stream = false;       // goes on with events, for as long as the other side wants
   std::string session = {};     // whose stream it is
   std::string last_event = {};  // that was seen on the one before

@@ -30,6 +30,8 @@ struct Route {
 };
 using Routes = std::span<const Route>;
 
+inline constexpr char kEventsPath[] = "/api/1/events";
+
 // The rows of each family, in files of their own.
 Routes page_routes();
 Routes api_routes();

@@ -11,6 +11,8 @@
 #include <malloc.h>
 #include <netdb.h>
 #include <netinet/in.h>
+#include <netinet/tcp.h>
+#include <sys/socket.h>
 
 #include <algorithm>
 #include <array>
@@ -63,10 +65,10 @@ constexpr int kAllMethods = EVHTTP_REQ_GET | EVHTTP_REQ_POST | EVHTTP_REQ_HEAD |
                             EVHTTP_REQ_DELETE | EVHTTP_REQ_OPTIONS | EVHTTP_REQ_TRACE |
                             EVHTTP_REQ_CONNECT | EVHTTP_REQ_PATCH;
 
-std::string address_of(evhttp_request* request) {
+std::string address_of(evhttp_connection* connection) {
   char* address = nullptr;
   ev_uint16_t port = 0;
-  evhttp_connection_get_peer(evhttp_request_get_connection(request), &address, &port);
+  evhttp_connection_get_peer(connection, &address, &port);
   return address == nullptr ? "" : address;
 }
 
@@ -85,19 +87,28 @@ void add_lasting(evbuffer* buffer, std::string_view content) {
   evbuffer_add_reference(buffer, content.data(), content.size(), nullptr, nullptr);
 }
 
+std::string_view content_of(const Response& response) {
+  return response.fixed.empty() ? std::string_view(response.body) : response.fixed;
+}
+
+void add_length(evhttp_request* request, const Response& response) {
+  evhttp_add_header(evhttp_request_get_output_headers(request), "Content-Length",
+                    std::to_string(content_of(response).size()).c_str());
+}
+
+void close_after(evhttp_request* request) {
+  evhttp_add_header(evhttp_request_get_output_headers(request), "Connection", "close");
+}
+
 // The length is told here, for a HEAD as well.
 void send(evhttp_request* request, const Response& response) {
-  const std::string_view content = response.fixed.empty() ? response.body : response.fixed;
   const auto buffer = own(evbuffer_new());
   if (evhttp_request_get_command(request) != EVHTTP_REQ_HEAD) {
     const auto add = response.fixed.empty() ? add_copy : add_lasting;
-    add(buffer.get(), content);
+    add(buffer.get(), content_of(response));
   }
   add_headers(request, response);
-  if (response.status != 204 && response.status != 304) {
-    evhttp_add_header(evhttp_request_get_output_headers(request), "Content-Length",
-                      std::to_string(content.size()).c_str());
-  }
+  if (response.status != 204 && response.status != 304) add_length(request, response);
   evhttp_send_reply(request, response.status, reason_of(response.status).data(), buffer.get());
   malloc_trim(0);  // pages are made of many pieces, and asked for rarely
 }
@@ -122,7 +133,8 @@ class Server::Loop {
     Gate gate = {};
     int64_t since_ms = 0;  // when the request has begun that is not whole
     bool is_handing_on = false;
-    evhttp_request* streaming = nullptr;  // the request of an event stream
+    bool is_known = false;                // the last request had a login or an API token
+    evhttp_request* streaming = nullptr;  // the request whose answer has no end yet
     Stream* stream = nullptr;
     bool is_sending = false;  // what the stream was told is not all on its way
     bool has_waited = false;  // nor has it been for a while
@@ -134,6 +146,7 @@ class Server::Loop {
   static void on_request(evhttp_request* request, void* loop);
   static void on_close(evhttp_connection* http, void* connection);
   static void on_sent(evhttp_connection* http, void* connection);
+  static void on_refused(evhttp_connection* http, void* connection);
   static void on_accept_error(evconnlistener* listener, void* http);
 
   template <void (Loop::*Method)()>
@@ -148,10 +161,14 @@ class Server::Loop {
 
   void adopt_new();
   static void adopt(Connection& connection);
+  bool is_crowded() const { return connections_.size() >= limits_.connections * 3 / 4; }
+  bool cut_one_of_many();
   void forget(const Connection* connection);
 
   void take(Connection& connection, evbuffer* input, size_t added) const;
+  void drain(const Connection& connection) const;
   void answer(evhttp_request* request, Connection& connection);
+  static void refuse_for_good(evhttp_request* request, Connection& connection);
 
   void look_for_adapter();
   void on_change();
@@ -281,6 +298,21 @@ bufferevent* Server::Loop::make_socket(event_base* base, void* loop) {
 
 void Server::Loop::adopt_new() {
   for (auto next = connections_.begin(); next != connections_.end();) adopt(*next++);
+  while (!connections_.empty() && is_crowded() && cut_one_of_many()) {
+  }
+}
+
+// Strangers of one address are not to take all places: of those who share the address of the one
+// that came last the oldest goes. False where they are no more than half of all.
+bool Server::Loop::cut_one_of_many() {
+  const std::string address = address_of(connections_.back().http);
+  const auto is_like_it = [&](const Connection& one) {
+    return one.http != nullptr && !one.is_known && address_of(one.http) == address;
+  };
+  const auto count = std::ranges::count_if(connections_, is_like_it);
+  if (static_cast<size_t>(count) <= limits_.connections / 2) return false;
+  evhttp_connection_free(std::ranges::find_if(connections_, is_like_it)->http);
+  return true;
 }
 
 // Which of the library's connections a socket belongs to stands nowhere but in what the socket
@@ -326,12 +358,20 @@ void Server::Loop::on_input(evbuffer* input, const evbuffer_cb_info* info, void*
   self.is_handing_on = false;
 }
 
+// Nobody listens any more. What was refused may come to its end, so that its sender reads why, but
+// not for ever.
+void Server::Loop::drain(const Connection& connection) const {
+  if (connection.gate.refusal() == 0) return;
+  const bool is_late = now_ms() - connection.since_ms > limits_.timeout_ms;
+  if (is_late) shutdown(bufferevent_getfd(connection.socket), SHUT_RDWR);
+}
+
 // In front of what has arrived stand requests that the library has not come to.
 void Server::Loop::take(Connection& connection, evbuffer* input, size_t added) const {
   std::string bytes(evbuffer_get_length(input), '\0');
   evbuffer_remove(input, bytes.data(), bytes.size());
   Gate& gate = connection.gate;
-  if (connection.streaming != nullptr || gate.refusal() != 0) return;  // nobody listens any more
+  if (connection.streaming != nullptr || gate.refusal() != 0) return drain(connection);
   if (!gate.is_waiting()) connection.since_ms = now_ms();
   const size_t before = bytes.size() - added;
   bytes.replace(before, added, gate.take(std::string_view(bytes).substr(before)));
@@ -354,25 +394,55 @@ void Server::Loop::on_request(evhttp_request* request, void* loop) {
 void Server::Loop::answer(evhttp_request* request, Connection& connection) {
   adopt(connection);
   Gate& gate = connection.gate;
-  if (gate.refusal() != 0 || gate.messages().empty()) {
-    evhttp_add_header(evhttp_request_get_output_headers(request), "Connection", "close");
-    return send(request, refuse(gate.refusal() != 0 ? gate.refusal() : 400));
-  }
+  if (gate.refusal() != 0 || gate.messages().empty()) return refuse_for_good(request, connection);
   const Message message = std::move(gate.messages().front());
   gate.messages().pop_front();
   look_for_adapter();
   on_change();  // what changed before the request is seen by it
-  const Response response = serve(message, address_of(request), app_);
+  const Response response = serve(message, address_of(connection.http), app_);
+  connection.is_known = response.is_known;
   if (response.is_stream) return begin_stream(connection, request, response);
+  if (!connection.is_known && is_crowded()) close_after(request);  // others wait for the place
   send(request, response);
+}
+
+// A connection that is closed with something in it unread is reset, and the answer lost. So it ends
+// when the other side has read the answer and closes it, or with the usual time.
+void Server::Loop::refuse_for_good(evhttp_request* request, Connection& connection) {
+  const Gate& gate = connection.gate;
+  const Response response =
+      refuse(gate.refusal() != 0 ? gate.refusal() : 400, gate.is_refused_for_api());
+  connection.streaming = request;
+  add_headers(request, response);
+  add_length(request, response);
+  close_after(request);
+  evhttp_send_reply_start(request, response.status, reason_of(response.status).data());
+  const auto buffer = own(evbuffer_new());
+  add_copy(buffer.get(), response.body);
+  evhttp_send_reply_chunk_with_cb(request, buffer.get(), on_refused, &connection);
+}
+
+void Server::Loop::on_refused(evhttp_connection*, void* connection) {
+  bufferevent* const socket = static_cast<Connection*>(connection)->socket;
+  if (evbuffer_get_length(bufferevent_get_output(socket)) > 0) return;
+  shutdown(bufferevent_getfd(socket), SHUT_WR);
 }
 
 // --- the adapter ---
 
 // There is nothing to be watched where there is no adapter.
 void Server::Loop::look_for_adapter() {
-  if (!app_.link.attach()) return;
-  if (app_.link.fd() != -1) {
+  if (app_.link.is_gone()) {
+    change_.reset();
+    app_.link.detach();
+    app_.reader = Reader();
+    app_.events.tell(kTopicAdapter);
+    set_timers();
+  }
+  const bool is_attached_now = app_.link.attach();
+  const bool is_watched_now = app_.link.watch();
+  if (!is_attached_now && !is_watched_now) return;
+  if (is_watched_now) {
     change_ = own(
         event_new(base_.get(), app_.link.fd(), EV_READ | EV_PERSIST, call<&Loop::on_change>, this));
     event_add(change_.get(), nullptr);
@@ -414,17 +484,21 @@ void Server::Loop::set_timers() {
 void Server::Loop::begin_stream(Connection& connection, evhttp_request* request,
                                 const Response& response) {
   Stream* const stream = app_.events.open(response.session, response.last_event);
-  if (stream == nullptr) return send(request, refuse(429));
+  if (stream == nullptr) return send(request, refuse(429, true));
   set_timers();
   // Nor is the kernel to keep what nobody reads.
   setsockopt(bufferevent_getfd(connection.socket), SOL_SOCKET, SO_SNDBUF, &kSendBuffer,
              sizeof kSendBuffer);
+  // Whose other side is gone has gone when it confirms nothing for two signs of life.
+  const unsigned gone_ms = 2 * static_cast<unsigned>(limits_.comment_ms);
+  setsockopt(bufferevent_getfd(connection.socket), IPPROTO_TCP, TCP_USER_TIMEOUT, &gone_ms,
+             sizeof gone_ms);
   connection.streaming = request;
   connection.stream = stream;
   // Nothing is to come from there any more, for however long.
   evhttp_connection_set_timeout(connection.http, kYear);
   add_headers(request, response);
-  evhttp_add_header(evhttp_request_get_output_headers(request), "Connection", "close");
+  close_after(request);
   evhttp_send_reply_start(request, response.status, reason_of(response.status).data());
   stream->has_news() ? send_news(connection) : send_part(connection, kComment);
 }
@@ -461,6 +535,9 @@ void Server::Loop::send_comments() {
     Connection& connection = *next++;
     if (connection.stream != nullptr) send_comment(connection);
   }
+  // Nothing tells that an adapter has gone, nor of changes for want of descriptors for instance.
+  look_for_adapter();
+  on_change();
 }
 
 // Nobody reads what was on its way at the last comment already, and a login may be over.

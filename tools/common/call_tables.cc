@@ -63,8 +63,15 @@ Type type_of(const std::string& name) {
   return name == "start" || name == "connect" || name == "end" ? Type::Time : Type::Number;
 }
 
+// What others send is not to run in a spreadsheet, which takes what begins so for a formula. A
+// telephone number is none.
+bool is_like_formula(const std::string& text) {
+  return text.find_first_of("=+-@\t\r") == 0 &&
+         text.find_first_not_of("+0123456789*#") != std::string::npos;
+}
+
 std::string quoted(const std::string& text) {
-  std::string result = "\"";
+  std::string result = is_like_formula(text) ? "\"'" : "\"";
   for (const char c : text) result += c == '"' ? std::string("\"\"") : std::string(1, c);
   return result + "\"";
 }

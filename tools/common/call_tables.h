@@ -28,7 +28,8 @@ Table call_table(const Calls& calls);
 // All that is known of a call.
 Table call_facts(const capi_call_log_record& call);
 
-// The same as lines of comma-separated values, texts in quotes.
+// The same as lines of comma-separated values, texts in quotes. Where a spreadsheet would take a
+// text for a formula a ' stands in front of it.
 std::string call_csv_head();
 std::string call_csv_row(const capi_call_log_record& call);
 

@@ -77,6 +77,23 @@ class Actions(BrowserCase):
         self.assertIn("Line one", self.adapter.tool("sms", "list", "sent"))
         self.page.wait_for("document.querySelector('textarea[name=text]').value === ''")
 
+    def test_a_message_is_sent_once_however_often_enter_is_pressed(self):
+        self.go(self.page, "/messages")
+        before = self.wire.requests.count("POST /api/1/messages")
+        self.page.fill("#number", "+15556660006")
+        self.page.fill("textarea[name=text]", "Just once")
+        self.page.evaluate(
+            "{ const form = document.querySelector('textarea[name=text]').form;"
+            "form.requestSubmit(); form.requestSubmit(); form.requestSubmit(); }"
+        )
+        self.page.wait_for("document.querySelector('textarea[name=text]').value === ''")
+        self.page.fill("#number", "+15556660006")
+        self.page.fill("textarea[name=text]", "And again")
+        self.page.click("form[data-api] .primary")
+        self.page.wait_for("document.querySelector('textarea[name=text]').value === ''")
+        self.assertEqual(self.wire.requests.count("POST /api/1/messages") - before, 2)
+        self.assertEqual(self.adapter.tool("sms", "list", "sent").count("Just once"), 1)
+
     def test_a_message_without_a_number_is_refused_where_it_is_written(self):
         self.go(self.page, "/messages")
         before = self.adapter.tool("sms", "list", "sent")
@@ -86,6 +103,15 @@ class Actions(BrowserCase):
         self.page.click("form[data-api] .primary")
         self.page.wait_for("document.querySelector('#number').matches('[aria-invalid=true]')")
         self.assertEqual(self.adapter.tool("sms", "list", "sent"), before)
+
+    def test_a_message_that_is_too_long_is_told_of_as_such(self):
+        self.go(self.page, "/messages")
+        self.page.fill("#number", "+15556660005")
+        self.page.evaluate(
+            "document.querySelector('textarea[name=text]').value = '\u20ac'.repeat(39100)"
+        )
+        self.page.click("form[data-api] .primary")
+        self.page.wait_for_text("The content of the request is too long.", "#status")
 
     def test_a_message_is_deleted(self):
         self.adapter.others("message", "+15556660004", "Delete me.")
@@ -102,6 +128,34 @@ class Actions(BrowserCase):
         self.page.wait_for(
             "document.getElementById(document.querySelector('form[data-result]').dataset.result)"
             ".querySelectorAll('tbody tr').length >= 2"
+        )
+
+    def test_a_token_is_made_shown_once_and_revoked(self):
+        self.go(self.page, "/diagnostics")
+        other = self.log_in()
+        self.go(other, "/diagnostics")
+        self.page.fill("#token-name", "nightly backup")
+        self.page.click("#tokens form button")
+        self.page.wait_for_text("capi_", "#token-result")
+        token = self.page.evaluate(
+            "document.querySelector('#token-result').innerText.match(/capi_[0-9a-f]+_[0-9a-f]+/)[0]"
+        )
+        self.assertEqual(self.status_with(token), 200)
+        for page in (self.page, other):
+            page.wait_for_text("nightly backup", "#tokens-list")
+        # What the list does on its own leaves the token where it is.
+        self.assertIn(token, self.page.text("#token-result"))
+        self.assertNotIn(token, other.evaluate("document.documentElement.outerHTML"))
+        other.click("#tokens-list button")
+        other.click("dialog .danger")
+        for page in (self.page, other):
+            page.wait_for_text("There is no token.", "#tokens-list")
+        self.assertEqual(self.status_with(token), 401)
+
+    def status_with(self, token):
+        return self.page.evaluate(
+            "fetch('/api/1/tokens', {headers: {Authorization: 'Bearer " + token + "'}})"
+            ".then((answer) => answer.status)"
         )
 
     def test_the_export_has_no_secrets(self):

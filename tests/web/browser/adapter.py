@@ -2,6 +2,7 @@
 # SPDX-License-Identifier: MIT
 """A simulated adapter with its page, in a private view of the machine, and what happens around it."""
 
+import contextlib
 import os
 import re
 import select
@@ -40,6 +41,17 @@ class Adapter:
     def others(self, *words):
         """Lets another process do something."""
         subprocess.run([self.others_path, *map(str, words)], check=True)
+
+    @contextlib.contextmanager
+    def holds(self, lock):
+        """Another process holds a lock meanwhile."""
+        holder = subprocess.Popen([self.others_path, "hold", str(lock)],
+                                  stdin=subprocess.PIPE, stdout=subprocess.PIPE)
+        try:
+            assert holder.stdout.readline() == b"held\n"
+            yield
+        finally:
+            holder.communicate(timeout=PATIENCE)
 
     def settle(self):
         """Takes back a change that a test has left waiting."""

@@ -103,6 +103,25 @@ class Live(BrowserCase):
         self.assertEqual(self.page.evaluate(f"document.querySelector('{name}').value"), "Half-a-name")
         self.assertTrue(self.page.evaluate(f"document.activeElement.matches('{name}')"))
 
+    def test_a_lock_that_is_free_again_is_told_of_no_more(self):
+        with self.adapter.holds(0):
+            self.go(self.page, "/")
+            self.page.wait_for_text("Lock 0 (", "#alerts")
+        self.page.wait_for("!document.querySelector('#alerts').innerText.includes('Lock 0 (')")
+        self.page.wait_for_text("Registered", "#lines")
+        self.page.wait_for_text("free", "#locks")
+        self.assertNotIn("held", self.page.text("#locks"))
+
+    def test_a_fetch_that_fails_while_the_stream_lives_is_made_again(self):
+        self.go(self.page, "/")
+        self.page.evaluate(
+            "const real = window.fetch; window.failed = 0; window.fetch = () => {"
+            "  window.fetch = real; ++window.failed; return Promise.reject(new TypeError('cut')); }"
+        )
+        self.adapter.tool("config", "set", "sip_line_1.display_name", "At-last")
+        self.page.wait_for_text("At-last", "#lines")
+        self.assertEqual(self.page.evaluate("window.failed"), 1)
+
     def test_a_page_without_connection_says_so_and_catches_up(self):
         self.go(self.page, "/")
         self.wire.cut()
@@ -112,6 +131,32 @@ class Live(BrowserCase):
         self.wire.mend()
         self.page.wait_for_text("Meanwhile", "#lines")
         self.page.wait_for("document.querySelector('#connection').innerText === ''")
+
+    def test_a_page_that_comes_back_while_the_connection_is_lost_says_so(self):
+        self.go(self.page, "/")
+        self.assertEqual(self.page.evaluate("document.querySelectorAll('#connection').length"), 1)
+        self.page.evaluate(
+            "window.said = []; new MutationObserver(() => said.push(document.querySelector('#status')"
+            ".innerText)).observe(document.querySelector('#status'), {childList: true}), 0"
+        )
+        self.wire.cut()
+        self.addCleanup(self.wire.mend)
+        self.page.wait_for_text("Connection lost, trying again", "#connection")
+        # As out of the browser's cache.
+        self.page.evaluate("dispatchEvent(new PageTransitionEvent('pageshow', {persisted: true}))")
+        # Who comes to the worker later is answered later.
+        for _ in range(2):
+            self.page.evaluate(
+                "new Promise((done) => {"
+                "const {port} = new SharedWorker('/assets/events.js', {name: 'capi'});"
+                "port.addEventListener('message', () => done()); port.start(); })"
+            )
+        self.assertNotIn("Connected again", self.page.evaluate("said"))
+        self.wire.mend()
+        self.await_live(self.page)
+        self.assertEqual(self.page.text("#connection"), "")
+        again = self.page.evaluate("said.filter((text) => text === 'Connected again').length")
+        self.assertEqual(again, 1)
 
 
 if __name__ == "__main__":

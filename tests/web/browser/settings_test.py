@@ -26,7 +26,7 @@ class Settings(BrowserCase):
         self.page.click("#change-bar .primary")
         self.page.wait_for_text("Apply", "#review")
         review = self.page.text("#review")
-        for text in (NAME, "Kitchen", "Hall", "LINE1_SUBSCRIBER", "displayname"):
+        for text in (NAME, "Kitchen", "Hall", "LINE1_SUBSCRIBER", "displayname", "have a minute"):
             self.assertIn(text, review)
         self.assertEqual(self.adapter.value(NAME), "Kitchen")
 
@@ -128,6 +128,22 @@ class Settings(BrowserCase):
             "set",
         )
 
+    def test_a_secret_is_emptied_when_one_says_so(self):
+        self.adapter.tool("config", "set", PASSWORD, "xyzzy-10")
+        self.topic_page(self.page, PASSWORD)
+        empty = f'[data-empties="{PASSWORD}"]'
+        self.page.click(empty)
+        self.page.wait_for_text("Will be emptied.", ".draft")
+        self.page.click(".draft button")
+        self.page.wait_for("document.querySelector('#change-bar').hidden")
+        self.page.click(empty)
+        self.page.wait_for_text("1 unsaved change", "#change-bar")
+        self.apply(self.page)
+        self.assertEqual(self.adapter.tool("config", "get", "--show-secrets", PASSWORD), "")
+        self.page.click("#pending .primary")
+        self.page.wait_for("!document.querySelector('#pending')")
+        self.page.wait_for(f"!document.querySelector('{empty}')")
+
     def test_the_keyboard_alone_is_enough(self):
         self.go(self.page, "/settings")
         self.tab_to("#q")
@@ -158,13 +174,16 @@ class Settings(BrowserCase):
 
 
 class ShortTime(BrowserCase):
-    options = ("--confirm-seconds", "2")
+    options = ("--confirm-seconds", "8")
 
     def test_what_nobody_keeps_goes_back_by_itself(self):
         self.adapter.tool("config", "set", NAME, "Kitchen")
         self.topic_page(self.page, NAME)
         self.page.fill(self.field(NAME), "Hall")
-        self.apply(self.page)
+        self.page.click("#change-bar .primary")
+        self.page.wait_for_text("you have 8 s to keep the changes", "#review")
+        self.page.click("#review .primary")
+        self.page.wait_for("document.querySelector('#pending')")
         self.assertEqual(self.adapter.value(NAME), "Hall")
         self.page.wait_for("!document.querySelector('#pending')")
         self.page.wait_for(f"document.querySelector('{self.field(NAME)}').value === 'Kitchen'")

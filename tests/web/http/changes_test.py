@@ -68,7 +68,7 @@ class Changes(Case):
         self.assertNotIn("went back at", Person(self.server).page("/").text)
 
     def test_requests_are_no_confirmation(self):
-        change = self.make("Den", seconds=2)
+        change = self.make("Den", seconds=10)
         for path in ("/", "/changes", "/settings", f"/api/1/changes/{change}"):
             self.assertEqual(self.anna.page(path).status, 200)
         await_watchers()

@@ -9,6 +9,7 @@ import os
 import re
 import shutil
 import subprocess
+import time
 import unittest
 import urllib.parse
 
@@ -17,7 +18,7 @@ TOOL = os.environ["CAPI_TEST_TOOL"]
 OTHERS = os.environ["CAPI_TEST_OTHERS"]
 WEB = os.environ["CAPI_TEST_WEB"]
 PASSWORD = "correct horse battery"
-PATIENCE = 30  # seconds
+PATIENCE = 60  # seconds
 
 
 def tool(*words, codes=(0,)):
@@ -67,8 +68,14 @@ def last_users():
 
 def await_watchers():
     """Waits until nobody sees to a change any more."""
+    end = time.monotonic() + PATIENCE
     with open("/var/lib/capi/watcher", "w") as file:
-        fcntl.flock(file, fcntl.LOCK_EX)
+        while True:
+            try:
+                return fcntl.flock(file, fcntl.LOCK_EX | fcntl.LOCK_NB)
+            except BlockingIOError:
+                assert time.monotonic() < end, "somebody still sees to a change"
+            time.sleep(0.01)
 
 
 class Answer:
@@ -89,8 +96,10 @@ class Answer:
 class Server:
     def __init__(self, *options):
         password_file = "/tmp/web.password"
-        command = [WEB, "password", "--stdin", "--password-file", password_file]
-        subprocess.run(command, input=PASSWORD + "\n", text=True, check=True)
+        # Set again it would end the logins at another server.
+        if not os.path.exists(password_file):
+            command = [WEB, "password", "--stdin", "--password-file", password_file]
+            subprocess.run(command, input=PASSWORD + "\n", text=True, check=True)
         self.process = subprocess.Popen(
             [WEB, "--password-file", password_file, "--token-file", "/tmp/web.tokens",
              "--listen", "127.0.0.1:0", *options],

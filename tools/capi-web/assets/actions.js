@@ -64,11 +64,16 @@ function show_error(error, form) {
   field.focus();
 }
 
-// Does what the element says. Its form, if it is one, tells the body.
+const busy = new WeakSet();
+
+// Does what the element says, once at a time: whoever presses Enter twice means it once. Its form,
+// if it is one, tells the body.
 async function act(element, form) {
   const {api, method = 'POST', body, ask: question, first, done, go, result} = element.dataset;
-  if (question && !(await ask(question, element.textContent.trim()))) return;
+  if (busy.has(element)) return;
+  busy.add(element);
   try {
+    if (question && !(await ask(question, element.textContent.trim()))) return;
     // Looking first shows that this page still reaches the adapter, and what there is to act upon.
     if (first) await call('GET', first);
     const answer = await call(method, api, form ? body_of(form) : body ? JSON.parse(body) : {});
@@ -76,11 +81,14 @@ async function act(element, form) {
     if (go) return location.assign(go);
     if (form && !result) form.reset();
     if (done) announce(done);
+    busy.delete(element);
     await refresh_all();
     // Where the button went with what it deleted, the focus must not be lost.
     if (document.activeElement === document.body) document.getElementById('main').focus();
   } catch (error) {
     show_error(error, form);
+  } finally {
+    busy.delete(element);
   }
 }
 

@@ -5,12 +5,10 @@
 import {serve_actions} from './actions.js';
 import {count_down} from './pending.js';
 import {go_live} from './live.js';
-import {make} from './page.js';
 import {serve_settings} from './settings.js';
 
 document.documentElement.dataset.script = '';
 if (document.getElementById('status')) {
-  document.getElementById('status').after(make('div', {id: 'connection', role: 'status'}));
   serve_actions();
   serve_settings();
   count_down();

@@ -49,13 +49,14 @@ self.addEventListener('connect', ({ports: [port]}) => {
     clearTimeout(timer);
     stream.close();
     stream = null;
+    is_lost = false;
   });
   port.start();
   if (is_lost) port.postMessage({type: 'lost', refused: false});
   // A page that comes to a running stream missed nothing but what came while it loaded.
   if (stream === null || stream.readyState === EventSource.CLOSED) {
     connect();
-  } else {
+  } else if (!is_lost) {
     port.postMessage({type: 'joined'});
   }
 });

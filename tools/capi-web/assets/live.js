@@ -121,8 +121,22 @@ export function morph(from, to) {
 
 // ---- Fetching the page again ----
 
+const kSoon = 2000;
+
 const waiting = new Set();
+const postponed = new Set();
+let later = 0;
 let fetching = null;
+
+// Of all that is fetched later there is one fetch.
+function fetch_later(topics, after) {
+  for (const topic of topics) postponed.add(topic);
+  later ||= setTimeout(() => {
+    later = 0;
+    refresh(postponed);
+    postponed.clear();
+  }, after);
+}
 
 async function fetch_page() {
   const headers = {Accept: 'text/html', 'X-CAPI-Refresh': '1'};
@@ -138,15 +152,16 @@ const parts_of = (page) => live_parts(main_of(page)).map((part) => part.id).join
 let has_told = false;
 
 // What stands in the fields of a page is worth more than telling of an error in their place.
-function tell_of_error({page, retry_after}, topics) {
+function tell_of_error(page) {
   has_told = true;
   announce(main_of(page).querySelector('.notice')?.textContent ?? 'The adapter has no answer.', true);
-  if (retry_after > 0) setTimeout(() => refresh(topics), 1000 * retry_after);
 }
 
 function take_over(answer, topics) {
   const fresh = answer.page;
-  if (!answer.is_ok && parts_of(document) !== '') return tell_of_error(answer, topics);
+  // Nobody tells when a lock is free again.
+  if (answer.retry_after > 0) fetch_later(topics, 1000 * answer.retry_after);
+  if (!answer.is_ok && parts_of(document) !== '') return tell_of_error(fresh);
   if (has_told) announce('');
   has_told = false;
   for (const part of live_parts(document)) {
@@ -168,7 +183,9 @@ async function fetch_all_waiting() {
     try {
       take_over(await fetch_page(), topics);
     } catch {
-      // The stream tells when the server is back, and then all is fetched.
+      // Where the connection is lost the stream tells when it is back; it may be there all the time.
+      for (const topic of topics) waiting.add(topic);
+      if (!was_lost) fetch_later(topics, kSoon);
       break;
     }
   }
@@ -209,12 +226,18 @@ async function hear(message) {
     if (message.refused) refresh_all();
     return;
   }
-  if (was_lost) {
+  const is_again = was_lost;
+  if (is_again) {
     say_connection('');
     announce('Connected again');
   }
   was_lost = false;
-  if (message.type === 'open') return;
+  if (message.type === 'open') {
+    await fetch_waiting();
+    // One that has missed nothing is told nothing more.
+    if (is_again) root.dataset.connected = '';
+    return;
+  }
   // A stream that was there already does not tell what changed while this page was loading.
   await (message.type === 'joined' ? refresh_all() : refresh(message.topics));
   root.dataset.connected = '';

@@ -51,7 +51,7 @@ function undo(control) {
 }
 
 function text_of_mark(control) {
-  if (is_secret(control)) return 'Will be set.';
+  if (is_secret(control)) return control.value === '' ? 'Will be emptied.' : 'Will be set.';
   const {from} = drafts[control.dataset.key];
   const now = control.dataset.value;
   return now === from ? `Now ${shown(now)}.`
@@ -119,12 +119,12 @@ function discard() {
 
 // ---- Drafting ----
 
-function draft(control) {
+function draft(control, is_emptied = false) {
   const {key, value, type} = control.dataset;
   clear_field_error(control);
   delete errors[key];
   if (is_secret(control)) {
-    if (control.value === '') {
+    if (control.value === '' && !is_emptied) {
       delete secrets[key];
     } else {
       secrets[key] = control.value;
@@ -138,6 +138,12 @@ function draft(control) {
   mark(control);
   // What was reviewed is something else now.
   hide_review();
+}
+
+// A secret's field is always empty, and nothing in it leaves what is set.
+function empty(control) {
+  control.value = '';
+  draft(control, true);
 }
 
 // Puts the drafts into the fields, after a reload and after each refresh.
@@ -197,6 +203,11 @@ function tables_of(preview) {
   return tables;
 }
 
+function time_of({dataset: {seconds}}) {
+  if (!seconds) return 'a while';
+  return seconds === '60' ? 'a minute' : `${seconds} s`;
+}
+
 function show_review(preview) {
   const section = document.getElementById('review');
   const heading = make('h2', {id: 'review-h', tabindex: '-1'}, 'Review the changes');
@@ -213,8 +224,8 @@ function show_review(preview) {
     apply_button.addEventListener('click', () => apply(apply_button));
     buttons.append(apply_button, back);
     section.replaceChildren(heading,
-      make('p', {}, 'After that you have a minute to keep the changes. If you do not, because you ',
-        'cannot reach this page any more for instance, they go back by themselves.'),
+      make('p', {}, `After that you have ${time_of(section)} to keep the changes. If you do not, `,
+        'because you cannot reach this page any more for instance, they go back by themselves.'),
       ...tables_of(preview), buttons);
   }
   section.hidden = false;
@@ -269,6 +280,9 @@ export function serve_settings() {
   load();
   document.addEventListener('input', (event) => {
     if (event.target.matches('form.settings [data-key]')) draft(event.target);
+  });
+  document.addEventListener('click', ({target: {dataset}}) => {
+    if (dataset.empties) empty(control_of(dataset.empties));
   });
   document.addEventListener('keydown', (event) => {
     if (event.key !== 'Enter' || !event.target.matches('form.settings input')) return;
