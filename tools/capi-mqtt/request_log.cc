@@ -20,7 +20,7 @@ namespace {
 constexpr char kTitle[] = "capi-mqtt-requests 1\n";
 
 // What is forgotten stays in the file until that has this size, or twice that of what is not.
-constexpr off_t kLeastLimit = 262144;
+constexpr int64_t kLeastLimit = 262144;
 
 std::string hex_of(std::string_view text) {
   constexpr char kDigits[] = "0123456789abcdef";
@@ -105,16 +105,16 @@ void RequestLog::read() {
   }
 }
 
-off_t RequestLog::read_lines(const std::string& content) {
+int64_t RequestLog::read_lines(const std::string& content) {
   size_t at = sizeof kTitle - 1;
   for (size_t end = 0; (end = content.find('\n', at)) != std::string::npos; at = end + 1) {
     const std::string_view line = std::string_view(content).substr(at, end - at);
-    if (!read_line(line, static_cast<off_t>(at))) break;
+    if (!read_line(line, static_cast<int64_t>(at))) break;
   }
-  return static_cast<off_t>(at);
+  return static_cast<int64_t>(at);
 }
 
-bool RequestLog::read_line(std::string_view line, off_t at) {
+bool RequestLog::read_line(std::string_view line, int64_t at) {
   const char* begin = line.data();
   const std::string_view what = take_word(line);
   const std::string id(take_word(line));
@@ -204,7 +204,7 @@ void RequestLog::finish(const std::string& id, const std::string& answer) {
 
 void RequestLog::write_answer(Entry& entry) {
   const std::string head = "answer " + entry.id + " ";
-  const off_t at = size_ + static_cast<off_t>(head.size());
+  const int64_t at = size_ + static_cast<int64_t>(head.size());
   append(head + entry.unwritten + "\n", true);
   entry.answer_at = at;
   entry.answer_size = entry.unwritten.size();
@@ -260,14 +260,14 @@ void RequestLog::shorten() {
     if (entry.state != State::Answered) continue;
     const std::string answer = answer_of(entry);
     content += "answer " + entry.id + " ";
-    entry.answer_at = static_cast<off_t>(content.size());
+    entry.answer_at = static_cast<int64_t>(content.size());
     content += answer + "\n";
     if (entry.is_told) content += "told " + entry.id + "\n";
   }
   replace_file(path_, content, 0600);
   open_file();
   entries_ = std::move(entries);
-  size_ = static_cast<off_t>(content.size());
+  size_ = static_cast<int64_t>(content.size());
   limit_ = std::max(kLeastLimit, size_ * 2);
 }
 

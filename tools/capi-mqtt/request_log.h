@@ -5,7 +5,6 @@
 #pragma once
 
 #include <files.h>
-#include <sys/types.h>
 
 #include <cstdint>
 #include <deque>
@@ -53,7 +52,7 @@ class RequestLog {
     Origin origin;
     State state = State::Unknown;
     bool is_told = false;
-    off_t answer_at = 0;  // where it stands in the file
+    int64_t answer_at = 0;  // where it stands in the file
     size_t answer_size = 0;
     std::string unwritten = {};  // the answer until it stands there
   };
@@ -71,8 +70,8 @@ class RequestLog {
   Entry* find_entry(std::string_view id);
   void begin_anew();
   void read();
-  off_t read_lines(const std::string& content);
-  bool read_line(std::string_view line, off_t at);
+  int64_t read_lines(const std::string& content);
+  bool read_line(std::string_view line, int64_t at);
   void open_file();
   void append(const std::string& line, bool is_synced);
   void write_answer(Entry& entry);
@@ -83,8 +82,8 @@ class RequestLog {
 
   std::string path_;
   std::unique_ptr<files::Descriptor> file_;
-  off_t size_ = 0;
-  off_t limit_ = 0;
+  int64_t size_ = 0;
+  int64_t limit_ = 0;
   std::deque<Entry> entries_;
 };
 

@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: MIT
 #include "reader.h"
 
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <cstring>
 
@@ -16,16 +18,12 @@ constexpr int kPatienceMs = 500;
 constexpr char kNoneIsUp[] =
     "no adapter is up: start the master, or bring one up with capictl master --settings FILE";
 
-bool is_same(const struct stat& a, const struct stat& b) {
-  return a.st_ino == b.st_ino && a.st_dev == b.st_dev && a.st_size == b.st_size &&
-         a.st_mtim.tv_sec == b.st_mtim.tv_sec && a.st_mtim.tv_nsec == b.st_mtim.tv_nsec;
-}
-
 // Other programs may replace a file without telling anybody.
-struct stat state_of_file(const Store& store, const cfg_shared_record& record) {
-  struct stat state = {};
-  if (stat(path_of(store, record).c_str(), &state) != 0) state = {};
-  return state;
+FileState state_of_file(const Store& store, const cfg_shared_record& record) {
+  struct stat now = {};
+  if (stat(path_of(store, record).c_str(), &now) != 0) return {};
+  return {static_cast<int64_t>(now.st_dev), static_cast<int64_t>(now.st_ino), now.st_size,
+          now.st_mtim.tv_sec, now.st_mtim.tv_nsec};
 }
 
 Failure unreadable(const char* what, const StoreLook& look) {
@@ -97,9 +95,9 @@ void Reader::need(std::initializer_list<unsigned> locks) {
 }
 
 const Reader::Seen& Reader::see(const Store& store) {
-  const struct stat now = state_of_file(store, record());
+  const FileState now = state_of_file(store, record());
   const auto known = stores_.find(&store);
-  if (known != stores_.end() && is_same(known->second.file, now)) return known->second;
+  if (known != stores_.end() && known->second.file == now) return known->second;
   Seen& seen = stores_[&store];
   seen = {};
   if (&store == &kCallLog) calls_.reset();

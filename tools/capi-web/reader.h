@@ -8,8 +8,8 @@
 #include <carriers.h>
 #include <messages.h>
 #include <stores.h>
-#include <sys/stat.h>
 
+#include <array>
 #include <map>
 #include <memory>
 #include <optional>
@@ -18,6 +18,9 @@
 #include <vector>
 
 namespace tools::web {
+
+// What tells one file from another, and from what it was.
+using FileState = std::array<int64_t, 5>;
 
 class Reader {
  public:
@@ -54,7 +57,7 @@ class Reader {
 
  private:
   struct Seen {
-    struct stat file = {};
+    FileState file = {};
     StoreLook look = {};
   };
   bool is_free(unsigned lock);
