@@ -9,6 +9,7 @@
 #include <map>
 #include <memory>
 #include <set>
+#include <vector>
 
 #include "capi/config_key.h"
 #include "capi/snapshot.h"
@@ -96,14 +97,20 @@ class StackLine : public Adapter {
     return file;
   }
 
-  // The spots at which two records show different values.
-  static Spots changed_spots(const cfg_shared_record& before, const cfg_shared_record& after) {
+  // By type.
+  static std::vector<File> files_of(const cfg_shared_record& record) {
+    std::vector<File> files;
+    for (unsigned type = 0; type < kTypes; ++type) files.push_back(file_of(record, type));
+    return files;
+  }
+
+  // The spots at which the files of two records show different values.
+  static Spots changed_spots(const std::vector<File>& before, const std::vector<File>& after) {
     Spots spots;
     for (unsigned type = 0; type < kTypes; ++type) {
-      const File old = file_of(before, type);
-      for (const auto& [spot, value] : file_of(after, type)) {
-        const auto was = old.find(spot);
-        if (was != old.end() && was->second != value) spots.insert(spot);
+      for (const auto& [spot, value] : after[type]) {
+        const auto was = before[type].find(spot);
+        if (was != before[type].end() && was->second != value) spots.insert(spot);
       }
     }
     return spots;
@@ -125,13 +132,14 @@ class StackLine : public Adapter {
   // Checks, key by key, that what the walk tells under these conditions is what a file shows.
   static void expect_truth(const cfg_shared_record& record, const std::set<int>& conditions) {
     const Lines lines = all_lines();
+    const std::vector<File> before = files_of(record);
     for (const capi_config_key& key : all_keys()) {
       const int count = std::max(std::max(key.section_max, key.name_max), 1);
       for (int i = 0; i < (key.stride != 0 ? count : 1); ++i) {
         const int offset = key.offset + i * key.stride;
         auto after = std::make_unique<cfg_shared_record>(record);
         change(*after, key, offset);
-        EXPECT_EQ(changed_spots(record, *after), told_spots(lines, offset, conditions))
+        EXPECT_EQ(changed_spots(before, files_of(*after)), told_spots(lines, offset, conditions))
             << key.section << " " << key.name << " " << i + 1;
       }
     }
@@ -169,13 +177,13 @@ TEST_F(StackLine, TellsOfTheInterfaceForStacksWithoutTheirOwn) {
   auto record = std::make_unique<cfg_shared_record>();
   auto after = std::make_unique<cfg_shared_record>();
   strcpy(after->bb_if_name, "usb0");
-  const Spots everywhere = changed_spots(*record, *after);
+  const Spots everywhere = changed_spots(files_of(*record), files_of(*after));
   EXPECT_EQ(everywhere.size(), kTypes);
   EXPECT_EQ(told_spots(offset), everywhere);
   name_interfaces(*record);
   name_interfaces(*after);
   EXPECT_EQ(told_spots(all_lines(), offset, {CAPI_STACK_LINE_ALWAYS}),
-            changed_spots(*record, *after));
+            changed_spots(files_of(*record), files_of(*after)));
 }
 
 TEST_F(StackLine, GivesNumbersAsTheFileHasThem) {
