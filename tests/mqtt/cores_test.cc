@@ -391,7 +391,8 @@ TEST_F(FleetRequestLog, KnowsTheLast256) {
     log.finish(std::to_string(i), answer + std::to_string(i));
     if (i % 2 == 0) log.told(std::to_string(i));
   }
-  for (const RequestLog& known : {std::cref(log), std::cref(*new RequestLog(kPath))}) {
+  const RequestLog again(kPath);
+  for (const RequestLog& known : {std::cref(log), std::cref(again)}) {
     EXPECT_EQ(known.entries().size(), 256U);
     EXPECT_EQ(known.state_of("1743"), RequestLog::State::Unknown);
     EXPECT_EQ(known.answer_of(*known.find("1744")), answer + "1744");
