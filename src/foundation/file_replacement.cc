@@ -272,6 +272,21 @@ Replaced overwrite_file(const char* path, std::span<const uint8_t> bytes, size_t
   return lseek(fd, 0, SEEK_CUR) == begin ? Replaced::NotWritten : Replaced::Cut;
 }
 
+namespace {
+
+// With errno set where it fails, which is of the first try.
+Replaced write_and_commit(FileReplacement& file, const char* path, std::span<const uint8_t> bytes,
+                          const Replacing& replacing) {
+  if (file.write(bytes.data(), bytes.size()) && file.commit()) return Replaced::Done;
+  const int error = errno;
+  Replaced result = Replaced::NotWritten;
+  if (replacing.head > 0 && is_full(error)) result = overwrite_file(path, bytes, replacing.head);
+  errno = error;
+  return result == Replaced::NotWritten && file.is_in_place() ? Replaced::Cut : result;
+}
+
+}  // namespace
+
 Replaced replace_file(const char* path, std::span<const uint8_t> bytes, const Replacing& replacing,
                       FunctionRef<void(ReplacingStep)> tell) {
   FileReplacement file(path, replacing.odd_file);
@@ -279,16 +294,7 @@ Replaced replace_file(const char* path, std::span<const uint8_t> bytes, const Re
     tell(ReplacingStep::Open);
     return Replaced::NotOpened;
   }
-  Replaced result = Replaced::Done;
-  if (!file.write(bytes.data(), bytes.size()) || !file.commit()) {
-    result = file.is_in_place() ? Replaced::Cut : Replaced::NotWritten;
-    if (replacing.head > 0 && is_full(errno)) {
-      const int error = errno;
-      const Replaced overwritten = overwrite_file(path, bytes, replacing.head);
-      if (overwritten != Replaced::NotWritten) result = overwritten;
-      errno = error;
-    }
-  }
+  const Replaced result = write_and_commit(file, path, bytes, replacing);
   const bool is_written = result == Replaced::Done;
   if (!is_written) tell(ReplacingStep::Write);
   if (is_written && replacing.is_durable) {
