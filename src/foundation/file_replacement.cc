@@ -58,6 +58,17 @@ bool is_link(const struct stat64& status) { return S_ISLNK(status.st_mode); }
 // Others may have planted it.
 bool may_follow(const struct stat64& link) { return link.st_uid == 0 || link.st_uid == geteuid(); }
 
+// With errno set where it fails, which is of the first try.
+Replaced write_and_commit(FileReplacement& file, const char* path, std::span<const uint8_t> bytes,
+                          const Replacing& replacing) {
+  if (file.write(bytes.data(), bytes.size()) && file.commit()) return Replaced::Done;
+  const int error = errno;
+  Replaced result = Replaced::NotWritten;
+  if (replacing.head > 0 && is_full(error)) result = overwrite_file(path, bytes, replacing.head);
+  errno = error;
+  return result == Replaced::NotWritten && file.is_in_place() ? Replaced::Cut : result;
+}
+
 }  // namespace
 
 FileReplacement::FileReplacement(const char* path, OddFile odd_file)
@@ -271,21 +282,6 @@ Replaced overwrite_file(const char* path, std::span<const uint8_t> bytes, size_t
   if (is_written) return Replaced::Done;
   return lseek(fd, 0, SEEK_CUR) == begin ? Replaced::NotWritten : Replaced::Cut;
 }
-
-namespace {
-
-// With errno set where it fails, which is of the first try.
-Replaced write_and_commit(FileReplacement& file, const char* path, std::span<const uint8_t> bytes,
-                          const Replacing& replacing) {
-  if (file.write(bytes.data(), bytes.size()) && file.commit()) return Replaced::Done;
-  const int error = errno;
-  Replaced result = Replaced::NotWritten;
-  if (replacing.head > 0 && is_full(error)) result = overwrite_file(path, bytes, replacing.head);
-  errno = error;
-  return result == Replaced::NotWritten && file.is_in_place() ? Replaced::Cut : result;
-}
-
-}  // namespace
 
 Replaced replace_file(const char* path, std::span<const uint8_t> bytes, const Replacing& replacing,
                       FunctionRef<void(ReplacingStep)> tell) {
