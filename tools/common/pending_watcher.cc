@@ -17,9 +17,12 @@ namespace {
 
 constexpr int kAck = STDERR_FILENO + 1;
 
-// Away from the terminal, from whoever started it, and from all that they have open or block.
+// Away from the terminal, from whoever started it, and from all that they have open, catch or
+// block.
 void leave(int ack) {
   setsid();
+  signal(SIGTERM, SIG_DFL);
+  signal(SIGINT, SIG_DFL);
   sigset_t none;
   sigemptyset(&none);
   sigprocmask(SIG_SETMASK, &none, nullptr);

@@ -17,7 +17,7 @@ def value():
     return tool("config", "get", NAME).decode().strip()
 
 
-def kill_watchers():
+def kill_watchers(by=signal.SIGKILL):
     """Those of this view: others may have a file of this name."""
     ours = os.stat("/var/lib/capi/watcher")
     for fd in glob.glob("/proc/[0-9]*/fd/*"):
@@ -26,7 +26,7 @@ def kill_watchers():
         except OSError:
             continue
         if is_ours:
-            os.kill(int(fd.split("/")[2]), signal.SIGKILL)
+            os.kill(int(fd.split("/")[2]), by)
 
 
 class Changes(Case):
@@ -161,6 +161,12 @@ class Changes(Case):
         self.assertIn("Den", self.anna.page("/settings/sip_line_1").text)
         Server().stop()
         self.assertEqual(value(), "Kitchen")
+
+    def test_who_sees_to_one_ends_when_it_is_told_to(self):
+        self.make("Den")
+        kill_watchers(signal.SIGTERM)
+        await_watchers()
+        self.assertTrue(os.path.exists("/var/lib/capi/pending"), "it went on to the end")
 
     def test_half_a_text_is_never_set(self):
         body = '{"set":{"sip_line_1":{"display_name":"Den\\u0000Attic"}}}'
