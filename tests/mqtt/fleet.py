@@ -128,19 +128,21 @@ class Proxy:
         self.to = to
         self.swallows = False
         self.pinged = threading.Event()
-        self.port = free_port()
         self._pairs = []
-        self._listener = None
+        self.port = free_port()
+        self._listener = socket.socket()
+        self._listener.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
+        self._listener.bind(("127.0.0.1", self.port))  # by number, or shutdown() gives it away
         self.open()
 
     def open(self):
-        self._listener = socket.create_server(("127.0.0.1", self.port))
-        threading.Thread(target=self._accept, args=(self._listener,), daemon=True).start()
+        self._listener.listen()
+        threading.Thread(target=self._accept, daemon=True).start()
 
-    def _accept(self, listener):
+    def _accept(self):
         while True:
             try:
-                one, _ = listener.accept()
+                one, _ = self._listener.accept()
                 two = socket.create_connection(("127.0.0.1", self.to))
             except OSError:
                 return
@@ -164,11 +166,11 @@ class Proxy:
                 pass
 
     def cut(self):
-        """No connection survives, and none is let in."""
-        if self._listener:
+        """No connection survives, and none is let in. The port stays ours."""
+        try:
             self._listener.shutdown(socket.SHUT_RDWR)
-            self._listener.close()
-        self._listener = None
+        except OSError:
+            pass
         for pair in self._pairs:
             for one in pair:
                 try:
@@ -313,6 +315,10 @@ class Consumer:
         request = {"id": uuid.uuid4().hex, **members}
         self.publish("do/" + command, request)
         return self.wait_for("done/t", lambda json: json["id"] == request["id"]).json
+
+    def wait_until_acknowledged(self):
+        """Until the bridge knows that the broker has what came here: a request follows behind it."""
+        self.ask("refresh")
 
 
 class Test(unittest.TestCase):

@@ -77,6 +77,7 @@ class Outage(fleet.Test):
         bridge.wait_until_up()
         call("1002")
         consumer.wait_for("event/call", lambda json: json["call"]["number"] == "1002")
+        consumer.wait_until_acknowledged()
         proxy.cut()
         bridge.lines.wait_for("is lost")
         for number in range(2000, 2030):
