@@ -3,6 +3,8 @@
 // What the handlers share, for the life of the process.
 #pragma once
 
+#include <files.h>
+
 #include <string>
 #include <vector>
 
@@ -17,7 +19,7 @@ namespace tools::web {
 struct App {
   std::string password_file = {};  // with the hash of the password, which is read for each login
   std::vector<std::string> hosts = {};  // names by which we may be called, in small letters
-  std::string password_mark = {};       // of that file, when it was last looked at
+  files::State password_state = {};     // of that file, when it was last looked at
   Sessions sessions = Sessions();
   ApiTokens tokens = ApiTokens();
   Throttle throttle = {};

@@ -114,8 +114,9 @@ bool is_our_host(std::string_view host, const App& app) {
 }
 
 void end_outdated_logins(App& app) {
-  const std::string before = std::exchange(app.password_mark, mark_of_file(app.password_file));
-  if (!before.empty() && before != app.password_mark) app.sessions.end_all();
+  const files::State now = files::state_of(app.password_file);
+  const files::State before = std::exchange(app.password_state, now);
+  if (before != files::State{} && before != now) app.sessions.end_all();
 }
 
 void identify(Request& request, App& app) {

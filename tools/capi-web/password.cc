@@ -83,13 +83,6 @@ std::string read_password_file(const std::string& path) {
   return hash;
 }
 
-std::string mark_of_file(const std::string& path) {
-  struct stat file = {};
-  if (stat(path.c_str(), &file) != 0) return {};
-  return std::to_string(file.st_ino) + " " + std::to_string(file.st_size) + " " +
-         std::to_string(file.st_mtim.tv_sec) + " " + std::to_string(file.st_mtim.tv_nsec);
-}
-
 void write_password_file(const std::string& path, const std::string& hash) {
   write_file(path, hash + "\n", 0755);
 }

@@ -24,9 +24,6 @@ bool is_password(const std::string& password, const std::string& hash);
 // The hash in a file. Throws, and says what to do, where there is none that would do.
 std::string read_password_file(const std::string& path);
 
-// Tells one state of a file from another one, without opening it. Empty where there is none.
-std::string mark_of_file(const std::string& path);
-
 // Throws.
 void write_password_file(const std::string& path, const std::string& hash);
 

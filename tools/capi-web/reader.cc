@@ -2,8 +2,6 @@
 // SPDX-License-Identifier: MIT
 #include "reader.h"
 
-#include <sys/stat.h>
-
 #include <algorithm>
 #include <cstring>
 
@@ -17,14 +15,6 @@ constexpr int kPatienceMs = 500;
 
 constexpr char kNoneIsUp[] =
     "no adapter is up: start the master, or bring one up with capictl master --settings FILE";
-
-// Other programs may replace a file without telling anybody.
-FileState state_of_file(const Store& store, const cfg_shared_record& record) {
-  struct stat now = {};
-  if (stat(path_of(store, record).c_str(), &now) != 0) return {};
-  return {static_cast<int64_t>(now.st_dev), static_cast<int64_t>(now.st_ino), now.st_size,
-          now.st_mtim.tv_sec, now.st_mtim.tv_nsec};
-}
 
 Failure unreadable(const char* what, const StoreLook& look) {
   return Failure(std::string("the ") + what + " cannot be read: the file is " +
@@ -95,7 +85,8 @@ void Reader::need(std::initializer_list<unsigned> locks) {
 }
 
 const Reader::Seen& Reader::see(const Store& store) {
-  const FileState now = state_of_file(store, record());
+  // Other programs may replace a file without telling anybody.
+  const files::State now = files::state_of(path_of(store, record()));
   const auto known = stores_.find(&store);
   if (known != stores_.end() && known->second.file == now) return known->second;
   Seen& seen = stores_[&store];

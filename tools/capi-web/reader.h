@@ -6,10 +6,10 @@
 
 #include <call_tables.h>
 #include <carriers.h>
+#include <files.h>
 #include <messages.h>
 #include <stores.h>
 
-#include <array>
 #include <map>
 #include <memory>
 #include <optional>
@@ -18,9 +18,6 @@
 #include <vector>
 
 namespace tools::web {
-
-// What tells one file from another, and from what it was.
-using FileState = std::array<int64_t, 5>;
 
 class Reader {
  public:
@@ -57,7 +54,7 @@ class Reader {
 
  private:
   struct Seen {
-    FileState file = {};
+    files::State file = {};
     StoreLook look = {};
   };
   bool is_free(unsigned lock);

@@ -60,4 +60,11 @@ int sync_directory_of(const std::string& path) {
   return fsync(opened.get()) == 0 || errno == EINVAL ? 0 : errno;
 }
 
+State state_of(const std::string& path) {
+  struct stat now = {};
+  if (stat(path.c_str(), &now) != 0) return {};
+  return {static_cast<int64_t>(now.st_dev), static_cast<int64_t>(now.st_ino), now.st_size,
+          now.st_mtim.tv_sec, now.st_mtim.tv_nsec};
+}
+
 }  // namespace files

@@ -5,6 +5,8 @@
 
 #include <sys/types.h>
 
+#include <array>
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -28,6 +30,11 @@ class Descriptor {
 // before it gets its name. What is no regular file is written to. Two must not do so at the same
 // time. Returns 0 or an error number.
 int replace(const std::string& path, std::string_view content, mode_t mode);
+
+// Tells a file from another one, and from what it was before, without opening it. All 0 where
+// there is none.
+using State = std::array<int64_t, 5>;
+State state_of(const std::string& path);
 
 // What was renamed in or removed from the directory of this file is so on the medium. Returns 0,
 // also where a directory cannot be synced, or an error number.
