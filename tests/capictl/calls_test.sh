@@ -100,12 +100,13 @@ others calls
 expect_error 4 'capictl: nobody can be asked whether to delete 2 calls: --yes says so' calls clear </dev/null
 [ "$("${tool[@]}" calls list | wc -l)" -eq 2 ] || fail 'calls were deleted'
 
-# answered ANSWER ARG...: the tool on a terminal on which somebody types that.
+# answered ANSWER ARG...: the tool on a terminal on which somebody types that, unseen: it may stand
+# there before the question.
 answered() {
   local answer=$1
   shift
-  script --quiet --return --command "$(printf '%q ' "${tool[@]}" "$@")" /dev/null <<<"$answer" |
-    tr -d '\r' | grep -vx "$answer"
+  script --quiet --echo never --return --command "$(printf '%q ' "${tool[@]}" "$@")" /dev/null \
+    <<<"$answer" | tr -d '\r'
 }
 
 in_case 'On a terminal it asks, and says how many went'
