@@ -17,11 +17,21 @@ systemctl() {
     'restart mosquitto')
       printf 'user root\\nlog_dest stderr\\ninclude_dir /etc/mosquitto/conf.d\\n' >/tmp/mosquitto.conf
       PATH=$PATH:/usr/sbin mosquitto -c /tmp/mosquitto.conf >/tmp/mosquitto.log 2>&1 3>&- &
+      BROKER_PID=$!
       wait_for /tmp/mosquitto.log 'mosquitto version .* running'
+      ;;
+    'reload mosquitto')
+      kill -HUP $BROKER_PID
+      wait_for /tmp/mosquitto.log 'Reloading config'
       ;;
     'enable --now capi-mqtt')
       $BRIDGE >/tmp/bridge.log 2>&1 3>&- &
+      BRIDGE_PID=$!
       wait_for /tmp/bridge.log 'connected to broker.example.net:8883 as 2604000123456'
+      ;;
+    'disable --now capi-mqtt')
+      kill $BRIDGE_PID
+      wait $BRIDGE_PID
       ;;
     *) echo "systemctl $*: the test has no such service" ;;
   esac
