@@ -24,6 +24,11 @@ def pending():
     return json.loads(capictl("config", "pending", "--json"))
 
 
+def wait_for_watcher_to_end():
+    """Who watches over a change, if anybody does."""
+    subprocess.run(["flock", "/var/lib/capi/watcher", "true"], check=True, timeout=fleet.PATIENCE)
+
+
 class Commands(fleet.Test):
     def setUp(self):
         super().setUp()
@@ -54,7 +59,8 @@ class Commands(fleet.Test):
                          {"id": "a-1", "command": "set", "status": "ok"})
         self.assertEqual(value("sip_line_1.display_name"), "Kitchen")
         self.assertEqual(value("sip_line_2.enable"), "0")
-        told = self.consumer.wait_for("config/sip_line_1").json
+        told = self.consumer.find("config/sip_line_1",
+                                  lambda json: json["values"]["display_name"] == "Kitchen").json
         self.assertEqual(told["generation"], message.json["generation"])
         self.ask("refresh")
         self.assertEqual(len([one for one in self.consumer.of("done/t")]), 2)
@@ -150,10 +156,9 @@ class Commands(fleet.Test):
                                              "if_generation": generation})
             self.wait_until_it_waits(lock)
             fleet.run(fleet.OTHERS, "settings", "1")
-            theirs = value("sms.sca")
         answer = self.consumer.wait_for("done/t", lambda json: json["id"] == "turn").json
         self.assertEqual((answer["status"], answer["errors"][0]["code"]), ("refused", "generation"))
-        self.assertEqual((value("sms.sca"), theirs), ("+1", "+1"))
+        self.assertEqual(value("sms.sca"), "+1")
 
     def test_if_generation_of_before_a_start_of_the_device_is_refused(self):
         fleet.run(fleet.OTHERS, "settings", "100")
@@ -204,8 +209,7 @@ class Commands(fleet.Test):
         set_values("sip_line_1.display_name", "Hall")
         self.ask("set", set={"sip_line_1.display_name": "Den"}, confirm_within=2)
         self.bridge.kill()
-        subprocess.run(["flock", "/var/lib/capi/watcher", "true"], check=True,
-                       timeout=fleet.PATIENCE)
+        wait_for_watcher_to_end()
         self.assertEqual(value("sip_line_1.display_name"), "Hall")
 
     def test_a_change_is_confirmed_or_cancelled(self):
@@ -370,7 +374,7 @@ class Commands(fleet.Test):
         answer = self.consumer.wait_for("done/t", lambda json: json["id"] == request["id"]).json
         self.assertEqual((answer["status"], answer["errors"][0]["code"]),
                          ("failed", "unknown_outcome"))
-        self.consumer.wait_for_birth()
+        self.bridge.wait_until_up()
         self.consumer.publish("do/signal", request)
         again = self.consumer.wait_for("done/t", lambda json: json["id"] == request["id"]).json
         self.assertEqual(again, answer)
@@ -433,12 +437,12 @@ class Commands(fleet.Test):
             self.assertNotIn("socket:", file.read())
 
     def test_who_watches_over_a_change_ends_when_it_is_told_to(self):
+        wait_for_watcher_to_end()
         self.ask("set", set={"sms.sca": "+61"}, confirm_within=600)
         (watcher,) = [pid for pid in map(int, filter(str.isdigit, os.listdir("/proc")))
                       if self.holds(pid, "/var/lib/capi/watcher")]
         os.kill(watcher, signal.SIGTERM)
-        subprocess.run(["flock", "/var/lib/capi/watcher", "true"], check=True,
-                       timeout=fleet.PATIENCE)
+        wait_for_watcher_to_end()
 
     @staticmethod
     def holds(pid, path):

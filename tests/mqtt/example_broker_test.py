@@ -86,8 +86,7 @@ class ExampleBroker(fleet.Test):
         operator.wait_for_birth()
         answer = operator.ask("set", set={"sip_line_1.display_name": "Pantry"})
         self.assertEqual(answer["status"], "ok")
-        operator.wait_for("config/sip_line_1",
-                          lambda json: json["values"]["display_name"] == "Pantry")
+        operator.find("config/sip_line_1", lambda json: json["values"]["display_name"] == "Pantry")
 
     def test_a_dashboard_sees_and_does_nothing(self):
         self.bridge()

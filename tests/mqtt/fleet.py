@@ -28,6 +28,7 @@ PATIENCE = int(os.environ.get("CAPI_TEST_PATIENCE", "60"))  # seconds, of a fail
 SOURCE, OTHERS, CAPICTL, BRIDGE = sys.argv[1:5]
 EMULATOR = sys.argv[5:]
 TREE = "capi/1/test/"
+LIBC = ctypes.CDLL(None)
 
 
 def run(*command, **more):
@@ -53,7 +54,7 @@ def start_adapter():
 def start(command, **more):
     """Starts a program whose standard error is read; it does not outlive this one."""
     def end_with_parent():
-        ctypes.CDLL(None).prctl(1, signal.SIGKILL)
+        LIBC.prctl(1, signal.SIGKILL)
     return subprocess.Popen(command, stderr=subprocess.PIPE, text=True, stdin=subprocess.DEVNULL,
                             stdout=subprocess.DEVNULL, preexec_fn=end_with_parent, **more)
 
@@ -294,6 +295,13 @@ class Consumer:
             if message.topic == TREE + topic and test(message.json):
                 return message
 
+    def find(self, topic, test):
+        """One that came already or comes, where there is no telling which of two comes first."""
+        for message in self.of(topic):
+            if test(message.json):
+                return message
+        return self.wait_for(topic, test)
+
     def wait_for_birth(self):
         return self.wait_for("online", lambda json: json["online"])
 
@@ -326,6 +334,8 @@ class Test(unittest.TestCase):
         self.addCleanup(self._end)
         self.ended = []
         shutil.copy(SOURCE + "/demo/device/usr/sbin/vsdk_cmd", "/usr/sbin/vsdk_cmd")
+        # The bridge of another test may have had no time to know that its answers had arrived.
+        shutil.rmtree("/tmp/state", ignore_errors=True)
 
     def until_end(self, thing):
         """A broker, bridge or consumer that ends with the test."""

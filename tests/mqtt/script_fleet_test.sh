@@ -30,8 +30,9 @@ import xml.etree.ElementTree as tree
 figures = json.load(open(sys.argv[1], encoding="utf-8"))
 assert [one["adapters"] for one in figures] == [2, 5], figures
 for one in figures:
-    # set and confirm with an answer each, "change" twice, line and section
-    assert one["messages_each"] >= 8, one
+    # set and confirm with an answer each, line and section, and "change": twice, unless the
+    # confirmation came before the first could be told
+    assert one["messages_each"] >= 7, one
     assert 0 < one["median_confirmed_seconds"] <= one["all_confirmed_seconds"], one
     assert one["bridge_ms_each"] > 0 and one["private_kb_each"] > 0, one
     assert one["retained_topics_each"] == figures[0]["retained_topics_each"], one

@@ -56,6 +56,7 @@ class State(fleet.Test):
         self.assertEqual(message.json["values"]["display_name"], "Attic1")
         self.assertGreater(message.json["generation"], before)
         set_values("sms.enable", "0")
+        consumer.wait_for("config/sms", lambda json: json["values"]["enable"] == 0)
         set_values("sms.enable", "1")
         consumer.wait_for("config/sms", lambda json: json["values"]["enable"] == 1)
         self.assertEqual(len(consumer.of("config/sip_line_1")), 2)
@@ -106,8 +107,8 @@ class State(fleet.Test):
         answer = consumer.ask("set", set={"sip_line_2.auth_password": SECRET + "2"},
                               confirm_within=600)
         self.assertEqual(answer["status"], "ok")
-        consumer.wait_for("change", lambda json: json["change"]["pending"])
-        consumer.wait_for("config/sip_line_2")
+        consumer.find("change", lambda json: json["change"]["pending"])
+        consumer.find("config/sip_line_2", lambda json: json["values"]["auth_password"] == {"set": True})
         consumer.ask("cancel", pending=answer["pending"]["id"])
         refused = consumer.ask("set", set={"sip_line_1.auth_password": SECRET + "x" * 300})
         self.assertEqual(refused["status"], "refused")

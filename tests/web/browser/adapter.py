@@ -151,7 +151,10 @@ class Wire:
             self.is_cut = True
             # Their ends are then readable, and the one who passes things on drops them.
             for end in self._pairs:
-                end.shutdown(socket.SHUT_RDWR)
+                try:
+                    end.shutdown(socket.SHUT_RDWR)
+                except OSError:
+                    pass  # it was reset
 
     def mend(self):
         with self._lock:

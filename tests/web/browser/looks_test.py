@@ -11,6 +11,8 @@ EVERY = {**PAGES, "section": "/settings/voice_parameter", "found": "/settings?q=
 
 
 class Looks(BrowserCase):
+    options = ("--confirm-seconds", "600")  # a browser that looks at it takes long
+
     @classmethod
     def setUpClass(cls):
         super().setUpClass()
