@@ -131,7 +131,7 @@ def test_a_line_that_does_not_register_fails_and_all_is_restored(
         line.publish_registration(2, capi.LineRegStat())
     stack("1")
     before = adapter.snapshot()
-    code, text, report = check(tmp_path, "3")
+    code, text, report = check(tmp_path, "10")
     assert code == 1
     assert failed(report) == {"lines register": "not registered: line 2"}
     assert text.splitlines()[-1] == "FAILED  2604000123456"

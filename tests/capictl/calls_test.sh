@@ -167,7 +167,7 @@ $(day_of $((day - 5 * 86400)))	0	1	60
 expect 0 "day         type  calls  seconds
 $(day_of $((now - 60)))     1      1       60  ##########
 $(day_of $((day - 2 * 86400)))     2      2      120  ####################
-$(day_of $((day - 5 * 86400)))     0      1       60  ##########" calls stats --since 6d --table
+$(day_of $((day - 5 * 86400)))     0      1       60  ##########" calls stats --since 7d --table
 expect 0 '[{
 		"day":	null,
 		"type":	1,

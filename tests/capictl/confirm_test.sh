@@ -167,6 +167,7 @@ expect_error 0 'capictl: sms.sca stays as it is: it was changed meanwhile' confi
 value_is Den
 expect 0 +1 config get sms.sca
 outcome_is '*'$'\nkept\tsms.sca'
+wait_for_watcher
 
 in_case 'A change whose watcher was killed goes back with the next call of the tool'
 rm /tmp/posted_signals
@@ -200,7 +201,7 @@ value_is Den
 [[ $errors == *' was not confirmed and has gone back' ]] || fail "said: $errors"
 
 in_case 'A terminal that hangs up takes nobody along'
-NO_COLOR=1 script --quiet --command "$(printf '%q ' "${tool[@]}") config set sip_line_1.display_name Loft --confirm-within 2; kill -HUP 0" /dev/null </dev/null >/dev/null
+NO_COLOR=1 script --quiet --command "$(printf '%q ' "${tool[@]}") config set sip_line_1.display_name Loft --confirm-within 10; kill -HUP 0" /dev/null </dev/null >/dev/null
 [ "$(watchers)" ] || fail 'the watcher is gone'
 value_is Loft
 wait_for_watcher

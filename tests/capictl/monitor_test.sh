@@ -217,6 +217,7 @@ screen=$!
 exec 4>/tmp/keys
 until grep -q Watching /tmp/screen; do :; done
 expect 0 '' config set sms.sca ''
+until grep -q 'sms.sca: 3 -> (empty)' /tmp/screen; do :; done
 expect 0 '' config set sms.sca 7
 expect 0 '' sms send +15551230002 "$long"
 until grep -q 'new sent message' /tmp/screen; do :; done

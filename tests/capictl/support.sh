@@ -5,7 +5,9 @@
 # command line, and runs in a private view; it ends with "finish".
 # shellcheck shell=bash
 set -u
-export LC_ALL=C.UTF-8 TZ=UTC
+export LC_ALL=C.UTF-8 TZ=UTC SHELL=/bin/bash
+unset COLUMNS
+umask 022
 
 source_dir=$1
 others=$2

@@ -138,9 +138,10 @@ TEST_F(Ipc, OpenBindsToThisDeviceUnlessAskedForAllInterfaces) {
 }
 
 TEST_F(Ipc, TheLocalPortIsInNetworkByteOrder) {
-  const int fd = ipc_open(0, 5060);
+  const ReservedPort port(true);
+  const int fd = ipc_open(0, port.number);
   ASSERT_GE(fd, 0);
-  EXPECT_EQ(ipc_getLocalPort(fd), 50195);
+  EXPECT_EQ(ipc_getLocalPort(fd), htons(port.number));
   ipc_close(fd);
 }
 
