@@ -3,10 +3,11 @@
 """The call log and the short messages as iterators."""
 from datetime import datetime, timezone
 from pathlib import Path
-from typing import Any, Callable
+from typing import Any, Callable, Type
 
 import capi
 import pytest
+from capi import _stores
 
 Capictl = Callable[..., str]
 
@@ -49,6 +50,17 @@ def test_a_call_tells_its_times_and_statistics(adapter: capi.Adapter) -> None:
     assert (stored.end - stored.start).total_seconds() == 60
     assert stored.connect is None
     assert stored.statistics.PacketsLost == 7
+
+
+def test_times_go_further_than_a_time_t_of_32_bits(monkeypatch: pytest.MonkeyPatch) -> None:
+    class Narrow(datetime):
+        @classmethod
+        def fromtimestamp(cls: Type[datetime], *_: Any) -> Any:
+            raise OverflowError("timestamp out of range for platform time_t")
+
+    monkeypatch.setattr(_stores, "datetime", Narrow)
+    latest = datetime(2106, 2, 7, 6, 28, 15, tzinfo=timezone.utc)
+    assert capi.Call(calltimestart=(1 << 32) - 1).start == latest
 
 
 def test_calls_are_removed_one_by_one_by_type_or_all(adapter: capi.Adapter) -> None:

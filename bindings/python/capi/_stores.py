@@ -4,7 +4,7 @@
 from __future__ import annotations
 
 import time
-from datetime import datetime, timezone
+from datetime import datetime, timedelta, timezone
 from typing import Any, Iterator, List, Optional, Tuple, Union
 
 from . import functions as c
@@ -17,8 +17,12 @@ from .constants import CALL_LOG_TYPES, SMS_TEXT_CAPACITY
 from .enums import SmsSelector
 
 
+_EPOCH = datetime(1970, 1, 1, tzinfo=timezone.utc)
+
+
 def _time(seconds: int) -> Optional[datetime]:
-    return datetime.fromtimestamp(seconds, timezone.utc) if seconds else None
+    # datetime.fromtimestamp() goes no further than time_t does, which has 32 bits on some devices.
+    return _EPOCH + timedelta(seconds=seconds) if seconds else None
 
 
 class Call(records.CallLogRecord):
