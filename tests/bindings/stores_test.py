@@ -1,9 +1,10 @@
 # SPDX-FileCopyrightText: The capi authors
 # SPDX-License-Identifier: MIT
 """The call log and the short messages as iterators."""
+import threading
 from datetime import datetime, timezone
 from pathlib import Path
-from typing import Any, Callable, Type
+from typing import Any, Callable, List, Type
 
 import capi
 import pytest
@@ -73,6 +74,98 @@ def test_calls_are_removed_one_by_one_by_type_or_all(adapter: capi.Adapter) -> N
     assert [call.number for call in adapter.calls] == ["2", "0"]
     adapter.calls.clear()
     assert list(adapter.calls) == []
+
+
+def add_calls(adapter: capi.Adapter, *numbers: str) -> None:
+    for number in numbers:
+        call = capi.CallLogRecord(number=number, calltimestart=1700000000 + int(number))
+        adapter.calls.add(0, call)
+
+
+def numbers_of(adapter: capi.Adapter) -> str:
+    forwards = [call.number for call in adapter.calls]
+    assert [call.number for call in reversed(adapter.calls)] == forwards[::-1]
+    return " ".join(forwards)
+
+
+def test_a_call_that_is_deleted_twice_leaves_the_log_whole(adapter: capi.Adapter) -> None:
+    add_calls(adapter, "1", "2")
+    newest = next(iter(adapter.calls))
+    adapter.calls.delete(newest)
+    for _ in range(3):
+        with pytest.raises(capi.Error, match=r"^the call in node 1 is no longer in the log$"):
+            adapter.calls.delete(newest)
+    assert numbers_of(adapter) == "1"
+    add_calls(adapter, "3")
+    assert numbers_of(adapter) == "3 1"
+
+
+def test_a_call_that_another_process_has_deleted_is_an_error_and_takes_no_other_with_it(
+    adapter: capi.Adapter, capictl: Capictl
+) -> None:
+    add_calls(adapter, "1", "2")
+    newest = next(iter(adapter.calls))
+    capictl("calls", "delete", str(newest.index))
+    with pytest.raises(capi.Error, match="no longer in the log"):
+        adapter.calls.delete(newest)
+    assert numbers_of(adapter) == "1"
+    # By now the node is another call's.
+    while next(iter(adapter.calls)).index != newest.index:
+        add_calls(adapter, "3")
+    before = numbers_of(adapter)
+    with pytest.raises(capi.Error, match="no longer in the log"):
+        adapter.calls.delete(newest)
+    assert numbers_of(adapter) == before
+
+
+def test_a_call_of_a_log_that_was_cleared_since_takes_no_other_with_it(
+    adapter: capi.Adapter,
+) -> None:
+    add_calls(adapter, "1")
+    (stale,) = adapter.calls
+    adapter.calls.clear()
+    add_calls(adapter, "2")
+    (other,) = adapter.calls
+    assert (other.index, other.sequence) == (stale.index, stale.sequence)
+    with pytest.raises(capi.Error, match="no longer in the log"):
+        adapter.calls.delete(stale)
+    assert numbers_of(adapter) == "2"
+
+
+def test_a_record_that_never_was_a_call_of_the_log_deletes_none(adapter: capi.Adapter) -> None:
+    add_calls(adapter, "1", "2")
+    kinds = range(capi.constants.CALL_LOG_TYPES)
+    for record in (
+        capi.CallLogRecord(),
+        *(capi.CallLogRecord(index=7, calltype=kind) for kind in kinds),
+        capi.CallLogRecord(index=7, calltype=0xFFFFFFFF),  # a free node
+        capi.CallLogRecord(index=capi.constants.CALL_LOG_NODES),
+    ):
+        with pytest.raises(capi.Error):
+            adapter.calls.delete(record)
+    assert numbers_of(adapter) == "2 1"
+
+
+def test_threads_that_delete_the_same_call_leave_the_log_whole(adapter: capi.Adapter) -> None:
+    add_calls(adapter, *"12345678")
+    calls = list(adapter.calls)[:-1]
+    deleted: List[str] = []
+
+    def delete_all() -> None:
+        for call in calls:
+            try:
+                adapter.calls.delete(call)
+                deleted.append(call.number)
+            except capi.Error:
+                pass  # another one was faster
+
+    threads = [threading.Thread(target=delete_all) for _ in range(4)]
+    for thread in threads:
+        thread.start()
+    for thread in threads:
+        thread.join()
+    assert sorted(deleted) == list("2345678")
+    assert numbers_of(adapter) == "1"
 
 
 def test_a_damaged_call_log_is_an_error_with_the_line_that_says_why(adapter: capi.Adapter) -> None:

@@ -3,6 +3,7 @@
 """The call log and the short messages."""
 from __future__ import annotations
 
+import threading
 import time
 from datetime import datetime, timedelta, timezone
 from typing import Any, Iterator, List, Optional, Tuple, Union
@@ -18,6 +19,9 @@ from .enums import SmsSelector
 
 
 _EPOCH = datetime(1970, 1, 1, tzinfo=timezone.utc)
+# No thread of this process changes the call log between another's look at it and what follows. A
+# handler of the log may change it, too, in the thread that calls.
+_changing = threading.RLock()
 
 
 def _time(seconds: int) -> Optional[datetime]:
@@ -51,6 +55,8 @@ class Calls:
     # What capi_voip_call_log_dump() has for all entries and for the types 0 to 2.
     _ALL = 0
     _OF_TYPE = (2, 1, 3)
+    # What tells a call from another one that has got its node. Sequences begin anew in an empty log.
+    _IDENTITY = ("index", "calltype", "sequence", "calltimestart")
 
     def __init__(self, adapter: Any) -> None:
         self._adapter = adapter
@@ -86,22 +92,34 @@ class Calls:
     def add(self, kind: int, call: records.CallLogRecord) -> None:
         """Adds a call; a full type loses its oldest."""
         self._adapter._open()
-        check(c.capi_voip_add_call_log(kind, call._pointer))
+        with _changing:
+            check(c.capi_voip_add_call_log(kind, call._pointer))
 
     @tells("capi_voip_delete_call_log_by_node")
     def delete(self, call: records.CallLogRecord) -> None:
-        """Removes a call as an iteration gave it."""
+        """Removes a call as an iteration gave it. An Error tells when the log no longer has it.
+
+        The library itself does not look whether the node is still that call's: this does, right
+        before. These methods keep other threads out meanwhile. Another process that deletes the call
+        between the two cannot be kept out: the log is damaged then, or another call goes.
+        """
         self._adapter._open()
-        check(c.capi_voip_delete_call_log_by_node(call.calltype, call.index))
+        there = records.CallLogRecord()
+        with _changing:
+            check(c.capi_voip_read_call_log_node(None, call.index, there._pointer))
+            if any(getattr(there, name) != getattr(call, name) for name in self._IDENTITY):
+                raise Error(f"the call in node {call.index} is no longer in the log")
+            check(c.capi_voip_delete_call_log_by_node(call.calltype, call.index))
 
     @tells("capi_voip_clean_all_call_log", "capi_voip_clean_call_log_by_type")
     def clear(self, kind: Optional[int] = None) -> None:
         """Removes all calls, or those of a type."""
         self._adapter._open()
-        if kind is None:
-            check(c.capi_voip_clean_all_call_log())
-        elif self.of_type(kind):
-            check(c.capi_voip_clean_call_log_by_type(kind))
+        with _changing:
+            if kind is None:
+                check(c.capi_voip_clean_all_call_log())
+            elif self.of_type(kind):
+                check(c.capi_voip_clean_call_log_by_type(kind))
 
 
 class Message(records.SmsRecord):
