@@ -168,6 +168,7 @@ def make_records(source: Source) -> Iterator[str]:
         yield docstring(
             f"{doc}\n\n{declared} of {record['header']}" if doc != declared else doc
         ) + "\n"
+        yield "    __slots__ = ()"
         yield f'    _c = "{declared}"'
         for member in record["members"]:
             doc = member["c"] + (": " + member["doc"] if member["doc"] else "")

@@ -3,7 +3,7 @@
 """Records as objects, and snapshots."""
 import copy
 from pathlib import Path
-from typing import Any, Callable
+from typing import Any, Callable, List
 
 import capi
 import pytest
@@ -26,6 +26,19 @@ def test_members_have_names_and_types() -> None:
     }
     with pytest.raises(TypeError, match="no member colour"):
         capi.VoiceSipLine(colour="red")
+
+
+def test_a_misspelled_member_is_refused() -> None:
+    shared = capi.SharedRecord()
+    misspelled: List[Any] = [
+        *(getattr(capi.records, name)() for name in capi.records.__all__),
+        *(shared.sip_line, shared.sip_line[0], shared.shared_call_state[1].call[2]),
+        *(capi.Call(), capi.Message("text"), capi.Snapshot()),
+        *(capi.VoiceSipLine().copy(), copy.deepcopy(shared), capi.Snapshot().copy()),
+    ]
+    for each in misspelled:
+        with pytest.raises(AttributeError, match="dispay_name"):
+            each.dispay_name = "x"
 
 
 def test_a_text_that_has_no_room_is_refused_and_not_cut() -> None:

@@ -98,6 +98,8 @@ class ConstantItem(Item[str]):
 class Array(Sequence[T]):
     """An array of a record: what is put in here is put into the record."""
 
+    __slots__ = ("_cdata", "_item", "_owner", "__weakref__")
+
     def __init__(self, cdata: Any, item: Item[T], owner: Any) -> None:
         self._cdata, self._item, self._owner = cdata, item, owner
 
@@ -204,8 +206,12 @@ class ArrayField(Field[Sequence[T]]):
 class Record:
     """A record of C. Made without arguments it is all zero; arguments set members by name.
 
-    A record within another one is a view of that: what is set here is set there.
+    A record within another one is a view of that: what is set here is set there. A member that there
+    is not is an AttributeError.
     """
+
+    # Of all that derive from it in this package, too: a misspelled member would be an attribute.
+    __slots__ = ("_pointer", "_owner", "__weakref__")
 
     _c: ClassVar[str] = ""
     _fields: ClassVar[Tuple[str, ...]] = ()

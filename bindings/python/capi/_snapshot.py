@@ -29,6 +29,8 @@ class Snapshot(records.SharedRecord):
     snapshot["sip_line_1.display_name"].
     """
 
+    __slots__ = ("_generation",)
+
     def __init__(self) -> None:
         super().__init__()
         self._generation: Any = ffi.new("uint64_t *")

@@ -32,6 +32,8 @@ def _time(seconds: int) -> Optional[datetime]:
 class Call(records.CallLogRecord):
     """A call of the log; its times in UTC as well."""
 
+    __slots__ = ()
+
     @property
     def start(self) -> Optional[datetime]:
         return _time(self.calltimestart)
@@ -127,6 +129,8 @@ class Message(records.SmsRecord):
 
     Setting text or data sets Text with TextLen and TextSize, which tell what of it is stored.
     """
+
+    __slots__ = ()
 
     def __init__(self, text: str = "", **members: Any) -> None:
         super().__init__(**members)
