@@ -24,7 +24,15 @@ int poll(struct pollfd *descriptors, unsigned long count, int milliseconds);
 ]])
 
 local lib, keys = ffi.load("libcapi.so.0"), ffi.load("libcapi-keys.so.0")
-local capi = { C = lib, keys = keys, text = ffi.string }
+local capi = { C = lib, keys = keys }
+
+-- The text at a pointer, or in an array of a record, which it may fill to the end.
+function capi.text(chars)
+  -- "ctype<char [64]>", and of a member "ctype<char (&)[64]>".
+  local is_array = type(chars) == "cdata" and tostring(ffi.typeof(chars)):find("char %(?&?%)?%[[%d?]+%]>$")
+  if not is_array then return ffi.string(chars) end
+  return ffi.string(chars, ffi.sizeof(chars)):match("^%Z*")
+end
 
 local NOTICE, POLLIN = 5, 1
 -- More than a setting file with every key in it makes. Who never calls anything here keeps the newest.

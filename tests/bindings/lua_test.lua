@@ -120,6 +120,21 @@ test("Records have their members, and the sizes of the description", function()
   fails("capi_live_read() failed", adapter.read, adapter, "voice_sip_line", lib.CAPI_RECORD_SIP_LINE, 3)
 end)
 
+test("A text that fills its array ends there, and one that does not at its NUL", function()
+  local cell = ffi.new("struct capi_lte_net_info")
+  ffi.fill(cell.mcc, ffi.sizeof(cell.mcc), 49)
+  cell.mnc = "01"
+  is(capi.text(cell.mcc), "11111111")
+  is(capi.text(cell.mnc), "01")
+  cell.mnc = ""
+  is(capi.text(cell.mnc), "")
+  local list = ffi.new("char[2][3]", { { 97, 98, 99 }, "de" })
+  is(capi.text(list[0]), "abc")
+  is(capi.text(list[1]), "de")
+  is(capi.text(ffi.new("char[?]", 2, { 102, 103 })), "fg")
+  is(capi.text(ffi.cast("const char *", list[0])), "abcde")
+end)
+
 test("Log lines are handed on, but for passwords", function()
   local said = {}
   capi.on_log = function(level, text) said[#said + 1] = level .. " " .. text end
