@@ -9,9 +9,10 @@
 --   adapter:close()
 --
 -- Settings have the names of docs/keys.md. What fails is an error whose text is what the library logged,
--- or says what is wrong with a value; capi.on_log sees every line. Declarations, records and numbers
--- are those of the headers: capi.C.CAPI_TOPIC_LINES, ffi.new("struct capi_voice_basic"). What your own
--- calls of capi.C log is handed on with the next call here. All belongs to one thread.
+-- or says what is wrong with a value, an argument or a file; capi.on_log sees every line. Declarations,
+-- records and numbers are those of the headers: capi.C.CAPI_TOPIC_LINES,
+-- ffi.new("struct capi_voice_basic"). What your own calls of capi.C log is handed on with the next call
+-- here. All belongs to one thread.
 local ffi = require("ffi")
 require("capi.cdef")
 
@@ -21,6 +22,7 @@ require("jit").off(true, true)
 ffi.cdef([[
 struct pollfd { int fd; short events; short revents; };
 int poll(struct pollfd *descriptors, unsigned long count, int milliseconds);
+char *strerror(int number);
 ]])
 
 local lib, keys = ffi.load("libcapi.so.0"), ffi.load("libcapi-keys.so.0")
@@ -59,22 +61,45 @@ local function take_lines()
   return table.concat(said, "; ")
 end
 
--- The result of a call; an error for one below 0.
-local function check(result, what, level)
+-- The result of a call; an error for one below 0. A reason is told where nothing is logged.
+local function check(result, reason, level)
+  local errno = ffi.errno()
   local said = take_lines()
-  if result < 0 then error(said ~= "" and said or what .. " failed", level + 1) end
+  if result < 0 then error(said ~= "" and said or reason(errno), level + 1) end
   return result
 end
 
--- Calls a function. What was logged before is not why it fails.
-local function call(library, name, ...)
+-- Calls a function. What was logged before is not why it fails, nor is what errno was.
+local function call(reason, library, name, ...)
   take_lines()
-  local result = check(library[name](...), name .. "()", 3)
+  ffi.errno(0)
+  local result = check(library[name](...), reason, 3)
   return result
+end
+
+local function is_attached()
+  local presence = ffi.new("struct capi_presence")
+  return lib.capi_get_presence(presence) == 0 and presence.state >= lib.CAPI_PRESENCE_NOT_PUBLISHED
+end
+
+-- Why a call fails that needs the shared record,
+local function detached() return "this process is attached to no adapter" end
+
+-- one that refuses an argument,
+local function there_is_no(what, ...)
+  local named = what:format(...)
+  return function() return is_attached() and "there is no " .. named or detached() end
+end
+
+-- and one that the system lets down.
+local function system_reason(subject)
+  return function(errno)
+    return errno ~= 0 and subject .. ": " .. ffi.string(ffi.C.strerror(errno)) or detached()
+  end
 end
 
 -- A callback lives for one call. What it raises is raised behind that.
-local function walk(kind, visit, run)
+local function walk(kind, visit, run, reason)
   local failed
   local callback = ffi.cast(kind, function(...)
     local is_good, raised = pcall(visit, ...)
@@ -85,7 +110,7 @@ local function walk(kind, visit, run)
   local result = run(callback)
   callback:free()
   if failed then error(failed, 0) end
-  check(result, "a walk", 3)
+  check(result, reason or detached, 3)
 end
 
 -- Every key by its label, made when the first is asked for.
@@ -138,7 +163,7 @@ local config = {
     must_be_open(self[ADAPTER], "adapter")
     local key, size = find(label), 4096
     local buffer = ffi.new("char[?]", size)
-    call(lib, "capi_live_get", key.section, key.name, buffer, size)
+    call(detached, lib, "capi_live_get", key.section, key.name, buffer, size)
     return ffi.string(buffer)
   end,
   __newindex = function(self, label, value)
@@ -146,7 +171,7 @@ local config = {
     local key, size = find(label), keys.CAPI_KEYS_SENTENCE
     local sentence = ffi.new("char[?]", size)
     local text = c_text(label, value)
-    local result = call(keys, "capi_keys_set", key.section, key.name, text, sentence, size)
+    local result = call(detached, keys, "capi_keys_set", key.section, key.name, text, sentence, size)
     if result > 0 then error(ffi.string(sentence), 2) end
   end,
 }
@@ -157,7 +182,7 @@ Watch.__index = Watch
 -- The topics that have changed since it was asked last, as a sum; 0 is none.
 function Watch:changed()
   must_be_open(self, "watch")
-  local topics = call(lib, "capi_watch_changed", self.watch)
+  local topics = call(system_reason("the watch cannot tell"), lib, "capi_watch_changed", self.watch)
   return topics
 end
 
@@ -185,7 +210,7 @@ Adapter.__index = Adapter
 local users = 0
 
 local function join(callbacks, is_master)
-  if users == 0 then call(lib, "capi_init", callbacks, is_master, sink) end
+  if users == 0 then call(detached, lib, "capi_init", callbacks, is_master, sink) end
   users = users + 1
   local adapter = setmetatable({ is_open = true, watches = setmetatable({}, { __mode = "k" }) }, Adapter)
   adapter.config = setmetatable({ [ADAPTER] = adapter }, config)
@@ -195,8 +220,7 @@ end
 -- Joins the adapter that runs.
 function capi.open()
   local adapter = join(nil, 0)
-  local presence = ffi.new("struct capi_presence")
-  if lib.capi_get_presence(presence) ~= 0 or presence.state < lib.CAPI_PRESENCE_NOT_PUBLISHED then
+  if not is_attached() then
     adapter:close()
     error("there is no adapter", 2)
   end
@@ -208,9 +232,11 @@ function capi.start(...)
   if users > 0 then error("this process has joined an adapter: it cannot start one", 2) end
   local adapter, paths = join(ffi.new("struct capi_callbacks"), 1), { ... }
   local is_good, said = pcall(function()
-    for _, path in ipairs(paths) do call(lib, "capi_init_settings_from_file", path) end
-    call(lib, "capi_config_finish")
-    call(lib, "capi_post_init", 1)
+    for _, path in ipairs(paths) do
+      call(system_reason(tostring(path)), lib, "capi_init_settings_from_file", path)
+    end
+    call(detached, lib, "capi_config_finish")
+    call(detached, lib, "capi_post_init", 1)
   end)
   if is_good then return adapter end
   adapter:close()
@@ -232,7 +258,8 @@ end
 function Adapter:read(name, kind, number)
   must_be_open(self, "adapter")
   local record = ffi.new("struct capi_" .. name)
-  call(lib, "capi_live_read", kind, number or 0, record, ffi.sizeof(record))
+  local reason = there_is_no("%s %s of kind %s", name, number or 0, kind)
+  call(reason, lib, "capi_live_read", kind, number or 0, record, ffi.sizeof(record))
   return record
 end
 
@@ -240,7 +267,8 @@ end
 function Adapter:registration(line, stack)
   must_be_open(self, "adapter")
   local record = ffi.new("struct capi_line_reg_stat")
-  call(lib, "capi_live_get_line_reg_stat", line - 1, record, stack - 1)
+  local reason = there_is_no("line %s on a voice stack %s", line, stack)
+  call(reason, lib, "capi_live_get_line_reg_stat", line - 1, record, stack - 1)
   return record
 end
 
@@ -267,7 +295,8 @@ function Adapter:messages(selector)
     local head = ffi.new("struct capi_sms_record")
     ffi.copy(head, message, ffi.offsetof("struct capi_sms_record", "Text"))
     found[#found + 1] = { head, ffi.string(message.Text, size) }
-  end, function(callback) return lib.capi_voip_sms_dump(selector, callback, nil) end)
+  end, function(callback) return lib.capi_voip_sms_dump(selector, callback, nil) end,
+  there_is_no("file of messages %s", selector))
   return function()
     place = place + 1
     if found[place] then return found[place][1], found[place][2] end
@@ -278,7 +307,7 @@ end
 function Adapter:watch(topics)
   must_be_open(self, "adapter")
   local watch = ffi.gc(ffi.new("struct capi_watch", { fd = -1 }), lib.capi_watch_close)
-  call(lib, "capi_watch_open", watch, topics or lib.CAPI_TOPIC_ALL)
+  call(system_reason("there is no watch"), lib, "capi_watch_open", watch, topics or lib.CAPI_TOPIC_ALL)
   local opened = setmetatable({ is_open = true, watch = watch }, Watch)
   self.watches[opened] = true
   return opened

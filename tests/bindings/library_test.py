@@ -42,9 +42,15 @@ def test_a_program_of_python_starts_an_adapter() -> None:
         "    print(adapter.config['sip_line_1.display_name'], adapter.config['hw_info.model'])\n"
         # This one leaves nothing that is published.
         "try: capi.Adapter.start('/missing')\n"
-        "except capi.Error as e: print(e.function)\n"
+        "except capi.Error as e: print(e.function, e, e.errno)\n"
+        "try: capi.Adapter.start('/tmp')\n"
+        "except capi.Error as e: print(e)\n"
     )
-    assert run(program).stdout == "Frontdesk 3\n QZX-200\ncapi_init_settings_from_file\n"
+    assert run(program).stdout == (
+        "Frontdesk 3\n QZX-200\n"
+        "capi_init_settings_from_file /missing: No such file or directory 2\n"
+        "/tmp: Is a directory\n"
+    )
 
 
 def test_who_has_joined_cannot_start_another(adapter: capi.Adapter) -> None:
@@ -160,6 +166,65 @@ def test_an_error_is_that_of_the_call_whatever_a_handler_of_the_log_does(
         logging.getLogger("capi").removeHandler(handler)
     assert failed.value.function == "capi_set_voice_sip_line"
     assert len(failed.value.lines) == 1
+
+
+def test_what_is_refused_without_a_line_of_the_log_is_named(
+    adapter: capi.Adapter, tmp_path: Path
+) -> None:
+    def refused(use: Callable[[], object]) -> str:
+        with pytest.raises(capi.Error) as failed:
+            use()
+        return str(failed.value)
+
+    line, basic = capi.VoiceSipLine, capi.VoiceBasic
+    assert refused(lambda: adapter.read(line, 3)) == "there is no VoiceSipLine 3"
+    assert refused(lambda: adapter.read(line)) == "there is no VoiceSipLine 0"
+    assert refused(lambda: adapter.read(basic, 2)) == "there is no VoiceBasic 2"
+    stack = capi.VoiceStack()
+    assert refused(lambda: adapter.write(stack, 9)) == "there is no VoiceStack 9"
+    on_stack = "there is no line 2 on a voice stack 6"
+    assert refused(lambda: adapter.lines[1].registration(6)) == on_stack
+    large = capi.Message()
+    large.TextSize = 39103
+    room = "a message has room for 39102 bytes, not 39103"
+    assert refused(lambda: adapter.messages.sent.add(large)) == room
+    file = tmp_path / "missing" / "voip.conf"
+    written = refused(lambda: adapter.snapshot().write_stack_file(1, file))
+    assert written == f"{file}: No such file or directory"
+    # What that left in errno is no reason for the next failure.
+    with pytest.raises(capi.Error) as failed:
+        adapter.read(line, 3)
+    assert failed.value.errno == 0
+
+
+def test_a_voice_stacks_file_that_cannot_be_made_is_told_with_the_reason(
+    adapter: capi.Adapter,
+) -> None:
+    file = Path("/tmp/vosip.conf.voip")
+    file.unlink(missing_ok=True)
+    file.mkdir()
+    try:
+        with pytest.raises(capi.Error, match="voice stacks of type 1: Is a directory$"):
+            adapter.write_stack_file(1)
+    finally:
+        file.rmdir()
+
+
+@pytest.mark.usefixtures("capictl")
+def test_what_needs_the_librarys_record_says_so_without_it() -> None:
+    program = (
+        "import capi\n"
+        "adapter = capi.Adapter()\n"
+        "capi.functions.capi_uninit()\n"
+        "for use in (lambda: adapter.config['hw_info.model'], lambda: adapter.read(capi.VoiceBasic),\n"
+        "            lambda: adapter.config.set('hw_info.model', 'x'), adapter.snapshot,\n"
+        "            lambda: adapter.config.set('hw_info.model', 'x', checked=False),\n"
+        "            adapter.vendor, lambda: adapter.lines[0].registration(1),\n"
+        "            lambda: adapter.presence, lambda: adapter.write_stack_file(1)):\n"
+        "    try: use()\n"
+        "    except capi.Error as error: print(error)\n"
+    )
+    assert run(program).stdout == "this process is attached to no adapter\n" * 9
 
 
 def test_what_a_callback_lets_the_library_log_reaches_logging_in_its_place(

@@ -37,7 +37,8 @@ os.execute("cp -r " .. source .. "/demo/device/. /")
 test("Without an adapter opening it is an error", function() fails("there is no adapter", capi.open) end)
 
 test("A start that fails leaves nothing behind, and another can be made", function()
-  fails("capi_init_settings_from_file() failed", capi.start, "/missing")
+  fails("/missing: No such file or directory", capi.start, "/missing")
+  fails("/tmp: Is a directory", capi.start, "/tmp")
   local started = capi.start("/quorbleconf/config/voice.settings")
   is(started.config["sip_line_1.display_name"], "Frontdesk")
   started:close()
@@ -96,7 +97,7 @@ test("An error tells what was logged by its own call, not by those before", func
   capi.on_log = function(_, text) said[#said + 1] = text end
   local is_good, reason = pcall(adapter.read, adapter, "voice_sip_line", lib.CAPI_RECORD_SIP_LINE, 3)
   is(is_good, false)
-  is(reason:match("[^ ]+ failed$"), "capi_live_read() failed")
+  is(reason:match("there is no .*$"), "there is no voice_sip_line 3 of kind 7")
   is(reason:find("line index", 1, true), nil)
   -- It has been seen, nevertheless.
   is(#said, 1)
@@ -117,7 +118,16 @@ test("Records have their members, and the sizes of the description", function()
   is(line.enable, 0)
   is(ffi.sizeof("struct cfg_shared_record"), 25028)
   is(ffi.sizeof("struct capi_sms_record"), 39206)
-  fails("capi_live_read() failed", adapter.read, adapter, "voice_sip_line", lib.CAPI_RECORD_SIP_LINE, 3)
+end)
+
+test("What is refused without a line of the log is an error that names it", function()
+  local function refuses(text, name, ...) fails("there is no " .. text, adapter[name], adapter, ...) end
+  refuses("voice_sip_line 3 of kind 7", "read", "voice_sip_line", lib.CAPI_RECORD_SIP_LINE, 3)
+  refuses("voice_sip_line 0 of kind 7", "read", "voice_sip_line", lib.CAPI_RECORD_SIP_LINE)
+  refuses("voice_basic 1 of kind 7", "read", "voice_basic", lib.CAPI_RECORD_SIP_LINE, 1)
+  refuses("line 3 on a voice stack 1", "registration", 3, 1)
+  refuses("line 1 on a voice stack 6", "registration", 1, 6)
+  refuses("file of messages 9", "messages", 9)
 end)
 
 test("A text that fills its array ends there, and one that does not at its NUL", function()
@@ -154,7 +164,7 @@ test("A watch tells of what another process does", function()
   is(adapter.config["sip_line_1.display_name"], "told")
   is(watch:changed(), 0)
   watch:close()
-  fails("capi_watch_open() failed", adapter.watch, adapter, 1024)
+  fails("there is no watch: Invalid argument", adapter.watch, adapter, 1024)
   -- One that was never opened closes nothing: no descriptor 0.
   fails("cannot convert", adapter.watch, adapter, {})
   collectgarbage()
@@ -192,6 +202,15 @@ test("The example shows an adapter", function()
   local lua = arg[-1]
   is(output(lua .. " " .. source .. "/examples/show_adapter.lua Attic 2>&1"),
     "1\tAttic\tenabled\n2\tFax\tdisabled\n2\t0\n1\t0\n1\t+15551230002\tOn my way\n2\t+15551230002\ta\0b\n")
+end)
+
+test("What cannot be done without the library's record says so", function()
+  lib.capi_uninit()
+  local said = "this process is attached to no adapter"
+  fails(said, function() return adapter.config["hw_info.model"] end)
+  fails(said, function() adapter.config["hw_info.model"] = "x" end)
+  fails(said, adapter.read, adapter, "voice_basic", lib.CAPI_RECORD_VOICE_BASIC)
+  fails(said, adapter.registration, adapter, 1, 1)
 end)
 
 adapter:close()

@@ -148,7 +148,7 @@ def test_a_number_out_of_range_is_an_error_with_the_line_of_the_log(adapter: cap
     assert [line.level for line in failed.value.lines] == [4]
     assert failed.value.function == "capi_set_voice_sip_line"
     assert failed.value.result == -1
-    with pytest.raises(capi.Error, match=r"capi_live_read\(\) failed"):
+    with pytest.raises(capi.Error, match="^there is no VoiceSipLine 3$"):
         adapter.read(capi.VoiceSipLine, 3)
 
 

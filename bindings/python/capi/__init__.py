@@ -11,8 +11,8 @@
 Adapter is where everything begins: settings by their names (config), whole records (read, write,
 snapshot), the lines, the call log, the short messages, and being told of changes (watch). Texts are
 str; bytes that are no UTF-8 come and go as they are (surrogateescape). What fails raises Error or
-one of its kinds, with what the library logged; all that it logs reaches the logger "capi". A value
-that is set by its name is checked first.
+one of its kinds, with what the library logged, or why it was refused; all that it logs reaches the
+logger "capi". A value that is set by its name is checked first.
 
 A process that was forked goes on with the library, when no other thread of its parent was in a call
 at that time; a watch it opens anew.

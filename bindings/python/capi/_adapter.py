@@ -13,8 +13,8 @@ from . import records
 from ._cdef import ffi
 from ._closing import Closing
 from ._keys import Config
-from ._library import Error, check, read_text, sink, text_of
-from ._record import ArrayItem, Field, Record, RecordItem, size_of
+from ._library import DETACHED, Error, check, failure, read_text, sink, system_reason, text_of
+from ._record import Array, ArrayItem, Field, Record, RecordItem, size_of
 from ._snapshot import Snapshot
 from ._stores import Calls, Messages
 from ._told import tells
@@ -85,9 +85,11 @@ class Adapter(Closing):
         adapter._is_open = False
         adapter._attach(is_master=True)
         try:
-            for path in settings:
-                check(c.capi_init_settings_from_file(os.fspath(path)))
-            check(c.capi_config_finish())
+            for each in settings:
+                path = os.fspath(each)
+                result = c.capi_init_settings_from_file(path)
+                check(result, system_reason(path) or DETACHED)
+            check(c.capi_config_finish(), DETACHED)
             check(c.capi_post_init(1))
         except BaseException:
             adapter.close()
@@ -136,7 +138,7 @@ class Adapter(Closing):
         """Whether anybody is there: locks, segment, published settings."""
         self._open()
         presence = records.Presence()
-        check(c.capi_get_presence(presence._pointer))
+        check(c.capi_get_presence(presence._pointer), DETACHED)
         return presence
 
     # ---- Records
@@ -149,7 +151,9 @@ class Adapter(Closing):
         """
         self._open()
         record = kind()
-        check(c.capi_live_read(_kind_of(kind), number, record._pointer, size_of(kind)))
+        result = c.capi_live_read(_kind_of(kind), number, record._pointer, size_of(kind))
+        if result != 0:
+            raise failure(result, _why_not_there(kind, number))
         return record
 
     def write(self, record: Record, number: int = 0) -> None:
@@ -160,7 +164,9 @@ class Adapter(Closing):
         if setter is None or type(record) not in _KIND_OF:
             raise TypeError(f"a {type(record).__name__} is not set as a whole")
         numbered = (number,) if _KIND_OF[type(record)] in _NUMBERED else ()
-        check(setter(record._pointer, *numbered))
+        result = setter(record._pointer, *numbered)
+        if result != 0:
+            raise failure(result, _why_not_there(type(record), number))
 
     @tells("capi_live_refresh")
     def snapshot(self) -> Snapshot:
@@ -181,7 +187,7 @@ class Adapter(Closing):
     def _block(self, kind: RecordKind, size: int) -> bytes:
         self._open()
         block = ffi.new("uint8_t[]", size)
-        check(c.capi_live_read(kind, 0, block, size))
+        check(c.capi_live_read(kind, 0, block, size), DETACHED)
         return bytes(ffi.buffer(block))
 
     # ---- Changes
@@ -210,7 +216,8 @@ class Adapter(Closing):
     def write_stack_file(self, kind: int) -> None:
         """Writes the file of a type of voice stack anew, as the stack is to be told of settings."""
         self._open()
-        check(c.capi_make_config_file(kind))
+        result = c.capi_make_config_file(kind)
+        check(result, system_reason(f"the file of voice stacks of type {kind}") or DETACHED)
 
     # ---- The device
 
@@ -269,6 +276,12 @@ def _kind_of(kind: Type[Record]) -> RecordKind:
     return _KIND_OF[kind]
 
 
+def _why_not_there(kind: Type[Record], number: int) -> str:
+    part = getattr(records.SharedRecord(), _KIND_OF[kind].name.lower())
+    numbers = range(1, len(part) + 1) if isinstance(part, Array) else range(2)
+    return DETACHED if number in numbers else f"there is no {kind.__name__} {number}"
+
+
 class Line:
     """A telephone line: its settings and its live status. Lines and stacks count from 1 here."""
 
@@ -308,7 +321,12 @@ class Line:
         """Its registration on a voice stack, with duration and texts."""
         self._adapter._open()
         record = records.LineRegStat()
-        check(c.capi_live_get_line_reg_stat(self.number - 1, record._pointer, stack - 1))
+        result = c.capi_live_get_line_reg_stat(self.number - 1, record._pointer, stack - 1)
+        if result != 0:
+            lines, stacks = range(1, SIP_LINES + 1), range(1, VOICE_STACKS + 1)
+            is_there = self.number in lines and stack in stacks
+            missing = f"there is no line {self.number} on a voice stack {stack}"
+            raise failure(result, DETACHED if is_there else missing)
         return record
 
     @tells("capi_set_runtime_line_reg_stat")

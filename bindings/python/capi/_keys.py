@@ -10,7 +10,7 @@ from typing import Any, Dict, Iterator, Mapping, Optional, Union
 from . import functions as c
 from . import records
 from ._cdef import ffi
-from ._library import Error, callback, check, failure, read_text, text_of
+from ._library import DETACHED, Error, callback, check, failure, read_text, text_of
 from ._told import tells
 from .constants import KEYS_SENTENCE
 from .enums import ConfigKeyKind, KeyCheck
@@ -105,7 +105,7 @@ class Key:
 def refuse(fault: int, sentence: Any) -> None:
     """Raises what a check of a value came to."""
     if fault < 0:
-        raise failure(fault)
+        raise failure(fault, DETACHED)
     if fault != KeyCheck.OK:
         raise InvalidValue(text_of(sentence), KeyCheck(fault))
 
@@ -153,7 +153,10 @@ class Config(Mapping[str, str]):
     def __getitem__(self, label: str) -> str:
         key = find(label)
         self._adapter._open()
-        return read_text(lambda buf, size: c.capi_live_get(key.section, key.name, buf, size))
+        section, name = key.section, key.name
+        return read_text(
+            lambda buf, size: c.capi_live_get(section, name, buf, size), reason=DETACHED
+        )
 
     def __setitem__(self, label: str, value: Value) -> None:
         self.set(label, value)
@@ -178,7 +181,7 @@ class Config(Mapping[str, str]):
         self._adapter._open()
         text = key.as_text(value)
         if not checked:
-            check(c.capi_config_set(key.section, key.name, 0, text))
+            check(c.capi_config_set(key.section, key.name, 0, text), DETACHED)
             return
         sentence = ffi.new("char[]", KEYS_SENTENCE)
         refuse(c.capi_keys_set(key.section, key.name, text, sentence, KEYS_SENTENCE), sentence)

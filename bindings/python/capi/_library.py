@@ -10,6 +10,7 @@ call is over.
 from __future__ import annotations
 
 import logging
+import os
 import threading
 from collections import deque
 from functools import lru_cache
@@ -19,6 +20,9 @@ from ._cdef import ffi
 
 Text = Union[str, bytes, None, Any]
 R = TypeVar("R")
+
+# Why the calls fail that need the shared record.
+DETACHED = "this process is attached to no adapter"
 
 LOG = logging.getLogger("capi")
 # Of syslog's levels 0 to 7.
@@ -37,7 +41,10 @@ class LogLine(NamedTuple):
 
 
 class Error(Exception):
-    """A call of the library failed. Its text is what the library logged about it."""
+    """A call of the library failed. Its text is what the library logged about it.
+
+    Where that logs nothing it is what was refused, or the reason that the system has.
+    """
 
     def __init__(
         self,
@@ -157,6 +164,7 @@ def call(name: str, *arguments: Any) -> Any:
     this = _Call(name)
     _thread.running.append(this)
     try:
+        ffi.errno = 0  # or that of a call before would tell why this one fails
         result = function(*handed)
         this.errno = ffi.errno
     finally:
@@ -194,11 +202,19 @@ def last_errno() -> int:
     return _thread.last.errno
 
 
-def check(result: int) -> int:
-    """The result of the call just made in this thread; raises an Error for one below 0."""
+def system_reason(subject: str) -> str:
+    """What the system has against a file or the like; "" where the call just made leaves no errno."""
+    return f"{subject}: {os.strerror(last_errno())}" if last_errno() else ""
+
+
+def check(result: int, reason: str = "") -> int:
+    """The result of the call just made in this thread; raises an Error for one below 0.
+
+    A reason is told where nothing is logged.
+    """
     if result >= 0:
         return result
-    raise failure(result)
+    raise failure(result, reason)
 
 
 def failure(result: int = -1, reason: str = "") -> Error:
@@ -215,8 +231,8 @@ def failure(result: int = -1, reason: str = "") -> Error:
     )
 
 
-def read_text(function: Callable[[Any, int], int], size: int = 4096) -> str:
+def read_text(function: Callable[[Any, int], int], size: int = 4096, *, reason: str = "") -> str:
     """A text that a function writes into a buffer. The largest value of the record fits."""
     buffer = ffi.new("char[]", size)
-    check(function(buffer, size))
+    check(function(buffer, size), reason)
     return text_of(buffer)

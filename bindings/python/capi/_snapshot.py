@@ -10,7 +10,7 @@ from . import functions as c
 from . import records
 from ._cdef import ffi
 from ._keys import find, label_of
-from ._library import callback, check, read_text, text_of
+from ._library import DETACHED, callback, check, read_text, system_reason, text_of
 from ._told import tells
 
 
@@ -43,7 +43,7 @@ class Snapshot(records.SharedRecord):
     @tells("capi_live_refresh")
     def refresh(self) -> bool:
         """Brings it up to date without a lock. Tells whether anything had changed."""
-        return check(c.capi_live_refresh(self._pointer, self._generation)) == 1
+        return check(c.capi_live_refresh(self._pointer, self._generation), DETACHED) == 1
 
     def __getitem__(self, label: str) -> str:
         key = find(label)
@@ -75,7 +75,8 @@ class Snapshot(records.SharedRecord):
     @tells("capi_snapshot_write_config_file")
     def write_stack_file(self, kind: int, path: Union[str, "os.PathLike[str]"]) -> None:
         """Writes the file of a type of voice stack from these values, wherever it is wanted."""
-        check(c.capi_snapshot_write_config_file(self._pointer, kind, os.fspath(path)))
+        result = c.capi_snapshot_write_config_file(self._pointer, kind, os.fspath(path))
+        check(result, system_reason(os.fspath(path)))
 
 
 def collector(found: List[Change]) -> Any:

@@ -218,7 +218,9 @@ class Box:
         self._adapter._open()
         if message.TextSize == 0 and message.Text:
             raise ValueError("TextSize is 0: the text would not be stored; a Message sets it")
-        check(c.capi_voip_sms_add(self._selector, message._pointer))
+        result = c.capi_voip_sms_add(self._selector, message._pointer)
+        room = f"a message has room for {SMS_TEXT_CAPACITY} bytes, not {message.TextSize}"
+        check(result, room)
         return message.id
 
     @tells("capi_voip_sms_update")

@@ -12,7 +12,7 @@ from typing import Callable, Optional
 from . import functions as c
 from . import records
 from ._closing import Closing
-from ._library import Error, check, failure, last_errno
+from ._library import Error, check, failure, system_reason
 from ._told import tells
 from .enums import Topic
 
@@ -37,7 +37,7 @@ class Watch(Closing):
         self._is_open = False
         result = c.capi_watch_open(self._watch._pointer, int(topics))
         if result != 0:
-            raise failure(result, f"there is no watch: {os.strerror(last_errno())}")
+            raise failure(result, system_reason("there is no watch"))
         self._is_open = True
 
     def fileno(self) -> int:
@@ -52,7 +52,8 @@ class Watch(Closing):
     def changed(self) -> Topic:
         """The topics that have changed since it was asked last; none is false."""
         self.fileno()
-        return Topic(check(c.capi_watch_changed(self._watch._pointer)))
+        result = c.capi_watch_changed(self._watch._pointer)
+        return Topic(check(result, system_reason("the watch cannot tell")))
 
     def wait(self, timeout: Optional[float] = None) -> Topic:
         """Waits for a change, at most for so many seconds; then there is none."""
