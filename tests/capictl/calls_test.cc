@@ -20,8 +20,9 @@ class StaleCall : public Adapter {
     for (const char* number : {"1", "2"}) add(number);
   }
 
-  static void add(const char* number) {
+  static void add(const char* number, uint32_t start = 0) {
     capi_call_log_record call{};
+    call.calltimestart = start;
     strcpy(call.number, number);
     ASSERT_EQ(capi_voip_add_call_log(0, &call), 0);
   }
@@ -47,6 +48,16 @@ TEST_F(StaleCall, TakesNoOtherCallWithItThatHasItsNode) {
   const std::string before = numbers();
   EXPECT_TRUE(tools::delete_if_there(newest));
   EXPECT_EQ(numbers(), before);
+}
+
+TEST_F(StaleCall, TakesNoneWithItOfALogThatWasClearedMeanwhile) {
+  const capi_call_log_record newest = tools::read_calls().front();
+  ASSERT_EQ(capi_voip_clean_all_call_log(), 0);
+  for (const char* number : {"3", "4"}) add(number, 1795324200);
+  ASSERT_EQ(tools::read_calls().front().sequence, newest.sequence);
+  ASSERT_EQ(tools::read_calls().front().index, newest.index);
+  EXPECT_TRUE(tools::delete_if_there(newest));
+  EXPECT_EQ(numbers(), "43");
 }
 
 }  // namespace

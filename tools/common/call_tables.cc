@@ -86,10 +86,12 @@ Calls read_calls(const Filter& filter) {
   return meant_calls(std::move(calls), filter);
 }
 
+// A log that was cleared counts from 0 again: what has the same node and number may be another
+// call.
 bool delete_if_there(const capi_call_log_record& call) {
   const bool is_there = std::ranges::any_of(read_calls(), [&](const auto& one) {
     return one.index == call.index && one.calltype == call.calltype &&
-           one.sequence == call.sequence;
+           one.sequence == call.sequence && one.calltimestart == call.calltimestart;
   });
   return !is_there || capi_voip_delete_call_log_by_node(call.calltype, call.index) == 0;
 }
