@@ -2,6 +2,9 @@
 // SPDX-License-Identifier: MIT
 #include <apply.h>
 #include <change.h>
+#include <places.h>
+
+#include <algorithm>
 
 #include "answer.h"
 #include "api.h"
@@ -35,9 +38,34 @@ bool is_dry_run(const Request& request) {
   throw Failure("\"dry_run\" is true or false", {kUsage, "dry_run", "true or false"});
 }
 
-// Nothing of this waits for others for long.
-void need_turn(App& app, const std::string& owner) {
+// With these voice stacks' files info.simcard is written: volte, vowifi and sos.
+constexpr unsigned kWithSimFile = 1U << 0 | 1U << 2 | 1U << 5;
+
+bool is_with_sim_file(const Key* key) {
+  return std::ranges::any_of(places_of(*key),
+                             [](const Place& place) { return (place.types & kWithSimFile) != 0; });
+}
+
+// What it takes to set and apply these keys.
+void need_locks(App& app, const std::vector<const Key*>& keys) {
   app.reader.need({CAPI_LOCK_CONF_SHM});
+  if (std::ranges::any_of(keys, is_with_sim_file)) app.reader.need({CAPI_LOCK_VOP_RUN_INFO});
+}
+
+std::vector<const Key*> waiting_keys() {
+  std::vector<const Key*> keys;
+  const auto waiting = waiting_change();
+  if (!waiting) return keys;
+  for (const pending::Value& value : waiting->values) {
+    const Key* const key = find_key(value.key.section, value.key.name);
+    if (key != nullptr) keys.push_back(key);
+  }
+  return keys;
+}
+
+// Nothing of this waits for others for long.
+void need_turn(App& app, const std::string& owner, const std::vector<Setting>& settings) {
+  need_locks(app, keys_in(settings));
   refuse_while_busy();
   const auto waiting = waiting_change();
   if (!waiting || waiting->owner == owner) return;
@@ -58,7 +86,7 @@ std::string apply_or_tell(const std::vector<Setting>& settings) {
 
 Response make(const Request& request, App& app, const std::vector<Setting>& settings) {
   const std::string owner = owner_of(request);
-  need_turn(app, owner);
+  need_turn(app, owner, settings);
   std::string trouble;
   {
     Turn turn(owner, seconds_of(request, app));
@@ -109,7 +137,7 @@ Response post_confirm(const Request& request, App& app) {
 
 Response post_cancel(const Request& request, App& app) {
   app.reader.record();
-  app.reader.need({CAPI_LOCK_CONF_SHM});
+  need_locks(app, waiting_keys());
   refuse_while_busy();
   return tell(app, cancel_change(std::string(request.part("id")), owner_of(request)));
 }

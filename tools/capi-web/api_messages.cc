@@ -65,6 +65,7 @@ Response post_message(const Request& request, App& app) {
   const std::string text = text_in(request, "text");
   if (text.empty()) throw Failure("there is no text to send", {kRefused, "text"});
   need_messages(app);
+  app.reader.need({CAPI_LOCK_VOP_RUN_INFO});  // the sender's number is kept under it
   send_message(number, 0, text);
   Table facts = Table::of_facts("result");
   facts.add({"sent_to", number});

@@ -137,6 +137,20 @@ class Changes(Case):
             self.assertEqual(answer.headers["Retry-After"], "2")
         self.assertEqual(value(), "Kitchen")
 
+    def test_while_a_file_is_locked_nothing_is_set_that_is_written_with_it_nor_taken_back(self):
+        port = {"basic_sip.local_port": 5099}
+        with Held(10) as pid:
+            answer = self.anna.change(port)
+            self.assert_error(answer, 503, code="timed_out")
+            self.assertIn(f"is held by process {pid} (", answer.text)
+            change = self.make("Den")
+        self.assertEqual(self.anna.change(port).status, 201)
+        with Held(10):
+            self.assert_error(self.anna.call("POST", f"changes/{change}/cancel"), 503,
+                              code="timed_out")
+        self.assertEqual(value(), "Den")
+        self.assertEqual(self.anna.call("POST", f"changes/{change}/cancel").status, 200)
+
     def test_while_somebody_else_changes_something_it_is_refused_for_now(self):
         os.makedirs("/var/lib/capi", exist_ok=True)
         with open("/var/lib/capi/lock", "w") as file:

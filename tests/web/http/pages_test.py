@@ -240,6 +240,16 @@ class Pages(Case):
         self.assertNotIn("Retry-After", self.anna.page("/").headers)
         return longest
 
+    def test_a_message_that_a_lock_keeps_from_being_sent_is_refused_in_time(self):
+        message = {"number": "+15551230100", "text": "Hello"}
+        for lock in (0, 10, 18):
+            with Held(lock) as pid:
+                answer = self.anna.call("POST", "messages", message)
+                self.assert_error(answer, 503, code="timed_out")
+                self.assertIn(f"is held by process {pid} (", answer.text)
+                self.assertEqual(answer.headers["Retry-After"], "2")
+        self.assertEqual(self.anna.call("POST", "messages", message).status, 201)
+
     def test_what_was_read_is_shown_without_its_lock(self):
         others("message", "+15551230100", "Hello")
         self.assertIn("Hello", self.page("/messages"))
