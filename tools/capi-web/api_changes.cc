@@ -120,8 +120,8 @@ Response get_change(const Request& request, App&) {
 }
 
 Response post_change(const Request& request, App& app) {
-  const std::vector<Setting> settings = read_draft(member(request, "set"));
   const cfg_shared_record& record = app.reader.record();
+  const std::vector<Setting> settings = read_draft(member(request, "set"), record);
   Json preview(preview_document(record, settings));
   const bool is_any =
       cJSON_GetArraySize(cJSON_GetObjectItemCaseSensitive(preview.get(), "changes")) > 0;

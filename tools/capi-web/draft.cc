@@ -26,15 +26,24 @@ std::string document_with(const cJSON* section, const cJSON* item) {
   return text ? text.get() : "";
 }
 
-void read_item(const cJSON* section, const cJSON* item, std::vector<Setting>& settings) {
+// As a document tells it.
+bool is_present(const Settings& read, const cfg_shared_record& record) {
+  if (read.items.empty()) return !read.has_error();
+  const Setting& setting = read.items.front();
+  return setting.value == json_text(value_of(record, *setting.key));
+}
+
+void read_item(const cJSON* section, const cJSON* item, const cfg_shared_record& record,
+               std::vector<Setting>& settings) {
   const std::string label = std::string(section->string) + "." + item->string;
   const Key* const key = find_label(label);
   if (key == nullptr) throw Failure(unknown_key(label), {kRefused, label});
+  const Settings read = read_document(document_with(section, item));
   if (key->meaning.is_read_back != 0) {
+    if (is_present(read, record)) return;
     throw Failure(label + " is read from the device's own files, and not to be set",
                   {kRefused, label});
   }
-  const Settings read = read_document(document_with(section, item));
   refuse_wrong(read.items);
   if (read.has_error()) {
     throw Failure(read.findings.front().text, {kRefused, label, allowed_values(*key)});
@@ -102,7 +111,7 @@ cJSON* to_json(const FileChange& change) {
 
 }  // namespace
 
-std::vector<Setting> read_draft(const cJSON* set) {
+std::vector<Setting> read_draft(const cJSON* set, const cfg_shared_record& record) {
   if (!cJSON_IsObject(set)) {
     throw Failure("\"set\" is missing: an object of sections with their keys", {kUsage, "set"});
   }
@@ -113,7 +122,7 @@ std::vector<Setting> read_draft(const cJSON* set) {
                     {kUsage, section->string});
     }
     for (const cJSON* item = section->child; item != nullptr; item = item->next) {
-      read_item(section, item, settings);
+      read_item(section, item, record, settings);
     }
   }
   return settings;

@@ -13,9 +13,10 @@
 
 namespace tools::web {
 
-// The settings of {"sip_line_1": {"display_name": "Kitchen"}}. Throws a Failure for the first that
-// should not be set, with its key.
-std::vector<Setting> read_draft(const cJSON* set);
+// The settings of {"sip_line_1": {"display_name": "Kitchen"}}. What the device's own files tell is
+// passed over where it is as in the record, so that a document that was read can be given back.
+// Throws a Failure for the first that should not be set, with its key.
+std::vector<Setting> read_draft(const cJSON* set, const cfg_shared_record& record);
 
 // How a line of a voice stack's file would change. Of one that comes or goes a side is empty.
 struct LineChange {

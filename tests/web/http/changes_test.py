@@ -118,7 +118,7 @@ class Changes(Case):
             ("basic_sip.local_port", 99999, 422),
             ("sip_line_1.none", 1, 422),
             ("none.none", 1, 422),
-            ("sim_info.IMSI", "001010123456789", 422),
+            ("sim_info.IMSI", "001010123456780", 422),
         ):
             answer = self.anna.change(good | {key: wrong})
             self.assert_error(answer, status, code="refused", key=key)
@@ -185,6 +185,21 @@ class Changes(Case):
         body = '{"set":{"sip_line_1":{"display_name":"Den\\u0000Attic"}}}'
         self.assertEqual(self.anna.call("POST", "changes", body).status, 400)
         self.assertEqual(value(), "Kitchen")
+
+    def test_a_document_that_was_read_is_taken_back_and_what_was_changed_in_it_is_set(self):
+        settings = self.get("settings")
+        self.assertNotEqual(settings["sim_info"]["ICCID"], "")
+        answer = self.anna.call("POST", "changes", {"set": settings, "dry_run": True})
+        self.assertEqual((answer.status, answer.json["changes"]), (200, []))
+        settings["sip_line_1"]["display_name"] = "Hall"
+        answer = self.anna.call("POST", "changes", {"set": settings})
+        self.assertEqual(answer.status, 201, answer.text)
+        self.assertEqual(value(), "Hall")
+
+    def test_what_the_device_tells_is_not_to_be_set(self):
+        for wrong in ("8988211000000099999", "", 1, None):
+            self.assert_error(self.anna.change({"sim_info.ICCID": wrong}), 422, code="refused",
+                              key="sim_info.ICCID")
 
     def test_a_change_without_effect_is_none(self):
         self.assert_error(self.anna.change({NAME: "Kitchen"}), 422, code="refused")
