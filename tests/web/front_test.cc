@@ -114,6 +114,14 @@ TEST_F(Front, StrangersAreSentToTheLogin) {
   EXPECT_EQ(status("GET", "/api/1/tokens", {{"authorization", "Basic YTpi"}}), 401);
 }
 
+TEST_F(Front, TheLoginLeadsBackToPagesOnly) {
+  for (const char* const method : {"GET", "HEAD"}) {
+    EXPECT_EQ(value(ask(method, "/calls?q=a"), "Location"), "/login?next=/calls%3fq%3da");
+  }
+  const Fields form = {{"origin", "http://localhost:8080"}, {"content-type", kForm}};
+  EXPECT_EQ(value(ask("POST", "/logout", form, "token=0"), "Location"), "/login");
+}
+
 TEST_F(Front, UnknownPathsAndMethodsAreToldApart) {
   EXPECT_EQ(status("GET", "/none"), 404);
   EXPECT_EQ(status("GET", "/login/"), 404);

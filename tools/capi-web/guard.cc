@@ -58,8 +58,9 @@ bool is_of_type(const Request& request, std::string_view type) {
   return small(given.substr(0, given.find_first_of("; "))) == type;
 }
 
-// What was asked for, to come back to behind the login.
+// What was asked for, to come back to behind the login. What has to be sent cannot be come back to.
 std::string place_of(const Request& request) {
+  if (request.method != Method::Get && request.method != Method::Head) return "/";
   std::string place = request.path;
   char separator = '?';
   for (const auto& [name, value] : request.query) {
