@@ -220,6 +220,14 @@ TEST_F(Front, AProgramsTokenNeedsNoOriginAndMakesNoOthers) {
   EXPECT_EQ(status("DELETE", ("/api/1/tokens/" + id).c_str(), log_in()), 404);
 }
 
+TEST_F(Front, ASchemesNameHasLettersOfAnySize) {
+  const std::string token = app_.tokens.make("backup", 7);
+  for (const char* const scheme : {"Bearer ", "bearer ", "BEARER "}) {
+    EXPECT_EQ(status("GET", "/api/1/tokens", {{"authorization", scheme + token}}), 200) << scheme;
+  }
+  EXPECT_EQ(status("GET", "/api/1/tokens", {{"authorization", "Bearer" + token}}), 401);
+}
+
 TEST_F(Front, TokensThatComeAndGoAreNews) {
   Stream* const stream = app_.events.open("me", app_.events.id());
   ask("POST", "/api/1/tokens", log_in(), "{\"name\":\"a\"}");

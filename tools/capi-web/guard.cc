@@ -10,7 +10,7 @@
 namespace tools::web {
 namespace {
 
-constexpr std::string_view kBearer = "Bearer ";
+constexpr std::string_view kBearer = "bearer ";
 
 std::string small(std::string_view text) {
   std::string made(text);
@@ -123,7 +123,7 @@ void end_outdated_logins(App& app) {
 void identify(Request& request, App& app) {
   end_outdated_logins(app);
   const std::string_view credentials = request.header("authorization");
-  if (credentials.starts_with(kBearer)) {
+  if (small(credentials.substr(0, kBearer.size())) == kBearer) {
     request.session = app.tokens.find(credentials.substr(kBearer.size()));
     return;
   }
