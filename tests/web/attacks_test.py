@@ -251,6 +251,40 @@ class Streams(unittest.TestCase):
                 stream.read_to_end()
             self.assertEqual(running.get("/api/1/events").status, 401)
 
+    def test_are_cut_by_the_request_that_ends_their_login(self):
+        for target, body in (("/logout", "token={}"), ("/login", "password=correct+horse")):
+            with self.subTest(target), server("--comment-seconds", "1000") as running:
+                running.log_in()
+                with running.stream() as stream:
+                    stream.read_event()
+                    answer = running.send_form(target, body.format(running.token()))
+                    self.assertEqual(answer.status, 303)
+                    self.assertNotIn(b"event", stream.read_to_end())
+
+    def test_of_a_token_are_not_told_that_it_was_revoked(self):
+        with server("--comment-seconds", "1000") as running:
+            running.log_in()
+            key = running.token()
+            made = json.loads(running.call("POST", "/api/1/tokens", '{"name": "a"}', key).body)
+            with running.stream(fields=["Authorization: Bearer " + made["token"]]) as stream, \
+                    running.stream() as other:
+                stream.read_event()
+                other.read_event()
+                answer = running.call("DELETE", "/api/1/tokens/" + made["id"], "", key)
+                self.assertEqual(answer.status, 204)
+                self.assertNotIn(b"event", stream.read_to_end())
+                self.assertIn('"changes"', other.read_event())
+
+    def test_of_logins_before_another_password_are_told_nothing(self):
+        ADAPTER.start()
+        with server("--comment-seconds", "1000") as running:
+            running.log_in()
+            with running.stream() as stream:
+                stream.read_event()
+                running.set_password("battery staple")
+                with ADAPTER.writes(1):
+                    self.assertNotIn(b"event", stream.read_to_end())
+
     def test_that_nobody_reads_take_no_memory_and_are_cut(self):
         ADAPTER.start()
         with server("--comment-seconds", "2") as running:

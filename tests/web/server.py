@@ -37,9 +37,9 @@ class Server:
 
     def __init__(self, command, *options, descriptors=None):
         self.directory = tempfile.mkdtemp()
+        self.command = command
         password_file = self.directory + "/password"
-        subprocess.run([*command, "password", "--stdin", "--password-file", password_file],
-                       input=PASSWORD + "\n", text=True, check=True)
+        self.set_password(PASSWORD)
 
         def limit():
             if descriptors:
@@ -62,6 +62,10 @@ class Server:
         code = self.process.wait(PATIENCE)
         self.process.stdout.close()
         assert code == 0, f"the server ended with {code}"
+
+    def set_password(self, password):
+        subprocess.run([*self.command, "password", "--stdin", "--password-file",
+                        self.directory + "/password"], input=password + "\n", text=True, check=True)
 
     def connect(self, source=None):
         return Connection(self, source=source)
@@ -88,9 +92,26 @@ class Server:
         with self.connect() as connection:
             return connection.ask(self.head(target, "GET", *fields))
 
-    def stream(self, receive_buffer=None):
+    def send(self, method, target, kind, body, *fields):
+        """As a page of ours does."""
+        with self.connect() as connection:
+            return connection.ask(
+                self.head(target, method, "Origin: http://" + self.host, "Content-Type: " + kind,
+                          f"Content-Length: {len(body)}", *fields) + body.encode())
+
+    def send_form(self, target, body):
+        return self.send("POST", target, "application/x-www-form-urlencoded", body)
+
+    def call(self, method, target, body, token):
+        return self.send(method, target, "application/json", body, "X-CAPI-Token: " + token)
+
+    def token(self):
+        """That a page sends besides its cookie."""
+        return re.search(rb'name="capi-token" content="([^"]+)"', self.get("/").body)[1].decode()
+
+    def stream(self, receive_buffer=None, fields=()):
         connection = Connection(self, receive_buffer)
-        connection.send(self.head("/api/1/events"))
+        connection.send(self.head("/api/1/events", "GET", *fields))
         return connection
 
     # --- what it costs ---

@@ -176,8 +176,9 @@ class Server::Loop {
   void set_timers();
   void begin_stream(Connection& connection, evhttp_request* request, const Response& response);
   void send_news();
-  void send_news(Connection& connection) const;
+  void send_news(Connection& connection);
   void send_comments();
+  bool cut_if_over(const Connection& connection);
   void send_comment(Connection& connection);
   static void send_part(Connection& connection, const std::string& text);
 
@@ -400,6 +401,7 @@ void Server::Loop::answer(evhttp_request* request, Connection& connection) {
   look_for_adapter();
   on_change();  // what changed before the request is seen by it
   const Response response = serve(message, address_of(connection.http), app_);
+  send_news();  // or the end, to streams of a login that the request has ended
   connection.is_known = response.is_known;
   if (response.is_stream) return begin_stream(connection, request, response);
   if (!connection.is_known && is_crowded()) close_after(request);  // others wait for the place
@@ -500,18 +502,17 @@ void Server::Loop::begin_stream(Connection& connection, evhttp_request* request,
   add_headers(request, response);
   close_after(request);
   evhttp_send_reply_start(request, response.status, reason_of(response.status).data());
-  stream->has_news() ? send_news(connection) : send_part(connection, kComment);
+  send_part(connection, stream->has_news() ? app_.events.event(*stream) : kComment);
 }
 
 void Server::Loop::send_news() {
-  for (Connection& connection : connections_) send_news(connection);
+  for (auto next = connections_.begin(); next != connections_.end();) send_news(*next++);
 }
 
 // While something is on its way nothing is added: what has changed meanwhile is told in one.
-void Server::Loop::send_news(Connection& connection) const {
-  if (connection.stream == nullptr || connection.is_sending || !connection.stream->has_news()) {
-    return;
-  }
+void Server::Loop::send_news(Connection& connection) {
+  if (connection.stream == nullptr || cut_if_over(connection)) return;
+  if (connection.is_sending || !connection.stream->has_news()) return;
   send_part(connection, app_.events.event(*connection.stream));
 }
 
@@ -544,10 +545,15 @@ void Server::Loop::send_comments() {
 void Server::Loop::send_comment(Connection& connection) {
   if (connection.has_waited) return evhttp_connection_free(connection.http);
   connection.has_waited = connection.is_sending;
-  if (!is_open(app_, connection.stream->session())) {
-    return evhttp_connection_free(connection.http);
-  }
+  if (cut_if_over(connection)) return;
   if (!connection.is_sending) send_part(connection, kComment);
+}
+
+// A stream whose login is over, or whose token was revoked, tells nothing more.
+bool Server::Loop::cut_if_over(const Connection& connection) {
+  if (is_open(app_, connection.stream->session())) return false;
+  evhttp_connection_free(connection.http);
+  return true;
 }
 
 Server::Server(App& app, const std::vector<Listen>& places, const Limits& limits)
