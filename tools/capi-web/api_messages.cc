@@ -60,10 +60,17 @@ std::string number_in(const Request& request) {
   return number;
 }
 
+std::string message_in(const Request& request) {
+  std::string text = text_in(request, "text");
+  if (text.empty()) throw Failure("there is no text to send", {kRefused, "text"});
+  if (text.size() <= CAPI_SMS_MAX_TEXT) return text;
+  const std::string allowed = "up to " + std::to_string(CAPI_SMS_MAX_TEXT) + " bytes";
+  throw Failure("the text is too long: it has " + allowed, {kRefused, "text", allowed});
+}
+
 Response post_message(const Request& request, App& app) {
   const std::string number = number_in(request);
-  const std::string text = text_in(request, "text");
-  if (text.empty()) throw Failure("there is no text to send", {kRefused, "text"});
+  const std::string text = message_in(request);
   need_messages(app);
   app.reader.need({CAPI_LOCK_VOP_RUN_INFO});  // the sender's number is kept under it
   send_message(number, 0, text);

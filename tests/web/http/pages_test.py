@@ -245,6 +245,18 @@ class Pages(Case):
         for lock in (0, 10, 18):
             with Held(lock) as pid:
                 answer = self.anna.call("POST", "messages", message)
+    def test_a_message_of_more_bytes_than_there_may_be_is_refused_with_its_field(self):
+        def send(text):
+            body = json.dumps({"number": "+15551230100", "text": text}, ensure_ascii=False)
+            return self.anna.call("POST", "messages", body.encode())
+
+        for text in ("x" * 39101, "ä" * 19551):
+            self.assert_error(send(text), 422, code="refused", key="text",
+                              allowed="up to 39100 bytes")
+        for text in ("x" * 39100, "ä" * 19550):
+            self.assertEqual(send(text).status, 201)
+        tool("sms", "clear", "sent", "--yes")
+
                 self.assert_error(answer, 503, code="timed_out")
                 self.assertIn(f"is held by process {pid} (", answer.text)
                 self.assertEqual(answer.headers["Retry-After"], "2")

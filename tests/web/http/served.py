@@ -151,7 +151,7 @@ class Person:
         text = None
         if method != "GET":
             headers["Content-Type"] = "application/json"
-            text = body if isinstance(body, str) else json.dumps(body or {})
+            text = body if isinstance(body, (bytes, str)) else json.dumps(body or {})
         return self.ask(method, "/api/1/" + path, headers, text)
 
     def change(self, keys, **more):
