@@ -33,6 +33,18 @@ bool is_whole_number(std::string_view text, int64_t& number) {
   return error == std::errc() && end == text.data() + text.size();
 }
 
+// The error names the parameter as a query has it.
+std::string time_in(const Request& request, const char* name) {
+  std::string time(request.parameter(name));
+  if (time.empty()) return time;
+  try {
+    moment_of(time, now_s());
+  } catch (const Failure& failure) {
+    throw Failure(failure.what(), {kUsage, name, failure.why().allowed});
+  }
+  return time;
+}
+
 }  // namespace
 
 Response failed(const Request& request, const Failure& failure) {
@@ -66,7 +78,7 @@ Filter filter_of(const Request& request) {
   filter.type = number_of(request, "type", 0, CAPI_CALL_LOG_TYPES - 1, -1);
   filter.line = number_of(request, "line", 0, CAPI_SIP_LINES, -1);
   filter.number = request.parameter("number");
-  filter.since = request.parameter("since");
+  filter.since = time_in(request, "since");
   filter.text = request.parameter("text");
   filter.unread = number_of(request, "unread", 0, 1, 0) != 0;
   return filter;

@@ -117,6 +117,11 @@ class Pages(Case):
         text = self.page("/calls")
         self.assertEqual(len(re.findall(r'<rect class="type-\d"', text)), 2)
 
+    def test_a_time_that_is_none_is_refused_with_the_name_of_its_parameter(self):
+        for path in ("calls", "call-days", "messages/received"):
+            self.assert_error(self.anna.call("GET", path + "?since=soon"), 400, code="usage",
+                              key="since", allowed="2026-11-22, 2026-11-22T08:30:00Z, 30m, 2h, 3d or 1w")
+
     def test_long_lists_have_pages(self):
         tool("calls", "clear", "--yes")
         for at in range(60):
@@ -240,11 +245,6 @@ class Pages(Case):
         self.assertNotIn("Retry-After", self.anna.page("/").headers)
         return longest
 
-    def test_a_message_that_a_lock_keeps_from_being_sent_is_refused_in_time(self):
-        message = {"number": "+15551230100", "text": "Hello"}
-        for lock in (0, 10, 18):
-            with Held(lock) as pid:
-                answer = self.anna.call("POST", "messages", message)
     def test_a_message_of_more_bytes_than_there_may_be_is_refused_with_its_field(self):
         def send(text):
             body = json.dumps({"number": "+15551230100", "text": text}, ensure_ascii=False)
@@ -257,6 +257,11 @@ class Pages(Case):
             self.assertEqual(send(text).status, 201)
         tool("sms", "clear", "sent", "--yes")
 
+    def test_a_message_that_a_lock_keeps_from_being_sent_is_refused_in_time(self):
+        message = {"number": "+15551230100", "text": "Hello"}
+        for lock in (0, 10, 18):
+            with Held(lock) as pid:
+                answer = self.anna.call("POST", "messages", message)
                 self.assert_error(answer, 503, code="timed_out")
                 self.assertIn(f"is held by process {pid} (", answer.text)
                 self.assertEqual(answer.headers["Retry-After"], "2")
