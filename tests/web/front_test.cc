@@ -243,8 +243,22 @@ TEST_F(Front, TokensAreToldOnceAndListedWithoutSecret) {
   const Response list = ask("GET", "/api/1/tokens", log_in());
   EXPECT_THAT(list.body, HasSubstr("\"name\":\"nightly backup\""));
   EXPECT_THAT(list.body, testing::Not(HasSubstr("capi_")));
-  EXPECT_EQ(status("POST", "/api/1/tokens", log_in(), "{\"name\":\"\"}"), 422);
-  EXPECT_EQ(status("POST", "/api/1/tokens", log_in(), "{\"name\":\"a\\nb\"}"), 422);
+}
+
+TEST_F(Front, ATokensNameIsALineOfAFewCharacters) {
+  const auto status_of = [&](const std::string& name) {
+    const std::string body = "{\"name\":\"" + name + "\"}";
+    return status("POST", "/api/1/tokens", log_in(), body.c_str());
+  };
+  std::string longest;
+  for (int i = 0; i < 64; ++i) longest += "ä";
+  EXPECT_EQ(status_of(longest), 201);
+  EXPECT_EQ(status_of(longest + "a"), 422);
+  EXPECT_EQ(status_of(std::string(65, 'a')), 422);
+  for (const char* const name :
+       {"", " a", "a\\nb", "a\\tb", "a\\u001b[1m", "a\\u0007", "a\\u007f", "a\\u009b1m"}) {
+    EXPECT_EQ(status_of(name), 422) << name;
+  }
   EXPECT_EQ(status("POST", "/api/1/tokens", log_in(), "{}"), 422);
 }
 

@@ -4,6 +4,7 @@
 #include "app.h"
 #include "login_page.h"
 #include "route.h"
+#include "text.h"
 
 namespace tools::web {
 namespace {
@@ -81,9 +82,8 @@ Response refuse_program(const Request& request) {
 }
 
 bool is_name(const char* name) {
-  const std::string_view text = name == nullptr ? "" : name;
-  return !text.empty() && text.size() <= 64 && text.front() != ' ' &&
-         text.find_first_of("\r\n\t") == std::string_view::npos;
+  const std::string text = name == nullptr ? "" : name;
+  return !text.empty() && width(text) <= 64 && text.front() != ' ' && printable(text) == text;
 }
 
 Response post_token(const Request& request, App& app) {
