@@ -208,6 +208,23 @@ TEST_F(Front, ContentThatIsNoObjectIsRefused) {
   }
 }
 
+TEST_F(Front, ContentThatIsNoUtf8IsRefused) {
+  for (const char* const wrong : {"q\xff", "\xff\xfe", "\xc3", "\xc0\xaf", "\xed\xa0\x80"}) {
+    const std::string body = std::string("{\"name\":\"") + wrong + "\"}";
+    const Response made = ask("POST", "/api/1/tokens", log_in(), body.c_str());
+    EXPECT_EQ(made.status, 400) << wrong;
+    EXPECT_THAT(made.body, HasSubstr("\"code\":\"bad_request\"")) << wrong;
+  }
+  EXPECT_THAT(app_.tokens.all(), testing::SizeIs(0));
+  EXPECT_EQ(status("POST", "/api/1/tokens", log_in(), "{\"name\":\"\xc3\xa4\"}"), 201);
+}
+
+TEST_F(Front, ATokensNameThatIsNoUtf8IsTold) {
+  app_.tokens.make("old\xff", 7);
+  EXPECT_THAT(ask("GET", "/api/1/tokens", log_in()).body,
+              HasSubstr("\"name\":\"old\xef\xbf\xbd\""));
+}
+
 TEST_F(Front, AProgramsTokenNeedsNoOriginAndMakesNoOthers) {
   const std::string token = app_.tokens.make("backup", 7);
   const Fields program = {{"authorization", "Bearer " + token},
@@ -310,7 +327,7 @@ TEST_F(Front, WhatAPageAsksOnItsOwnProlongsNoLogin) {
 
 TEST_F(Front, ALoginLeadsToNoOtherServer) {
   for (const char* const next : {"//evil.example", "http://evil.example", "/\\evil.example",
-                                 "%09//evil.example", "/%0d%0aSet-Cookie:a=b", "evil"}) {
+                                 "%09//evil.example", "/%0d%0aSet-Cookie:a=b", "/%ff", "evil"}) {
     const std::string body = std::string("password=correct+horse&next=") + next;
     EXPECT_EQ(value(log_in_with(body.c_str()), "Location"), "/") << next;
   }

@@ -10,6 +10,7 @@
 #include "decode.h"
 #include "guard.h"
 #include "route.h"
+#include "text.h"
 
 namespace tools::web {
 namespace {
@@ -51,8 +52,10 @@ bool read_target(std::string_view target, Request& request) {
   return mark == std::string_view::npos || decode_form(target.substr(mark + 1), request.query);
 }
 
-// The parser would end a text at a NUL, and half of a value would be set.
+// The parser would end a text at a NUL, and half of a value would be set. It takes bytes that are
+// no UTF-8, with which no answer that tells of them could be read.
 bool read_json(const std::string& body, Request& request) {
+  if (!is_utf8(body)) return false;
   if (body.find('\0') != std::string::npos || body.find("\\u0000") != std::string::npos)
     return false;
   const char* end = nullptr;

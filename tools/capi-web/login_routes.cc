@@ -26,7 +26,7 @@ Response refuse_for_now(const Request& request, int64_t wait_ms) {
 std::string destination_of(const Request& request) {
   const std::string_view next = request.field("next");
   const bool is_ours = next.starts_with('/') && !next.starts_with("//") &&
-                       next.find_first_of("\\\r\n\t") == std::string_view::npos;
+                       next.find_first_of("\\\r\n\t") == std::string_view::npos && is_utf8(next);
   return is_ours ? std::string(next) : "/";
 }
 
@@ -60,7 +60,7 @@ Response post_logout(const Request& request, App& app) {
 cJSON* to_json(const ApiTokens::Token& token) {
   cJSON* const object = cJSON_CreateObject();
   cJSON_AddStringToObject(object, "id", token.id.c_str());
-  cJSON_AddStringToObject(object, "name", token.name.c_str());
+  cJSON_AddStringToObject(object, "name", json_text(token.name).c_str());
   cJSON_AddNumberToObject(object, "made_at", static_cast<double>(token.made_at));
   return object;
 }
@@ -81,6 +81,7 @@ Response refuse_program(const Request& request) {
   return failure(request, 403, "API tokens are made and revoked by a login only.");
 }
 
+// A line of a file, which is shown to people.
 bool is_name(const char* name) {
   const std::string text = name == nullptr ? "" : name;
   return !text.empty() && width(text) <= 64 && text.front() != ' ' && printable(text) == text;

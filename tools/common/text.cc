@@ -86,6 +86,15 @@ constexpr uint32_t kFirstTime = 946684800;
 
 }  // namespace
 
+bool is_utf8(std::string_view text) {
+  while (!text.empty()) {
+    const size_t size = character_size(text);
+    if (size == 0) return false;
+    text.remove_prefix(size);
+  }
+  return true;
+}
+
 std::string json_text(std::string_view text) {
   std::string result;
   while (!text.empty()) {

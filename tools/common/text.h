@@ -14,6 +14,8 @@ namespace tools {
 // "\x1b".
 std::string printable(std::string_view text);
 
+bool is_utf8(std::string_view text);
+
 // A text as JSON can carry it: what it cannot becomes the sign for that.
 std::string json_text(std::string_view text);
 
