@@ -122,7 +122,7 @@ class ValueCheck {
     const std::string_view text = value_;
     const auto longest = static_cast<size_t>(key_.capacity - 1);
     if (text.size() > longest) {
-      sentence_.add("%zu characters are too many: %zu are kept", text.size(), longest);
+      sentence_.add("%zu bytes are too many: %zu are kept", text.size(), longest);
       return CAPI_KEY_TOO_LONG;
     }
     const Format& format = format_of(row_.allowed.format);

@@ -51,7 +51,7 @@ expect_error 4 'capictl: runtime_info.wan_ip is left as it was: "banana" is not 
   config set runtime_info.wan_ip banana
 expect_error 4 'capictl: voice_parameter.count is left as it was: "13" is out of range; allowed: 0 to 12' \
   config set voice_parameter.count 13
-expect_error 4 'capictl: sms.sca is left as it was: 32 characters are too many: 31 are kept' \
+expect_error 4 'capictl: sms.sca is left as it was: 32 bytes are too many: 31 are kept' \
   config set sms.sca 12345678901234567890123456789012
 expect_error 4 'capictl: sip_line_1.display_name is left as it was: a setting file takes the blanks out of the value; --force sets it until the next start' \
   config set sip_line_1.display_name 'Front desk'

@@ -55,7 +55,7 @@ error 'option_sip_line_enable: "7" is none of those that are allowed; allowed: 0
 error 'option_voice_parameter_count: "13" is out of range; allowed: 0 to 12' \
   '[voice_parameter]' 'option_voice_parameter_count=13'
 warning 'option_sip_server_proxy_port: 0 is read as 5060' '[sip_server_2]' 'option_sip_server_proxy_port=0'
-error 'option_sms_sca: 32 characters are too many: 31 are kept' '[sms]' "option_sms_sca=$(printf %032d 0)"
+error 'option_sms_sca: 32 bytes are too many: 31 are kept' '[sms]' "option_sms_sca=$(printf %032d 0)"
 warning 'option_basic_sip_country: the quotes become a part of the value' '[basic_sip]' 'option_basic_sip_country="US"'
 
 in_case 'Keys that are set twice, are spelled oddly or belong to the device'

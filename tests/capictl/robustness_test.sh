@@ -49,7 +49,7 @@ expect 3 '' config get "$long"
 expect 3 '' config get "sip_line_1.$long"
 expect 3 '' config list "$long"
 expect 3 '' config describe "$long"
-expect_error 4 "capictl: slic_parameter.settings is left as it was: ${#long} characters are too many: 1023 are kept" \
+expect_error 4 "capictl: slic_parameter.settings is left as it was: ${#long} bytes are too many: 1023 are kept" \
   config set slic_parameter.settings "$long"
 expect_error 4 "capictl: sms.enable is left as it was: \"9${long:0:79}\" is out of range; allowed: 0 (off) or 1 (on)" \
   config set sms.enable "9$long"

@@ -140,13 +140,17 @@ TEST_F(KeyCheck, WrongFormats) {
 TEST_F(KeyCheck, TextsThatWouldNotBeKept) {
   EXPECT_EQ(check_key("basic_sip", "user_agent", std::string(63, 'a')), kOk);
   EXPECT_EQ(check_key("basic_sip", "user_agent", std::string(64, 'a')),
-            (Answer{CAPI_KEY_TOO_LONG, "64 characters are too many: 63 are kept"}));
+            (Answer{CAPI_KEY_TOO_LONG, "64 bytes are too many: 63 are kept"}));
+  std::string long_one;
+  for (int i = 0; i < 32; ++i) long_one += "ä";
+  EXPECT_EQ(check_key("basic_sip", "user_agent", long_one),
+            (Answer{CAPI_KEY_TOO_LONG, "64 bytes are too many: 63 are kept"}));
   EXPECT_EQ(check_key("slic_parameter", "settings", std::string(1023, 'a')), kOk);
   EXPECT_EQ(check_key("slic_parameter", "settings", std::string(1024, 'a')).result,
             CAPI_KEY_TOO_LONG);
   // Of the domain's field half is set.
   EXPECT_EQ(check("sip_server_1", "option_sip_server_sip_domain", std::string(256, 'a')).sentence,
-            "256 characters are too many: 255 are kept");
+            "256 bytes are too many: 255 are kept");
 }
 
 TEST_F(KeyCheck, ValuesThatASettingFileWouldChange) {

@@ -177,7 +177,7 @@ void print_introduction() {
       "with `capictl page keys` from the table of [libcapi-keys](key-meanings.md). Where a name\n"
       "has `%%d` stands a number; of lines that differ in their numbers the first is shown.\n"
       "\"Start\" is the value after a master's start without settings: nothing, where the cell is\n"
-      "empty. `capictl config describe` tells of a single key.\n\n"
+      "empty. `capictl config describe` tells of a single key. A text's length counts bytes.\n\n"
       "Of %td of these %td rows neither the interface nor a standard says what the values mean.\n"
       "What such a key takes is printed **bold**, and its meaning is to be asked for.\n\n",
       keys.size(), unknown, rows);
