@@ -131,7 +131,7 @@ class Server::Loop {
     bufferevent* socket;
     evhttp_connection* http = nullptr;
     Gate gate = {};
-    int64_t since_ms = 0;  // when the request has begun that is not whole
+    int64_t since_ms = 0;  // when the request has begun that is not whole, or was refused
     bool is_handing_on = false;
     bool is_known = false;                // the last request had a login or an API token
     evhttp_request* streaming = nullptr;  // the request whose answer has no end yet
@@ -378,7 +378,10 @@ void Server::Loop::take(Connection& connection, evbuffer* input, size_t added) c
   bytes.replace(before, added, gate.take(std::string_view(bytes).substr(before)));
   if (gate.is_waiting() && now_ms() - connection.since_ms > limits_.timeout_ms) gate.refuse(408);
   if (gate.messages().size() > kMaxWaiting) gate.refuse(400);
-  if (gate.refusal() != 0) bytes = kStandIn;
+  if (gate.refusal() != 0) {
+    bytes = kStandIn;
+    connection.since_ms = now_ms();  // the time to read why
+  }
   evbuffer_add(input, bytes.data(), bytes.size());
 }
 
