@@ -49,6 +49,32 @@ class Sessions(BrowserCase):
         self.adapter.others("call", 1, 1, "15558880001", 1795340000)
         other.wait_for("location.pathname === '/login'")
 
+    def test_a_page_goes_on_with_the_login_of_another_page(self):
+        profile = self.browser.new_profile()
+        page, other = self.log_in(profile), self.new_page(profile)
+        self.go(other, "/messages")
+        # Meanwhile nothing can lead it to the login.
+        self.wire.cut()
+        self.addCleanup(self.wire.mend)
+        other.wait_for_text("Connection lost", "#connection")
+        page.go(f"http://127.0.0.1:{self.server.port}/")
+        page.evaluate("window.leaving = true")
+        page.click(".logout button")
+        page.wait_for_load()
+        self.submit(page, PASSWORD)
+        self.assertEqual(self.where(page), "/")
+        self.wire.mend()
+        self.adapter.others("message", "+15558880004", "Are you there?")
+        other.wait_for_text("+15558880004", "#threads")
+        other.fill("#number", "+15558880005")
+        other.fill("textarea[name=text]", "Yes.")
+        other.click("form[data-api] .primary")
+        other.wait_for_text("+15558880005", "#threads")
+        other.evaluate("window.leaving = true")
+        other.click(".logout button")
+        other.wait_for_load()
+        self.assertEqual(self.where(other), "/login")
+
     def test_scripts_cannot_read_the_cookie(self):
         self.go(self.page, "/")
         self.assertEqual(self.page.evaluate("document.cookie"), "")

@@ -151,6 +151,14 @@ const parts_of = (page) => live_parts(main_of(page)).map((part) => part.id).join
 
 let has_told = false;
 
+// After another login in another page of the browser the tokens are other ones.
+function take_over_tokens(fresh) {
+  for (const selector of ['meta[name="capi-token"]', '.logout [name="token"]']) {
+    const token = fresh.querySelector(selector);
+    if (token) morph(document.querySelector(selector), token);
+  }
+}
+
 // What stands in the fields of a page is worth more than telling of an error in their place.
 function tell_of_error(page) {
   has_told = true;
@@ -159,6 +167,7 @@ function tell_of_error(page) {
 
 function take_over(answer, topics) {
   const fresh = answer.page;
+  take_over_tokens(fresh);
   // Nobody tells when a lock is free again.
   if (answer.retry_after > 0) fetch_later(topics, 1000 * answer.retry_after);
   if (!answer.is_ok && parts_of(document) !== '') return tell_of_error(fresh);
