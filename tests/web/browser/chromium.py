@@ -156,8 +156,7 @@ class Page:
         self.session = session
         self.requests = []  # the addresses that this page has asked for
         self.problems = []  # what the browser complained about
-        self.dialogs = collections.deque()
-        self.accepts_dialogs = True
+        self.dialogs = collections.deque()  # the kinds of those that nobody has answered
 
     def call(self, method, **params):
         return self.browser.call(method, self.session, **params)
@@ -282,6 +281,14 @@ class Page:
             "e.select(); })()"
         )
         self.type(text)
+
+    def answer_dialog(self, accept):
+        """Waits for a dialog of the browser's own, and answers it; returns its kind."""
+        deadline = time.monotonic() + PATIENCE
+        while not self.dialogs:
+            self.browser.listen(deadline, "a dialog")
+        self.call("Page.handleJavaScriptDialog", accept=accept)
+        return self.dialogs.popleft()
 
     # ---- How it is looked at ----
 

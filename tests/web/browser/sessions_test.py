@@ -75,6 +75,25 @@ class Sessions(BrowserCase):
         other.wait_for_load()
         self.assertEqual(self.where(other), "/login")
 
+    def test_who_stays_with_what_was_typed_goes_on_with_the_next_login(self):
+        secret = "sip_line_1.auth_password"
+        profile = self.browser.new_profile()
+        page, other = self.log_in(profile), self.new_page(profile)
+        self.topic_page(other, secret)
+        other.fill(self.field(secret), "xyzzy-12")
+        page.evaluate("window.leaving = true")
+        page.click(".logout button")
+        page.wait_for_load()
+        self.adapter.tool("config", "set", "sip_line_1.user_name", "15551230011")
+        self.assertEqual(other.answer_dialog(False), "beforeunload")
+        self.submit(page, PASSWORD)
+        self.await_live(other)
+        self.adapter.tool("config", "set", secret, "")
+        other.wait_for(f"document.querySelector('{self.field(secret)}').placeholder === 'not set'")
+        self.assertEqual(list(other.dialogs), [])
+        other.click("#change-bar .primary")
+        other.wait_for_text("Apply", "#review")
+
     def test_scripts_cannot_read_the_cookie(self):
         self.go(self.page, "/")
         self.assertEqual(self.page.evaluate("document.cookie"), "")

@@ -138,10 +138,18 @@ function fetch_later(topics, after) {
   }, after);
 }
 
+let was_sent_away = false;
+
+// Null where the login is over. Who then stays is not asked again, and goes on with the next login.
 async function fetch_page() {
   const headers = {Accept: 'text/html', 'X-CAPI-Refresh': '1'};
   const answer = await fetch(location.href, {headers, cache: 'no-store'});
-  if (answer.redirected && new URL(answer.url).pathname === '/login') await go_to_login();
+  if (answer.redirected && new URL(answer.url).pathname === '/login') {
+    if (!was_sent_away) go_to_login();
+    was_sent_away = true;
+    return null;
+  }
+  was_sent_away = false;
   const page = new DOMParser().parseFromString(await answer.text(), 'text/html');
   return {page, is_ok: answer.ok, retry_after: Number(answer.headers.get('Retry-After'))};
 }
@@ -190,7 +198,8 @@ async function fetch_all_waiting() {
     const topics = new Set(waiting);
     waiting.clear();
     try {
-      take_over(await fetch_page(), topics);
+      const answer = await fetch_page();
+      if (answer) take_over(answer, topics);
     } catch {
       // Where the connection is lost the stream tells when it is back; it may be there all the time.
       for (const topic of topics) waiting.add(topic);

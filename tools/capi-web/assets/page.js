@@ -42,9 +42,9 @@ export function say_connection(text) {
   document.getElementById('connection').textContent = text;
 }
 
+// The page may stay all the same: its reader is asked where there is something to lose.
 export function go_to_login() {
   location.assign('/login?next=' + encodeURIComponent(location.pathname + location.search));
-  return new Promise(() => {});
 }
 
 export class ApiError extends Error {
@@ -69,7 +69,10 @@ export async function call(method, path, body) {
   } catch {
     throw new ApiError({message: 'The adapter does not answer.'});
   }
-  if (answer.status === 401) return go_to_login();
+  if (answer.status === 401) {
+    go_to_login();
+    throw new ApiError({message: 'The login is over. Log in to go on.'});
+  }
   const text = await answer.text();
   let document_ = null;
   try {
