@@ -92,7 +92,7 @@ Response make(const Request& request, App& app, const std::vector<Setting>& sett
     Turn turn(owner, seconds_of(request, app));
     turn.make(settings, true);
     trouble = apply_or_tell(settings);
-    app.last_change = {owner, turn.waiting()->id};
+    app.last_change = {owner, turn.waiting()->id, trouble};
   }
   app.events.tell(kTopicChange);
   cJSON* const document = to_json(change_tables(Secrets::Hidden));

@@ -31,6 +31,7 @@ struct App {
   struct {
     std::string owner;
     std::string id;
+    std::string trouble = {};  // what of it could not be applied, in words
   } last_change = {};
 };
 

@@ -89,6 +89,12 @@ void add_buttons(Html& notice, const std::string& id) {
   notice.raw(" data-done=\"Gone back.\" data-needs-script>Go back now</button></p>\n");
 }
 
+// What is set, and yet not with the programs.
+void add_trouble(Html& notice, const App& app) {
+  if (app.last_change.trouble.empty()) return;
+  notice.raw("<p class=\"trouble\">").text(sentence(app.last_change.trouble)).raw("</p>\n");
+}
+
 void add_waiting(Html& notice, const Request& request, const pending::Change& change,
                  const App& app) {
   notice.raw("<section class=\"pending notice warn\" id=\"pending\"")
@@ -98,7 +104,9 @@ void add_waiting(Html& notice, const Request& request, const pending::Change& ch
   notice.raw(" aria-labelledby=\"pending-h\">\n");
   notice.raw("<h2 id=\"pending-h\">A change waits to be kept</h2>\n");
   notice.raw("<p>It goes back by itself in <span data-countdown>").text(seconds_left(change));
-  notice.raw("</span> s unless you keep it.</p>\n<details><summary>");
+  notice.raw("</span> s unless you keep it.</p>\n");
+  if (app.last_change.id == change.id) add_trouble(notice, app);
+  notice.raw("<details><summary>");
   const std::vector<Table> tables = change_tables(Secrets::Hidden);
   notice.text(counted(tables.back().rows().size(), "setting")).raw("</summary>\n");
   add_table(notice, tables.back(), {.caption = "Settings that were changed", .id = "pending-t"});
@@ -111,11 +119,19 @@ void add_waiting(Html& notice, const Request& request, const pending::Change& ch
   notice.raw("</section>\n");
 }
 
-// How the last change of this login ended, unless it was kept.
+void add_kept_trouble(Html& notice, const App& app) {
+  if (app.last_change.trouble.empty()) return;
+  notice.raw("<div class=\"notice bad\" id=\"outcome\"><p>Your change was kept.</p>\n");
+  add_trouble(notice, app);
+  notice.raw("</div>\n");
+}
+
+// How the last change of this login ended, unless it was kept and all is well.
 void add_outcome(Html& notice, const Request& request, const App& app) {
   pending::Outcome outcome;
   if (app.last_change.owner != owner_of(request) || pending::load(outcome) != 0) return;
-  if (outcome.id != app.last_change.id || outcome.what == "confirmed") return;
+  if (outcome.id != app.last_change.id) return;
+  if (outcome.what == "confirmed") return add_kept_trouble(notice, app);
   notice.raw("<div class=\"notice warn\" id=\"outcome\"><p>");
   notice.text(outcome.what == "reverted" ? "Your change was not kept in time, and went back at "
                                          : "Your change was taken back at ");

@@ -52,6 +52,25 @@ class Settings(BrowserCase):
         self.assertIn('"pending":\tfalse', self.adapter.tool("config", "pending", "--json"))
         self.assertEqual(self.adapter.value(NAME), "Hall")
 
+    def test_what_could_not_be_applied_is_told_of_until_it_is_mended(self):
+        stack_file = "/tmp/vosip.conf.voip"
+        if os.path.exists(stack_file):
+            os.remove(stack_file)
+        os.mkdir(stack_file)
+        self.addCleanup(lambda: os.path.isdir(stack_file) and os.rmdir(stack_file))
+        self.page.fill(self.field(NAME), "Hall")
+        self.apply(self.page)
+        self.page.wait_for_text(stack_file, "#status.bad")
+        self.page.wait_for_text(stack_file, "#pending .trouble")
+        self.page.click("#pending .primary")
+        self.page.wait_for_text(stack_file, "#outcome .trouble")
+        self.assertIn("Your change was kept.", self.page.text("#outcome"))
+        os.rmdir(stack_file)
+        self.page.fill(self.field(NAME), "Attic")
+        self.apply(self.page)
+        self.page.click("#pending .primary")
+        self.page.wait_for("!document.querySelector('#pending, #outcome')")
+
     def test_go_back_now_restores(self):
         self.page.fill(self.field(NAME), "Hall")
         self.apply(self.page)

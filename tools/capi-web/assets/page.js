@@ -16,6 +16,9 @@ export function make(name, attributes = {}, ...children) {
   return element;
 }
 
+// What the adapter says of something, as a sentence of its own.
+export const sentence = (text) => `${text.charAt(0).toUpperCase()}${text.slice(1)}.`;
+
 // A table of rows of texts; the first cell of a row names it.
 export function make_table(caption, columns, rows) {
   const head = columns.map((column) => make('th', {scope: 'col'}, column));

@@ -5,7 +5,7 @@
 
 import {clear_field_error, show_field_error} from './actions.js';
 import {refresh, refresh_all} from './live.js';
-import {announce, call, make, make_table} from './page.js';
+import {announce, call, make, make_table, sentence} from './page.js';
 
 const kStore = 'capi-drafts';
 const kShown = {secret: '(secret)', empty: '(empty)'};
@@ -261,10 +261,15 @@ async function review() {
 async function apply(button) {
   button.disabled = true;
   try {
-    await call('POST', '/api/1/changes', {set: document_of_drafts()});
+    const {change} = await call('POST', '/api/1/changes', {set: document_of_drafts()});
     hide_review();
     forget();
-    announce('Applied. Keep it within the time, or it goes back.');
+    const way_back = 'Keep it within the time, or it goes back.';
+    if (change.trouble) {
+      announce(`${sentence(change.trouble)} ${way_back}`, true);
+    } else {
+      announce('Applied. ' + way_back);
+    }
     await refresh_all();
     document.querySelector('#pending button')?.focus();
   } catch (error) {
