@@ -39,6 +39,23 @@ class Settings(BrowserCase):
         self.page.wait_for("document.querySelector('#review').hidden")
         self.page.wait_for_text("1 unsaved change", "#change-bar")
 
+    def test_a_review_of_what_somebody_else_changes_has_to_be_made_again(self):
+        self.page.fill(self.field(NAME), "Hall")
+        self.page.click("#change-bar .primary")
+        self.page.wait_for_text("Kitchen", "#review")
+        # Of other settings it does not matter.
+        self.adapter.tool("config", "set", "sip_line_2.display_name", "Elsewhere")
+        asked = "performance.getEntriesByName(location.origin + '/api/1/changes').length"
+        self.page.wait_for(asked + " === 2")
+        self.assertFalse(self.page.evaluate("document.querySelector('#review').hidden"))
+        self.adapter.tool("config", "set", NAME, "Cellar")
+        self.page.wait_for("document.querySelector('#review').hidden")
+        self.page.wait_for_text("Somebody has changed meanwhile", "#status.bad")
+        self.page.wait_for("document.activeElement.matches('#change-bar .primary')")
+        self.page.press("Enter")
+        self.page.wait_for_text("Cellar", "#review")
+        self.assertEqual(self.adapter.value(NAME), "Cellar")
+
     def test_apply_sets_writes_the_files_and_signals(self):
         if os.path.exists("/tmp/posted_signals"):
             os.remove("/tmp/posted_signals")

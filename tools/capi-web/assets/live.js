@@ -3,7 +3,7 @@
 // Keeps the parts of the page that are marked data-live="TOPIC..." as the server has them now. There
 // is no polling: the server tells of changed topics, and then the page is fetched once.
 
-import {announce, go_to_login, say_connection} from './page.js';
+import {announce, go_to_login, kOwnDoing, say_connection} from './page.js';
 
 const topics_of = (part) => part.dataset.live.split(' ');
 const live_parts = (root) => [...root.querySelectorAll('[data-live]')];
@@ -142,7 +142,7 @@ let was_sent_away = false;
 
 // Null where the login is over. Who then stays is not asked again, and goes on with the next login.
 async function fetch_page() {
-  const headers = {Accept: 'text/html', 'X-CAPI-Refresh': '1'};
+  const headers = {Accept: 'text/html', ...kOwnDoing};
   const answer = await fetch(location.href, {headers, cache: 'no-store'});
   if (answer.redirected && new URL(answer.url).pathname === '/login') {
     if (!was_sent_away) go_to_login();

@@ -58,10 +58,13 @@ export class ApiError extends Error {
   }
 }
 
+// What a page asks by itself does not keep its reader's login alive.
+export const kOwnDoing = {'X-CAPI-Refresh': '1'};
+
 // Calls the API and returns the answer's document.
-export async function call(method, path, body) {
+export async function call(method, path, body, headers = {}) {
   const token = document.querySelector('meta[name="capi-token"]')?.content ?? '';
-  const init = {method, headers: {Accept: 'application/json', 'X-CAPI-Token': token}};
+  const init = {method, headers: {Accept: 'application/json', 'X-CAPI-Token': token, ...headers}};
   if (method !== 'GET') {
     init.headers['Content-Type'] = 'application/json';
     init.body = JSON.stringify(body ?? {});

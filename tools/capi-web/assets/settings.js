@@ -5,7 +5,7 @@
 
 import {clear_field_error, show_field_error} from './actions.js';
 import {refresh, refresh_all} from './live.js';
-import {announce, call, make, make_table, sentence} from './page.js';
+import {announce, call, kOwnDoing, make, make_table, sentence} from './page.js';
 
 const kStore = 'capi-drafts';
 const kShown = {secret: '(secret)', empty: '(empty)'};
@@ -13,6 +13,7 @@ const kShown = {secret: '(secret)', empty: '(empty)'};
 let drafts = {};
 const secrets = {};
 const errors = {};
+let reviewed = '';  // what the review shows, as the adapter told it; empty where none is open
 
 const controls = () => [...document.querySelectorAll('form.settings [data-key]')];
 const control_of = (key) => controls().find((control) => control.dataset.key === key);
@@ -184,6 +185,7 @@ function document_of_drafts() {
 function hide_review() {
   const section = document.getElementById('review');
   if (!section) return;
+  reviewed = '';
   section.hidden = true;
   section.replaceChildren();
   show_bar();
@@ -220,6 +222,7 @@ function show_review(preview) {
   if (preview.changes.length === 0) {
     section.replaceChildren(heading, make('p', {class: 'empty'}, 'All of it is so already.'), back);
   } else {
+    reviewed = JSON.stringify(preview);
     const apply_button = make('button', {type: 'button', class: 'primary'}, 'Apply');
     apply_button.addEventListener('click', () => apply(apply_button));
     buttons.append(apply_button, back);
@@ -250,16 +253,36 @@ function show_refusal(error) {
   }
 }
 
+const preview_of_drafts = (headers) =>
+  call('POST', '/api/1/changes', {set: document_of_drafts(), dry_run: true}, headers);
+
 async function review() {
   try {
-    show_review(await call('POST', '/api/1/changes', {set: document_of_drafts(), dry_run: true}));
+    show_review(await preview_of_drafts());
   } catch (error) {
     show_refusal(error);
   }
 }
 
+// A review does what it shows. Once that would be something else, it has to be made anew.
+async function look_again() {
+  const shown_before = reviewed;
+  if (shown_before === '') return;
+  let preview;
+  try {
+    preview = await preview_of_drafts(kOwnDoing);
+  } catch {
+    return;
+  }
+  if (reviewed !== shown_before || JSON.stringify(preview) === shown_before) return;
+  hide_review();
+  announce('Somebody has changed meanwhile what you reviewed: look at it again.', true);
+  (document.querySelector('#change-bar:not([hidden]) button') ?? document.getElementById('main')).focus();
+}
+
 async function apply(button) {
   button.disabled = true;
+  reviewed = '';
   try {
     const {change} = await call('POST', '/api/1/changes', {set: document_of_drafts()});
     hide_review();
@@ -294,7 +317,10 @@ export function serve_settings() {
     event.preventDefault();
     if (count() > 0) review();
   });
-  document.addEventListener('refreshed', decorate);
+  document.addEventListener('refreshed', () => {
+    decorate();
+    look_again();
+  });
   addEventListener('beforeunload', (event) => {
     if (Object.keys(secrets).length > 0) event.preventDefault();
   });
