@@ -109,7 +109,7 @@ void add_waiting(Html& notice, const Request& request, const pending::Change& ch
   notice.raw("<details><summary>");
   const std::vector<Table> tables = change_tables(Secrets::Hidden);
   notice.text(counted(tables.back().rows().size(), "setting")).raw("</summary>\n");
-  add_table(notice, tables.back(), {.caption = "Settings that were changed", .id = "pending-t"});
+  add_values(notice, tables.back(), "Settings that were changed", "pending-t");
   notice.raw("</details>\n");
   if (change.owner == owner_of(request)) {
     add_buttons(notice, change.id);

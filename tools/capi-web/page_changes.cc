@@ -41,7 +41,7 @@ void add_waiting(Html& html, App& app, const pending::Change& change) {
   html.raw("<p>A change of ").text(change.owner).raw(" waits to be kept. It goes back at ");
   add_time(html, time_text(change.deadline));
   html.raw(".</p>\n");
-  add_table(html, tables.back(), {.caption = "Settings", .id = "values-t"});
+  add_values(html, tables.back(), "Settings", "values-t");
   add_files(html, app, change);
 }
 

@@ -90,6 +90,15 @@ void add_table(Html& html, const Table& table, const Look& look) {
   if (look.is_wide) html.raw("</div>\n");
 }
 
+void add_values(Html& html, const Table& values, std::string_view caption, std::string_view id) {
+  const auto cell = [&](Html& to, const std::string& field, const std::vector<std::string>& row) {
+    if (field == "new" && cell_of(values, row, "old") == cell_of(values, row, "new")) {
+      to.text("(another one)");
+    }
+  };
+  add_table(html, values, {.caption = caption, .id = id, .cell = cell});
+}
+
 void add_facts(Html& html, const Table& facts) {
   html.raw("<dl class=\"facts\">\n");
   for (size_t i = 0; i < facts.rows().size(); ++i) {

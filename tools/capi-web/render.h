@@ -30,6 +30,9 @@ struct Look {
 
 void add_table(Html& html, const Table& table, const Look& look);
 
+// Keys with their old and new values, of which secrets tell only whether they are set.
+void add_values(Html& html, const Table& values, std::string_view caption, std::string_view id);
+
 // A table of facts as a list of names and values.
 void add_facts(Html& html, const Table& facts);
 

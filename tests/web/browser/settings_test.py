@@ -164,6 +164,19 @@ class Settings(BrowserCase):
             "set",
         )
 
+    def test_a_secret_that_is_given_anew_is_told_as_another_one(self):
+        self.adapter.tool("config", "set", PASSWORD, "xyzzy-12")
+        self.topic_page(self.page, PASSWORD)
+        self.page.fill(self.field(PASSWORD), "xyzzy-13")
+        self.page.click("#change-bar .primary")
+        self.page.wait_for_text("(another one)", "#review tbody")
+        self.page.click("#review .primary")
+        self.page.wait_for("document.querySelector('#pending')")
+        self.page.click("#pending summary")
+        self.page.wait_for_text("(another one)", "#pending tbody")
+        self.page.click("#pending .primary")
+        self.page.wait_for("!document.querySelector('#pending')")
+
     def test_a_secret_is_emptied_when_one_says_so(self):
         self.adapter.tool("config", "set", PASSWORD, "xyzzy-10")
         self.topic_page(self.page, PASSWORD)

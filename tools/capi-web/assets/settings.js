@@ -8,7 +8,7 @@ import {refresh, refresh_all} from './live.js';
 import {announce, call, kOwnDoing, make, make_table, sentence} from './page.js';
 
 const kStore = 'capi-drafts';
-const kShown = {secret: '(secret)', empty: '(empty)'};
+const kShown = {another: '(another one)', empty: '(empty)'};
 
 let drafts = {};
 const secrets = {};
@@ -192,8 +192,9 @@ function hide_review() {
 }
 
 function tables_of(preview) {
+  // Of a secret it is told only whether it is set.
   const changes = preview.changes.map(({key, old, new: then}) =>
-    [make('code', {}, key), shown(old), shown(then)]);
+    [make('code', {}, key), shown(old), then === old ? kShown.another : shown(then)]);
   const tables = [make_table('Settings', ['Key', 'Now', 'Then'], changes)];
   for (const {file, lines} of preview.files ?? []) {
     const rows = lines.map(({section, old, new: then}) =>
