@@ -172,9 +172,10 @@ std::string short_name(const Key& key) {
 void add_field(Html& html, const Field& field, const std::vector<SourceFile>& files) {
   html.raw("<div").attr("class", field.is_changed() ? "field changed" : "field");
   html.attr("data-field", field.label).raw(">\n<label").attr("for", "f-" + field.label).raw(">");
-  html.text(short_name(field.key)).raw("</label>\n<code class=\"key\">").text(field.label);
-  html.raw("</code>\n");
-  if (field.is_changed()) html.raw("<span class=\"quiet\">changed</span>\n");
+  html.text(short_name(field.key)).raw("</label>\n<div class=\"key\"><code>").text(field.label);
+  html.raw("</code>");
+  if (field.is_changed()) html.raw(" <span class=\"state\">changed</span>");
+  html.raw("</div>\n");
   add_control(html, field);
   add_hint(html, field, files);
   html.raw("</div>\n");

@@ -193,6 +193,13 @@ class Settings(BrowserCase):
         self.page.wait_for("!document.querySelector('#pending')")
         self.page.wait_for(f"!document.querySelector('{empty}')")
 
+    def test_a_value_that_was_changed_is_marked_so_in_a_word(self):
+        box = f"document.querySelector('{self.field(NAME)}').closest('.field').querySelector('.state')"
+        self.assertEqual(self.page.evaluate(box + ".innerText"), "changed")
+        self.assertGreater(self.page.evaluate(box + ".getBoundingClientRect().width"), 40)
+        self.adapter.tool("config", "reset", NAME)
+        self.page.wait_for(f"!{box}")
+
     def test_the_keyboard_alone_is_enough(self):
         self.go(self.page, "/settings")
         self.tab_to("#q")
