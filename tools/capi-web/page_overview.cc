@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 #include <carriers.h>
 
+#include <cctype>
 #include <cstdlib>
 
 #include "answer.h"
@@ -57,13 +58,33 @@ void add_registration_state(Html& html, const Table& lines, const Row& row) {
   html.raw("</span>");
 }
 
+// "Off-hook" as "offhook".
+std::string letters_of(std::string_view text) {
+  std::string letters;
+  for (const char c : text) {
+    const auto letter = static_cast<unsigned char>(c);
+    if (std::isalpha(letter) != 0) letters += static_cast<char>(std::tolower(letter));
+  }
+  return letters;
+}
+
+// Two publications: the hook, and in words of its own what the telephone does, which says more,
+// the same or nothing.
+void add_telephone(Html& html, bool is_off_hook, const std::string& words) {
+  const std::string letters = letters_of(words);
+  html.raw("<span aria-live=\"polite\">").text(is_off_hook ? "off the hook" : "on the hook");
+  if (letters != "unknown" && letters != (is_off_hook ? "offhook" : "onhook")) {
+    html.raw(" <span class=\"quiet-text\">(status: ").text(words).raw(")</span>");
+  }
+  html.raw("</span>");
+}
+
 void add_line_cell(Html& html, const Table& lines, const std::string& field, const Row& row) {
   const std::string& text = cell_of(lines, row, field);
   if (field == "registered_stacks") {
     add_registration_state(html, lines, row);
   } else if (field == "off_hook") {
-    html.raw("<span aria-live=\"polite\">").text(text != "0" ? "off the hook" : "on the hook");
-    html.raw("</span>");
+    add_telephone(html, text != "0", cell_of(lines, row, "phone"));
   } else if (field == "voice_mail") {
     html.text(text != "0" ? "waiting" : "none");
   }
@@ -90,14 +111,16 @@ void add_lines(Html& html, const std::vector<Table>& status) {
   const auto cell = [&](Html& to, const std::string& field, const Row& row) {
     add_line_cell(to, lines, field, row);
   };
-  add_table(html, lines,
-            {.caption = "Lines",
-             .id = "lines-t",
-             .is_quiet = true,
-             .titles = {{"phone", "Telephone"},
-                        {"registered_stacks", "Registration"},
-                        {"voice_mail", "Voice mail"}},
-             .cell = cell});
+  add_table(
+      html, lines,
+      {.caption = "Lines",
+       .id = "lines-t",
+       .is_quiet = true,
+       .only = {"line", "enabled", "name", "user", "off_hook", "registered_stacks", "voice_mail"},
+       .titles = {{"off_hook", "Telephone"},
+                  {"registered_stacks", "Registration"},
+                  {"voice_mail", "Voice mail"}},
+       .cell = cell});
   add_registrations(html, *find_table(status, "registrations"));
   html.raw("</section>\n");
 }

@@ -103,6 +103,23 @@ class Pages(Case):
                      "CAPI_LOCK_VOICE_SMS", "192.0.2.20"):
             self.assertIn(fact, text)
 
+    def test_what_a_telephone_does_is_told_once_unless_the_adapter_tells_two_things(self):
+        def telephones():
+            text = self.page("/")
+            lines = text[text.index('id="lines-t"'):text.index('id="registrations-t"')]
+            return [words_of(cell).strip() for cell in
+                    re.findall(r'<td data-label="Telephone">(.*?)</td>', lines, re.S)], lines
+
+        others("lines")
+        cells, lines = telephones()
+        self.assertEqual(cells, ["off the hook", "on the hook"])
+        self.assertNotIn("Unknown", lines)
+        self.assertNotIn("Off-hook", lines)
+        # Now one of the two things that are published says so still.
+        others("talk")
+        self.assertEqual(telephones()[0], ["on the hook (status: Off-hook)", "on the hook"])
+        others("lines")
+
     def test_calls_are_found_by_number_type_line_and_age(self):
         tool("calls", "clear", "--yes")
         now = int(time.time())
