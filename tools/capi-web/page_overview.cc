@@ -177,9 +177,10 @@ void add_fill(Html& html, const std::string& store, const std::string& entries) 
       std::to_string(store.starts_with("calls") ? int{CAPI_CALL_LOG_ENTRIES_PER_TYPE}
                                                 : int{CAPI_SMS_MAX_MESSAGES});
   if (entries.empty()) return;
-  html.raw("<meter min=\"0\"").attr("max", room).attr("value", entries);
+  html.raw("<span><meter min=\"0\"").attr("max", room).attr("value", entries);
   html.attr("aria-label", store).raw(">").text(entries).raw("</meter> ");
-  html.text(entries).raw(" of ").text(room);
+  // In one piece, however narrow it is.
+  html.text(entries + "\u00a0of\u00a0" + room).raw("</span>");
 }
 
 void add_stores(Html& html, const std::vector<Table>& status) {

@@ -38,6 +38,12 @@ class Looks(BrowserCase):
         )
         self.assertEqual((width, culprits), (0, []), what)
 
+    def box(self, expression):
+        return self.page.evaluate(
+            f"(() => {{ const {{left, right, top, bottom}} = ({expression}).getBoundingClientRect();"
+            "return {left, right, top, bottom}; })()"
+        )
+
     def looks(self):
         for is_dark in (False, True):
             for width in WIDTHS:
@@ -72,6 +78,17 @@ class Looks(BrowserCase):
                 self.assert_fits("change that waits")
         self.page.click("#pending .primary")
         self.page.wait_for("!document.querySelector('#pending')")
+
+    def test_on_a_telephone_a_number_stands_beside_what_it_is_of(self):
+        self.page.set_width(320, 800)
+        self.page.go(self.wire.address + "/")
+        meter = self.box("document.querySelector('#stores meter')")
+        text = self.box(
+            "(() => { const range = document.createRange();"
+            "range.selectNode(document.querySelector('#stores meter').nextSibling);"
+            "return range; })()"
+        )
+        self.assertGreaterEqual(text["left"], meter["left"] - 1)
 
     def test_a_question_is_accessible(self):
         self.go(self.page, "/calls")
