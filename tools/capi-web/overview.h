@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "app.h"
+#include "html.h"
 
 namespace tools::web {
 
@@ -18,6 +19,9 @@ std::vector<Alert> present_alerts(App& app);
 
 // The stores that there are.
 inline const Store* const kStores[] = {&kCallLog, &kReceivedMessages, &kSentMessages};
+
+// Where what is held is seen at once, however narrow the window is.
+void add_lock_table(Html& html, const Table& locks);
 
 // All of it for who is asked for help, with no secret in it. The caller owns it.
 cJSON* support_document(App& app);

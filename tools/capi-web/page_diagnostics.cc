@@ -11,8 +11,9 @@
 namespace tools::web {
 namespace {
 
-void begin_card(Html& html, Markup id, Markup title, Markup topics) {
-  html.raw("<section id=\"").raw(id).raw("\" class=\"card\"");
+// As wide as the page is what has sentences or many columns.
+void begin_card(Html& html, Markup id, Markup title, Markup topics, bool is_wide = true) {
+  html.raw("<section id=\"").raw(id).raw("\"").attr("class", is_wide ? "card wide" : "card");
   if (!topics.text().empty()) html.raw(" data-live=\"").raw(topics).raw("\"");
   html.raw(" aria-labelledby=\"").raw(id).raw("-h\">\n<h2 id=\"").raw(id).raw("-h\">");
   html.raw(title).raw("</h2>\n");
@@ -47,8 +48,7 @@ void add_checks(Html& html, App& app) {
 void add_locks(Html& html, App& app) {
   begin_card(html, "locks", "Locks", "config device lines calls messages adapter");
   try {
-    add_table(html, app.reader.locks(),
-              {.caption = "Table of locks", .id = "locks-t", .is_wide = true, .is_quiet = true});
+    add_lock_table(html, app.reader.locks());
   } catch (const Failure& failure) {
     html.element("p", sentence(failure.what()));
   }
@@ -85,7 +85,7 @@ void add_log(Html& html) {
 }
 
 void add_export(Html& html) {
-  begin_card(html, "export", "Export for support", "");
+  begin_card(html, "export", "Export for support", "", false);
   html.raw("<p>All of the adapter in one file: status, settings, calls, messages, what is wrong, ");
   html.raw("and the log. Of a password it says only whether one is set.</p>\n");
   html.raw("<p><a class=\"button\" href=\"/export.json\" download>Export for support</a></p>\n");
@@ -104,7 +104,7 @@ void add_token(Html& html, const ApiTokens::Token& token) {
 
 // A token is told once: what is made live stands apart from it.
 void add_tokens(Html& html, const App& app) {
-  begin_card(html, "tokens", "Programs", "");
+  begin_card(html, "tokens", "Programs", "", false);
   html.raw("<p>Programs use the <a href=\"/api/1/openapi.json\">interface</a> with tokens of ");
   html.raw("their own.</p>\n");
   html.raw("<div id=\"tokens-list\" data-live=\"changes adapter\">\n");

@@ -202,14 +202,21 @@ void add_stores(Html& html, const std::vector<Table>& status) {
 }
 
 void add_locks_card(Html& html, const std::vector<Table>& status) {
-  html.raw("<section id=\"locks\" class=\"card\" data-live=\"config device lines calls messages ");
-  html.raw("adapter\" aria-labelledby=\"locks-h\">\n<h2 id=\"locks-h\">Locks</h2>\n");
-  add_table(html, *find_table(status, "locks"),
-            {.caption = "Table of locks", .id = "locks-t", .is_wide = true, .is_quiet = true});
+  html.raw("<section id=\"locks\" class=\"card wide\" data-live=\"config device lines calls ");
+  html.raw("messages adapter\" aria-labelledby=\"locks-h\">\n<h2 id=\"locks-h\">Locks</h2>\n");
+  add_lock_table(html, *find_table(status, "locks"));
   html.raw("</section>\n");
 }
 
 }  // namespace
+
+void add_lock_table(Html& html, const Table& locks) {
+  const auto cell = [&](Html& to, const std::string& field, const Row& row) {
+    const std::string& text = cell_of(locks, row, field);
+    if (field == "state") add_state(to, text == "held" ? State::Warn : State::Off, text);
+  };
+  add_table(html, locks, {.caption = "Locks", .id = "locks-t", .is_quiet = true, .cell = cell});
+}
 
 Response get_overview_page(const Request& request, App& app) {
   Html main;

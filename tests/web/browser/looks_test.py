@@ -38,6 +38,16 @@ class Looks(BrowserCase):
         )
         self.assertEqual((width, culprits), (0, []), what)
 
+    def assert_within(self, card):
+        """Nothing of a card has to be scrolled to, or runs over its edge."""
+        over = self.page.evaluate(
+            f"(() => {{ const card = document.querySelector('{card}'); "
+            "const edge = card.getBoundingClientRect().right; return [...card.querySelectorAll('*')]"
+            ".filter((e) => e.getBoundingClientRect().right > edge && !e.closest('.stack thead'))"
+            ".map((e) => e.outerHTML.slice(0, 200)); })()"
+        )
+        self.assertEqual(over, [])
+
     def box(self, expression):
         return self.page.evaluate(
             f"(() => {{ const {{left, right, top, bottom}} = ({expression}).getBoundingClientRect();"
@@ -78,6 +88,16 @@ class Looks(BrowserCase):
                 self.assert_fits("change that waits")
         self.page.click("#pending .primary")
         self.page.wait_for("!document.querySelector('#pending')")
+
+    def test_a_lock_that_is_held_is_seen_with_its_holder(self):
+        with self.adapter.holds(18):
+            for path in ("/", "/diagnostics"):
+                self.page.go(self.wire.address + path)
+                for look in self.looks():
+                    with self.subTest(page=path, look=look):
+                        self.assert_within("#locks")
+                        self.assertIn("capictl_others", self.page.text("#locks"))
+                        self.assert_accessible("held lock")
 
     def test_on_a_telephone_a_number_stands_beside_what_it_is_of(self):
         self.page.set_width(320, 800)
