@@ -31,8 +31,7 @@ void add_check(Html& html, App& app, const Store& store) {
   if (look.state == "sound" || look.state == "locked" || look.state == "cannot be read") return;
   add_table(html, fault_table(store, look.content),
             {.caption = std::string("Faults of the ") + store.name,
-             .id = std::string("faults-") + store.file,
-             .is_wide = true});
+             .id = std::string("faults-") + store.file});
 }
 
 void add_checks(Html& html, App& app) {

@@ -99,6 +99,23 @@ class Looks(BrowserCase):
                         self.assertIn("capictl_others", self.page.text("#locks"))
                         self.assert_accessible("held lock")
 
+    def test_faults_of_a_store_are_seen_with_what_the_library_does_about_them(self):
+        path = "/quorbleconf/nv/sm_recv"
+        with open(path, "rb") as file:
+            content = file.read()
+        self.addCleanup(self.write, path, content)
+        self.write(path, b"\xff\xff" + content[2:])
+        self.page.go(self.wire.address + "/diagnostics")
+        self.assertIn("begins an empty one", self.page.text("#checks"))
+        for look in self.looks():
+            with self.subTest(look=look):
+                self.assert_within("#checks")
+                self.assert_accessible("faults")
+
+    def write(self, path, content):
+        with open(path, "wb") as file:
+            file.write(content)
+
     def test_on_a_telephone_a_number_stands_beside_what_it_is_of(self):
         self.page.set_width(320, 800)
         self.page.go(self.wire.address + "/")
