@@ -59,7 +59,8 @@ void add_lint(Html& html) {
   html.raw(
       "<p>Tells what of a setting file, or of a JSON document of settings, a start would not ");
   html.raw("take as it stands. Nothing is changed.</p>\n");
-  html.raw("<form data-api=\"/api/1/lint\" data-result=\"lint-result\" data-needs-script>\n");
+  html.raw("<form data-api=\"/api/1/lint\" data-result=\"lint-result\" ");
+  html.raw("data-columns=\"line severity finding\" data-needs-script>\n");
   html.raw("<p><label for=\"lint-file\">File</label> <input id=\"lint-file\" type=\"file\" ");
   html.raw("data-reads-into=\"lint-text\"></p>\n<p><label for=\"lint-text\">Its text</label> ");
   html.raw("<textarea id=\"lint-text\" name=\"text\" rows=\"6\"></textarea></p>\n");
@@ -111,7 +112,8 @@ void add_tokens(Html& html, const App& app) {
   html.raw("<ul>\n");
   for (const ApiTokens::Token& token : app.tokens.all()) add_token(html, token);
   html.raw("</ul>\n</div>\n<form data-api=\"/api/1/tokens\" data-result=\"token-result\" ");
-  html.raw("data-done=\"Made. Keep the token now: it is shown this once.\" data-needs-script>\n");
+  html.raw("data-shows=\"token\" data-done=\"Made. Keep the token now: it is shown this once.\" ");
+  html.raw("data-needs-script>\n");
   html.raw("<p><label for=\"token-name\">What a new token is for</label> ");
   html.raw("<input id=\"token-name\" name=\"name\" maxlength=\"64\" required></p>\n");
   html.raw("<p><button>Make a token</button></p>\n</form>\n");

@@ -141,6 +141,10 @@ class Actions(BrowserCase):
             "document.querySelector('#token-result').innerText.match(/capi_[0-9a-f]+_[0-9a-f]+/)[0]"
         )
         self.assertEqual(self.status_with(token), 200)
+        self.assertEqual(self.page.text("#token-result code"), token)
+        self.assertNotIn("made_at", self.page.text("#token-result"))
+        # Enter once more makes no second one.
+        self.assertEqual(self.page.evaluate("document.querySelector('#token-name').value"), "")
         for page in (self.page, other):
             page.wait_for_text("nightly backup", "#tokens-list")
         # What the list does on its own leaves the token where it is.

@@ -116,6 +116,23 @@ class Looks(BrowserCase):
         with open(path, "wb") as file:
             file.write(content)
 
+    def test_findings_in_a_setting_file_are_seen_whole(self):
+        self.go(self.page, "/diagnostics")
+        self.page.fill("#lint-text", "[sms]\noption_sms_enable=7\nnonsense\n")
+        self.page.click("#lint form button")
+        self.page.wait_for("document.querySelectorAll('#lint-result tbody tr').length === 2")
+        titles = self.page.evaluate(
+            "[...document.querySelectorAll('#lint-result thead th')].map((e) => e.textContent)"
+        )
+        self.assertEqual(titles, ["Line", "Severity", "Finding"])
+        for look in self.looks():
+            with self.subTest(look=look):
+                self.assert_within("#lint")
+                self.assert_accessible("findings")
+        self.page.set_width(1200, 800)
+        finding = self.box("document.querySelector('#lint-result td:last-child')")
+        self.assertGreater(finding["right"] - finding["left"], 400)
+
     def test_on_a_telephone_a_number_stands_beside_what_it_is_of(self):
         self.page.set_width(320, 800)
         self.page.go(self.wire.address + "/")

@@ -4,7 +4,7 @@
 // script of its own.
 
 import {refresh_all} from './live.js';
-import {announce, ask, call, make, make_table} from './page.js';
+import {announce, ask, call, capitalized, make, make_table} from './page.js';
 
 function value_of(field) {
   if (field.type === 'checkbox') return field.checked;
@@ -22,17 +22,20 @@ function body_of(form) {
   return body;
 }
 
-// A list of things as a table, and one thing as a table of its facts.
-function show_result(element, answer) {
-  const rows = Array.isArray(answer)
-    ? answer : Object.entries(answer).map(([name, value]) => ({name, value}));
-  if (rows.length === 0) {
+// A list of things as a table of the columns that the markup names, and one thing as the text in it
+// that the markup names, with what there is to say of it.
+function show_result({columns, done, result, shows}, answer) {
+  const element = document.getElementById(result);
+  if (shows) {
+    element.replaceChildren(make('p', {}, done),
+      make('p', {}, make('code', {class: 'whole'}, answer[shows])));
+  } else if (answer.length === 0) {
     element.replaceChildren(make('p', {class: 'notice good'}, 'Nothing was found.'));
-    return;
+  } else {
+    const names = columns.split(' ');
+    const cells = answer.map((row) => names.map((name) => String(row[name] ?? '')));
+    element.replaceChildren(make_table('Result', names.map(capitalized), cells));
   }
-  const columns = Object.keys(rows[0]);
-  const cells = rows.map((row) => columns.map((column) => String(row[column] ?? '')));
-  element.replaceChildren(make_table('Result', columns, cells));
 }
 
 export function clear_field_error(field) {
@@ -69,7 +72,7 @@ const busy = new WeakSet();
 // Does what the element says, once at a time: whoever presses Enter twice means it once. Its form,
 // if it is one, tells the body.
 async function act(element, form) {
-  const {api, method = 'POST', body, ask: question, first, done, go, result} = element.dataset;
+  const {api, method = 'POST', body, ask: question, first, done, go, result, shows} = element.dataset;
   if (busy.has(element)) return;
   busy.add(element);
   try {
@@ -77,9 +80,9 @@ async function act(element, form) {
     // Looking first shows that this page still reaches the adapter, and what there is to act upon.
     if (first) await call('GET', first);
     const answer = await call(method, api, form ? body_of(form) : body ? JSON.parse(body) : {});
-    if (result) show_result(document.getElementById(result), answer);
+    if (result) show_result(element.dataset, answer);
     if (go) return location.assign(go);
-    if (form && !result) form.reset();
+    if (form && (!result || shows)) form.reset();
     if (done) announce(done);
     busy.delete(element);
     await refresh_all();

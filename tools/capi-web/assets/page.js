@@ -16,8 +16,10 @@ export function make(name, attributes = {}, ...children) {
   return element;
 }
 
+export const capitalized = (text) => text.charAt(0).toUpperCase() + text.slice(1);
+
 // What the adapter says of something, as a sentence of its own.
-export const sentence = (text) => `${text.charAt(0).toUpperCase()}${text.slice(1)}.`;
+export const sentence = (text) => capitalized(text) + '.';
 
 // A table of rows of texts; the first cell of a row names it.
 export function make_table(caption, columns, rows) {
