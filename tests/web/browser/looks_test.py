@@ -6,7 +6,7 @@ import json
 
 from browser_case import AXE, PAGES, BrowserCase, main
 
-WIDTHS = (1200, 320)
+WIDTHS = (1200, 768, 320)
 EVERY = {**PAGES, "section": "/settings/voice_parameter", "found": "/settings?q=sip_line_1", "changes": "/changes", "no page": "/nothing", "thread": "/messages?number=%2B15551230100"}
 
 
