@@ -67,13 +67,13 @@ void add_bar(Html& html, const Day& day, int x, unsigned most) {
   }
   const int middle = x + kBarWidth / 2;
   if (day.sum() != 0) add_label(html, middle, y - 3, std::to_string(day.sum()));
-  add_label(html, middle, kTop + kHeight + 14, day.date.substr(8));
+  add_label(html, middle, kTop + kHeight + 18, day.date.substr(8));
 }
 
 void add_picture(Html& html, const std::vector<Day>& days) {
   const unsigned most = std::max(1U, std::ranges::max(days, {}, &Day::sum).sum());
   const std::string box =
-      "0 0 " + std::to_string(kWidth) + " " + std::to_string(kTop + kHeight + 20);
+      "0 0 " + std::to_string(kWidth) + " " + std::to_string(kTop + kHeight + 24);
   html.raw("<svg role=\"img\" aria-labelledby=\"chart-t\"").attr("viewBox", box).raw(">");
   html.raw("<title id=\"chart-t\">Calls per day and type from ").text(days.front().date);
   html.raw(" to ").text(days.back().date).raw(", in UTC</title>\n");

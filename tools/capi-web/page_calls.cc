@@ -109,7 +109,8 @@ void add_pager(Html& html, const Request& request, size_t count, size_t from, si
 
 void add_tools(Html& html, const Request& request, size_t count) {
   const std::string what = "Delete " + counted(count, "call");
-  html.raw("<p><a class=\"button\" download").attr("href", "/calls.csv" + query_of(request));
+  html.raw("<p class=\"buttons\"><a class=\"button\" download");
+  html.attr("href", "/calls.csv" + query_of(request));
   html.raw(">Download as CSV</a>\n<button class=\"danger\" data-method=\"DELETE\"");
   html.attr("data-api", "/api/1/calls" + query_of(request)).attr("data-ask", what + "?");
   html.raw(" data-done=\"Deleted.\" data-needs-script>").text(what).raw("</button></p>\n");

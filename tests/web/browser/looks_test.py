@@ -144,6 +144,25 @@ class Looks(BrowserCase):
         )
         self.assertGreaterEqual(text["left"], meter["left"] - 1)
 
+    def test_on_a_telephone_buttons_do_not_touch(self):
+        self.page.set_width(320, 800)
+        self.page.go(self.wire.address + "/calls")
+        export = self.box("document.querySelector('#calls a.button')")
+        delete = self.box("document.querySelector('#calls .danger')")
+        gaps = (delete["top"] - export["bottom"], delete["left"] - export["right"])
+        self.assertGreaterEqual(max(gaps), 8)
+
+    def test_the_labels_of_a_chart_can_be_read_at_each_width(self):
+        self.page.go(self.wire.address + "/calls")
+        for look in self.looks():
+            with self.subTest(look=look):
+                size = self.page.evaluate(
+                    "(() => { const chart = document.querySelector('#chart svg');"
+                    "return parseFloat(getComputedStyle(chart.querySelector('text')).fontSize)"
+                    "* chart.getScreenCTM().a; })()"
+                )
+                self.assertGreaterEqual(size, 9)
+
     def test_a_question_is_accessible(self):
         self.go(self.page, "/calls")
         self.page.click("#calls tbody button[data-method=DELETE]")
