@@ -174,5 +174,12 @@ TEST_F(SettingLine, ThatIsNotTakenAsItStandsHasAFinding) {
   EXPECT_LT(taken, kLines * 9 / 10);
 }
 
+TEST(SettingDocument, MayHaveTheSignsOfAnEscapeThatIsNone) {
+  const auto settings = tools::read_document(R"({"sip_line_1":{"display_name":"a\\u0000"}})");
+  ASSERT_EQ(settings.items.size(), 1U);
+  EXPECT_EQ(settings.items[0].value, "a\\u0000");
+  EXPECT_ANY_THROW(tools::read_document(R"({"sip_line_1":{"display_name":"a\u0000"}})"));
+}
+
 }  // namespace
 }  // namespace capi::test

@@ -42,6 +42,18 @@ TEST(Guessing, SaysNothingWhereNothingIsNear) {
   EXPECT_EQ(guess("lsit", names), "; did you mean list?");
 }
 
+TEST(Json, HasANulAsItIsOrEscaped) {
+  for (const char* json : {R"("\u0000")", R"("a\u0000b")", R"("\\\u0000")", R"("\"\u0000")"}) {
+    EXPECT_TRUE(has_nul(json)) << json;
+  }
+  EXPECT_TRUE(has_nul(std::string_view("\0", 1)));
+  EXPECT_TRUE(has_nul(std::string_view("\\\0", 2)));
+  for (const char* json : {"", "{}", R"("u0000")", R"("\\u0000")", R"("\\\\u0000")", R"("\u0001")",
+                           "\\", R"("\u000)"}) {
+    EXPECT_FALSE(has_nul(json)) << json;
+  }
+}
+
 TEST(Times, AreIsoFromTheYear2000OnAndNumbersBefore) {
   EXPECT_EQ(time_or_number(946684799), "946684799");
   EXPECT_EQ(time_or_number(946684800), "2000-01-01T00:00:00Z");

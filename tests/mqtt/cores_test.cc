@@ -271,6 +271,11 @@ TEST(FleetRequest, HasALimit) {
   EXPECT_EQ(parse_request("set", text).set[0].value, "\"[[[[[[[[[[[[");
 }
 
+TEST(FleetRequest, MayHaveTheSignsOfAnEscapeThatIsNone) {
+  EXPECT_EQ(parse_request("set", R"({"id":"a","set":{"sms.sca":"\\u0000"}})").set[0].value,
+            "\\u0000");
+}
+
 TEST(FleetRequest, HasAnIdHoweverWrongItIs) {
   EXPECT_EQ(id_of(R"({"id":"a","nonsense":1})"), "a");
   EXPECT_EQ(id_of(R"({"id":"a b"})"), "");

@@ -206,12 +206,6 @@ const char* find_duplicate(const cJSON* json) {
   return nullptr;
 }
 
-// What the parser would take for the end of a text.
-bool has_nul(std::string_view payload) {
-  return payload.find('\0') != std::string_view::npos ||
-         payload.find("\\u0000") != std::string_view::npos;
-}
-
 Json parse_object(std::string_view payload) {
   if (payload.size() > kMaxPayload) {
     refuse("too_large", "the request is longer than " + std::to_string(kMaxPayload) + " bytes");

@@ -55,9 +55,7 @@ bool read_target(std::string_view target, Request& request) {
 // The parser would end a text at a NUL, and half of a value would be set. It takes bytes that are
 // no UTF-8, with which no answer that tells of them could be read.
 bool read_json(const std::string& body, Request& request) {
-  if (!is_utf8(body)) return false;
-  if (body.find('\0') != std::string::npos || body.find("\\u0000") != std::string::npos)
-    return false;
+  if (!is_utf8(body) || has_nul(body)) return false;
   const char* end = nullptr;
   request.json.reset(cJSON_ParseWithLengthOpts(body.c_str(), body.size() + 1, &end, 1));
   return cJSON_IsObject(request.json.get()) != 0;

@@ -9,6 +9,7 @@
 
 #include "setting_file.h"
 #include "table.h"
+#include "text.h"
 
 namespace tools {
 namespace {
@@ -91,8 +92,7 @@ cJSON* object_in(cJSON* json, const std::string& name) {
 }  // namespace
 
 Settings read_document(const std::string& content) {
-  // The parser would end the text there.
-  if (content.find("\\u0000") != std::string::npos) {
+  if (has_nul(content)) {
     throw Failure("the document has a NUL character in a text, which no value can have");
   }
   const char* end = nullptr;

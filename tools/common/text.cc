@@ -105,6 +105,14 @@ std::string json_text(std::string_view text) {
   return result;
 }
 
+bool has_nul(std::string_view json) {
+  if (json.find('\0') != std::string_view::npos) return true;
+  for (size_t i = json.find('\\'); i < json.size(); i = json.find('\\', i + 2)) {
+    if (json.substr(i + 1).starts_with("u0000")) return true;
+  }
+  return false;  // the second of two backslashes begins no escape
+}
+
 std::string printable(std::string_view text) {
   std::string result;
   while (!text.empty()) {

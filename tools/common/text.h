@@ -19,6 +19,10 @@ bool is_utf8(std::string_view text);
 // A text as JSON can carry it: what it cannot becomes the sign for that.
 std::string json_text(std::string_view text);
 
+// Whether JSON has a NUL character, as it is or escaped: the parser would take it for the end of a
+// text.
+bool has_nul(std::string_view json);
+
 // Characters as a terminal counts them, for texts in UTF-8.
 size_t width(std::string_view text);
 

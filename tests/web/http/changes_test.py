@@ -201,6 +201,11 @@ class Changes(Case):
             self.assert_error(self.anna.change({"sim_info.ICCID": wrong}), 422, code="refused",
                               key="sim_info.ICCID")
 
+    def test_a_backslash_that_is_escaped_begins_no_escape(self):
+        body = '{"set":{"sip_line_1":{"display_name":"Den\\\\u0000"}}}'
+        self.assertEqual(self.anna.call("POST", "changes", body).status, 201)
+        self.assertEqual(value(), "Den\\u0000")
+
     def test_a_change_without_effect_is_none(self):
         self.assert_error(self.anna.change({NAME: "Kitchen"}), 422, code="refused")
 
