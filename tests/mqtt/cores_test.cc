@@ -45,6 +45,14 @@ TEST(FleetTopics, AnAdapterIsOneLevel) {
        {"", "a/b", "+", "a#", "$SYS", "a b", "a\nb", "a\x7f", "\xff", "\xc0\xaf"}) {
     EXPECT_FALSE(is_adapter_id(id)) << id;
   }
+  for (const char* id : {"a\u00a0", "\ufdcf", "\ufdf0", "\ufffd", "\U0001f4de", "\U0010fffd"}) {
+    EXPECT_TRUE(is_adapter_id(id)) << id;
+  }
+  // Control characters, and what Unicode has no characters for.
+  for (const char* id : {"a\xc2\x80", "a\xc2\x85", "a\xc2\x9f", "\ufdd0", "\ufdef", "\ufffe",
+                         "\uffff", "a\U0001fffe", "\U0010ffff"}) {
+    EXPECT_FALSE(is_adapter_id(id)) << id;
+  }
   EXPECT_FALSE(is_adapter_id(std::string_view("a\0b", 3)));
   EXPECT_TRUE(is_adapter_id(std::string(64, 'a')));
   EXPECT_FALSE(is_adapter_id(std::string(65, 'a')));
@@ -54,9 +62,10 @@ TEST(FleetTopics, AnAnswerGoesToDoneOnly) {
   for (const char* topic : {"capi/1/a/done", "capi/1/a/done/x", "capi/1/controller/done/1/2"}) {
     EXPECT_TRUE(may_be_answered_to(topic)) << topic;
   }
-  for (const char* topic : {"", "done", "capi/1/done", "capi/1//done", "capi/1/a/online",
-                            "capi/1/a/do/set", "x/1/a/done", "capi/2/a/done", "capi/1/a/donex",
-                            "capi/1/a/done/+", "capi/1/a/done/#", "capi/1/a/b/done"}) {
+  for (const char* topic :
+       {"", "done", "capi/1/done", "capi/1//done", "capi/1/a/online", "capi/1/a/do/set",
+        "x/1/a/done", "capi/2/a/done", "capi/1/a/donex", "capi/1/a/done/\xc2\x85",
+        "capi/1/a/done/\uffff", "capi/1/a/done/+", "capi/1/a/done/#", "capi/1/a/b/done"}) {
     EXPECT_FALSE(may_be_answered_to(topic)) << topic;
   }
   EXPECT_FALSE(may_be_answered_to("capi/1/a/done/" + std::string(300, 'x')));

@@ -128,7 +128,7 @@ const char* or_null(const std::string& text) { return text.empty() ? nullptr : t
 
 Client::Client(const Options& options, const std::string& id, Listener& listener)
     : options_(options), listener_(listener), client_(mosquitto_new(id.c_str(), false, this)) {
-  if (!client_) throw std::bad_alloc();
+  if (!client_) throw Failure(std::string("there can be no client: ") + strerror(errno));
   mosquitto* client = client_.get();
   mosquitto_int_option(client, MOSQ_OPT_PROTOCOL_VERSION, MQTT_PROTOCOL_V5);
   mosquitto_int_option(client, MOSQ_OPT_RECEIVE_MAXIMUM, kInFlight);

@@ -28,16 +28,6 @@ const StateTopic kTopics[] = {
 
 constexpr std::string_view kAnyTree = "capi/1/";
 
-bool is_control(char c) {
-  const auto byte = static_cast<unsigned char>(c);
-  return byte < 0x20 || byte == 0x7F;
-}
-
-bool is_plain(std::string_view topic) {
-  return is_utf8(topic) && topic.find_first_of("+#") == std::string_view::npos &&
-         std::ranges::none_of(topic, is_control);
-}
-
 // How many bytes the character has that begins so; 0 where none does.
 size_t length_of(unsigned char first) {
   if (first < 0x80) return 1;
@@ -52,6 +42,32 @@ bool may_follow(unsigned char first, unsigned char second) {
   if (first == 0xED) return second < 0xA0;
   if (first == 0xF0) return second >= 0x90;
   return first != 0xF4 || second < 0x90;
+}
+
+// The code points of a text in UTF-8.
+std::vector<char32_t> characters_of(std::string_view text) {
+  std::vector<char32_t> characters;
+  for (const char c : text) {
+    const auto byte = static_cast<unsigned char>(c);
+    if ((byte & 0xC0U) == 0x80U) {
+      characters.back() = characters.back() << 6U | (byte & 0x3FU);
+    } else {
+      characters.push_back(byte < 0x80 ? byte : byte & (0x7FU >> length_of(byte)));
+    }
+  }
+  return characters;
+}
+
+// What a text of MQTT is not to have, and a broker may end the connection for: controls and what
+// Unicode has no characters for.
+bool is_forbidden(char32_t character) {
+  return character < 0x20 || (character >= 0x7F && character < 0xA0) ||
+         (character >= 0xFDD0 && character < 0xFDF0) || (character & 0xFFFEU) == 0xFFFE;
+}
+
+bool is_plain(std::string_view topic) {
+  return is_utf8(topic) && topic.find_first_of("+#") == std::string_view::npos &&
+         std::ranges::none_of(characters_of(topic), is_forbidden);
 }
 
 }  // namespace
