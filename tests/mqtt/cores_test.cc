@@ -516,6 +516,19 @@ TEST_F(FleetGenerations, AreExactInJson) {
   EXPECT_LT(Generations(kPath).next(4'102'444'800), 1'000'000'000'000'000U);  // in 2100
 }
 
+TEST_F(FleetGenerations, PassOverAFileThatHasNone) {
+  const uint64_t by_clock = Generations("/nowhere/generation").next(1000);
+  for (const char* text : {"-5\n", "9007199254740992\n", "99999999999999999999999\n", "", "\n",
+                           "x7", "900000000x", " 900000000"}) {
+    replace_file(kPath, text);
+    EXPECT_EQ(Generations(kPath).next(1000), by_clock) << text;
+  }
+  for (const char* text : {"900000000\n", "900000000"}) {
+    replace_file(kPath, text);
+    EXPECT_EQ(Generations(kPath).next(1000), 900'000'001U) << text;
+  }
+}
+
 TEST_F(FleetGenerations, GoOnWhereTheyCannotBeKept) {
   Generations generations("/nowhere/generation");
   const uint64_t first = generations.next(1000);

@@ -6,12 +6,27 @@
 #include <files.h>
 
 #include <algorithm>
-#include <cstdlib>
+#include <charconv>
 #include <cstring>
+#include <string_view>
 
 #include "log.h"
 
 namespace tools::mqtt {
+namespace {
+
+// 0 for what damage has left: from a number that is too high no later one would lead back, and
+// readers of JSON tell whole numbers apart up to 2^53.
+uint64_t number_in(std::string_view text) {
+  constexpr uint64_t kEnd = uint64_t{1} << 53U;
+  if (text.ends_with('\n')) text.remove_suffix(1);
+  uint64_t number = 0;
+  const char* end = text.data() + text.size();
+  const auto [rest, error] = std::from_chars(text.data(), end, number);
+  return error == std::errc() && rest == end && number < kEnd ? number : 0;
+}
+
+}  // namespace
 
 uint64_t Generations::next(int64_t now) {
   if (last_ + 1 >= end_) reserve(now);
@@ -23,7 +38,7 @@ uint64_t Generations::next(int64_t now) {
 void Generations::reserve(int64_t now) {
   constexpr uint64_t kMany = 65536;
   std::string text;
-  const uint64_t kept = read_file(path_, text) ? strtoull(text.c_str(), nullptr, 10) : 0;
+  const uint64_t kept = read_file(path_, text) ? number_in(text) : 0;
   const uint64_t by_clock = static_cast<uint64_t>(std::max<int64_t>(now, 0)) * kMany;
   last_ = std::max({last_, kept, by_clock});
   end_ = last_ + kMany;
