@@ -5,11 +5,13 @@
 
 #include <cstring>
 #include <random>
+#include <set>
 
 #include "call_log/image.h"
 #include "sms/image.h"
 #include "support/adapter.h"
 #include "support/files.h"
+#include "tools/common/adapter.h"
 #include "tools/common/calls_check.h"
 #include "tools/common/keys.h"
 #include "tools/common/setting_file.h"
@@ -179,6 +181,24 @@ TEST(SettingDocument, MayHaveTheSignsOfAnEscapeThatIsNone) {
   ASSERT_EQ(settings.items.size(), 1U);
   EXPECT_EQ(settings.items[0].value, "a\\u0000");
   EXPECT_ANY_THROW(tools::read_document(R"({"sip_line_1":{"display_name":"a\u0000"}})"));
+}
+
+TEST(KeysOfASection, AreThoseOfItsNameOrOfItsNumbers) {
+  const auto sections_of = [](const std::string& name) {
+    std::set<std::string> sections;
+    for (const tools::Key* key : tools::keys_of(name)) sections.insert(key->section);
+    return sections;
+  };
+  using Names = std::set<std::string>;
+  EXPECT_EQ(sections_of("sip_line"), (Names{"sip_line_1", "sip_line_2"}));
+  EXPECT_EQ(sections_of("sip_line_2"), Names{"sip_line_2"});
+  EXPECT_EQ(sections_of("sip_registration"), Names{"sip_registration"});
+  EXPECT_EQ(sections_of("speed_dial"), Names{"speed_dial"});
+  EXPECT_EQ(sections_of("").size(), tools::all_sections().size());
+  for (const char* name : {"sip", "voice", "call", "sip_", "sip_line_", "sip_line_3", "sip_line_%d",
+                           "sip_line_01", "hw"}) {
+    EXPECT_THROW(tools::keys_of(name), tools::Failure) << name;
+  }
 }
 
 }  // namespace

@@ -118,6 +118,16 @@ expect 0 '' config list sms --changed
 expect 0 '0' config get sip_line_2.enable
 expect 0 '' config reset sip_registration
 expect 0 600000 config get sip_registration.reg_interval
+expect 0 '' config set sip_line_1.display_name=Loft sip_line_2.display_name=Hall basic_sip.rtp_dscp=40
+for name in sip voice call sip_lin; do
+  expect_error 3 "capictl: there is no section $name. The sections: $("${tool[@]}" config list |
+    sed 's/[.].*//' | uniq | paste -sd ' ')" config reset "$name"
+done
+expect 0 '' config reset sip_line
+expect 0 $'sip_line_1.display_name\t\nsip_line_2.display_name\t' \
+  config get sip_line_1.display_name sip_line_2.display_name
+expect 0 40 config get basic_sip.rtp_dscp
+expect 0 '' config reset basic_sip
 
 in_case 'An unknown name is answered with one that there is'
 expect_error 3 'capictl: there is no key display_name. Did you mean sip_line_1.display_name?' \

@@ -186,11 +186,11 @@ const Key& named_key(const std::string& label) {
 }
 
 std::vector<const Key*> keys_of(const std::string& section) {
+  const std::string numbered = section + "_" + kPlaceholder;
   std::vector<const Key*> keys;
   for (const Key& key : all_keys()) {
-    const bool is_wanted =
-        section.empty() || key.section == section || key.section.starts_with(section + "_");
-    if (is_wanted) keys.push_back(&key);
+    const bool is_of_kind = key.row.section == numbered;
+    if (section.empty() || key.section == section || is_of_kind) keys.push_back(&key);
   }
   if (!keys.empty()) return keys;
   std::string names;
