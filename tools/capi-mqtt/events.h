@@ -1,6 +1,6 @@
 // SPDX-FileCopyrightText: The capi authors
 // SPDX-License-Identifier: MIT
-// Calls and messages, each told once, in order, whatever happens in between.
+// Calls and messages, each told once, each kind in its order, whatever happens in between.
 #pragma once
 
 #include <optional>
