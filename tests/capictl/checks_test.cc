@@ -176,6 +176,24 @@ TEST_F(SettingLine, ThatIsNotTakenAsItStandsHasAFinding) {
   EXPECT_LT(taken, kLines * 9 / 10);
 }
 
+TEST(SettingDocument, PassesOverWhatStandsForASecretAndNothingElse) {
+  for (const char* value : {R"({"set":true})", R"({"set":false})", "\"(set)\"", "\"(not set)\""}) {
+    const auto settings =
+        tools::read_document(std::string(R"({"sip_line_1":{"auth_password":)") + value + "}}");
+    EXPECT_TRUE(settings.findings.empty()) << value;
+    EXPECT_TRUE(settings.items.empty()) << value;
+  }
+  for (const char* value : {R"({"set":1})", R"({"set":"x"})", R"({"Set":true})", "{}", "[true]",
+                            "true", R"({"set":true,"set":true})", R"({"set":true,"value":"x"})"}) {
+    const auto settings =
+        tools::read_document(std::string(R"({"sip_line_1":{"auth_password":)") + value + "}}");
+    ASSERT_EQ(settings.findings.size(), 1U) << value;
+    EXPECT_EQ(settings.findings[0].text, "sip_line_1.auth_password has to be a text");
+  }
+  const auto settings = tools::read_document(R"({"sip_line_1":{"auth_name":{"set":true}}})");
+  EXPECT_EQ(settings.findings.size(), 1U);
+}
+
 TEST(SettingDocument, MayHaveTheSignsOfAnEscapeThatIsNone) {
   const auto settings = tools::read_document(R"({"sip_line_1":{"display_name":"a\\u0000"}})");
   ASSERT_EQ(settings.items.size(), 1U);

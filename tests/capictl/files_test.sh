@@ -118,6 +118,10 @@ expect 0 'Hall' config get sip_line_1.display_name
 expect 0 '' config load /tmp/a.json
 expect 0 $'sip_line_1.display_name\tAttic\nsip_line_1.auth_password\tother' \
   config get sip_line_1.display_name sip_line_1.auth_password --show-secrets
+echo '{"sip_line_1": {"display_name": "Porch", "auth_password": {"set": true}}}' >/tmp/a.json
+expect 0 '' config load /tmp/a.json
+expect 0 $'sip_line_1.display_name\tPorch\nsip_line_1.auth_password\tother' \
+  config get sip_line_1.display_name sip_line_1.auth_password --show-secrets
 "${tool[@]}" --json config list --show-secrets >/tmp/whole.json
 expect 0 '' config reset sip_line_1 basic_sip
 expect 0 '' config load /tmp/whole.json

@@ -49,7 +49,7 @@ for candidate in candidates:
     document = {}
     kind = 'integer' if isinstance(candidate, int) else 'string'
     for section, field, key in keys():
-        if key['type'] == kind:
+        if kind in key['type']:
             document.setdefault(section, {})[field] = candidate
             tried += 1
     by_schema, by_tool = refused_by_schema(document), refused_by_tool(document)
@@ -63,6 +63,15 @@ for wrong in ({'sip_line_1': {'nothing': 1}}, {'nope': {}}, {'sip_line_1': {'ena
               {'sip_line_1': {'display_name': 'Front desk'}}, {'sms': 1}, []):
     if validator.is_valid(wrong):
         failures.append(f'{json.dumps(wrong)} fits the schema')
+
+for section, field, key in keys():
+    secret = key.get('writeOnly', False)
+    for shown in ({'set': True}, {'set': False}):
+        if validator.is_valid({section: {field: shown}}) != secret:
+            failures.append(f'{json.dumps(shown)} for {section}.{field}')
+    for wrong in ({}, {'set': 1}, {'set': True, 'more': 1}, {'more': True}, True):
+        if secret and validator.is_valid({section: {field: wrong}}):
+            failures.append(f'{json.dumps(wrong)} for {section}.{field}')
 
 described = [key for _, _, key in keys() if len(key['description']) > 20]
 if tried < 5000 or len(described) != sum(1 for _ in keys()):

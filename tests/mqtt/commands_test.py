@@ -88,6 +88,17 @@ class Commands(fleet.Test):
         self.assertEqual(self.ask("reset", keys=["sip_line_1", "sms.sca"])["status"], "ok")
         self.assertEqual((value("sip_line_1.display_name"), value("sms.sca")), ("", ""))
 
+    def test_what_a_topic_shows_can_be_loaded(self):
+        set_values("sip_line_2.auth_password", "hidden")
+        self.consumer.wait_for("config/sip_line_2", lambda json: json["values"]["auth_password"]["set"])
+        shown = {message.topic.removeprefix(TREE + "config/"): message.json["values"]
+                 for message in self.consumer.seen if "/config/" in message.topic}
+        self.assertIn({"set": False}, shown["voice_nat"].values())
+        self.assertEqual(self.ask("load", document=shown)["status"], "ok")
+        self.assertEqual(capictl("config", "get", "sip_line_2.auth_password", "--show-secrets"),
+                         "hidden\n")
+        self.refused("refused", "load", document={"sip_line_2": {"auth_password": {"set": "x"}}})
+
     def test_a_reset_without_a_name_resets_nothing(self):
         set_values("sip_line_1.display_name", "Loft", "sip_line_2.display_name", "Hall")
         self.refused("malformed", "reset", keys=[""])

@@ -35,6 +35,17 @@ bool text_of_item(const Key& key, const cJSON* item, std::string& value) {
   return true;
 }
 
+// {"set": true}, as the bridge to a broker shows a secret, or the text that the others show.
+bool is_hidden(const cJSON* item) {
+  if (cJSON_IsString(item)) {
+    const std::string_view text = item->valuestring;
+    return text == kSecretIsSet || text == kSecretIsNotSet;
+  }
+  const cJSON* child = cJSON_IsObject(item) ? item->child : nullptr;
+  return child != nullptr && child->next == nullptr && cJSON_IsBool(child) &&
+         std::string_view(child->string) == "set";
+}
+
 class DocumentReader {
  public:
   void read_section(const cJSON* section);
@@ -64,14 +75,13 @@ void DocumentReader::read_item(const std::string& section, const cJSON* item) {
   const std::string label = section + "." + item->string;
   const Key* key = find_label(label);
   if (key == nullptr) return refuse(unknown_key(label));
+  // A document that was printed without secrets leaves them as they are.
+  if (key->meaning.is_secret != 0 && is_hidden(item)) return;
   std::string value;
   if (!text_of_item(*key, item, value)) {
     const bool is_text = key->row.kind == CAPI_CONFIG_TEXT;
     return refuse(label + " has to be a " + (is_text ? "text" : "whole number"));
   }
-  // A document that was printed without secrets leaves them as they are.
-  const bool is_hidden = value == kSecretIsSet || value == kSecretIsNotSet;
-  if (key->meaning.is_secret != 0 && is_hidden) return;
   settings_.items.push_back({key, value});
   const std::string wrong = refusal(*key, value);
   if (!wrong.empty()) refuse(label + ": " + wrong);

@@ -88,12 +88,28 @@ std::string description_of(const Key& key) {
   return text;
 }
 
+// A secret may also be the object that stands for it on a broker.
+void add_secret_types(cJSON* json) {
+  cJSON* types = cJSON_AddArrayToObject(json, "type");
+  cJSON_AddItemToArray(types, cJSON_CreateString("string"));
+  cJSON_AddItemToArray(types, cJSON_CreateString("object"));
+  cJSON* properties = cJSON_AddObjectToObject(json, "properties");
+  cJSON* set = cJSON_AddObjectToObject(properties, "set");
+  cJSON_AddStringToObject(set, "type", "boolean");
+  cJSON_AddItemToArray(cJSON_AddArrayToObject(json, "required"), cJSON_CreateString("set"));
+  cJSON_AddFalseToObject(json, "additionalProperties");
+}
+
 cJSON* schema_of(const Key& key) {
   const capi_key_meaning& meaning = key.meaning;
   const bool is_number = key.row.kind == CAPI_CONFIG_NUMBER;
   cJSON* json = cJSON_CreateObject();
   cJSON_AddStringToObject(json, "description", description_of(key).c_str());
-  cJSON_AddStringToObject(json, "type", is_number ? "integer" : "string");
+  if (meaning.is_secret != 0) {
+    add_secret_types(json);
+  } else {
+    cJSON_AddStringToObject(json, "type", is_number ? "integer" : "string");
+  }
   if (is_number) {
     add_numbers(json, key);
     add_number(json, "default", atoi(meaning.start));
