@@ -248,6 +248,32 @@ class Commands(fleet.Test):
         self.assertEqual(pending()["change"]["id"], made)
         capictl("config", "cancel")
 
+    def repeated(self, request):
+        self.consumer.publish("do/set", request)
+        return self.consumer.wait_for("done/t", lambda json: json["id"] == request["id"])
+
+    def test_a_request_that_found_the_adapter_busy_is_carried_out_when_it_comes_again(self):
+        capictl("config", "set", "sms.sca", "+1", "--confirm-within", "600")
+        request = {"id": uuid.uuid4().hex, "set": {"sip_line_2.display_name": "Attic"}}
+        self.assertEqual(self.repeated(request).json["status"], "busy")
+        self.bridge.kill()
+        self.bridge.start()
+        self.consumer.wait_for_birth()
+        self.assertEqual(self.repeated(request).json["status"], "busy")
+        capictl("config", "cancel")
+        done = self.repeated(request)
+        self.assertEqual((done.json["status"], value("sip_line_2.display_name")), ("ok", "Attic"))
+        set_values("sip_line_2.display_name", "Hall")
+        self.assertEqual(self.repeated(request).text, done.text)
+        self.assertEqual(value("sip_line_2.display_name"), "Hall")
+
+    def test_a_request_that_found_a_lock_held_is_carried_out_when_it_comes_again(self):
+        request = {"id": uuid.uuid4().hex, "set": {"sms.sca": "+8"}}
+        with fleet.Held(0):
+            self.assertEqual(self.repeated(request).json["status"], "busy")
+        self.assertEqual(self.repeated(request).json["status"], "ok")
+        self.assertEqual(value("sms.sca"), "+8")
+
     def test_refresh_says_everything_again(self):
         count = len(self.consumer.seen)
         self.ask("refresh")

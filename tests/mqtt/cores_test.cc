@@ -360,6 +360,23 @@ TEST_F(FleetRequestLog, KeepsAnswersBeyondTheProcess) {
   EXPECT_TRUE(RequestLog(kPath).find("b")->is_told);
 }
 
+TEST_F(FleetRequestLog, ForgetsWhatDidNothing) {
+  {
+    RequestLog log(kPath);
+    log.start("a", "set", {"t", ""});
+    log.start("b", "set", {"t", ""});
+    log.forget("a");
+    EXPECT_EQ(log.state_of("a"), RequestLog::State::Unknown);
+    EXPECT_EQ(RequestLog(kPath).state_of("a"), RequestLog::State::Unknown);
+    log.start("a", "set", {"u", ""});
+    log.finish("a", "{}");
+  }
+  const RequestLog log(kPath);
+  EXPECT_EQ(log.answer_of(*log.find("a")), "{}");
+  EXPECT_EQ(log.find("a")->origin.topic, "u");
+  EXPECT_EQ(log.state_of("b"), RequestLog::State::Started);
+}
+
 TEST_F(FleetRequestLog, IsItsOwnersOnly) {
   const RequestLog log(kPath);
   struct stat status {};
@@ -484,6 +501,24 @@ TEST_F(FleetRequestLog, KnowsAnAnswerForWhichThereIsNoRoomYet) {
   EXPECT_TRUE(later.find("a")->is_told);
   EXPECT_EQ(later.answer_of(*later.find("b")), "[]");
   EXPECT_FALSE(later.find("b")->is_told);
+}
+
+TEST_F(FleetRequestLog, KnowsTheLaterOfTwoWhereThereWasNoRoomToForgetTheFirst) {
+  {
+    RequestLog log(kPath);
+    log.start("a", "set", {"t", ""});
+    {
+      const FileLimit limit(content().size() + 4);
+      log.forget("a");
+    }
+    EXPECT_EQ(RequestLog(kPath).state_of("a"), RequestLog::State::Started);
+    log.start("a", "set", {"t", ""});
+    log.finish("a", "{}");
+  }
+  const RequestLog log(kPath);
+  EXPECT_EQ(log.entries().size(), 1U);
+  EXPECT_EQ(log.unfinished(), nullptr);
+  EXPECT_EQ(log.answer_of(*log.find("a")), "{}");
 }
 
 TEST_F(FleetRequestLog, IsRefusedWhereItCannotBeKept) {

@@ -475,13 +475,20 @@ void Bridge::start_and_finish(const Request& request, const Message& message) {
     answer.errors.push_back(error_of(failure));
   }
   try_look();
-  this->answer(answer);
+  this->answer(answer, message);
 }
 
-void Bridge::answer(Answer& answer) {
+void Bridge::answer(Answer& answer, const Message& message) {
   ++counters_.answers[static_cast<size_t>(answer.status)];
   answer.generation = documents_.generation();
-  requests_.finish(answer.id, text_of(answer, now_seconds()));
+  const std::string text = text_of(answer, now_seconds());
+  if (answer.status == Status::Busy) {
+    // Nothing was done: the same request is to be sent again until something is.
+    requests_.forget(answer.id);
+    reply(origin_of(message), text);
+  } else {
+    requests_.finish(answer.id, text);
+  }
   if (requests_.has_unwritten()) write_answers_at_ = now_ms() + kWriteAnswersMs;
   log(answer.command + " " + answer.id + ": " + name_of(answer.status) +
       (answer.errors.empty() ? "" : ": " + answer.errors[0].message));

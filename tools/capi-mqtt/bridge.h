@@ -80,7 +80,7 @@ class Bridge : public Listener {
   void answer_wrong(const Message& message, const std::string& command, const Error& error);
   bool repeat(const std::string& id, const Message& message);
   void start_and_finish(const Request& request, const Message& message);
-  void answer(Answer& answer);
+  void answer(Answer& answer, const Message& message);
   void write_answers();
   void reply(const Origin& origin, std::string text);
   std::string unknown_outcome(const RequestLog::Entry& entry) const;

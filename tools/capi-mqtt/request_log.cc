@@ -124,8 +124,13 @@ bool RequestLog::read_line(std::string_view line, int64_t at) {
     if (!read_hex(topic, entry.origin.topic) || !read_hex(line, entry.origin.correlation)) {
       return false;
     }
+    erase(id);  // forgotten where there was no room to say so
     entries_.push_back(std::move(entry));
     forget_oldest();
+    return true;
+  }
+  if (what == "forget") {
+    erase(id);
     return true;
   }
   Entry* entry = find_entry(id);
@@ -155,6 +160,10 @@ const RequestLog::Entry* RequestLog::find(std::string_view id) const {
 RequestLog::State RequestLog::state_of(std::string_view id) const {
   const Entry* entry = find(id);
   return entry != nullptr ? entry->state : State::Unknown;
+}
+
+void RequestLog::erase(std::string_view id) {
+  std::erase_if(entries_, [id](const Entry& entry) { return entry.id == id; });
 }
 
 void RequestLog::forget_oldest() {
@@ -197,6 +206,15 @@ void RequestLog::finish(const std::string& id, const std::string& answer) {
   entry->unwritten = answer;
   try {
     write_answer(*entry);
+  } catch (const Failure& failure) {
+    log(failure.what());
+  }
+}
+
+void RequestLog::forget(const std::string& id) {
+  erase(id);
+  try {
+    append("forget " + id + "\n", true);
   } catch (const Failure& failure) {
     log(failure.what());
   }

@@ -39,6 +39,9 @@ class RequestLog {
   // memory; nothing is started before it has been written.
   void finish(const std::string& id, const std::string& answer);
 
+  // What was started did nothing, and may be again.
+  void forget(const std::string& id);
+
   // Whether there are answers in memory, and an attempt to write them. Throws a Failure.
   bool has_unwritten() const;
   void write_unwritten();
@@ -68,6 +71,7 @@ class RequestLog {
 
  private:
   Entry* find_entry(std::string_view id);
+  void erase(std::string_view id);
   void begin_anew();
   void read();
   int64_t read_lines(const std::string& content);
