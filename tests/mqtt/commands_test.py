@@ -11,7 +11,7 @@ import unittest
 import uuid
 
 import fleet
-from fleet import TREE, Consumer, capictl, set_values
+from fleet import TREE, Bridge, Consumer, Proxy, capictl, set_values
 
 VSDK = "/usr/sbin/vsdk_cmd"
 
@@ -98,6 +98,34 @@ class Commands(fleet.Test):
         self.assertEqual(capictl("config", "get", "sip_line_2.auth_password", "--show-secrets"),
                          "hidden\n")
         self.refused("refused", "load", document={"sip_line_2": {"auth_password": {"set": "x"}}})
+
+    def test_the_connection_is_served_between_two_requests(self):
+        self.bridge.stop()
+        proxy = self.until_end(Proxy(self.broker.port))
+        bridge = self.until_end(Bridge(proxy, state="/tmp/turns"))
+        self.consumer.wait_for_birth()
+        bridge.wait_until_up()
+        for number in (1, 2):
+            os.mkfifo(f"/tmp/gate.{number}")
+            self.addCleanup(os.remove, f"/tmp/gate.{number}")
+        with open(VSDK, "w", encoding="utf-8") as file:
+            file.write("#!/bin/sh\necho >>/tmp/posted\n"
+                       "read line </tmp/gate.$(wc -l </tmp/posted)\n")
+        proxy.hold()
+        requests = [uuid.uuid4().hex, uuid.uuid4().hex]
+        for request in requests:
+            self.consumer.publish("do/signal", {"id": request, "name": "vop_sig_timer_expired"})
+        proxy.wait_until_held(b"do/signal", 2)
+        # The library reads as many packets at once as it has messages without an acknowledgement.
+        set_values("voice_switch.mode", "3", "basic_sip.rtp_dscp", "17", "sms.sca", "+77")
+        self.consumer.wait_for("config/sms", lambda json: json["values"]["sca"] == "+77")
+        proxy.release()
+        with open("/tmp/gate.1", "w", encoding="utf-8") as gate:
+            gate.write("\n")
+        with open("/tmp/gate.2", "w", encoding="utf-8") as gate:  # while the second one runs
+            self.consumer.wait_for("done/t", lambda json: json["id"] == requests[0])
+            gate.write("\n")
+        self.consumer.wait_for("done/t", lambda json: json["id"] == requests[1])
 
     def test_a_reset_without_a_name_resets_nothing(self):
         set_values("sip_line_1.display_name", "Loft", "sip_line_2.display_name", "Hall")

@@ -123,13 +123,16 @@ class Broker:
 
 
 class Proxy:
-    """Between bridge and broker: hands on, or swallows what the broker says, or lets nobody in."""
+    """Between bridge and broker: hands on, or swallows or keeps back what the broker says, or lets
+    nobody in."""
 
     def __init__(self, to):
         self.to = to
         self.swallows = False
         self.pinged = threading.Event()
         self._pairs = []
+        self._held = self._held_for = None
+        self._news = threading.Condition()
         self.port = free_port()
         self._listener = socket.socket()
         self._listener.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
@@ -157,7 +160,7 @@ class Proxy:
                 if data == b"\xc0\x00":
                     self.pinged.set()
                 if not (is_broker and self.swallows):
-                    b.sendall(data)
+                    self._hand_on(b, data, is_broker)
         except OSError:
             pass
         for one in (a, b):
@@ -165,6 +168,29 @@ class Proxy:
                 one.shutdown(socket.SHUT_RDWR)
             except OSError:
                 pass
+
+    def _hand_on(self, to, data, is_broker):
+        with self._news:
+            if not is_broker or self._held is None:
+                to.sendall(data)
+            else:
+                self._held += data
+                self._held_for = to
+                self._news.notify_all()
+
+    def hold(self):
+        """What the broker says comes at once, later."""
+        with self._news:
+            self._held = b""
+
+    def wait_until_held(self, part, count):
+        with self._news:
+            assert self._news.wait_for(lambda: self._held.count(part) >= count, PATIENCE)
+
+    def release(self):
+        with self._news:
+            self._held_for.sendall(self._held)
+            self._held = None
 
     def cut(self):
         """No connection survives, and none is let in. The port stays ours."""

@@ -158,7 +158,6 @@ void Bridge::lose(const std::string& why) {
   acknowledgements_.clear();
   answers_.clear();
   replies_.clear();
-  inbox_.clear();
   if (was_up && now_ms() - up_since_ >= kSteadyMs) backoff_.succeeded();
   const int64_t pause = backoff_.next();
   phase_end_ = now_ms() + pause;
@@ -384,8 +383,12 @@ Origin Bridge::origin_of(const Message& message) const {
           is_kept ? message.correlation : ""};
 }
 
+// One in a turn of the loop, for the connection has to be served in between; in the end all, as the
+// broker has them no more.
 void Bridge::take_requests() {
-  while (!inbox_.empty()) {
+  const bool is_ending = must_stop_ || phase_ == Phase::Leaving;
+  size_t count = is_ending ? inbox_.size() : std::min<size_t>(inbox_.size(), 1);
+  for (; count > 0; --count) {
     const Message message = std::move(inbox_.front());
     inbox_.pop_front();
     take(message);
@@ -541,7 +544,7 @@ int64_t Bridge::deadline() const {
 }
 
 void Bridge::wait() {
-  const int64_t until = deadline();
+  const int64_t until = inbox_.empty() ? deadline() : now_ms();
   const int64_t left = until == -1 ? -1 : std::clamp<int64_t>(until - now_ms(), 0, 3600'000);
   const int socket = client_ ? client_->socket() : -1;
   const bool wants_write = client_ && client_->wants_write();
