@@ -176,6 +176,41 @@ TEST_F(SettingLine, ThatIsNotTakenAsItStandsHasAFinding) {
   EXPECT_LT(taken, kLines * 9 / 10);
 }
 
+// {"x0": ..., "x1": ...}, so many of them.
+std::string object_of(int count, const std::string& value) {
+  std::string text;
+  for (int i = 0; i < count; ++i) {
+    text += (text.empty() ? "{" : ",") + ("\"x" + std::to_string(i) + "\":" + value);
+  }
+  return text + "}";
+}
+
+TEST(SettingDocument, TellsOfTheFirstUnknownKeysAndHowManyMoreThereAre) {
+  const std::string more = R"(,"sms":{"enable":7,"sca":"+1"}})";
+  const std::string sections = object_of(6500, "{}");
+  for (const auto& [unknown, first] :
+       {std::pair(R"({"sip_line_1":)" + object_of(6500, "1"),
+                  "there is no key sip_line_1.x0. All keys: capictl config list"),
+        std::pair(sections.substr(0, sections.size() - 1), "there is no section \"x0\"")}) {
+    const tools::Settings settings = tools::read_document(unknown + more);
+    ASSERT_EQ(settings.findings.size(), 22U);
+    EXPECT_EQ(settings.findings[0].text, first);
+    EXPECT_TRUE(settings.findings[20].text.starts_with("sms.enable: "))
+        << settings.findings[20].text;
+    EXPECT_EQ(settings.findings[21].text, "there are more unknown keys or sections: 6480");
+    EXPECT_TRUE(settings.findings[21].is_error);
+    // What a master would take is all there.
+    EXPECT_EQ(settings.items.size(), 2U);
+  }
+}
+
+TEST(SettingDocument, TellsOfEachUnknownKeyWhereTheyAreFew) {
+  const auto settings = tools::read_document(R"({"sip_line_1":)" + object_of(20, "1") + "}");
+  ASSERT_EQ(settings.findings.size(), 20U);
+  EXPECT_EQ(settings.findings[19].text,
+            "there is no key sip_line_1.x19. All keys: capictl config list");
+}
+
 TEST(SettingDocument, PassesOverWhatStandsForASecretAndNothingElse) {
   for (const char* value : {R"({"set":true})", R"({"set":false})", "\"(set)\"", "\"(not set)\""}) {
     const auto settings =

@@ -99,6 +99,11 @@ class Commands(fleet.Test):
                          "hidden\n")
         self.refused("refused", "load", document={"sip_line_2": {"auth_password": {"set": "x"}}})
 
+    def test_a_document_of_nothing_but_unknown_keys_is_refused(self):
+        unknown = {f"x{number}": 1 for number in range(5000)}
+        error = self.refused("refused", "load", document={"sip_line_1": unknown})
+        self.assertIn("there is no key sip_line_1.x0.", error["message"])
+
     def test_the_connection_is_served_between_two_requests(self):
         self.bridge.stop()
         proxy = self.until_end(Proxy(self.broker.port))

@@ -35,6 +35,9 @@ bool text_of_item(const Key& key, const cJSON* item, std::string& value) {
   return true;
 }
 
+// Nobody reads more of them, and the search for what was meant takes its time.
+constexpr size_t kMostUnknown = 20;
+
 // {"set": true}, as the bridge to a broker shows a secret, or the text that the others show.
 bool is_hidden(const cJSON* item) {
   if (cJSON_IsString(item)) {
@@ -49,13 +52,14 @@ bool is_hidden(const cJSON* item) {
 class DocumentReader {
  public:
   void read_section(const cJSON* section);
-  Settings take() { return std::move(settings_); }
+  Settings take();
 
  private:
   void refuse(const std::string& text) { settings_.findings.push_back({0, true, text}); }
   void read_item(const std::string& section, const cJSON* item);
 
   Settings settings_;
+  size_t unknown_ = 0;
 };
 
 void DocumentReader::read_section(const cJSON* section) {
@@ -63,7 +67,8 @@ void DocumentReader::read_section(const cJSON* section) {
   char sentence[CAPI_KEYS_SENTENCE];
   if (capi_keys_check(name.c_str(), "", "", sentence, sizeof sentence) ==
       CAPI_KEY_UNKNOWN_SECTION) {
-    return refuse(sentence);
+    if (++unknown_ <= kMostUnknown) refuse(sentence);
+    return;
   }
   if (!cJSON_IsObject(section)) return refuse(name + " has to be an object of keys and values");
   for (const cJSON* item = section->child; item != nullptr; item = item->next) {
@@ -74,7 +79,10 @@ void DocumentReader::read_section(const cJSON* section) {
 void DocumentReader::read_item(const std::string& section, const cJSON* item) {
   const std::string label = section + "." + item->string;
   const Key* key = find_label(label);
-  if (key == nullptr) return refuse(unknown_key(label));
+  if (key == nullptr) {
+    if (++unknown_ <= kMostUnknown) refuse(unknown_key(label));
+    return;
+  }
   // A document that was printed without secrets leaves them as they are.
   if (key->meaning.is_secret != 0 && is_hidden(item)) return;
   std::string value;
@@ -85,6 +93,13 @@ void DocumentReader::read_item(const std::string& section, const cJSON* item) {
   settings_.items.push_back({key, value});
   const std::string wrong = refusal(*key, value);
   if (!wrong.empty()) refuse(label + ": " + wrong);
+}
+
+Settings DocumentReader::take() {
+  if (unknown_ > kMostUnknown) {
+    refuse("there are more unknown keys or sections: " + std::to_string(unknown_ - kMostUnknown));
+  }
+  return std::move(settings_);
 }
 
 cJSON* json_of(const cfg_shared_record& record, const Key& key, Secrets secrets) {
