@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <text.h>
 #include <unistd.h>
 
 #include <array>
@@ -315,7 +316,7 @@ TEST(FleetAnswer, HasALimitWhateverIsInIt) {
               HasSubstr("x" + std::string(1023, ' ') + "...\""));
   std::string umlauts = "x";
   for (int i = 0; i < 600; ++i) umlauts += "ä";
-  EXPECT_TRUE(is_utf8(text_of({"a", "set", Status::Refused, 1, {{"refused", umlauts}}}, 0)));
+  EXPECT_TRUE(tools::is_utf8(text_of({"a", "set", Status::Refused, 1, {{"refused", umlauts}}}, 0)));
 }
 
 TEST(FleetAnswer, IsShortenedToItsStatus) {

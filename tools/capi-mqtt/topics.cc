@@ -3,8 +3,10 @@
 #include "topics.h"
 
 #include <capi.h>
+#include <text.h>
 
 #include <algorithm>
+#include <bit>
 
 namespace tools::mqtt {
 namespace {
@@ -28,31 +30,16 @@ const StateTopic kTopics[] = {
 
 constexpr std::string_view kAnyTree = "capi/1/";
 
-// How many bytes the character has that begins so; 0 where none does.
-size_t length_of(unsigned char first) {
-  if (first < 0x80) return 1;
-  if (first >= 0xC2 && first < 0xE0) return 2;
-  if (first >= 0xE0 && first < 0xF0) return 3;
-  return first >= 0xF0 && first < 0xF5 ? 4 : 0;
-}
-
-// The second byte tells long spellings, surrogates and what is beyond the last character.
-bool may_follow(unsigned char first, unsigned char second) {
-  if (first == 0xE0) return second >= 0xA0;
-  if (first == 0xED) return second < 0xA0;
-  if (first == 0xF0) return second >= 0x90;
-  return first != 0xF4 || second < 0x90;
-}
-
 // The code points of a text in UTF-8.
 std::vector<char32_t> characters_of(std::string_view text) {
   std::vector<char32_t> characters;
   for (const char c : text) {
     const auto byte = static_cast<unsigned char>(c);
-    if ((byte & 0xC0U) == 0x80U) {
+    const int ones = std::countl_one(byte);
+    if (ones == 1) {
       characters.back() = characters.back() << 6U | (byte & 0x3FU);
     } else {
-      characters.push_back(byte < 0x80 ? byte : byte & (0x7FU >> length_of(byte)));
+      characters.push_back(byte & (0x7FU >> static_cast<unsigned>(ones)));
     }
   }
   return characters;
@@ -100,20 +87,6 @@ bool may_be_answered_to(std::string_view topic) {
 std::string Tree::command_of(std::string_view topic) const {
   const std::string prefix = root_ + "do/";
   return topic.starts_with(prefix) ? std::string(topic.substr(prefix.size())) : "";
-}
-
-bool is_utf8(std::string_view text) {
-  for (size_t i = 0; i < text.size();) {
-    const auto first = static_cast<unsigned char>(text[i]);
-    const size_t length = length_of(first);
-    if (length == 0 || i + length > text.size()) return false;
-    if (length > 1 && !may_follow(first, static_cast<unsigned char>(text[i + 1]))) return false;
-    for (size_t j = 1; j < length; ++j) {
-      if ((static_cast<unsigned char>(text[i + j]) & 0xC0U) != 0x80U) return false;
-    }
-    i += length;
-  }
-  return true;
 }
 
 }  // namespace tools::mqtt

@@ -47,6 +47,4 @@ class Tree {
   std::string root_;
 };
 
-bool is_utf8(std::string_view text);
-
 }  // namespace tools::mqtt
