@@ -215,7 +215,8 @@ void add_lock_table(Html& html, const Table& locks) {
     const std::string& text = cell_of(locks, row, field);
     if (field == "state") add_state(to, text == "held" ? State::Warn : State::Off, text);
   };
-  add_table(html, locks, {.caption = "Locks", .id = "locks-t", .is_quiet = true, .cell = cell});
+  const Look look{.caption = "Locks", .id = "locks-t", .is_quiet = true, .cell = cell};
+  add_table(html, locks, look);
 }
 
 Response get_overview_page(const Request& request, App& app) {

@@ -96,7 +96,8 @@ void add_values(Html& html, const Table& values, std::string_view caption, std::
       to.text("(another one)");
     }
   };
-  add_table(html, values, {.caption = caption, .id = id, .cell = cell});
+  const Look look{.caption = caption, .id = id, .cell = cell};
+  add_table(html, values, look);
 }
 
 void add_facts(Html& html, const Table& facts) {
