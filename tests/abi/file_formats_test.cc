@@ -33,7 +33,7 @@ std::string section(const std::string& page, const std::string& heading) {
 
 template <size_t size>
 void expect_rows(const char* heading, const Row (&rows)[size]) {
-  const std::string page = test::read_file(CAPI_SOURCE_DIR "/docs/file-formats.md");
+  const std::string page = test::read_file(test::source_file("docs/file-formats.md"));
   const std::string table = section(page, heading);
   ASSERT_NE(table, "") << "no section " << heading;
   size_t told = 0;

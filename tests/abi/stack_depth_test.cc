@@ -57,7 +57,7 @@ class StackDepthTest : public Adapter {
 TEST_F(StackDepthTest, EveryExportedFunctionIsLookedAt) {
   std::vector<std::string> exported;
   const std::regex symbol("^ +([a-z]\\w*);");
-  for (const std::string& line : read_lines(CAPI_SOURCE_DIR "/src/capi.map")) {
+  for (const std::string& line : read_lines(source_file("src/capi.map"))) {
     std::smatch match;
     if (std::regex_search(line, match, symbol)) exported.push_back(match[1]);
   }

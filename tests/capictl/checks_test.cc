@@ -73,7 +73,7 @@ TEST_F(Mutation, OfACallLogIsRefusedByBothOrNeither) {
 }
 
 TEST_F(Mutation, OfAMessageFileIsRefusedByBothOrNeither) {
-  const std::string sound = read_file(CAPI_SOURCE_DIR "/tests/fuzz/corpus/sms/messages.sms");
+  const std::string sound = read_file(source_file("tests/fuzz/corpus/sms/messages.sms"));
   ASSERT_EQ(listed(tools::check_messages(sound)), "");
   int refused = 0;
   for (int trial = 0; trial < kTrials; ++trial) {
@@ -98,7 +98,7 @@ TEST(MessageFile, OfTheCorpusIsRefusedByBothOrNeither) {
   for (const char* name :
        {"cut", "empty", "full", "messages", "same_id", "stray", "type", "version", "wrapped"}) {
     const std::string bytes =
-        read_file(std::string(CAPI_SOURCE_DIR "/tests/fuzz/corpus/sms/") + name + ".sms");
+        read_file(source_file(std::string("tests/fuzz/corpus/sms/") + name + ".sms"));
     const std::span<const uint8_t> image(reinterpret_cast<const uint8_t*>(bytes.data()),
                                          bytes.size());
     EXPECT_EQ(tools::is_usable(tools::check_messages(bytes)),

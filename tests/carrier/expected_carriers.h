@@ -44,7 +44,7 @@ inline ExpectedCarrier parse_carrier(const std::string& line) {
 inline const std::vector<ExpectedCarrier>& expected_carriers() {
   static const std::vector<ExpectedCarrier> carriers = [] {
     std::vector<ExpectedCarrier> result;
-    for (const std::string& line : read_lines(std::string(CAPI_SOURCE_DIR "/") + kGoldenCarriers)) {
+    for (const std::string& line : read_lines(source_file(kGoldenCarriers))) {
       result.push_back(parse_carrier(line));
     }
     return result;

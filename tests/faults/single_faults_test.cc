@@ -115,7 +115,7 @@ class SingleFaults : public Adapter {
  private:
   // What the golden file has of an operation, if it begins as it should.
   void begin_section(const std::string& head) {
-    const std::string golden = read_file(std::string(CAPI_SOURCE_DIR "/") + kOutcomes);
+    const std::string golden = read_file(source_file(kOutcomes));
     const size_t begin = golden.find(head);
     section_ = begin == std::string::npos ? "" : golden.substr(begin);
     section_ = section_.substr(0, section_.find("\n\n", 1)) + "\n";

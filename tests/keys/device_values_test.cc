@@ -11,7 +11,7 @@
 namespace capi::test {
 namespace {
 
-constexpr char kDevice[] = CAPI_SOURCE_DIR "/demo/device";
+constexpr char kDevice[] = "demo/device";
 
 // What is wrong with a value, or an empty text.
 std::string fault_of(const std::string& section, const std::string& name,
@@ -44,7 +44,7 @@ int check_stored_values(const capi_config_key* key, void*) {
 class DeviceValues : public Adapter {
  protected:
   static std::string copy(const std::string& name, const std::string& path) {
-    const std::string content = read_file(kDevice + name);
+    const std::string content = read_file(source_file(kDevice + name));
     EXPECT_NE(content, "") << name;
     write_file(path, content);
     return path;

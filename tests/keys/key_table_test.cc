@@ -127,7 +127,7 @@ TEST_F(KeyTable, WhatIsReadBackIsWhatTheDevicesFilesHave) {
 
 // One text without line ends, so that a sentence may begin anywhere in a line.
 std::string page_of_meanings() {
-  std::string page = test::read_file(CAPI_SOURCE_DIR "/docs/key-meanings.md");
+  std::string page = test::read_file(test::source_file("docs/key-meanings.md"));
   std::replace(page.begin(), page.end(), '\n', ' ');
   return page;
 }

@@ -122,7 +122,7 @@ class KeyStackDepth : public Adapter {};
 TEST_F(KeyStackDepth, EveryFunctionIsLookedAt) {
   std::set<std::string> exported;
   const std::regex symbol("^ +(capi_\\w*);");
-  for (const std::string& line : read_lines(CAPI_SOURCE_DIR "/keys/capi-keys.map")) {
+  for (const std::string& line : read_lines(source_file("keys/capi-keys.map"))) {
     std::smatch match;
     if (std::regex_search(line, match, symbol)) exported.insert(match[1]);
   }

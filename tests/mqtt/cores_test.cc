@@ -13,6 +13,7 @@
 #include <csignal>
 #include <fstream>
 
+#include "support/files.h"
 #include "tools/capi-mqtt/backoff.h"
 #include "tools/capi-mqtt/counters.h"
 #include "tools/capi-mqtt/cursor.h"
@@ -681,7 +682,7 @@ TEST(FleetOptions, AreRefusedWithTheirLine) {
 }
 
 TEST(FleetOptions, StandInTheManualPage) {
-  std::string page = read_file(CAPI_SOURCE_DIR "/tools/capi-mqtt/capi-mqtt.8");
+  std::string page = read_file(capi::test::source_file("tools/capi-mqtt/capi-mqtt.8"));
   std::erase(page, '\\');
   for (const OptionRow& row : all_options()) {
     EXPECT_THAT(page, HasSubstr(".BI --" + std::string(row.name) + " \" " + row.value + "\""));
@@ -689,8 +690,9 @@ TEST(FleetOptions, StandInTheManualPage) {
 }
 
 TEST(FleetOptions, OfTheExampleAreRight) {
-  EXPECT_EQ(options_in(read_file(CAPI_SOURCE_DIR "/tools/capi-mqtt/mqtt.conf")).port_to_use(),
-            8883);
+  EXPECT_EQ(
+      options_in(read_file(capi::test::source_file("tools/capi-mqtt/mqtt.conf"))).port_to_use(),
+      8883);
 }
 
 TEST(FleetOptions, GoTogether) {

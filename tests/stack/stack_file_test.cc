@@ -89,7 +89,7 @@ TEST_F(StackFileTest, AnyProcessMayWriteThem) {
   load_all_keys();
   in_client([] { EXPECT_EQ(capi_cfg_backend_make_config_file(1), 0); });
   EXPECT_EQ(read_file("/tmp/vosip.conf.voip"),
-            read_file(CAPI_SOURCE_DIR "/tests/stack/golden/voip.conf"));
+            read_file(source_file("tests/stack/golden/voip.conf")));
 }
 
 TEST_F(StackFileTest, AnImsStackGetsNoSubscriberAndServerButTheirPorts) {

@@ -11,7 +11,7 @@
 namespace capi::test {
 namespace {
 
-constexpr char kSource[] = CAPI_SOURCE_DIR "/tests/data/all_keys.settings";
+constexpr char kSource[] = "tests/data/all_keys.settings";
 constexpr char kCopy[] = "/tmp/all_keys.settings";
 
 // "voice_stack" of "voice_stack_1".
@@ -24,7 +24,7 @@ std::string base_of(const std::string& section) {
 }  // namespace
 
 const char* copy_all_keys() {
-  write_file(kCopy, read_file(kSource));
+  write_file(kCopy, read_file(source_file(kSource)));
   return kCopy;
 }
 
@@ -32,7 +32,7 @@ const std::vector<Setting>& all_settings() {
   static const std::vector<Setting> settings = [] {
     std::vector<Setting> result;
     std::string section;
-    for (const std::string& line : read_lines(kSource)) {
+    for (const std::string& line : read_lines(source_file(kSource))) {
       const size_t equals = line.find('=');
       if (line.empty() || line[0] == '#') continue;
       if (equals == std::string::npos) {

@@ -10,6 +10,10 @@
 
 namespace capi::test {
 
+// A file of the sources, or one that is made beside what is built, by its path there.
+std::string source_file(const std::string& path);
+std::string built_file(const std::string& path);
+
 // Creates or replaces a file, and the directories on the way to it.
 void write_file(const std::string& path, std::string_view content);
 

@@ -23,8 +23,8 @@ std::string short_diff(const std::string& before, const std::string& after) {
 }
 
 void expect_golden(const std::string& actual, const std::string& path) {
-  const std::string golden = CAPI_SOURCE_DIR "/" + path;
-  const std::string made = CAPI_BINARY_DIR "/golden/" + path;
+  const std::string golden = source_file(path);
+  const std::string made = built_file("golden/" + path);
   write_file(made, actual);
   if (exists(golden) && read_file(golden) == actual) return;
   ADD_FAILURE() << path << " is not what the code makes now; script/golden makes it anew.\n"

@@ -37,9 +37,9 @@ TEST(Golden, ATextThatIsNoMoreTheGoldenOneFailsAndIsLeftForTheScript) {
   EXPECT_NONFATAL_FAILURE(expect_golden("another\n", kPath),
                           "tests/support/golden_test.cc is not what the code makes now; "
                           "script/golden makes it anew.\n@@ -1,");
-  const std::string made = std::string(CAPI_BINARY_DIR "/golden/") + kPath;
+  const std::string made = built_file(std::string("golden/") + kPath);
   EXPECT_EQ(read_file(made), "another\n");
-  expect_golden(read_file(CAPI_SOURCE_DIR "/tests/support/golden_test.cc"), kPath);
+  expect_golden(read_file(source_file("tests/support/golden_test.cc")), kPath);
 }
 
 }  // namespace
