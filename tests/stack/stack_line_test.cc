@@ -9,11 +9,14 @@
 #include <map>
 #include <memory>
 #include <set>
+#include <sstream>
+#include <string>
 #include <vector>
 
 #include "capi/config_key.h"
 #include "capi/snapshot.h"
 #include "support/adapter.h"
+#include "support/files.h"
 
 namespace capi::test {
 namespace {
@@ -82,35 +85,55 @@ Spots told_spots(int offset) { return told_spots(all_lines(), offset, {0, 1, 2, 
 
 class StackLine : public Adapter {
  protected:
-  using File = std::multimap<std::string, std::string>;  // the value of each spot
+  using Values = std::multimap<std::string, std::string>;  // of each spot
 
-  static File file_of(const cfg_shared_record& record, unsigned type) {
-    EXPECT_EQ(capi_snapshot_write_config_file(&record, type, "/tmp/lines"), 0);
-    File file;
+  struct File {
+    std::string text;
+    Values values;
+  };
+
+  // By type.
+  static std::vector<std::string> texts_of(const cfg_shared_record& record) {
+    std::vector<std::string> texts;
+    for (unsigned type = 0; type < kTypes; ++type) {
+      EXPECT_EQ(capi_snapshot_write_config_file(&record, type, "/tmp/lines"), 0);
+      texts.push_back(read_file("/tmp/lines"));
+    }
+    return texts;
+  }
+
+  static Values values_in(const std::string& text, unsigned type) {
+    Values values;
     std::string section;
-    for (const std::string& line : read_lines("/tmp/lines")) {
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line);) {
       const size_t equals = line.find('=');
       if (!line.empty() && line[0] == '[') section = line.substr(1, line.size() - 2);
       if (equals == std::string::npos) continue;
-      file.emplace(spot(section, line.substr(0, equals), type), line.substr(equals + 1));
+      values.emplace(spot(section, line.substr(0, equals), type), line.substr(equals + 1));
     }
-    return file;
+    return values;
   }
 
   // By type.
   static std::vector<File> files_of(const cfg_shared_record& record) {
     std::vector<File> files;
-    for (unsigned type = 0; type < kTypes; ++type) files.push_back(file_of(record, type));
+    unsigned type = 0;
+    for (const std::string& text : texts_of(record)) {
+      files.push_back({text, values_in(text, type++)});
+    }
     return files;
   }
 
-  // The spots at which the files of two records show different values.
-  static Spots changed_spots(const std::vector<File>& before, const std::vector<File>& after) {
+  // The spots at which the files of a record show different values.
+  static Spots changed_spots(const std::vector<File>& before, const cfg_shared_record& record) {
     Spots spots;
+    const std::vector<std::string> after = texts_of(record);
     for (unsigned type = 0; type < kTypes; ++type) {
-      for (const auto& [spot, value] : after[type]) {
-        const auto was = before[type].find(spot);
-        if (was != before[type].end() && was->second != value) spots.insert(spot);
+      if (after[type] == before[type].text) continue;
+      for (const auto& [spot, value] : values_in(after[type], type)) {
+        const auto was = before[type].values.find(spot);
+        if (was != before[type].values.end() && was->second != value) spots.insert(spot);
       }
     }
     return spots;
@@ -129,17 +152,20 @@ class StackLine : public Adapter {
     memcpy(field, &number, sizeof number);
   }
 
-  // Checks, key by key, that what the walk tells under these conditions is what a file shows.
-  static void expect_truth(const cfg_shared_record& record, const std::set<int>& conditions) {
+  // Checks, key by key, that what the walk tells under these conditions is what a file shows; of
+  // all keys, or of a section's.
+  static void expect_truth(const cfg_shared_record& record, const std::set<int>& conditions,
+                           const std::string& section = "") {
     const Lines lines = all_lines();
     const std::vector<File> before = files_of(record);
     for (const capi_config_key& key : all_keys()) {
+      if (!section.empty() && key.section != section) continue;
       const int count = std::max(std::max(key.section_max, key.name_max), 1);
       for (int i = 0; i < (key.stride != 0 ? count : 1); ++i) {
         const int offset = key.offset + i * key.stride;
         auto after = std::make_unique<cfg_shared_record>(record);
         change(*after, key, offset);
-        EXPECT_EQ(changed_spots(before, files_of(*after)), told_spots(lines, offset, conditions))
+        EXPECT_EQ(changed_spots(before, *after), told_spots(lines, offset, conditions))
             << key.section << " " << key.name << " " << i + 1;
       }
     }
@@ -169,7 +195,8 @@ TEST_F(StackLine, TellsWhatShowsWithTlsAndCodecsOfEachKind) {
   const int always = CAPI_STACK_LINE_ALWAYS;
   expect_truth(*record, {always, CAPI_STACK_LINE_TLS, CAPI_STACK_LINE_SLOT, CAPI_STACK_LINE_AMR});
   use_codecs(*record, "EVS");
-  expect_truth(*record, {always, CAPI_STACK_LINE_TLS, CAPI_STACK_LINE_SLOT, CAPI_STACK_LINE_EVS});
+  expect_truth(*record, {always, CAPI_STACK_LINE_TLS, CAPI_STACK_LINE_SLOT, CAPI_STACK_LINE_EVS},
+               "voice_parameter");
 }
 
 TEST_F(StackLine, TellsOfTheInterfaceForStacksWithoutTheirOwn) {
@@ -177,13 +204,13 @@ TEST_F(StackLine, TellsOfTheInterfaceForStacksWithoutTheirOwn) {
   auto record = std::make_unique<cfg_shared_record>();
   auto after = std::make_unique<cfg_shared_record>();
   strcpy(after->bb_if_name, "usb0");
-  const Spots everywhere = changed_spots(files_of(*record), files_of(*after));
+  const Spots everywhere = changed_spots(files_of(*record), *after);
   EXPECT_EQ(everywhere.size(), kTypes);
   EXPECT_EQ(told_spots(offset), everywhere);
   name_interfaces(*record);
   name_interfaces(*after);
   EXPECT_EQ(told_spots(all_lines(), offset, {CAPI_STACK_LINE_ALWAYS}),
-            changed_spots(files_of(*record), files_of(*after)));
+            changed_spots(files_of(*record), *after));
 }
 
 TEST_F(StackLine, GivesNumbersAsTheFileHasThem) {
